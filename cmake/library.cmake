@@ -1,0 +1,1 @@
+# The library as programs link it.

@@ -1,0 +1,36 @@
+# What can be chosen when building, and what all of our own targets share.
+
+option(RIB_BUILD_TOOLS "Build zidlc and ribtool" ${PROJECT_IS_TOP_LEVEL})
+option(RIB_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(RIB_BUILD_BENCH "Build the benchmarks" OFF)
+option(RIB_BUILD_FUZZ "Build the fuzzers (clang only)" OFF)
+option(RIB_WERROR "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
+option(RIB_CLIENT_ARENA "Decode updates out of an arena that lives for one call" OFF)
+set(RIB_SANITIZE "" CACHE STRING "Sanitizers for everything, for example address,undefined")
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(RIB_CCACHE ccache)
+if(RIB_CCACHE AND PROJECT_IS_TOP_LEVEL)
+  set(CMAKE_C_COMPILER_LAUNCHER ${RIB_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${RIB_CCACHE})
+endif()
+
+add_library(rib_warnings INTERFACE)
+target_compile_options(rib_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+                                              $<$<BOOL:${RIB_WERROR}>:-Werror>)
+
+if(RIB_SANITIZE)
+  add_compile_options(-fsanitize=${RIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${RIB_SANITIZE})
+endif()
