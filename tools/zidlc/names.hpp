@@ -1,0 +1,67 @@
+// Every name that generated code gives to something, and every word that a schema may not use.
+
+#pragma once
+
+#include "tools/zidlc/model.hpp"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zidlc
+{
+
+// Types. A member is declared `element_type` + (is_pointer ? "*" : "") + its name.
+std::string record_type(const message &m);      // zidl_rib_sample
+std::string record_type(std::string_view name); // the same, of a message known by its name only
+std::string presence_type(const message &m);    // uint8_t
+std::string element_type(const field &f);       // uint32_t, char, uint8_t, zidl_rib_hop; zidl_bytes for repeated bytes
+bool is_pointer(const field &f);                // strings, bytes and arrays
+std::string count_type(const field &f);         // uint32_t of an array, uint64_t of bytes; empty for other fields
+std::string value_type(const field &f);         // what a setter takes: as element_type, but bool for booleans
+std::string kind_name(const field &f);          // as the schema writes it: u32, repeated bytes, rib_hop
+
+// The exported functions.
+struct operation {
+    std::string result;                  // int32_t
+    std::string name;                    // zidl_rib_sample_decode_ext
+    std::vector<std::string> parameters; // "zidl_rib_sample *msg", "const uint8_t *buf", ...: without what is omitted
+
+    std::string parameter_list() const; // separated by ", "
+    std::string prototype() const;      // result name(parameters)
+};
+operation encode_operation(const message &m);
+operation decode_operation(const message &m);
+operation duplicate_operation(const message &m);
+operation release_operation(const message &m);
+
+// The accessors of a member.
+std::string has_accessor(const message &m, const field &f);
+bool has_setter(const field &f);                             // singular scalars have a setter, all else a mark
+std::string set_accessor(const message &m, const field &f);  // zidl_rib_sample_set_sample_id
+std::string mark_accessor(const message &m, const field &f); // zidl_rib_sample_mark_name
+
+// The members of the record that a field takes: its own, and its count or size.
+std::vector<std::string> member_names(const field &f);
+
+// Every C identifier with external or file scope that a message brings into the world.
+std::vector<std::string> c_identifiers(const message &m);
+
+// Files, relative to the root of the tree. Includes are written with the same paths.
+std::string header_path(std::string_view group);       // messages/rib_common.h
+std::string codec_header_path(std::string_view group); // messages/rib_common.hpp
+std::string codec_source_path(std::string_view group); // messages/rib_common.cpp
+std::string proto_path(std::string_view group);        // proto/rib_common.proto
+std::string manual_path(std::string_view group);       // docs/messages/rib_common.md
+std::string source_path(std::string_view group);       // schema/rib_common.zidl
+std::string include_guard(std::string_view path);      // MESSAGES_RIB_COMMON_H
+
+// The first line of every generated file, without the comment mark.
+std::string generated_line(std::string_view source);
+
+// Why a schema may not use a name; empty when it may.
+std::string objection_to_name(std::string_view name);   // any name: keywords, form
+std::string objection_to_member(std::string_view name); // additionally, of members
+std::string objection_to_group(std::string_view name);  // of groups: names of files that belong to the compiler
+
+} // namespace zidlc

@@ -1,0 +1,77 @@
+// Text under construction: lines in the layout of the output, and tables whose columns align themselves.
+
+#pragma once
+
+#include <fmt/format.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace zidlc
+{
+
+// Rows whose cells end at a tab. Every cell is padded to the widest of its column; what separates columns (blanks,
+// commas) stands in the rows themselves, so that a row looks like the line that it yields:
+//     rows.add("{}\t{};\t // {}", type, member, number);
+class table
+{
+public:
+    template <class... Args>
+    void add(fmt::format_string<Args...> text, Args &&...args)
+    {
+        add_row(fmt::format(text, std::forward<Args>(args)...));
+    }
+
+    // An empty row: a blank line between aligned rows.
+    void add() { rows_.emplace_back(); }
+
+    bool empty() const { return rows_.empty(); }
+
+    // The aligned rows, without blanks at their ends.
+    std::vector<std::string> lines() const;
+
+private:
+    void add_row(const std::string &row);
+
+    std::vector<std::vector<std::string>> rows_;
+};
+
+class printer
+{
+public:
+    template <class... Args>
+    void line(fmt::format_string<Args...> text, Args &&...args)
+    {
+        add_line(fmt::format(text, std::forward<Args>(args)...));
+    }
+
+    // A blank line.
+    void line() { text_ += '\n'; }
+
+    // Text that is already laid out: one or more whole lines, each ended by a newline.
+    void raw(std::string_view lines) { text_ += lines; }
+
+    // The rows of a table, each behind `indent`.
+    void block(const table &rows, std::string_view indent = "");
+
+    std::string take() { return std::move(text_); }
+
+private:
+    void add_line(std::string_view line);
+
+    std::string text_;
+};
+
+// Characters of UTF-8 text; a byte that is not part of a character counts as one.
+std::size_t text_width(std::string_view text);
+
+// `words` cut at blanks into lines of at most `width` characters; a longer word gets a line of its own.
+std::vector<std::string> wrap(std::string_view words, std::size_t width);
+
+// "a", "a and b", "a, b and c".
+std::string enumeration(const std::vector<std::string> &items, std::string_view last_separator = " and ");
+
+} // namespace zidlc
