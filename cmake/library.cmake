@@ -1,1 +1,34 @@
 # The library as programs link it.
+#   rib, rib_static   librib.so.1 and librib.a
+#   rib::core, rib::core_static   the library alone: the three platform functions are the program's to provide
+#   rib::rib, rib::rib_static     with the reference platform libraries: enough to link any program
+
+# Where the client library's objects are not part of the tree yet, the codec stands alone.
+set(rib_objects $<TARGET_OBJECTS:rib_codec>)
+if(TARGET rib_client)
+  list(APPEND rib_objects $<TARGET_OBJECTS:rib_client>)
+endif()
+
+add_library(rib SHARED ${rib_objects})
+add_library(rib_static STATIC ${rib_objects})
+set_target_properties(rib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 1 LINKER_LANGUAGE C EXPORT_NAME core)
+set_target_properties(rib_static PROPERTIES OUTPUT_NAME rib LINKER_LANGUAGE C EXPORT_NAME core_static)
+target_link_options(rib PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/librib.map)
+set_property(TARGET rib APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/librib.map)
+
+foreach(library rib rib_static)
+  target_include_directories(${library} INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/rib>)
+endforeach()
+add_library(rib::core ALIAS rib)
+add_library(rib::core_static ALIAS rib_static)
+
+add_library(rib_with_platform INTERFACE)
+target_link_libraries(rib_with_platform INTERFACE rib rib_platform)
+set_target_properties(rib_with_platform PROPERTIES EXPORT_NAME rib)
+add_library(rib::rib ALIAS rib_with_platform)
+
+add_library(rib_static_with_platform INTERFACE)
+target_link_libraries(rib_static_with_platform INTERFACE rib_static rib_platform)
+set_target_properties(rib_static_with_platform PROPERTIES EXPORT_NAME rib_static)
+add_library(rib::rib_static ALIAS rib_static_with_platform)

@@ -34,3 +34,12 @@ if(RIB_SANITIZE)
   add_compile_options(-fsanitize=${RIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${RIB_SANITIZE})
 endif()
+
+# What the library itself is built from: C++17 without the C++ runtime, everything hidden that is not marked.
+function(rib_library_objects target)
+  set_target_properties(${target} PROPERTIES
+    CXX_STANDARD 17 POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE rib_warnings)
+endfunction()

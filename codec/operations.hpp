@@ -1,0 +1,78 @@
+// The four operations as the exported functions call them, for any record type: they choose the writer, reset the
+// record, set out the context.
+
+#pragma once
+
+#include "codec/decode.hpp"
+#include "codec/duplicate.hpp"
+#include "codec/encode.hpp"
+#include "codec/release.hpp"
+
+namespace zidl
+{
+inline namespace ZIDL_VARIANT
+{
+
+template <class Record>
+ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                              uint32_t flags)
+{
+    const bool listing = nsegs != nullptr;
+    exact_writer out(buf, buflen, segs, listing ? *nsegs : 0, listing, flags);
+    out = encode(out, msg);
+    if (listing)
+        *nsegs = out.close();
+    return out.len();
+}
+
+// The fast writer serves every call whose buffer is known to suffice, by a cheap bound or else by the exact size.
+template <class Record>
+ZIDL_INLINE size_t encode_ext(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                              uint32_t flags)
+{
+    const bool borrow = shape<Record>::holds_bytes && (flags & ZIDL_ZERO_COPY) != 0;
+    if (ZIDL_LIKELY(nsegs == nullptr)) {
+        if (buflen == 0)
+            return encoded_size(msg, flags);
+        if (ZIDL_LIKELY(!borrow)) {
+            const size_t bound = encoded_bound(msg);
+            if (ZIDL_LIKELY(bound <= buflen) || (bound < absurd_size && encoded_size(msg, 0) <= buflen))
+                return static_cast<size_t>(encode(fast_writer{buf}, msg).pos - buf);
+        }
+    }
+    return encode_exact(msg, buf, buflen, segs, nsegs, flags);
+}
+
+template <class Record>
+ZIDL_INLINE int32_t decode_ext(Record &msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                               uint32_t flags)
+{
+    reset(msg);
+    if (len == 0)
+        return ZIDL_OK;
+    const uint8_t *const wide_end = len >= 8 ? buf + len - 8 : nullptr;
+    const decode_context context{alloc_fn, alloc_ctx, wide_end, (flags & ZIDL_ZERO_COPY) != 0};
+    return decode(msg, buf, buf + len, context);
+}
+
+template <class Record>
+ZIDL_INLINE int32_t duplicate(Record &dst, const Record &src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+{
+    copy_record(dst, src);
+    if constexpr (shape<Record>::owns_memory) {
+        copier mem(alloc_fn, alloc_ctx);
+        duplicate_owned(mem, dst, src);
+        return mem.status();
+    }
+    return ZIDL_OK;
+}
+
+template <class Record>
+ZIDL_INLINE void free_ext(Record &msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
+{
+    if constexpr (shape<Record>::owns_memory)
+        release(releaser{free_fn, free_ctx, (flags & ZIDL_ZERO_COPY) != 0}, msg);
+}
+
+} // namespace ZIDL_VARIANT
+} // namespace zidl

@@ -1,0 +1,82 @@
+// Presence bits. A record's last member holds one bit a field; the bits above the last field belong to nobody, and no
+// operation changes them in a record of the caller's.
+
+#pragma once
+
+#include "codec/wire.hpp"
+
+#include <type_traits>
+
+namespace zidl
+{
+inline namespace ZIDL_VARIANT
+{
+
+// What the generated code says of a record type, by specialisation.
+//   presence_words  presence words of the record, embedded records included
+//   fixed_bound     bytes that the encoding takes at most, strings, bytes and repeated members left out
+//   owns_memory     some member, here or below, points to memory
+//   holds_bytes     some member, here or below, is a bytes member
+template <class Record>
+struct shape;
+
+template <unsigned Bit, class Record>
+ZIDL_INLINE bool has(const Record &msg)
+{
+    return msg.presence >> Bit & 1;
+}
+
+template <unsigned Bit>
+constexpr uint64_t bit = uint64_t{1} << Bit;
+
+template <class Record>
+ZIDL_INLINE void clear_presence(Record &msg, uint64_t bits)
+{
+    msg.presence = static_cast<decltype(msg.presence)>(msg.presence & ~bits);
+}
+
+// Keeps the spare bits of a record's presence words, embedded records included, while the record is overwritten.
+// The generated each_presence visits the words, always in the same order.
+template <class Record>
+class spare_bits
+{
+public:
+    ZIDL_INLINE explicit spare_bits(const Record &msg)
+    {
+        unsigned i = 0;
+        each_presence(const_cast<Record &>(msg), [&](auto &word, uint64_t used) { kept_[i++] = word & ~used; });
+    }
+
+    // Puts the kept bits back beside the used bits that the record holds now.
+    ZIDL_INLINE void restore(Record &msg) const
+    {
+        unsigned i = 0;
+        each_presence(msg, [&](auto &word, uint64_t used) {
+            word = static_cast<std::remove_reference_t<decltype(word)>>((word & used) | kept_[i++]);
+        });
+    }
+
+private:
+    uint64_t kept_[shape<Record>::presence_words];
+};
+
+// All members absent, zero and null; nothing is released.
+template <class Record>
+ZIDL_INLINE void reset(Record &msg)
+{
+    const spare_bits<Record> spare(msg);
+    memset(&msg, 0, sizeof msg);
+    spare.restore(msg);
+}
+
+// The record as it stands, pointers shared.
+template <class Record>
+ZIDL_INLINE void copy_record(Record &dst, const Record &src)
+{
+    const spare_bits<Record> spare(dst);
+    memcpy(&dst, &src, sizeof dst);
+    spare.restore(dst);
+}
+
+} // namespace ZIDL_VARIANT
+} // namespace zidl

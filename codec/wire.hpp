@@ -1,0 +1,108 @@
+// The wire format's constants and its smallest pieces: tags, varint lengths, unaligned loads and stores.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// Everything below codec/ and messages/ lives in an inline namespace named after the instruction set it is compiled for,
+// so that one library can hold several builds of the same code.
+#ifndef ZIDL_VARIANT
+#define ZIDL_VARIANT baseline
+#endif
+
+#define ZIDL_INLINE inline __attribute__((always_inline))
+#define ZIDL_COLD __attribute__((noinline, cold))
+#define ZIDL_LIKELY(condition) __builtin_expect(!!(condition), 1)
+#define ZIDL_UNLIKELY(condition) __builtin_expect(!!(condition), 0)
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the fast paths load and store little-endian words");
+
+namespace zidl
+{
+inline namespace ZIDL_VARIANT
+{
+
+enum wire_type : uint32_t { varint = 0, fixed64 = 1, delimited = 2, fixed32 = 5 };
+
+constexpr uint32_t make_tag(uint32_t number, wire_type type)
+{
+    return number << 3 | type;
+}
+
+// Bytes that a varint of `value` takes: one for every seven bits begun.
+constexpr unsigned varint_size(uint64_t value)
+{
+    const unsigned top_bit = 63U - static_cast<unsigned>(__builtin_clzll(value | 1));
+    return (top_bit * 9 + 73) >> 6;
+}
+
+// Bytes of a varint that holds a tag or a length, at most.
+constexpr unsigned max_varint32_size = 5;
+constexpr unsigned max_varint64_size = 10;
+
+constexpr uint64_t continuation_bits = 0x8080808080808080;
+
+// The tag as it stands on the wire, first byte lowest. Schema numbers give tags of at most five bytes.
+constexpr uint64_t wire_tag(uint32_t tag)
+{
+    uint64_t wire = 0;
+    unsigned shift = 0;
+    for (; tag > 127; tag >>= 7, shift += 8)
+        wire |= static_cast<uint64_t>((tag & 127) | 128) << shift;
+    return wire | static_cast<uint64_t>(tag) << shift;
+}
+
+template <class Word>
+ZIDL_INLINE Word load(const uint8_t *src)
+{
+    Word word;
+    memcpy(&word, src, sizeof word);
+    return word;
+}
+
+template <class Word>
+ZIDL_INLINE void store(uint8_t *dst, Word word)
+{
+    memcpy(dst, &word, sizeof word);
+}
+
+// Eight groups of seven bits, one in the low bits of each byte, pushed together into 56 bits.
+ZIDL_INLINE uint64_t pack_groups(uint64_t bytes)
+{
+    bytes = (bytes & 0x007f007f007f007f) | (bytes & 0x7f007f007f007f00) >> 1;
+    bytes = (bytes & 0x00003fff00003fff) | (bytes & 0x3fff00003fff0000) >> 2;
+    return (bytes & 0x000000000fffffff) | (bytes & 0x0fffffff00000000) >> 4;
+}
+
+// The reverse: the low 56 bits of `value` dealt out into eight groups of seven bits.
+ZIDL_INLINE uint64_t spread_groups(uint64_t value)
+{
+    value = (value & 0x000000000fffffff) | (value & 0x00fffffff0000000) << 4;
+    value = (value & 0x00003fff00003fff) | (value & 0x0fffc0000fffc000) << 2;
+    return (value & 0x007f007f007f007f) | (value & 0x3f803f803f803f80) << 1;
+}
+
+// memcpy for the short lengths that names and addresses have: two overlapping words, exact at both ends.
+ZIDL_INLINE void copy_short(void *to, const void *from, size_t len)
+{
+    uint8_t *const dst = static_cast<uint8_t *>(to);
+    const uint8_t *const src = static_cast<const uint8_t *>(from);
+    if (len >= 8 && len <= 16) {
+        const uint64_t head = load<uint64_t>(src);
+        const uint64_t tail = load<uint64_t>(src + len - 8);
+        store(dst, head);
+        store(dst + len - 8, tail);
+    } else if (len >= 4 && len < 8) {
+        const uint32_t head = load<uint32_t>(src);
+        const uint32_t tail = load<uint32_t>(src + len - 4);
+        store(dst, head);
+        store(dst + len - 4, tail);
+    } else if (len != 0) {
+        memcpy(dst, src, len);
+    }
+}
+
+} // namespace ZIDL_VARIANT
+} // namespace zidl

@@ -1,0 +1,390 @@
+#include "tools/zidlc/emit_codec.hpp"
+
+#include "tools/zidlc/names.hpp"
+#include "tools/zidlc/printer.hpp"
+
+#include <algorithm>
+
+namespace zidlc
+{
+namespace
+{
+
+// How many of the fields declared next a decoder tests for before it asks the switch.
+constexpr size_t lookahead = 3;
+
+bool is_embedded(const field &f)
+{
+    return f.type == kind::message && !f.repeated;
+}
+
+std::string wire_type_name(const field &f)
+{
+    return f.wire_type == 0 ? "varint" : f.wire_type == 2 ? "delimited" : "fixed32";
+}
+
+// The kind as helper names carry it.
+std::string helper_kind(const field &f)
+{
+    if (f.repeated) {
+        switch (f.type) {
+        case kind::u8:
+            return "u8s";
+        case kind::u32:
+            return "u32s";
+        case kind::u64:
+            return "u64s";
+        case kind::bytes:
+            return "byte_blocks";
+        default:
+            return "messages";
+        }
+    }
+    switch (f.type) {
+    case kind::u8:
+        return "u8";
+    case kind::u32:
+        return "u32";
+    case kind::u64:
+        return "u64";
+    case kind::boolean:
+        return "bool";
+    case kind::fixed32:
+        return "fixed32";
+    case kind::string:
+        return "string";
+    case kind::bytes:
+        return "bytes";
+    case kind::message:
+        return "message";
+    }
+    return {};
+}
+
+// The member, and behind it the count or size that goes with it.
+std::string members(const field &f, const std::string &object)
+{
+    std::string text = object + '.' + f.name;
+    if (!f.count_name.empty())
+        text += ", " + object + '.' + f.count_name;
+    return text;
+}
+
+// Something for duplicate and release to do.
+bool owns_memory(const field &f)
+{
+    return is_pointer(f) || (is_embedded(f) && f.nested->owns_memory);
+}
+
+unsigned presence_words(const message &msg)
+{
+    unsigned words = 1;
+    for (const field &f : msg.fields) {
+        if (is_embedded(f))
+            words += presence_words(*f.nested);
+    }
+    return words;
+}
+
+void emit_shape(printer &out, const message &msg)
+{
+    out.line("template <>");
+    out.line("struct shape<{}> {{", record_type(msg));
+    out.line("    static constexpr unsigned presence_words = {};", presence_words(msg));
+    out.line("    static constexpr size_t fixed_bound = {};", msg.fixed_bound);
+    out.line("    static constexpr bool owns_memory = {};", msg.owns_memory);
+    out.line("    static constexpr bool holds_bytes = {};", msg.has_bytes);
+    out.line("}};");
+    out.line();
+}
+
+void emit_presence(printer &out, const message &msg)
+{
+    std::string words = "msg.presence";
+    out.line("template <class Visit>");
+    out.line("ZIDL_INLINE void each_presence({} &msg, const Visit &visit)", record_type(msg));
+    out.line("{{");
+    for (const field &f : msg.fields) {
+        if (!is_embedded(f))
+            continue;
+        out.line("    each_presence(msg.{}, visit);", f.name);
+        words += fmt::format(" | any_presence(msg.{})", f.name);
+    }
+    out.line("    visit(msg.presence, {:#x});", msg.presence_mask);
+    out.line("}}");
+    out.line();
+    out.line("ZIDL_INLINE uint64_t any_presence(const {} &msg)", record_type(msg));
+    out.line("{{");
+    out.line("    return {};", words);
+    out.line("}}");
+    out.line();
+}
+
+void emit_named_reset(printer &out, const message &msg)
+{
+    out.line("// The record as if nothing had been received; releases nothing.");
+    out.line("inline void {}({} &msg)", msg.reset_name, record_type(msg));
+    out.line("{{");
+    out.line("    const spare_bits<{}> spare(msg);", record_type(msg));
+    out.line("    memset(&msg, 0, sizeof msg);");
+    out.line("    spare.restore(msg);");
+    out.line("}}");
+    out.line();
+    out.line("template <>");
+    out.line("ZIDL_INLINE void reset({} &msg)", record_type(msg));
+    out.line("{{");
+    out.line("    {}(msg);", msg.reset_name);
+    out.line("}}");
+    out.line();
+}
+
+void add_encode_row(table &rows, const field &f)
+{
+    rows.add("encode_{}\t<{}>\t(out, has<{}>(msg),\t {});", helper_kind(f), f.number, f.bit, members(f, "msg"));
+}
+
+// Neighbouring embedded messages are mostly absent together: one test passes them all.
+std::string absent_test(std::vector<field>::const_iterator first, std::vector<field>::const_iterator last)
+{
+    uint64_t bits = 0;
+    std::string words;
+    for (auto f = first; f != last; ++f) {
+        bits |= uint64_t{1} << f->bit;
+        words += fmt::format(" | any_presence(msg.{})", f->name);
+    }
+    return fmt::format("(msg.presence & {:#x}){}", bits, words);
+}
+
+void emit_encode(printer &out, const message &msg)
+{
+    out.line("template <class Sink>");
+    out.line("Sink encode(Sink out, const {} &msg)", record_type(msg));
+    out.line("{{");
+    table rows;
+    for (auto f = msg.fields.begin(); f != msg.fields.end();) {
+        const auto last = std::find_if_not(f, msg.fields.end(), is_embedded);
+        if (last - f < 2) {
+            add_encode_row(rows, *f++);
+            continue;
+        }
+        out.block(std::exchange(rows, {}), "    ");
+        out.line("    if ({}) {{", absent_test(f, last));
+        for (; f != last; ++f)
+            add_encode_row(rows, *f);
+        out.block(std::exchange(rows, {}), "        ");
+        out.line("    }}");
+    }
+    out.block(rows, "    ");
+    out.line("    return out;");
+    out.line("}}");
+    out.line();
+}
+
+// The call that bounds a field of variable length.
+std::string bound_call(const field &f)
+{
+    if (is_embedded(f))
+        return fmt::format("variable_bound(msg.{})", f.name);
+    const bool by_count = f.type != kind::string && (!f.repeated ? f.type == kind::bytes : f.is_scalar());
+    return fmt::format("bound_{}<{}>(has<{}>(msg), {})", helper_kind(f), f.number, f.bit,
+                       by_count ? "msg." + f.count_name : members(f, "msg"));
+}
+
+void emit_bound(printer &out, const message &msg)
+{
+    out.line("inline size_t variable_bound(const {} &msg)", record_type(msg));
+    out.line("{{");
+    out.line("    size_t bound = 0;");
+    for (const field &f : msg.fields) {
+        if (owns_memory(f))
+            out.line("    bound += {};", bound_call(f));
+    }
+    out.line("    return bound;");
+    out.line("}}");
+    out.line();
+}
+
+std::string read_call(const field &f)
+{
+    if (f.repeated)
+        return fmt::format("in.{}<{}>({}, seen & bit<{}>)", helper_kind(f), f.number, members(f, "msg"), f.bit);
+    switch (f.type) {
+    case kind::boolean:
+        return fmt::format("in.boolean(msg.{})", f.name);
+    case kind::fixed32:
+        return fmt::format("in.fixed(msg.{})", f.name);
+    case kind::string:
+    case kind::bytes:
+    case kind::message:
+        return fmt::format("in.{}({}, seen & bit<{}>)", helper_kind(f), members(f, "msg"), f.bit);
+    default:
+        return fmt::format("in.{}(msg.{})", helper_kind(f), f.name);
+    }
+}
+
+// The fields that likely come behind one.
+std::string predictions(const message &msg, size_t index)
+{
+    std::string tests;
+    for (size_t next = index + 1; next < msg.fields.size() && next <= index + lookahead; ++next)
+        tests += fmt::format("ZIDL_THEN({}, {}); ", msg.fields[next].number, wire_type_name(msg.fields[next]));
+    return tests;
+}
+
+std::string field_numbers(const message &msg)
+{
+    std::string numbers;
+    for (const field &f : msg.fields)
+        numbers += (numbers.empty() ? "" : ", ") + std::to_string(f.number);
+    return numbers;
+}
+
+void emit_decode(printer &out, const message &msg)
+{
+    table rows;
+    for (size_t i = 0; i < msg.fields.size(); ++i) {
+        const field &f = msg.fields[i];
+        rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, wire_type_name(f), f.bit, read_call(f),
+                 predictions(msg, i));
+    }
+    out.line("inline int32_t decode({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)",
+             record_type(msg));
+    out.line("{{");
+    out.line("    reader in(pos, end, context);");
+    out.line("    uint64_t seen = 0;");
+    out.line("    while (in.next_tag()) {{");
+    out.line("        switch (in.tag()) {{");
+    out.block(rows, "        ");
+    out.line("        default:");
+    out.line("            if (in.unknown(is_one_of<{}>(in.tag() >> 3)))", field_numbers(msg));
+    out.line("                continue;");
+    out.line("        }}");
+    out.line("        break; // the value could not be read");
+    out.line("    }}");
+    out.line("    msg.presence = static_cast<{}>(msg.presence | seen);", presence_type(msg));
+    out.line("    return in.status();");
+    out.line("}}");
+    out.line();
+}
+
+void emit_duplicate(printer &out, const message &msg)
+{
+    table rows;
+    for (const field &f : msg.fields) {
+        if (is_embedded(f) && f.nested->owns_memory)
+            rows.add("duplicate_owned\t(mem,\t dst.{},\t src.{});", f.name, f.name);
+        else if (owns_memory(f))
+            rows.add("mem.{}\t<{}>(dst,\t {},\t src.{});", f.repeated && f.is_scalar() ? "array" : helper_kind(f),
+                     f.bit, members(f, "dst"), f.name);
+    }
+    out.line("// What `dst` shares with `src` becomes its own.");
+    out.line("inline void duplicate_owned(copier &mem, {0} &dst, const {0} &src)", record_type(msg));
+    out.line("{{");
+    out.block(rows, "    ");
+    out.line("}}");
+    out.line();
+}
+
+void emit_release(printer &out, const message &msg)
+{
+    table rows;
+    for (const field &f : msg.fields) {
+        if (is_embedded(f) && f.nested->owns_memory)
+            rows.add("release\t(mem, msg.{});", f.name);
+        else if (f.repeated && !f.is_scalar())
+            rows.add("mem.{}\t({});", helper_kind(f), members(f, "msg"));
+        else if (owns_memory(f))
+            rows.add("mem.{}\t(msg.{});", f.repeated ? "array" : helper_kind(f), f.name);
+    }
+    out.line("inline void release(const releaser &mem, {} &msg)", record_type(msg));
+    out.line("{{");
+    out.block(rows, "    ");
+    out.line("}}");
+    out.line();
+}
+
+void emit_message(printer &out, const message &msg)
+{
+    out.line("// {}", msg.name);
+    out.line();
+    emit_shape(out, msg);
+    emit_presence(out, msg);
+    if (!msg.reset_name.empty())
+        emit_named_reset(out, msg);
+    emit_encode(out, msg);
+    if (msg.owns_memory)
+        emit_bound(out, msg);
+    emit_decode(out, msg);
+    if (msg.owns_memory) {
+        emit_duplicate(out, msg);
+        emit_release(out, msg);
+    }
+}
+
+// One call of the operation that all types share, with a neutral value for every argument that this type leaves out.
+void emit_exported(printer &out, const operation &exported, const std::string &call)
+{
+    out.line("{}", exported.prototype());
+    out.line("{{");
+    out.line("    {}zidl::{};", exported.result == "void" ? "" : "return ", call);
+    out.line("}}");
+    out.line();
+}
+
+void emit_exports(printer &out, const message &msg)
+{
+    const omissions &omit = msg.omit;
+    emit_exported(out, encode_operation(msg),
+                  fmt::format("encode_ext(*msg, buf, buflen, segs, nsegs, {})", omit.encode_flags ? "0" : "flags"));
+    emit_exported(out, decode_operation(msg),
+                  fmt::format("decode_ext(*msg, buf, len, {}, {})",
+                              omit.decode_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx",
+                              omit.decode_flags ? "0" : "flags"));
+    emit_exported(
+        out, duplicate_operation(msg),
+        fmt::format("duplicate(*dst, *src, {})", omit.duplicate_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx"));
+    emit_exported(out, release_operation(msg), "free_ext(*msg, free_fn, free_ctx, flags)");
+}
+
+} // namespace
+
+std::string emit_codec_header(const group &source)
+{
+    printer out;
+    out.line("// {}", generated_line(source.source));
+    out.line();
+    out.line("#pragma once");
+    out.line();
+    out.line("#include \"codec/operations.hpp\"");
+    out.line("#include \"{}\"", header_path(source.name));
+    for (const std::string &used : source.uses)
+        out.line("#include \"{}\"", codec_header_path(used));
+    out.line();
+    out.line("namespace zidl");
+    out.line("{{");
+    out.line("inline namespace ZIDL_VARIANT");
+    out.line("{{");
+    out.line();
+    for (const auto &msg : source.messages)
+        emit_message(out, *msg);
+    out.line("}} // namespace ZIDL_VARIANT");
+    out.line("}} // namespace zidl");
+    return out.take();
+}
+
+std::string emit_codec_source(const group &source)
+{
+    printer out;
+    out.line("// {}", generated_line(source.source));
+    out.line();
+    out.line("#include \"{}\"", codec_header_path(source.name));
+    for (const auto &msg : source.messages) {
+        out.line();
+        out.line("// {}", msg->name);
+        out.line();
+        emit_exports(out, *msg);
+    }
+    return out.take();
+}
+
+} // namespace zidlc
