@@ -1,0 +1,13 @@
+/* Everything of librib: the 76 message types and the client library. */
+
+#ifndef RIB_H
+#define RIB_H
+
+#include "codec/zidl.h"
+#include "ip/rib/lib/src/rib_lib.h"
+#include "messages/ip_rib.h"
+#include "messages/ip_rib_srv6.h"
+#include "messages/rib_common.h"
+#include "messages/rib_encap.h"
+
+#endif
