@@ -103,19 +103,17 @@ ZIDL_INLINE const uint8_t *skip_varint(const uint8_t *pos, const uint8_t *end, c
     return parse_varint_bytewise<uint64_t>(pos, end).next;
 }
 
-// Skips the value of an unknown field: the position behind it, or null and the reason in `status`. A fixed or
-// delimited value that runs past the end ends the message, and that is no failure: deliberately lenient.
-ZIDL_COLD inline const uint8_t *skip_value(uint32_t tag, const uint8_t *pos, const uint8_t *end, int32_t &status)
+// Skips the value of an unknown field: the position behind it, or null and the reason. A fixed or delimited value that
+// runs past the end ends the message, and that is no failure: deliberately lenient.
+ZIDL_COLD inline parsed<int32_t> skip_value(uint32_t tag, const uint8_t *pos, const uint8_t *end)
 {
     size_t len = 0;
     switch (tag & 7) {
     case varint:
     case delimited: {
         const auto value = parse_varint_bytewise<uint32_t>(pos, end);
-        if (value.next == nullptr) {
-            status = ZIDL_ERR_MALFORMED;
-            return nullptr;
-        }
+        if (value.next == nullptr)
+            return {nullptr, ZIDL_ERR_MALFORMED};
         pos = value.next;
         len = (tag & 7) == delimited ? value.value : 0;
         break;
@@ -127,10 +125,9 @@ ZIDL_COLD inline const uint8_t *skip_value(uint32_t tag, const uint8_t *pos, con
         len = 4;
         break;
     default:
-        status = ZIDL_ERR_WIRE_TYPE;
-        return nullptr;
+        return {nullptr, ZIDL_ERR_WIRE_TYPE};
     }
-    return len > static_cast<size_t>(end - pos) ? end : pos + len;
+    return {len > static_cast<size_t>(end - pos) ? end : pos + len, ZIDL_OK};
 }
 
 // Whether a field number is one of the schema's; the compiler turns the list into a bit test.
@@ -140,6 +137,7 @@ constexpr bool is_one_of(uint32_t number)
     return ((number == Numbers) || ...);
 }
 
+// Lives in registers: nothing out of line may see its address.
 class reader
 {
 public:
@@ -188,8 +186,11 @@ public:
     {
         if (known_number)
             return fail(ZIDL_ERR_FIELD_TYPE);
-        pos_ = skip_value(tag_, pos_, end_, status_);
-        return pos_ != nullptr;
+        const auto skipped = skip_value(tag_, pos_, end_);
+        if (skipped.next == nullptr)
+            return fail(skipped.value);
+        pos_ = skipped.next;
+        return true;
     }
 
     ZIDL_INLINE bool u32(uint32_t &member) { return read_varint(member); }

@@ -505,7 +505,7 @@ ZIDL_INLINE size_t bound_messages(bool present, const Record *array, uint32_t co
     size_t bound = present ? size_t{count} * (max_header_size<Number> + shape<Record>::fixed_bound) : 0;
     if constexpr (shape<Record>::owns_memory) {
         for (uint32_t i = 0; present && i < count && bound < absurd_size; ++i)
-            bound += variable_bound(array[i]);
+            bound += shape<Record>::variable_bound(array[i]);
     }
     return bound;
 }
@@ -514,7 +514,7 @@ template <class Record>
 size_t encoded_bound(const Record &msg)
 {
     if constexpr (shape<Record>::owns_memory)
-        return shape<Record>::fixed_bound + variable_bound(msg);
+        return shape<Record>::fixed_bound + shape<Record>::variable_bound(msg);
     else
         return shape<Record>::fixed_bound;
 }

@@ -17,6 +17,7 @@ inline namespace ZIDL_VARIANT
 //   fixed_bound     bytes that the encoding takes at most, strings, bytes and repeated members left out
 //   owns_memory     some member, here or below, points to memory
 //   holds_bytes     some member, here or below, is a bytes member
+//   variable_bound  bytes that strings, bytes and repeated members add at most; where there is one that owns memory
 template <class Record>
 struct shape;
 
@@ -33,6 +34,16 @@ template <class Record>
 ZIDL_INLINE void clear_presence(Record &msg, uint64_t bits)
 {
     msg.presence = static_cast<decltype(msg.presence)>(msg.presence & ~bits);
+}
+
+// Non-zero when some member, here or in an embedded record, is present: the message may have content then. Spare bits
+// count too, so that a zero is certain and anything else is not.
+template <class Record>
+ZIDL_INLINE uint64_t any_presence(const Record &msg)
+{
+    uint64_t any = 0;
+    each_presence(const_cast<Record &>(msg), [&](const auto &word, uint64_t) { any |= word; });
+    return any;
 }
 
 // Keeps the spare bits of a record's presence words, embedded records included, while the record is overwritten.

@@ -86,6 +86,31 @@ unsigned presence_words(const message &msg)
     return words;
 }
 
+// The call that bounds a field of variable length.
+std::string bound_call(const field &f)
+{
+    if (is_embedded(f))
+        return fmt::format("shape<{}>::variable_bound(msg.{})", record_type(*f.nested), f.name);
+    const bool by_count = f.type != kind::string && (!f.repeated ? f.type == kind::bytes : f.is_scalar());
+    return fmt::format("bound_{}<{}>(has<{}>(msg), {})", helper_kind(f), f.number, f.bit,
+                       by_count ? "msg." + f.count_name : members(f, "msg"));
+}
+
+// What strings, bytes and repeated members add at most.
+void emit_variable_bound(printer &out, const message &msg)
+{
+    out.line();
+    out.line("    static size_t variable_bound(const {} &msg)", record_type(msg));
+    out.line("    {{");
+    out.line("        size_t bound = 0;");
+    for (const field &f : msg.fields) {
+        if (owns_memory(f))
+            out.line("        bound += {};", bound_call(f));
+    }
+    out.line("        return bound;");
+    out.line("    }}");
+}
+
 void emit_shape(printer &out, const message &msg)
 {
     out.line("template <>");
@@ -94,28 +119,22 @@ void emit_shape(printer &out, const message &msg)
     out.line("    static constexpr size_t fixed_bound = {};", msg.fixed_bound);
     out.line("    static constexpr bool owns_memory = {};", msg.owns_memory);
     out.line("    static constexpr bool holds_bytes = {};", msg.has_bytes);
+    if (msg.owns_memory)
+        emit_variable_bound(out, msg);
     out.line("}};");
     out.line();
 }
 
 void emit_presence(printer &out, const message &msg)
 {
-    std::string words = "msg.presence";
     out.line("template <class Visit>");
     out.line("ZIDL_INLINE void each_presence({} &msg, const Visit &visit)", record_type(msg));
     out.line("{{");
     for (const field &f : msg.fields) {
-        if (!is_embedded(f))
-            continue;
-        out.line("    each_presence(msg.{}, visit);", f.name);
-        words += fmt::format(" | any_presence(msg.{})", f.name);
+        if (is_embedded(f))
+            out.line("    each_presence(msg.{}, visit);", f.name);
     }
     out.line("    visit(msg.presence, {:#x});", msg.presence_mask);
-    out.line("}}");
-    out.line();
-    out.line("ZIDL_INLINE uint64_t any_presence(const {} &msg)", record_type(msg));
-    out.line("{{");
-    out.line("    return {};", words);
     out.line("}}");
     out.line();
 }
@@ -176,30 +195,6 @@ void emit_encode(printer &out, const message &msg)
     }
     out.block(rows, "    ");
     out.line("    return out;");
-    out.line("}}");
-    out.line();
-}
-
-// The call that bounds a field of variable length.
-std::string bound_call(const field &f)
-{
-    if (is_embedded(f))
-        return fmt::format("variable_bound(msg.{})", f.name);
-    const bool by_count = f.type != kind::string && (!f.repeated ? f.type == kind::bytes : f.is_scalar());
-    return fmt::format("bound_{}<{}>(has<{}>(msg), {})", helper_kind(f), f.number, f.bit,
-                       by_count ? "msg." + f.count_name : members(f, "msg"));
-}
-
-void emit_bound(printer &out, const message &msg)
-{
-    out.line("inline size_t variable_bound(const {} &msg)", record_type(msg));
-    out.line("{{");
-    out.line("    size_t bound = 0;");
-    for (const field &f : msg.fields) {
-        if (owns_memory(f))
-            out.line("    bound += {};", bound_call(f));
-    }
-    out.line("    return bound;");
     out.line("}}");
     out.line();
 }
@@ -312,8 +307,6 @@ void emit_message(printer &out, const message &msg)
     if (!msg.reset_name.empty())
         emit_named_reset(out, msg);
     emit_encode(out, msg);
-    if (msg.owns_memory)
-        emit_bound(out, msg);
     emit_decode(out, msg);
     if (msg.owns_memory) {
         emit_duplicate(out, msg);
