@@ -1,0 +1,119 @@
+// See test_arena.hpp.
+
+#include "tests/messages/test_arena.hpp"
+
+#include "tests/messages/guarded_buffer.hpp"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define RIB_TEST_WITH_ASAN
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define RIB_TEST_WITH_ASAN
+#endif
+#endif
+
+#ifdef RIB_TEST_WITH_ASAN
+#include <sanitizer/asan_interface.h>
+#endif
+
+namespace
+{
+
+constexpr size_t ALIGNMENT = 16;
+constexpr size_t RED_ZONE = 16;
+constexpr size_t FIRST_BLOCK = 64;
+
+size_t aligned(size_t offset)
+{
+    return (offset + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT;
+}
+
+void close_memory([[maybe_unused]] const uint8_t *start, [[maybe_unused]] size_t size)
+{
+#ifdef RIB_TEST_WITH_ASAN
+    ASAN_POISON_MEMORY_REGION(start, size);
+#endif
+}
+
+void open_memory([[maybe_unused]] const uint8_t *start, [[maybe_unused]] size_t size)
+{
+#ifdef RIB_TEST_WITH_ASAN
+    ASAN_UNPOISON_MEMORY_REGION(start, size);
+#endif
+}
+
+} // namespace
+
+test_arena::test_arena(size_t capacity) : capacity_(capacity), memory_(new uint8_t[capacity]), used_(capacity)
+{
+    reset();
+}
+
+test_arena::~test_arena()
+{
+    open_memory(memory_.get(), capacity_);
+}
+
+void test_arena::reset(size_t failing)
+{
+    open_memory(memory_.get(), used_);
+    std::memset(memory_.get(), UNTOUCHED, used_);
+    close_memory(memory_.get(), used_);
+    used_ = FIRST_BLOCK + RED_ZONE;
+    failing_ = failing;
+    blocks_.clear();
+    requests_.clear();
+    releases_.clear();
+}
+
+void *test_arena::allocate(size_t size)
+{
+    const size_t number = requests_.size();
+    const size_t offset = aligned(used_);
+    requests_.push_back(size);
+    if (number == failing_ || size > capacity_ || capacity_ - size < offset + 2 * RED_ZONE)
+        return nullptr;
+    used_ = offset + size + 2 * RED_ZONE;
+    blocks_.push_back({offset, size});
+    open_memory(memory_.get() + offset, size);
+    return memory_.get() + offset;
+}
+
+void *test_arena::allocate_from(size_t size, void *arena)
+{
+    return static_cast<test_arena *>(arena)->allocate(size);
+}
+
+void test_arena::note_release(void *block, void *arena)
+{
+    auto *self = static_cast<test_arena *>(arena);
+    self->releases_.push_back(self->offset_of(block));
+}
+
+bool test_arena::owns(const void *pointer) const
+{
+    return offset_of(pointer) < capacity_;
+}
+
+size_t test_arena::offset_of(const void *pointer) const
+{
+    return reinterpret_cast<uintptr_t>(pointer) - reinterpret_cast<uintptr_t>(memory_.get());
+}
+
+bool test_arena::red_zones_are_intact()
+{
+    open_memory(memory_.get(), used_);
+    const uint8_t *at = memory_.get();
+    const auto untouched = [&at](const uint8_t *end) {
+        for (; at < end; ++at)
+            if (*at != UNTOUCHED)
+                return false;
+        return true;
+    };
+    for (const block &each : blocks_) {
+        if (!untouched(memory_.get() + each.offset))
+            return false;
+        at += each.size;
+    }
+    return untouched(memory_.get() + used_);
+}
