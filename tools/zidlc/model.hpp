@@ -54,7 +54,7 @@ struct message {
     std::vector<std::string> comment; // the lines above the message, without the mark
     std::vector<field> fields;        // in declaration order
     omissions omit;
-    std::string reset_name; // of the function that resets the record, where it carries one of its own; else empty
+    std::string reset_name;     // of the function that resets the record, where it carries one of its own; else empty
     unsigned presence_bits = 8; // width of the presence word: 8, 16, 32 or 64
     uint64_t presence_mask = 0; // the bits that fields use
     bool has_bytes = false;     // a bytes member, here or below: flags matter

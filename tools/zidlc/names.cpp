@@ -125,8 +125,8 @@ constexpr std::array c_words = {
 };
 
 constexpr std::array language_words = {
-    "by",  "bytes",    "counted", "fixed32", "group", "message", "of",         "omit", "order",
-    "out", "repeated", "string",  "u32",     "u64",   "u8",      "unassigned", "use",
+    "by",  "bytes",    "counted", "fixed32", "group", "message", "of", "omit",       "order",
+    "out", "repeated", "reset",   "string",  "u32",   "u64",     "u8", "unassigned", "use",
 };
 
 // Files of these names are the compiler's own: messages/descriptors.hpp, docs/messages/README.md.
@@ -307,6 +307,12 @@ std::vector<std::string> c_identifiers(const message &m)
     return names;
 }
 
+const std::vector<std::string> &shared_c_identifiers()
+{
+    static const std::vector<std::string> names = {"zidl_alloc_fn", "zidl_bytes", "zidl_free_fn", "zidl_segment"};
+    return names;
+}
+
 std::string header_path(std::string_view group)
 {
     return file_name("messages", group, "h");
@@ -335,6 +341,11 @@ std::string manual_path(std::string_view group)
 std::string source_path(std::string_view group)
 {
     return file_name("schema", group, "zidl");
+}
+
+std::string proto_package()
+{
+    return "zidl.proto";
 }
 
 std::string include_guard(std::string_view path)

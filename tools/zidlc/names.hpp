@@ -47,6 +47,9 @@ std::vector<std::string> member_names(const field &f);
 // Every C identifier with external or file scope that a message brings into the world.
 std::vector<std::string> c_identifiers(const message &m);
 
+// Those of codec/zidl.h.
+const std::vector<std::string> &shared_c_identifiers();
+
 // Files, relative to the root of the tree. Includes are written with the same paths.
 std::string header_path(std::string_view group);       // messages/rib_common.h
 std::string codec_header_path(std::string_view group); // messages/rib_common.hpp
@@ -54,6 +57,7 @@ std::string codec_source_path(std::string_view group); // messages/rib_common.cp
 std::string proto_path(std::string_view group);        // proto/rib_common.proto
 std::string manual_path(std::string_view group);       // docs/messages/rib_common.md
 std::string source_path(std::string_view group);       // schema/rib_common.zidl
+std::string proto_package();                           // zidl.proto: apart from the library's own namespace
 std::string include_guard(std::string_view path);      // MESSAGES_RIB_COMMON_H
 
 // The first line of every generated file, without the comment mark.

@@ -25,32 +25,32 @@ std::size_t text_width(std::string_view text)
     return width;
 }
 
-void table::add_row(const std::string &row)
+void table::add_row(const std::string &text)
 {
-    std::vector<std::string> cells;
+    row added;
     std::size_t start = 0;
-    for (std::size_t tab = row.find('\t'); tab != std::string::npos; tab = row.find('\t', start)) {
-        cells.push_back(row.substr(start, tab - start));
+    for (std::size_t tab = text.find('\t'); tab != std::string::npos; tab = text.find('\t', start)) {
+        added.cells.push_back(text.substr(start, tab - start));
         start = tab + 1;
     }
-    cells.push_back(row.substr(start));
-    rows_.push_back(std::move(cells));
+    added.cells.push_back(text.substr(start));
+    rows_.push_back(std::move(added));
 }
 
 std::vector<std::string> table::lines() const
 {
     std::vector<std::size_t> widths;
-    for (const auto &cells : rows_) {
-        widths.resize(std::max(widths.size(), cells.size()));
-        for (std::size_t i = 0; i < cells.size(); ++i)
-            widths[i] = std::max(widths[i], text_width(cells[i]));
+    for (const row &each : rows_) {
+        widths.resize(std::max(widths.size(), each.cells.size()));
+        for (std::size_t i = 0; i < each.cells.size(); ++i)
+            widths[i] = std::max(widths[i], text_width(each.cells[i]));
     }
 
     std::vector<std::string> lines;
-    for (const auto &cells : rows_) {
-        std::string line;
-        for (std::size_t i = 0; i < cells.size(); ++i)
-            line += cells[i] + std::string(widths[i] - text_width(cells[i]), ' ');
+    for (const row &each : rows_) {
+        std::string line = each.line;
+        for (std::size_t i = 0; i < each.cells.size(); ++i)
+            line += each.cells[i] + std::string(widths[i] - text_width(each.cells[i]), ' ');
         trim_end(line);
         lines.push_back(std::move(line));
     }

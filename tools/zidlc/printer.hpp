@@ -25,8 +25,8 @@ public:
         add_row(fmt::format(text, std::forward<Args>(args)...));
     }
 
-    // An empty row: a blank line between aligned rows.
-    void add() { rows_.emplace_back(); }
+    // A line among the rows that takes no part in their columns.
+    void add_line(std::string line) { rows_.push_back({{}, std::move(line)}); }
 
     bool empty() const { return rows_.empty(); }
 
@@ -34,9 +34,14 @@ public:
     std::vector<std::string> lines() const;
 
 private:
-    void add_row(const std::string &row);
+    struct row {
+        std::vector<std::string> cells;
+        std::string line; // instead of cells
+    };
 
-    std::vector<std::vector<std::string>> rows_;
+    void add_row(const std::string &text);
+
+    std::vector<row> rows_;
 };
 
 class printer

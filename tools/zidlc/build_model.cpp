@@ -1,0 +1,460 @@
+// From syntax trees to the checked model: all rules of the language and all derived facts.
+
+#include "tools/zidlc/build_model.hpp"
+
+#include "tools/zidlc/names.hpp"
+#include "tools/zidlc/numbering.hpp"
+#include "tools/zidlc/printer.hpp"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <set>
+#include <utility>
+
+namespace zidlc
+{
+
+namespace
+{
+
+constexpr std::size_t most_fields = 64; // the widest presence word
+
+std::optional<kind> scalar_or_block(std::string_view name)
+{
+    static constexpr std::array<std::pair<std::string_view, kind>, 7> kinds = {{
+        {"u8", kind::u8},
+        {"u32", kind::u32},
+        {"u64", kind::u64},
+        {"bool", kind::boolean},
+        {"fixed32", kind::fixed32},
+        {"string", kind::string},
+        {"bytes", kind::bytes},
+    }};
+    const auto found = std::find_if(kinds.begin(), kinds.end(), [&](const auto &each) { return each.first == name; });
+    return found == kinds.end() ? std::nullopt : std::optional(found->second);
+}
+
+unsigned wire_type_of(kind type)
+{
+    switch (type) {
+    case kind::fixed32:
+        return 5;
+    case kind::string:
+    case kind::bytes:
+    case kind::message:
+        return 2;
+    default:
+        return 0;
+    }
+}
+
+unsigned varint_size(uint64_t value)
+{
+    unsigned size = 1;
+    for (; value > 127; value >>= 7)
+        ++size;
+    return size;
+}
+
+// The most bytes that a value takes on the wire.
+unsigned scalar_bound(kind type)
+{
+    switch (type) {
+    case kind::u8:
+        return varint_size(UINT8_MAX);
+    case kind::boolean:
+        return 1;
+    case kind::fixed32:
+        return 4;
+    case kind::u64:
+        return varint_size(UINT64_MAX);
+    default:
+        return varint_size(UINT32_MAX);
+    }
+}
+
+// An embedded message with its tag and length. The length of a variable one can take any size.
+uint64_t embedded_bound(const field &f)
+{
+    const unsigned length_size = varint_size(f.nested->is_variable ? UINT32_MAX : f.nested->fixed_bound);
+    return f.tag_size + length_size + f.nested->fixed_bound;
+}
+
+uint64_t fixed_bound(const field &f)
+{
+    if (is_pointer(f))
+        return 0;
+    return f.nested ? embedded_bound(f) : f.tag_size + scalar_bound(f.type);
+}
+
+bool holds_bytes(const field &f)
+{
+    return f.type == kind::bytes || (f.nested && f.nested->has_bytes);
+}
+
+bool owns_memory(const field &f)
+{
+    return is_pointer(f) || (f.nested && f.nested->owns_memory);
+}
+
+unsigned presence_width(std::size_t fields)
+{
+    for (const unsigned width : {8u, 16u, 32u}) {
+        if (fields <= width)
+            return width;
+    }
+    return 64;
+}
+
+void derive(field &f)
+{
+    f.wire_type = wire_type_of(f.type);
+    f.tag = f.number << 3 | f.wire_type;
+    f.tag_size = varint_size(f.tag);
+}
+
+void derive(message &m)
+{
+    m.presence_bits = presence_width(m.fields.size());
+    for (const field &f : m.fields) {
+        m.presence_mask |= uint64_t{1} << f.bit;
+        m.has_bytes |= holds_bytes(f);
+        m.owns_memory |= owns_memory(f);
+        m.fixed_bound += fixed_bound(f);
+    }
+    m.is_variable = m.owns_memory;
+}
+
+class builder
+{
+public:
+    builder(const std::vector<std::unique_ptr<schema_file>> &files, diagnostics &errors)
+        : files_(files), errors_(errors)
+    {
+    }
+
+    model build()
+    {
+        for (const auto &file : files_)
+            declare(*file);
+        for (draft *each : in_order_)
+            complete(*each);
+        check_c_identifiers();
+        collect_holders();
+        return std::move(model_);
+    }
+
+private:
+    // A message on its way from the tree to the model.
+    struct draft {
+        const schema_file *file = nullptr;
+        const message_syntax *syntax = nullptr;
+        group *home = nullptr;
+        std::unique_ptr<message> unfinished;
+        message *finished = nullptr; // lives in its group
+        bool is_open = false;        // its types are being completed
+    };
+
+    void declare(const schema_file &file)
+    {
+        auto home = std::make_unique<group>();
+        home->name = file.tree.group.text;
+        home->source = source_path(home->name);
+        home->comment = file.tree.comment;
+        home->requested = file.requested;
+        for (const schema_file *used : file.uses)
+            home->uses.push_back(used->tree.group.text);
+        check_group_name(file);
+        for (const message_syntax &m : file.tree.messages)
+            declare(file, m, *home);
+        model_.groups.push_back(std::move(home));
+    }
+
+    void check_group_name(const schema_file &file)
+    {
+        const name_syntax &name = file.tree.group;
+        const std::filesystem::path path = file.source.path;
+        check_name(name, "group", objection_to_group(name.text));
+        if (path.stem() != name.text)
+            errors_.error(name.where, "the file of group '{0}' is called {0}.zidl, not {1}", name.text,
+                          path.filename().string());
+    }
+
+    void check_name(const name_syntax &name, std::string_view what, const std::string &special_objection)
+    {
+        const std::string objection = objection_to_name(name.text);
+        if (!objection.empty() || !special_objection.empty())
+            errors_.error(name.where, "'{}' cannot name a {}: {}", name.text, what,
+                          objection.empty() ? special_objection : objection);
+    }
+
+    void declare(const schema_file &file, const message_syntax &m, group &home)
+    {
+        check_name(m.name, "message", "");
+        const auto [known, is_new] = drafts_.try_emplace(m.name.text);
+        draft &each = known->second;
+        if (!is_new) {
+            errors_.error(m.name.where, "message '{}' is declared already, in group '{}'", m.name.text,
+                          each.home->name);
+            return;
+        }
+        each.file = &file;
+        each.syntax = &m;
+        each.home = &home;
+        in_order_.push_back(&each);
+    }
+
+    // Makes the messages that `d` holds, then `d` itself, so that a message stands after what it holds.
+    const message *complete(draft &d)
+    {
+        if (d.finished)
+            return d.finished;
+        d.is_open = true;
+        open_.push_back(&d);
+        d.unfinished = std::make_unique<message>();
+        message &m = *d.unfinished;
+        m.name = d.syntax->name.text;
+        m.group = d.home->name;
+        m.comment = d.syntax->comment;
+        set_reset_name(*d.syntax, m);
+        check_numbering(*d.syntax, errors_);
+        add_rows(d, m);
+        check_members(*d.syntax, m);
+        derive(m);
+        add_omissions(*d.syntax, m);
+        open_.pop_back();
+        d.is_open = false;
+        d.finished = &m;
+        d.home->messages.push_back(std::move(d.unfinished));
+        return d.finished;
+    }
+
+    void set_reset_name(const message_syntax &syntax, message &m)
+    {
+        if (!syntax.reset)
+            return;
+        m.reset_name = syntax.reset->text;
+        check_name(*syntax.reset, "function", "");
+        if (!reset_names_.insert(m.reset_name).second)
+            errors_.error(syntax.reset->where, "another message has the reset function '{}' already", m.reset_name);
+    }
+
+    void add_rows(const draft &d, message &m)
+    {
+        for (const auto &row : d.syntax->rows) {
+            if (const auto *u = std::get_if<unassigned_syntax>(&row))
+                m.unassigned.push_back({u->first.value, u->last.value, u->comment});
+            else
+                add_field(d, std::get<field_syntax>(row), m);
+        }
+        if (m.fields.empty())
+            errors_.error(d.syntax->name.where, "message '{}' has no field", m.name);
+    }
+
+    void add_field(const draft &d, const field_syntax &syntax, message &m)
+    {
+        if (m.fields.size() == most_fields)
+            errors_.error(syntax.name.where, "message '{}' has more than {} fields", m.name, most_fields);
+        if (m.fields.size() >= most_fields)
+            return;
+        field f;
+        f.name = syntax.name.text;
+        f.comment = syntax.comment;
+        f.comment_above = syntax.comment_above;
+        f.number = syntax.number.value;
+        f.bit = static_cast<unsigned>(m.fields.size());
+        f.repeated = syntax.repeated.has_value();
+        f.out_of_order = syntax.out_of_order.has_value();
+        set_type(d, syntax, f);
+        f.count_name = count_name(syntax, f);
+        derive(f);
+        m.fields.push_back(std::move(f));
+    }
+
+    void set_type(const draft &d, const field_syntax &syntax, field &f)
+    {
+        if (const auto simple = scalar_or_block(syntax.type.text)) {
+            f.type = *simple;
+            if (f.repeated && f.type == kind::string)
+                errors_.error(syntax.type.where, "strings do not repeat: use 'repeated bytes'");
+        } else if (const message *nested = nested_message(d, syntax.type)) {
+            f.type = kind::message;
+            f.nested = nested;
+        }
+    }
+
+    const message *nested_message(const draft &d, const name_syntax &type)
+    {
+        const auto found = drafts_.find(type.text);
+        if (found == drafts_.end()) {
+            errors_.error(type.where, "unknown type '{}'", type.text);
+            return nullptr;
+        }
+        draft &nested = found->second;
+        if (!is_visible(nested, *d.file)) {
+            errors_.error(type.where, "type '{0}' belongs to group '{1}': say 'use {1};'", type.text,
+                          nested.home->name);
+            return nullptr;
+        }
+        if (nested.is_open) {
+            errors_.error(type.where, "{}", cycle(nested));
+            return nullptr;
+        }
+        return complete(nested);
+    }
+
+    static bool is_visible(const draft &d, const schema_file &from)
+    {
+        return d.file == &from || std::find(from.uses.begin(), from.uses.end(), d.file) != from.uses.end();
+    }
+
+    // Sizes and nesting must be bounded, so no message may hold itself, not even in an array.
+    std::string cycle(const draft &first) const
+    {
+        std::vector<std::string> between;
+        for (auto each = std::find(open_.begin(), open_.end(), &first) + 1; each != open_.end(); ++each)
+            between.push_back("'" + (*each)->syntax->name.text + "'");
+        if (between.empty())
+            return fmt::format("message '{}' holds itself", first.syntax->name.text);
+        return fmt::format("message '{}' holds itself through {}", first.syntax->name.text, enumeration(between));
+    }
+
+    std::string count_name(const field_syntax &syntax, const field &f)
+    {
+        if (syntax.counted_by && !f.repeated)
+            errors_.error(syntax.counted_by->where, "'{}' has no count: it is not repeated", f.name);
+        if (syntax.counted_by)
+            return syntax.counted_by->text;
+        if (f.repeated)
+            return f.name + "_count";
+        return f.type == kind::bytes ? f.name + "_size" : "";
+    }
+
+    void check_members(const message_syntax &syntax, const message &m)
+    {
+        std::map<std::string, std::string> owners; // by member, the field that has it
+        auto f = m.fields.begin();
+        for (const auto &row : syntax.rows) {
+            const auto *field_row = std::get_if<field_syntax>(&row);
+            if (!field_row || f == m.fields.end())
+                continue;
+            check_member(field_row->name, f->name, owners);
+            if (field_row->counted_by)
+                check_member(*field_row->counted_by, f->name, owners);
+            else if (!f->count_name.empty())
+                check_collision({f->count_name, field_row->name.where}, f->name, owners);
+            ++f;
+        }
+    }
+
+    void check_member(const name_syntax &name, const std::string &owner, std::map<std::string, std::string> &owners)
+    {
+        check_name(name, "member", objection_to_member(name.text));
+        check_collision(name, owner, owners);
+    }
+
+    void check_collision(const name_syntax &name, const std::string &owner, std::map<std::string, std::string> &owners)
+    {
+        const auto [known, is_new] = owners.emplace(name.text, owner);
+        if (is_new)
+            return;
+        if (name.text == owner && name.text == known->second)
+            errors_.error(name.where, "member '{}' is declared already", name.text);
+        else
+            errors_.error(name.where, "'{}' and '{}' both need a member '{}'", known->second, owner, name.text);
+    }
+
+    // An argument can be left out where no field needs it.
+    void add_omissions(const message_syntax &syntax, message &m)
+    {
+        struct omittable {
+            std::string_view operation;
+            std::string_view argument;
+            bool omissions::*flag;
+            bool (*needs)(const field &);
+            std::string_view reason;
+        };
+        static constexpr std::array<omittable, 4> all = {{
+            {"encode", "flags", &omissions::encode_flags, holds_bytes, "holds bytes"},
+            {"decode", "flags", &omissions::decode_flags, holds_bytes, "holds bytes"},
+            {"decode", "memory", &omissions::decode_memory, owns_memory, "owns memory"},
+            {"duplicate", "memory", &omissions::duplicate_memory, owns_memory, "owns memory"},
+        }};
+
+        for (const omission_syntax &o : syntax.omissions) {
+            const auto found = std::find_if(all.begin(), all.end(), [&](const omittable &each) {
+                return each.operation == o.operation && each.argument == o.argument;
+            });
+            if (found == all.end()) {
+                errors_.error(o.where,
+                              "'{}.{}' cannot be omitted, only encode.flags, decode.flags, decode.memory and "
+                              "duplicate.memory",
+                              o.operation, o.argument);
+                continue;
+            }
+            if (m.omit.*found->flag)
+                errors_.error(o.where, "'{}.{}' is omitted already", o.operation, o.argument);
+            m.omit.*found->flag = true;
+            const auto needing = std::find_if(m.fields.begin(), m.fields.end(), found->needs);
+            if (needing != m.fields.end())
+                errors_.error(o.where, "{} needs {}: member '{}' {}", o.operation, o.argument, needing->name,
+                              found->reason);
+        }
+    }
+
+    // Messages, functions and accessors share one scope in C.
+    void check_c_identifiers()
+    {
+        std::map<std::string, std::string> owners;
+        for (const std::string &name : shared_c_identifiers())
+            owners.emplace(name, "codec/zidl.h");
+        for (const draft *d : in_order_) {
+            for (const std::string &name : c_identifiers(*d->finished)) {
+                const auto [known, is_new] = owners.emplace(name, "message '" + d->finished->name + "'");
+                if (is_new || known->second == "message '" + d->finished->name + "'")
+                    continue;
+                errors_.error(d->syntax->name.where, "message '{}' and {} both need the C name {}", d->finished->name,
+                              known->second, name);
+                break;
+            }
+        }
+    }
+
+    void collect_holders()
+    {
+        for (const auto &g : model_.groups) {
+            for (const auto &m : g->messages)
+                for (const field &f : m->fields)
+                    add_holder(f, *m);
+        }
+    }
+
+    void add_holder(const field &f, const message &holder)
+    {
+        if (!f.nested)
+            return;
+        std::vector<const message *> &holders = drafts_.at(f.nested->name).finished->holders;
+        if (holders.empty() || holders.back() != &holder)
+            holders.push_back(&holder);
+    }
+
+    const std::vector<std::unique_ptr<schema_file>> &files_;
+    diagnostics &errors_;
+    model model_;
+    std::map<std::string, draft> drafts_; // by message name
+    std::set<std::string> reset_names_;
+    std::vector<draft *> in_order_;   // of declaration
+    std::vector<const draft *> open_; // from the outermost to the one being completed
+};
+
+} // namespace
+
+model build_model(const std::vector<std::unique_ptr<schema_file>> &files, diagnostics &errors)
+{
+    return builder(files, errors).build();
+}
+
+} // namespace zidlc

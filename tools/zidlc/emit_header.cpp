@@ -1,0 +1,159 @@
+// The public C header of a group.
+
+#include "tools/zidlc/emit_header.hpp"
+
+#include "tools/zidlc/names.hpp"
+#include "tools/zidlc/ownership.hpp"
+#include "tools/zidlc/printer.hpp"
+
+#include <algorithm>
+
+namespace zidlc
+{
+
+namespace
+{
+
+constexpr std::size_t comment_width = 112;
+
+void emit_comment(printer &out, const std::vector<std::string> &lines, std::string_view indent = "")
+{
+    for (const std::string &line : lines)
+        out.line("{}//{}{}", indent, line.empty() ? "" : " ", line);
+}
+
+// What the message is and what it owns: one line where both fit in one.
+void emit_message_comment(printer &out, const message &m)
+{
+    std::vector<std::string> lines = m.comment;
+    const std::string owned = ownership(m);
+    if (lines.size() == 1 && lines[0].ends_with('.') && text_width(lines[0]) + 1 + text_width(owned) <= comment_width) {
+        lines[0] += " " + owned;
+    } else {
+        for (std::string &line : wrap(owned, comment_width))
+            lines.push_back(std::move(line));
+    }
+    emit_comment(out, lines);
+}
+
+std::string number_and_comment(const field &f)
+{
+    return f.comment.empty() ? std::to_string(f.number) : fmt::format("{}: {}", f.number, f.comment);
+}
+
+std::string bit_range(const message &m)
+{
+    const std::size_t last = m.fields.size() - 1;
+    return last == 0 ? "bit 0" : fmt::format("bits 0 to {}", last);
+}
+
+// A star stands beside its member: a record with pointers has a column for it.
+std::string declarator(const message &m, std::string_view name, bool pointer)
+{
+    const bool has_stars = std::any_of(m.fields.begin(), m.fields.end(), is_pointer);
+    return fmt::format("{}{};", pointer ? "*" : has_stars ? " " : "", name);
+}
+
+void emit_record(printer &out, const message &m)
+{
+    table rows;
+    for (const field &f : m.fields) {
+        for (const std::string &line : f.comment_above)
+            rows.add_line("// " + line);
+        rows.add("{}\t {}\t // {}", element_type(f), declarator(m, f.name, is_pointer(f)), number_and_comment(f));
+        if (!f.count_name.empty())
+            rows.add("{}\t {}", count_type(f), declarator(m, f.count_name, false));
+    }
+    rows.add("{}\t {}\t // {}", presence_type(m), declarator(m, "presence", false), bit_range(m));
+
+    out.line("typedef struct {} {{", record_type(m));
+    out.block(rows, "    ");
+    out.line("}} {};", record_type(m));
+}
+
+std::string bit_mask(const message &m, const field &f)
+{
+    return m.presence_bits == 64 ? fmt::format("UINT64_C(1) << {}", f.bit) : fmt::format("1u << {}", f.bit);
+}
+
+void emit_accessors(printer &out, const message &m)
+{
+    table tests;
+    table setters;
+    table marks;
+    const std::string record = record_type(m);
+    for (const field &f : m.fields) {
+        tests.add("static inline bool {}\t(const {} *msg) {{ return msg->presence >> {}\t & 1; }}", has_accessor(m, f),
+                  record, f.bit);
+        if (has_setter(f))
+            setters.add("static inline void {}\t({} *msg, {}\t value) {{ msg->{}\t = value; msg->presence |= {}; }}",
+                        set_accessor(m, f), record, value_type(f), f.name, bit_mask(m, f));
+        else
+            marks.add("static inline void {}\t({} *msg) {{ msg->presence |= {}; }}", mark_accessor(m, f), record,
+                      bit_mask(m, f));
+    }
+    out.block(tests);
+    out.block(setters);
+    out.block(marks);
+}
+
+void emit_prototypes(printer &out, const message &m)
+{
+    table rows;
+    for (const operation &each :
+         {encode_operation(m), decode_operation(m), duplicate_operation(m), release_operation(m)})
+        rows.add("ZIDL_API {}\t {}\t({});", each.result, each.name, each.parameter_list());
+    out.block(rows);
+}
+
+void emit_message(printer &out, const message &m)
+{
+    out.line();
+    emit_message_comment(out, m);
+    out.line();
+    emit_record(out, m);
+    out.line();
+    emit_accessors(out, m);
+    out.line();
+    emit_prototypes(out, m);
+}
+
+void emit_includes(printer &out, const group &source)
+{
+    out.line("#include \"codec/zidl.h\"");
+    for (const std::string &used : source.uses)
+        out.line("#include \"{}\"", header_path(used));
+}
+
+} // namespace
+
+std::string emit_header(const group &source)
+{
+    const std::string guard = include_guard(header_path(source.name));
+    printer out;
+    out.line("// {}", generated_line(source.source));
+    if (!source.comment.empty()) {
+        out.line();
+        emit_comment(out, source.comment);
+    }
+    out.line();
+    out.line("#ifndef {}", guard);
+    out.line("#define {}", guard);
+    out.line();
+    emit_includes(out, source);
+    out.line();
+    out.line("#ifdef __cplusplus");
+    out.line("extern \"C\" {{");
+    out.line("#endif");
+    for (const auto &m : source.messages)
+        emit_message(out, *m);
+    out.line();
+    out.line("#ifdef __cplusplus");
+    out.line("}}");
+    out.line("#endif");
+    out.line();
+    out.line("#endif");
+    return out.take();
+}
+
+} // namespace zidlc

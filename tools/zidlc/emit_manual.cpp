@@ -1,0 +1,226 @@
+// The reference manual.
+
+#include "tools/zidlc/emit_manual.hpp"
+
+#include "tools/zidlc/names.hpp"
+#include "tools/zidlc/ownership.hpp"
+#include "tools/zidlc/printer.hpp"
+
+namespace zidlc
+{
+
+namespace
+{
+
+// Comments are text: what would be markup in a table or on a page is not.
+std::string escaped(std::string_view text)
+{
+    std::string result;
+    for (const char c : text) {
+        if (c == '|' || c == '<' || c == '*' || c == '\\')
+            result += '\\';
+        result += c;
+    }
+    return result;
+}
+
+std::string code(std::string_view text)
+{
+    return fmt::format("`{}`", text);
+}
+
+// The page of a group names messages of its own and of other pages.
+std::string link(const message &m, std::string_view page)
+{
+    return m.group == page ? fmt::format("[`{0}`](#{0})", m.name) : fmt::format("[`{0}`]({1}.md#{0})", m.name, m.group);
+}
+
+std::string tag_bytes(const field &f)
+{
+    std::string bytes;
+    uint32_t rest = f.tag;
+    for (; rest > 127; rest >>= 7)
+        bytes += fmt::format("{:02x} ", (rest & 127) | 128);
+    return code(bytes + fmt::format("{:02x}", rest));
+}
+
+std::string kind_cell(const field &f, std::string_view page)
+{
+    if (!f.nested)
+        return kind_name(f);
+    return (f.repeated ? "repeated " : "") + link(*f.nested, page);
+}
+
+std::string members_cell(const field &f)
+{
+    std::string members;
+    for (const std::string &name : member_names(f))
+        members += (members.empty() ? "" : ", ") + code(name);
+    return members;
+}
+
+std::string notes_cell(const field &f)
+{
+    std::vector<std::string> notes;
+    for (const std::string &line : f.comment_above)
+        notes.push_back(escaped(line));
+    if (!f.comment.empty())
+        notes.push_back(escaped(f.comment));
+    std::string text;
+    for (const std::string &note : notes)
+        text += (text.empty() ? "" : " ") + note;
+    if (f.out_of_order)
+        text += text.empty() ? "out of order" : "; out of order";
+    return text;
+}
+
+void emit_fields(printer &out, const message &m)
+{
+    table rows;
+    rows.add("| Field\t | Member\t | Kind\t | Wire type\t | Tag\t | Bit\t | Notes\t |");
+    rows.add("| ---:\t | ---\t | ---\t | ---:\t | ---\t | ---:\t | ---\t |");
+    for (const field &f : m.fields)
+        rows.add("| {}\t | {}\t | {}\t | {}\t | {}\t | {}\t | {}\t |", f.number, members_cell(f), kind_cell(f, m.group),
+                 f.wire_type, tag_bytes(f), f.bit, notes_cell(f));
+    out.block(rows);
+}
+
+std::string unassigned_numbers(const message &m)
+{
+    std::vector<std::string> ranges;
+    for (const number_range &range : m.unassigned) {
+        std::string text = std::to_string(range.first);
+        if (range.last != range.first)
+            text += fmt::format(" to {}", range.last);
+        if (!range.comment.empty())
+            text += fmt::format(" ({})", escaped(range.comment));
+        ranges.push_back(std::move(text));
+    }
+    return enumeration(ranges);
+}
+
+std::string links(const std::vector<const message *> &messages, std::string_view page)
+{
+    std::vector<std::string> items;
+    for (const message *m : messages)
+        items.push_back(link(*m, page));
+    return enumeration(items);
+}
+
+std::string size_text(const message &m)
+{
+    if (!m.is_variable)
+        return fmt::format("At most {} bytes on the wire.", m.fixed_bound);
+    return "Of any size on the wire.";
+}
+
+void emit_facts(printer &out, const message &m)
+{
+    out.line("- Record {}, presence word {}. {}", code(record_type(m)), code(presence_type(m)), ownership(m));
+    out.line("- {}", size_text(m));
+    if (!m.unassigned.empty())
+        out.line("- Not assigned: {}.", unassigned_numbers(m));
+    if (!m.holders.empty())
+        out.line("- Held by {}.", links(m.holders, m.group));
+}
+
+void emit_operations(printer &out, const message &m)
+{
+    table rows;
+    for (const operation &each :
+         {encode_operation(m), decode_operation(m), duplicate_operation(m), release_operation(m)})
+        rows.add("{}\t {}\t({});", each.result, each.name, each.parameter_list());
+    out.line("```c");
+    out.block(rows);
+    out.line("```");
+}
+
+void emit_text(printer &out, const std::vector<std::string> &lines)
+{
+    for (const std::string &line : lines)
+        out.line("{}", escaped(line));
+    if (!lines.empty())
+        out.line();
+}
+
+void emit_message(printer &out, const message &m)
+{
+    out.line();
+    out.line("## {}", m.name);
+    out.line();
+    emit_text(out, m.comment);
+    emit_fields(out, m);
+    out.line();
+    emit_facts(out, m);
+    out.line();
+    emit_operations(out, m);
+}
+
+std::string first_sentence(const message &m)
+{
+    std::string text;
+    for (const std::string &line : m.comment)
+        text += (text.empty() ? "" : " ") + line;
+    const std::size_t end = text.find(". ");
+    return escaped(end == std::string::npos ? text : text.substr(0, end + 1));
+}
+
+void emit_group_index(printer &out, const group &g)
+{
+    table rows;
+    rows.add("| Message\t | Fields\t | What it is\t |");
+    rows.add("| ---\t | ---:\t | ---\t |");
+    for (const auto &m : g.messages)
+        rows.add("| {}\t | {}\t | {}\t |", link(*m, ""), m->fields.size(), first_sentence(*m));
+    out.line();
+    out.line("## [{0}]({0}.md)", g.name);
+    out.line();
+    emit_text(out, g.comment);
+    out.block(rows);
+}
+
+} // namespace
+
+std::string emit_manual(const group &source)
+{
+    printer out;
+    out.line("<!-- {} -->", generated_line(source.source));
+    out.line();
+    out.line("# {}", source.name);
+    out.line();
+    emit_text(out, source.comment);
+    out.line("C header: {}. Proto file: {}. The columns are explained in [README.md](README.md).",
+             code(header_path(source.name)), code(proto_path(source.name)));
+    for (const auto &m : source.messages)
+        emit_message(out, *m);
+    return out.take();
+}
+
+constexpr std::string_view index_text = R"(
+# Messages
+
+Every message is a plain C record and four functions; `codec/zidl.h` says what all of them share, and the
+pages say what each one adds. A row of their tables is one field:
+
+- **Field**: its number on the wire. Rows stand in the order of declaration, which is the order of the members, of the
+  presence bits and of the encoding.
+- **Member**: of the record. An array comes with its count, bytes with their size.
+- **Kind**: as the schema has it. `bool` is one byte; arrays of scalars are not packed.
+- **Wire type**: 0 varint, 2 length-delimited, 5 four bytes. Any other one for this field is an error.
+- **Tag**: the bytes that introduce the field, in hexadecimal.
+- **Bit**: of the presence word.
+)";
+
+std::string emit_manual_index(const model &all)
+{
+    printer out;
+    out.line("<!-- {} -->", generated_line("schema"));
+    out.raw(index_text);
+    for (const auto &g : all.groups) {
+        if (g->requested)
+            emit_group_index(out, *g);
+    }
+    return out.take();
+}
+
+} // namespace zidlc

@@ -1,0 +1,105 @@
+// The messages of a group as a proto2 file.
+
+#include "tools/zidlc/emit_proto.hpp"
+
+#include "tools/zidlc/names.hpp"
+#include "tools/zidlc/printer.hpp"
+
+namespace zidlc
+{
+
+namespace
+{
+
+void emit_comment(printer &out, const std::vector<std::string> &lines)
+{
+    for (const std::string &line : lines)
+        out.line("//{}{}", line.empty() ? "" : " ", line);
+}
+
+std::string proto_type(const field &f)
+{
+    switch (f.type) {
+    case kind::u8:
+    case kind::u32:
+        return "uint32";
+    case kind::u64:
+        return "uint64";
+    case kind::boolean:
+        return "bool";
+    case kind::fixed32:
+        return "fixed32";
+    case kind::string:
+        return "string";
+    case kind::bytes:
+        return "bytes";
+    case kind::message:
+        return f.nested->name;
+    }
+    return {};
+}
+
+// The packed form is no part of the wire format, so it is ruled out whatever the default may be.
+std::string options(const field &f)
+{
+    return f.repeated && f.is_scalar() ? " [packed = false]" : "";
+}
+
+std::string comment_behind(const std::string &comment)
+{
+    return comment.empty() ? "" : "// " + comment;
+}
+
+void add_field(table &rows, const field &f)
+{
+    for (const std::string &line : f.comment_above)
+        rows.add_line("// " + line);
+    rows.add("{}\t {}\t {}\t = {}{};\t {}", f.repeated ? "repeated" : "optional", proto_type(f), f.name, f.number,
+             options(f), comment_behind(f.comment));
+}
+
+void emit_reserved(printer &out, const number_range &range)
+{
+    const std::string last = range.last == range.first ? "" : fmt::format(" to {}", range.last);
+    const std::string comment = range.comment.empty() ? "" : " // " + range.comment;
+    out.line("    reserved {}{};{}", range.first, last, comment);
+}
+
+void emit_message(printer &out, const message &m)
+{
+    table rows;
+    for (const field &f : m.fields)
+        add_field(rows, f);
+    out.line();
+    emit_comment(out, m.comment);
+    out.line("message {} {{", m.name);
+    out.block(rows, "    ");
+    for (const number_range &range : m.unassigned)
+        emit_reserved(out, range);
+    out.line("}}");
+}
+
+} // namespace
+
+std::string emit_proto(const group &source)
+{
+    printer out;
+    out.line("// {}", generated_line(source.source));
+    if (!source.comment.empty()) {
+        out.line();
+        emit_comment(out, source.comment);
+    }
+    out.line();
+    out.line("syntax = \"proto2\";");
+    out.line();
+    out.line("package {};", proto_package());
+    if (!source.uses.empty())
+        out.line();
+    for (const std::string &used : source.uses)
+        out.line("import \"{}\";", proto_path(used));
+    for (const auto &m : source.messages)
+        emit_message(out, *m);
+    return out.take();
+}
+
+} // namespace zidlc

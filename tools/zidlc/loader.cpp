@@ -1,0 +1,178 @@
+// Schema files read and parsed, together with the files of the groups that they use.
+
+#include "tools/zidlc/loader.hpp"
+
+#include "tools/zidlc/printer.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+namespace zidlc
+{
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+// The whole file, or the reason why not in `error`.
+std::string contents(const fs::path &path, std::string &error)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> in(std::fopen(path.c_str(), "rb"), std::fclose);
+    std::string text;
+    char part[65536];
+    std::size_t got = 0;
+    while (in && (got = std::fread(part, 1, sizeof part, in.get())) > 0)
+        text.append(part, got);
+    if (!in || std::ferror(in.get()))
+        error = std::strerror(errno);
+    return text;
+}
+
+class loader
+{
+public:
+    loader(const std::vector<fs::path> &folders, diagnostics &errors) : folders_(folders), errors_(errors) {}
+
+    void request(const fs::path &path)
+    {
+        if (path.extension() != ".zidl")
+            throw unreadable_file(fmt::format("'{}' is no schema file: it is not called GROUP.zidl", path.string()));
+        if (loaded *known = find(path.stem().string())) {
+            check_same(path, known->file->source.path);
+            known->file->requested = true;
+            return;
+        }
+        std::string error;
+        const std::string text = contents(path, error);
+        if (!error.empty())
+            throw unreadable_file(fmt::format("cannot read '{}': {}", path.string(), error));
+        add(path, text).requested = true;
+    }
+
+    std::vector<std::unique_ptr<schema_file>> take()
+    {
+        std::vector<std::unique_ptr<schema_file>> files;
+        for (loaded *each : finished_)
+            files.push_back(std::move(each->file));
+        return files;
+    }
+
+private:
+    struct loaded {
+        std::string name; // the file's, less .zidl
+        std::unique_ptr<schema_file> file;
+        bool finished = false; // all that it uses is loaded
+    };
+
+    loaded *find(const std::string &name)
+    {
+        const auto found = std::find_if(all_.begin(), all_.end(), [&](const auto &each) { return each->name == name; });
+        return found == all_.end() ? nullptr : found->get();
+    }
+
+    void check_same(const fs::path &path, const std::string &known)
+    {
+        std::error_code ignored;
+        if (!fs::equivalent(path, known, ignored))
+            throw unreadable_file(fmt::format("'{}' and '{}' are the same group", known, path.string()));
+    }
+
+    schema_file &add(const fs::path &path, const std::string &text)
+    {
+        auto file = std::make_unique<schema_file>();
+        schema_file &added = *file;
+        added.source = {path.string(), text};
+        added.requested = false;
+        all_.push_back(std::make_unique<loaded>(loaded{path.stem().string(), std::move(file), false}));
+        loaded &entry = *all_.back();
+
+        added.tree = parse(added.source, errors_);
+        for (const name_syntax &used : added.tree.uses)
+            use(added, used);
+        entry.finished = true;
+        finished_.push_back(&entry);
+        return added;
+    }
+
+    void use(schema_file &user, const name_syntax &used)
+    {
+        const bool repeated = std::any_of(user.uses.begin(), user.uses.end(), [&](const schema_file *each) {
+            return fs::path(each->source.path).stem() == used.text;
+        });
+        if (repeated)
+            return errors_.error(used.where, "group '{}' is used twice", used.text);
+
+        loaded *known = find(used.text);
+        if (known && !known->finished)
+            return errors_.error(used.where, "{}", cycle(*known));
+        if (known)
+            user.uses.push_back(known->file.get());
+        else
+            load_used(user, used);
+    }
+
+    void load_used(schema_file &user, const name_syntax &used)
+    {
+        const std::string file_name = used.text + ".zidl";
+        std::vector<std::string> searched;
+        for (const fs::path &folder : folders_of(user)) {
+            const fs::path path = folder / file_name;
+            std::error_code ignored;
+            if (!fs::exists(path, ignored)) {
+                searched.push_back("'" + (folder.empty() ? "." : folder.string()) + "'");
+                continue;
+            }
+            std::string error;
+            const std::string text = contents(path, error);
+            if (!error.empty())
+                return errors_.error(used.where, "cannot read '{}': {}", path.string(), error);
+            user.uses.push_back(&add(path, text));
+            return;
+        }
+        errors_.error(used.where, "no file {} in {}", file_name, enumeration(searched, " or "));
+    }
+
+    std::vector<fs::path> folders_of(const schema_file &user) const
+    {
+        std::vector<fs::path> folders = {fs::path(user.source.path).parent_path()};
+        folders.insert(folders.end(), folders_.begin(), folders_.end());
+        return folders;
+    }
+
+    // The files that are being loaded are those between the first one and the one that closes the circle.
+    std::string cycle(const loaded &first) const
+    {
+        std::vector<std::string> between;
+        bool inside = false;
+        for (const auto &each : all_) {
+            if (inside && !each->finished)
+                between.push_back("'" + each->name + "'");
+            inside = inside || each.get() == &first;
+        }
+        if (between.empty())
+            return fmt::format("group '{}' uses itself", first.name);
+        return fmt::format("group '{}' uses itself through {}", first.name, enumeration(between));
+    }
+
+    const std::vector<fs::path> &folders_;
+    diagnostics &errors_;
+    std::vector<std::unique_ptr<loaded>> all_; // in the order of opening
+    std::vector<loaded *> finished_;           // each after those that it uses
+};
+
+} // namespace
+
+std::vector<std::unique_ptr<schema_file>> load(const std::vector<fs::path> &paths, const std::vector<fs::path> &folders,
+                                               diagnostics &errors)
+{
+    loader files(folders, errors);
+    for (const fs::path &path : paths)
+        files.request(path);
+    return files.take();
+}
+
+} // namespace zidlc

@@ -1,0 +1,112 @@
+// zidlc: compiles message schemas into C headers, codecs, descriptors, proto files and a reference manual.
+
+#include "tools/zidlc/artefacts.hpp"
+#include "tools/zidlc/build_model.hpp"
+#include "tools/zidlc/loader.hpp"
+#include "tools/zidlc/output.hpp"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using namespace zidlc;
+
+enum exit_code { success = 0, schema_errors = 1, usage_or_io = 2, stale = 3 };
+
+constexpr const char *description =
+    "Compiles message schemas (.zidl) into C headers, codecs, descriptor tables, proto files\n"
+    "and a reference manual. The manual of the language is docs/schema-language.md.";
+
+constexpr const char *footer =
+    "Exit codes: 0 done, 1 errors in a schema, 2 wrong usage or a file that cannot be read or\n"
+    "written, 3 files that --check found out of date.";
+
+const std::map<std::string, artefact> artefact_names = {
+    {"header", artefact::header}, {"codec", artefact::codec}, {"descriptors", artefact::descriptors},
+    {"proto", artefact::proto},   {"docs", artefact::docs},
+};
+
+struct options {
+    std::vector<std::filesystem::path> files;
+    std::vector<std::filesystem::path> include_folders;
+    std::filesystem::path output_folder = ".";
+    std::vector<std::string> only;
+    bool check = false;
+
+    std::set<artefact> wanted() const
+    {
+        std::set<artefact> chosen;
+        for (const auto &[name, value] : artefact_names) {
+            if (only.empty() || std::find(only.begin(), only.end(), name) != only.end())
+                chosen.insert(value);
+        }
+        return chosen;
+    }
+};
+
+void declare(CLI::App &app, options &chosen)
+{
+    app.add_option("FILE", chosen.files, "Schemas, each called GROUP.zidl")->required();
+    app.add_option("-I", chosen.include_folders, "Search DIR, too, for the groups that a schema uses")
+        ->type_name("DIR")
+        ->allow_extra_args(false);
+    app.add_option("-o", chosen.output_folder, "Write below DIR instead of the current folder")->type_name("DIR");
+    app.add_option("--only", chosen.only, "Write only some of: header,codec,descriptors,proto,docs")
+        ->type_name("WHAT,...")
+        ->delimiter(',')
+        ->check(CLI::IsMember({"header", "codec", "descriptors", "proto", "docs"}));
+    app.add_flag("--check", chosen.check, "Write nothing; list the files that a run would change");
+    app.set_version_flag("--version", "zidlc " ZIDLC_VERSION);
+    app.footer(footer);
+}
+
+int report_stale(const std::vector<std::string> &paths)
+{
+    for (const std::string &path : paths)
+        fmt::print("out of date: {}\n", path);
+    return paths.empty() ? success : stale;
+}
+
+int compile(const options &chosen)
+{
+    diagnostics errors;
+    const auto files = load(chosen.files, chosen.include_folders, errors);
+    model all;
+    if (errors.empty())
+        all = build_model(files, errors);
+    if (!errors.empty()) {
+        fmt::print(stderr, "{}zidlc: {} error{}\n", errors.text(), errors.count(), errors.count() == 1 ? "" : "s");
+        return schema_errors;
+    }
+    const std::vector<generated_file> generated = generate(all, chosen.wanted());
+    if (chosen.check)
+        return report_stale(stale_files(generated, chosen.output_folder));
+    write_changed(generated, chosen.output_folder);
+    return success;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    options chosen;
+    CLI::App app(description, "zidlc");
+    declare(app, chosen);
+    try {
+        app.parse(argc, argv);
+        return compile(chosen);
+    } catch (const CLI::ParseError &status) {
+        return app.exit(status) == 0 ? success : usage_or_io;
+    } catch (const std::exception &failure) {
+        fmt::print(stderr, "zidlc: {}\n", failure.what());
+        return usage_or_io;
+    }
+}

@@ -1,0 +1,155 @@
+// Field numbers ascend without gaps, and every exception is spelled out.
+
+#include "tools/zidlc/numbering.hpp"
+
+#include <map>
+#include <set>
+
+namespace zidlc
+{
+
+namespace
+{
+
+constexpr uint32_t largest_number = (1u << 29) - 1;
+constexpr uint32_t first_taken_number = 19000; // protocol buffers keep these to themselves
+constexpr uint32_t last_taken_number = 19999;
+
+std::string described(uint32_t first, uint32_t last)
+{
+    return first == last ? fmt::format("number {} is", first) : fmt::format("numbers {} to {} are", first, last);
+}
+
+class numbering
+{
+public:
+    numbering(const message_syntax &m, diagnostics &errors) : message_(m), errors_(errors) {}
+
+    void check()
+    {
+        collect();
+        for (const auto &row : message_.rows)
+            std::visit([&](const auto &each) { check_row(each); }, row);
+        check_end();
+    }
+
+private:
+    // First who has which number: a field that stands out of order fills its place from anywhere.
+    void collect()
+    {
+        for (const auto &row : message_.rows) {
+            const field_syntax *f = std::get_if<field_syntax>(&row);
+            if (!f || !is_in_range(f->number))
+                continue;
+            if (!owners_.emplace(f->number.value, f).second)
+                errors_.error(f->number.where, "number {} is taken by '{}'", f->number.value,
+                              owners_[f->number.value]->name.text);
+            else if (f->out_of_order)
+                displaced_.insert(f->number.value);
+        }
+    }
+
+    bool is_in_range(const number_syntax &number)
+    {
+        if (number.value == 0 || number.value > largest_number)
+            errors_.error(number.where, "field numbers go from 1 to {}", largest_number);
+        else if (number.value >= first_taken_number && number.value <= last_taken_number)
+            errors_.error(number.where, "field numbers {} to {} belong to protocol buffers", first_taken_number,
+                          last_taken_number);
+        else
+            return true;
+        return false;
+    }
+
+    void check_row(const field_syntax &f)
+    {
+        const auto owner = owners_.find(f.number.value);
+        if (owner == owners_.end() || owner->second != &f)
+            return; // reported already
+        if (f.out_of_order)
+            check_displaced(f);
+        else
+            check_ascending(f);
+    }
+
+    void check_displaced(const field_syntax &f)
+    {
+        displaced_so_far_.insert(f.number.value);
+        uint32_t next = last_ + 1;
+        while (next != f.number.value && displaced_so_far_.count(next))
+            ++next;
+        if (next == f.number.value)
+            errors_.error(*f.out_of_order, "field {} stands in order", f.number.value);
+    }
+
+    void check_ascending(const field_syntax &f)
+    {
+        const uint32_t number = f.number.value;
+        if (number < last_)
+            errors_.error(f.number.where, "field {} steps back behind {}: say 'out of order' where that is meant",
+                          number, last_);
+        else
+            close_gap(number, f.number.where);
+    }
+
+    void check_row(const unassigned_syntax &u)
+    {
+        if (!is_in_bounds(u.first) || !is_in_bounds(u.last))
+            return;
+        if (u.first.where.offset != u.last.where.offset && u.first.value >= u.last.value)
+            return errors_.error(u.where, "a range goes from a smaller number to a larger one");
+        if (const auto owner = owners_.lower_bound(u.first.value);
+            owner != owners_.end() && owner->first <= u.last.value)
+            return errors_.error(u.where, "number {} is not unassigned: '{}' has it", owner->first,
+                                 owner->second->name.text);
+        if (u.first.value <= last_)
+            return errors_.error(u.where, "unassigned numbers stand in their place: this one is behind {}", last_);
+        close_gap(u.first.value, u.first.where);
+        last_ = u.last.value;
+    }
+
+    bool is_in_bounds(const number_syntax &number)
+    {
+        if (number.value != 0 && number.value <= largest_number)
+            return true;
+        errors_.error(number.where, "field numbers go from 1 to {}", largest_number);
+        return false;
+    }
+
+    // All numbers up to that of a field out of order must be spoken for.
+    void check_end()
+    {
+        if (!displaced_.empty() && *displaced_.rbegin() > last_)
+            close_gap(*displaced_.rbegin(), owners_[*displaced_.rbegin()]->number.where);
+    }
+
+    // Reports what is free between the last number and `number`, and goes on behind `number`.
+    void close_gap(uint32_t number, const place &where)
+    {
+        uint32_t first = last_ + 1;
+        while (first < number && displaced_.count(first))
+            ++first;
+        if (first < number) {
+            const auto filled = displaced_.lower_bound(first);
+            const uint32_t last = filled != displaced_.end() && *filled < number ? *filled - 1 : number - 1;
+            errors_.error(where, "{} neither declared nor unassigned", described(first, last));
+        }
+        last_ = number;
+    }
+
+    const message_syntax &message_;
+    diagnostics &errors_;
+    std::map<uint32_t, const field_syntax *> owners_;
+    std::set<uint32_t> displaced_;        // numbers of all fields out of order
+    std::set<uint32_t> displaced_so_far_; // of those above the current row
+    uint32_t last_ = 0;                   // the largest number above the current row, fields out of order aside
+};
+
+} // namespace
+
+void check_numbering(const message_syntax &m, diagnostics &errors)
+{
+    numbering(m, errors).check();
+}
+
+} // namespace zidlc

@@ -1,0 +1,26 @@
+// Generated files and the disk.
+
+#pragma once
+
+#include "tools/zidlc/artefacts.hpp"
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zidlc
+{
+
+// A file or folder that cannot be written.
+struct unwritable_file : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+// Writes the files below `root`, but only those whose contents change, so that builds see no needless news.
+void write_changed(const std::vector<generated_file> &files, const std::filesystem::path &root);
+
+// The paths of those files that are missing below `root` or that hold something else.
+std::vector<std::string> stale_files(const std::vector<generated_file> &files, const std::filesystem::path &root);
+
+} // namespace zidlc

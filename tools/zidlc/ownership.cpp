@@ -1,0 +1,28 @@
+// What a record owns, in words.
+
+#include "tools/zidlc/ownership.hpp"
+
+#include "tools/zidlc/names.hpp"
+#include "tools/zidlc/printer.hpp"
+
+#include <fmt/format.h>
+
+namespace zidlc
+{
+
+std::string ownership(const message &m)
+{
+    std::vector<std::string> owned;
+    std::vector<std::string> owners; // embedded records that own something themselves
+    for (const field &f : m.fields) {
+        if (is_pointer(f))
+            owned.push_back(f.name);
+        else if (f.nested && f.nested->owns_memory)
+            owners.push_back(f.name);
+    }
+    if (!owners.empty())
+        owned.push_back(fmt::format("what {} {}", enumeration(owners), owners.size() == 1 ? "owns" : "own"));
+    return owned.empty() ? "Owns nothing." : fmt::format("Owns {}.", enumeration(owned));
+}
+
+} // namespace zidlc

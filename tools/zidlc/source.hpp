@@ -1,0 +1,56 @@
+// A schema file in memory, places in it, and the errors found there.
+
+#pragma once
+
+#include <fmt/format.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace zidlc
+{
+
+struct source_file {
+    std::string path; // as diagnostics cite it
+    std::string text;
+};
+
+// Some bytes of one line of a file.
+struct place {
+    const source_file *file = nullptr;
+    std::size_t offset = 0;
+    std::size_t length = 1;
+};
+
+// The errors of a run, which goes on after each one, so that all of them are reported together.
+class diagnostics
+{
+public:
+    template <class... Args>
+    void error(const place &where, fmt::format_string<Args...> text, Args &&...args)
+    {
+        add(where, fmt::format(text, std::forward<Args>(args)...));
+    }
+
+    bool empty() const { return reports_.empty(); }
+    std::size_t count() const { return reports_.size(); }
+
+    // All reports, file by file in the order of the places: `file:line:column: error: text`, the line, and a caret
+    // below the place. Columns count characters.
+    std::string text() const;
+
+private:
+    struct report {
+        place where;
+        std::string text;
+    };
+
+    void add(const place &where, std::string text);
+
+    std::vector<report> reports_;
+};
+
+} // namespace zidlc
