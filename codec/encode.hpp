@@ -75,6 +75,7 @@ size_t encoded_size(const Record &msg, uint32_t flags)
     return encode(sizer{0, (flags & ZIDL_ZERO_COPY) != 0}, msg).len;
 }
 
+// Out of line and out of the way: what runs here is short of room, or lists segments.
 class exact_writer
 {
 public:
@@ -86,8 +87,7 @@ public:
     template <uint32_t Tag>
     void put_varint(uint64_t value)
     {
-        put_raw_varint(Tag);
-        put_raw_varint(value);
+        put_tagged(Tag, value);
     }
 
     template <uint32_t Tag>
@@ -109,43 +109,31 @@ public:
     void put_string(const char *text)
     {
         const size_t size = strlen(text);
-        put_length<Tag>(size);
+        put_length(Tag, size);
         put_whole(text, size);
     }
 
-    // Borrowed contents are listed, not copied and not counted.
     template <uint32_t Tag>
     void put_bytes(const uint8_t *data, uint64_t size)
     {
-        put_length<Tag>(size);
-        if ((flags_ & ZIDL_ZERO_COPY) == 0) {
-            put_whole(data, size);
-        } else if (listing_ && size > 0) {
-            list(segment_base(run_), pos_ - run_);
-            list(data, size);
-            run_ = pos_;
-        }
+        put_block(Tag, data, size);
     }
 
-    // The length first, then the message, on what is left of the buffer and of the list.
+    // The length first, then the message on the rest of the buffer and of the list.
     template <uint32_t Tag, class Record>
     void put_message(const Record &msg, bool present)
     {
         const size_t len = encoded_size(msg, flags_);
         if (len == 0 && !present)
             return;
-        put_length<Tag>(len);
-        const bool room = pos_ < buflen_;
-        const uint32_t left = capacity_ > listed_ ? capacity_ - listed_ : 0;
-        exact_writer inner(room ? buf_ + pos_ : nullptr, room ? buflen_ - pos_ : 0,
-                           listing_ && left > 0 ? segs_ + listed_ : nullptr, left, listing_, flags_);
-        inner = encode(inner, msg);
+        put_length(Tag, len);
+        exact_writer inner = encode(rest(), msg);
         listed_ += inner.close();
         pos_ += len;
     }
 
     // Lists what was written since the last borrowed bytes, when that is anything, and yields the number of entries.
-    uint32_t close()
+    ZIDL_COLD uint32_t close()
     {
         if (listing_ && pos_ > run_)
             list(segment_base(run_), pos_ - run_);
@@ -155,36 +143,63 @@ public:
     size_t len() const { return pos_; }
 
 private:
-    void put(uint8_t byte)
+    ZIDL_COLD void put(uint8_t byte)
     {
         if (pos_ < buflen_)
             buf_[pos_] = byte;
         ++pos_;
     }
 
-    void put_raw_varint(uint64_t value)
+    ZIDL_COLD void put_raw_varint(uint64_t value)
     {
         for (; value > 127; value >>= 7)
             put(static_cast<uint8_t>(value | 128));
         put(static_cast<uint8_t>(value));
     }
 
-    template <uint32_t Tag>
-    void put_length(uint64_t len)
+    ZIDL_COLD void put_tagged(uint32_t tag, uint64_t value)
     {
-        put_raw_varint(Tag);
-        put_raw_varint(static_cast<uint32_t>(len));
+        put_raw_varint(tag);
+        put_raw_varint(value);
+    }
+
+    ZIDL_COLD void put_length(uint32_t tag, uint64_t len) { put_tagged(tag, static_cast<uint32_t>(len)); }
+
+    // A writer on what is left of the buffer and of the list.
+    ZIDL_COLD exact_writer rest() const
+    {
+        const bool room = pos_ < buflen_;
+        const uint32_t left = capacity_ > listed_ ? capacity_ - listed_ : 0;
+        return {room ? buf_ + pos_ : nullptr,
+                room ? buflen_ - pos_ : 0,
+                left > 0 ? segs_ + listed_ : nullptr,
+                left,
+                listing_,
+                flags_};
+    }
+
+    // Borrowed contents are listed, not copied and not counted.
+    ZIDL_COLD void put_block(uint32_t tag, const uint8_t *data, uint64_t size)
+    {
+        put_length(tag, size);
+        if ((flags_ & ZIDL_ZERO_COPY) == 0) {
+            put_whole(data, size);
+        } else if (listing_ && size > 0) {
+            list(segment_base(run_), pos_ - run_);
+            list(data, size);
+            run_ = pos_;
+        }
     }
 
     // Strings and bytes are written whole or not at all.
-    void put_whole(const void *data, size_t size)
+    ZIDL_COLD void put_whole(const void *data, size_t size)
     {
         if (size > 0 && pos_ <= buflen_ && size <= buflen_ - pos_)
             memcpy(buf_ + pos_, data, size);
         pos_ += size;
     }
 
-    void list(const uint8_t *base, uint64_t size)
+    ZIDL_COLD void list(const uint8_t *base, uint64_t size)
     {
         if (listed_ < capacity_)
             segs_[listed_] = {base, size};
