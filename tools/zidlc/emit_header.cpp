@@ -44,7 +44,7 @@ std::string number_and_comment(const field &f)
 std::string bit_range(const message &m)
 {
     const std::size_t last = m.fields.size() - 1;
-    return last == 0 ? "bit 0" : fmt::format("bits 0 to {}", last);
+    return last == 0 ? "bit 0" : last == 1 ? "bits 0 and 1" : fmt::format("bits 0 to {}", last);
 }
 
 // A star stands beside its member: a record with pointers has a column for it.

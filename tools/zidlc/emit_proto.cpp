@@ -58,11 +58,25 @@ void add_field(table &rows, const field &f)
              options(f), comment_behind(f.comment));
 }
 
-void emit_reserved(printer &out, const number_range &range)
+std::string reserved_range(const number_range &range)
 {
-    const std::string last = range.last == range.first ? "" : fmt::format(" to {}", range.last);
-    const std::string comment = range.comment.empty() ? "" : " // " + range.comment;
-    out.line("    reserved {}{};{}", range.first, last, comment);
+    return range.last == range.first ? std::to_string(range.first) : fmt::format("{} to {}", range.first, range.last);
+}
+
+// One statement for all, and one for each that has something to say.
+void emit_reserved(printer &out, const message &m)
+{
+    std::vector<std::string> silent;
+    for (const number_range &range : m.unassigned) {
+        if (range.comment.empty())
+            silent.push_back(reserved_range(range));
+    }
+    if (!silent.empty())
+        out.line("    reserved {};", enumeration(silent, ", "));
+    for (const number_range &range : m.unassigned) {
+        if (!range.comment.empty())
+            out.line("    reserved {}; // {}", reserved_range(range), range.comment);
+    }
 }
 
 void emit_message(printer &out, const message &m)
@@ -74,8 +88,7 @@ void emit_message(printer &out, const message &m)
     emit_comment(out, m.comment);
     out.line("message {} {{", m.name);
     out.block(rows, "    ");
-    for (const number_range &range : m.unassigned)
-        emit_reserved(out, range);
+    emit_reserved(out, m);
     out.line("}}");
 }
 

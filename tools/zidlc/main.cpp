@@ -62,6 +62,7 @@ void declare(CLI::App &app, options &chosen)
     app.add_option("--only", chosen.only, "Write only some of: header,codec,descriptors,proto,docs")
         ->type_name("WHAT,...")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->check(CLI::IsMember({"header", "codec", "descriptors", "proto", "docs"}));
     app.add_flag("--check", chosen.check, "Write nothing; list the files that a run would change");
     app.set_version_flag("--version", "zidlc " ZIDLC_VERSION);
