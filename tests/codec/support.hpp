@@ -83,6 +83,22 @@ using sizes = std::vector<size_t>;
         static constexpr auto free_ext = &zidl_##type##_free_ext;                                                      \
     }
 
+// Argument lists, checked by the compiler; the record comes first in each.
+#define ENCODE_TAKES(type, ...)                                                                                        \
+    static_assert(std::is_same_v<decltype(&zidl_##type##_encode_ext), size_t (*)(const zidl_##type *, __VA_ARGS__)>)
+#define DECODE_TAKES(type, ...)                                                                                        \
+    static_assert(std::is_same_v<decltype(&zidl_##type##_decode_ext), int32_t (*)(zidl_##type *, __VA_ARGS__)>)
+#define DUPLICATE_TAKES(type, ...)                                                                                     \
+    static_assert(std::is_same_v<decltype(&zidl_##type##_duplicate), int32_t (*)(zidl_##type *, __VA_ARGS__)>)
+#define FREE_TAKES(type, ...)                                                                                          \
+    static_assert(std::is_same_v<decltype(&zidl_##type##_free_ext), void (*)(zidl_##type *, __VA_ARGS__)>)
+
+#define FULL_ARGUMENT_LISTS(type)                                                                                      \
+    ENCODE_TAKES(type, uint8_t *, size_t, zidl_segment *, uint32_t *, uint32_t);                                       \
+    DECODE_TAKES(type, const uint8_t *, size_t, zidl_alloc_fn, void *, uint32_t);                                      \
+    DUPLICATE_TAKES(type, const zidl_##type *, zidl_alloc_fn, void *);                                                 \
+    FREE_TAKES(type, zidl_free_fn, void *, uint32_t)
+
 template <class Codec>
 size_t call_encode(const typename Codec::record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                    uint32_t flags)
