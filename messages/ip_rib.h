@@ -200,7 +200,7 @@ ZIDL_API void    zidl_ip_rib_iid_lss_ctx_free_ext  (zidl_ip_rib_iid_lss_ctx *msg
 typedef struct zidl_ip_rib_iid_aft_nhg_ctx {
     uint32_t aft_nhg_value_1; // 1
     uint64_t aft_nhg_id;      // 2
-    uint8_t  presence;        // bits 0 to 1
+    uint8_t  presence;        // bits 0 and 1
 } zidl_ip_rib_iid_aft_nhg_ctx;
 
 static inline bool zidl_ip_rib_iid_aft_nhg_ctx_has_aft_nhg_value_1(const zidl_ip_rib_iid_aft_nhg_ctx *msg) { return msg->presence >> 0 & 1; }

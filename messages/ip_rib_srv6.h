@@ -169,7 +169,7 @@ ZIDL_API void    zidl_ip_rib_srv6_glb_encap_info_free_ext  (zidl_ip_rib_srv6_glb
 typedef struct zidl_ip_rib_srv6_usid_lib_ranges {
     uint32_t value_1;  // 1
     uint32_t value_2;  // 2
-    uint8_t  presence; // bits 0 to 1
+    uint8_t  presence; // bits 0 and 1
 } zidl_ip_rib_srv6_usid_lib_ranges;
 
 static inline bool zidl_ip_rib_srv6_usid_lib_ranges_has_value_1(const zidl_ip_rib_srv6_usid_lib_ranges *msg) { return msg->presence >> 0 & 1; }
@@ -202,7 +202,7 @@ ZIDL_API void    zidl_ip_rib_srv6_usid_wlib_ranges_free_ext  (zidl_ip_rib_srv6_u
 typedef struct zidl_ip_rib_srv6_mode_info {
     uint8_t                 flag_1;      // 1
     zidl_ip_rib_srv6_prefix mode_prefix; // 2
-    uint8_t                 presence;    // bits 0 to 1
+    uint8_t                 presence;    // bits 0 and 1
 } zidl_ip_rib_srv6_mode_info;
 
 static inline bool zidl_ip_rib_srv6_mode_info_has_flag_1     (const zidl_ip_rib_srv6_mode_info *msg) { return msg->presence >> 0 & 1; }
@@ -274,7 +274,7 @@ typedef struct zidl_ip_rib_srv6_cfg_update {
     zidl_ip_rib_srv6_glb_info  global_info;    // 1
     zidl_ip_rib_srv6_locator  *locators;       // 2
     uint32_t                   locators_count;
-    uint8_t                    presence;       // bits 0 to 1
+    uint8_t                    presence;       // bits 0 and 1
 } zidl_ip_rib_srv6_cfg_update;
 
 static inline bool zidl_ip_rib_srv6_cfg_update_has_global_info(const zidl_ip_rib_srv6_cfg_update *msg) { return msg->presence >> 0 & 1; }
@@ -364,7 +364,7 @@ ZIDL_API void    zidl_ip_rib_srv6_dx_ctx_free_ext  (zidl_ip_rib_srv6_dx_ctx *msg
 typedef struct zidl_ip_rib_srv6_dt_ctx {
     uint32_t  value_1;  // 1
     char     *name_2;   // 2
-    uint8_t   presence; // bits 0 to 1
+    uint8_t   presence; // bits 0 and 1
 } zidl_ip_rib_srv6_dt_ctx;
 
 static inline bool zidl_ip_rib_srv6_dt_ctx_has_value_1(const zidl_ip_rib_srv6_dt_ctx *msg) { return msg->presence >> 0 & 1; }
@@ -445,7 +445,7 @@ ZIDL_API void    zidl_ip_rib_srv6_dt2m_ctx_free_ext  (zidl_ip_rib_srv6_dt2m_ctx 
 typedef struct zidl_ip_rib_srv6_dt_named_ctx {
     char    *name_1;   // 1
     char    *name_2;   // 2
-    uint8_t  presence; // bits 0 to 1
+    uint8_t  presence; // bits 0 and 1
 } zidl_ip_rib_srv6_dt_named_ctx;
 
 static inline bool zidl_ip_rib_srv6_dt_named_ctx_has_name_1(const zidl_ip_rib_srv6_dt_named_ctx *msg) { return msg->presence >> 0 & 1; }
@@ -517,7 +517,7 @@ ZIDL_API void    zidl_ip_rib_srv6_ua_ctx_free_ext  (zidl_ip_rib_srv6_ua_ctx *msg
 typedef struct zidl_ip_rib_srv6_udt_ctx {
     uint32_t  value_1;  // 1
     char     *name_2;   // 2
-    uint8_t   presence; // bits 0 to 1
+    uint8_t   presence; // bits 0 and 1
 } zidl_ip_rib_srv6_udt_ctx;
 
 static inline bool zidl_ip_rib_srv6_udt_ctx_has_value_1(const zidl_ip_rib_srv6_udt_ctx *msg) { return msg->presence >> 0 & 1; }
@@ -535,7 +535,7 @@ ZIDL_API void    zidl_ip_rib_srv6_udt_ctx_free_ext  (zidl_ip_rib_srv6_udt_ctx *m
 typedef struct zidl_ip_rib_srv6_udt_named_ctx {
     char    *name_1;   // 1
     char    *name_2;   // 2
-    uint8_t  presence; // bits 0 to 1
+    uint8_t  presence; // bits 0 and 1
 } zidl_ip_rib_srv6_udt_named_ctx;
 
 static inline bool zidl_ip_rib_srv6_udt_named_ctx_has_name_1(const zidl_ip_rib_srv6_udt_named_ctx *msg) { return msg->presence >> 0 & 1; }

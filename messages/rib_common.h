@@ -17,7 +17,7 @@ extern "C" {
 typedef struct zidl_rib_ipv6_address {
     uint64_t half0;    // 1: address bytes 0 to 7 as they lie in memory
     uint64_t half1;    // 2: address bytes 8 to 15, likewise
-    uint8_t  presence; // bits 0 to 1
+    uint8_t  presence; // bits 0 and 1
 } zidl_rib_ipv6_address;
 
 static inline bool zidl_rib_ipv6_address_has_half0(const zidl_rib_ipv6_address *msg) { return msg->presence >> 0 & 1; }
@@ -56,7 +56,7 @@ ZIDL_API void    zidl_rib_address_free_ext  (zidl_rib_address *msg, zidl_free_fn
 typedef struct zidl_rib_prefix {
     zidl_rib_address address;    // 1
     uint32_t         prefix_len; // 2: bits; the client library keeps the low 8
-    uint8_t          presence;   // bits 0 to 1
+    uint8_t          presence;   // bits 0 and 1
 } zidl_rib_prefix;
 
 static inline bool zidl_rib_prefix_has_address   (const zidl_rib_prefix *msg) { return msg->presence >> 0 & 1; }
@@ -100,7 +100,7 @@ typedef struct zidl_srv6_prefix {
     uint8_t  *prefix;      // 1: the address bytes, of any length
     uint64_t  prefix_size;
     uint32_t  prefix_len;  // 2: bits
-    uint8_t   presence;    // bits 0 to 1
+    uint8_t   presence;    // bits 0 and 1
 } zidl_srv6_prefix;
 
 static inline bool zidl_srv6_prefix_has_prefix    (const zidl_srv6_prefix *msg) { return msg->presence >> 0 & 1; }
@@ -119,7 +119,7 @@ typedef struct zidl_ip_rib_srv6_prefix {
     uint8_t  *prefix;      // 1: the address bytes, of any length
     uint64_t  prefix_size;
     uint32_t  prefix_len;  // 2: bits
-    uint8_t   presence;    // bits 0 to 1
+    uint8_t   presence;    // bits 0 and 1
 } zidl_ip_rib_srv6_prefix;
 
 static inline bool zidl_ip_rib_srv6_prefix_has_prefix    (const zidl_ip_rib_srv6_prefix *msg) { return msg->presence >> 0 & 1; }
@@ -185,7 +185,7 @@ ZIDL_API void    zidl_rib_algo_label_free_ext  (zidl_rib_algo_label *msg, zidl_f
 typedef struct zidl_rib_path_grouping_info {
     uint32_t grouping_value_1; // 1
     uint32_t grouping_value_2; // 2
-    uint8_t  presence;         // bits 0 to 1
+    uint8_t  presence;         // bits 0 and 1
 } zidl_rib_path_grouping_info;
 
 static inline bool zidl_rib_path_grouping_info_has_grouping_value_1(const zidl_rib_path_grouping_info *msg) { return msg->presence >> 0 & 1; }
@@ -509,7 +509,7 @@ ZIDL_API void    zidl_rib_path_free_ext  (zidl_rib_path *msg, zidl_free_fn free_
 typedef struct zidl_rib_route_l2_info {
     uint32_t route_l2_value_1; // 1
     uint32_t route_l2_value_5; // 5
-    uint8_t  presence;         // bits 0 to 1
+    uint8_t  presence;         // bits 0 and 1
 } zidl_rib_route_l2_info;
 
 static inline bool zidl_rib_route_l2_info_has_route_l2_value_1(const zidl_rib_route_l2_info *msg) { return msg->presence >> 0 & 1; }
@@ -552,7 +552,7 @@ typedef struct zidl_rib_generic_attr_info {
     uint32_t  attr_type;      // 1
     uint8_t  *attr_data;      // 2: opaque to the codec
     uint64_t  attr_data_size;
-    uint8_t   presence;       // bits 0 to 1
+    uint8_t   presence;       // bits 0 and 1
 } zidl_rib_generic_attr_info;
 
 static inline bool zidl_rib_generic_attr_info_has_attr_type(const zidl_rib_generic_attr_info *msg) { return msg->presence >> 0 & 1; }
@@ -571,7 +571,7 @@ typedef struct zidl_rib_generic_attr_array {
     uint32_t                    array_type;  // 1
     zidl_rib_generic_attr_info *attrs;       // 2
     uint32_t                    attrs_count;
-    uint8_t                     presence;    // bits 0 to 1
+    uint8_t                     presence;    // bits 0 and 1
 } zidl_rib_generic_attr_array;
 
 static inline bool zidl_rib_generic_attr_array_has_array_type(const zidl_rib_generic_attr_array *msg) { return msg->presence >> 0 & 1; }

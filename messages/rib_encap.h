@@ -39,7 +39,7 @@ typedef struct zidl_rib_encap_id_path_key_label {
     uint32_t  label_key_value; // 1
     uint32_t *labels;          // 2
     uint32_t  labels_count;
-    uint8_t   presence;        // bits 0 to 1
+    uint8_t   presence;        // bits 0 and 1
 } zidl_rib_encap_id_path_key_label;
 
 static inline bool zidl_rib_encap_id_path_key_label_has_label_key_value(const zidl_rib_encap_id_path_key_label *msg) { return msg->presence >> 0 & 1; }
@@ -58,7 +58,7 @@ typedef struct zidl_rib_encap_id_path_key_srv6 {
     zidl_rib_srv6_oper_type  oper_type;     // 1
     zidl_bytes              *entries;       // 2
     uint32_t                 entries_count;
-    uint8_t                  presence;      // bits 0 to 1
+    uint8_t                  presence;      // bits 0 and 1
 } zidl_rib_encap_id_path_key_srv6;
 
 static inline bool zidl_rib_encap_id_path_key_srv6_has_oper_type(const zidl_rib_encap_id_path_key_srv6 *msg) { return msg->presence >> 0 & 1; }
@@ -99,7 +99,7 @@ typedef struct zidl_rib_encap_id_path_key_srv6_carriers {
     zidl_rib_srv6_oper_type                       oper_type;      // 1
     zidl_rib_encap_id_path_key_srv6_carrier_info *carriers;       // 2
     uint32_t                                      carriers_count;
-    uint8_t                                       presence;       // bits 0 to 1
+    uint8_t                                       presence;       // bits 0 and 1
 } zidl_rib_encap_id_path_key_srv6_carriers;
 
 static inline bool zidl_rib_encap_id_path_key_srv6_carriers_has_oper_type(const zidl_rib_encap_id_path_key_srv6_carriers *msg) { return msg->presence >> 0 & 1; }

@@ -20,7 +20,9 @@ namespace zidlc
 namespace
 {
 
-constexpr std::size_t most_fields = 64; // the widest presence word
+constexpr std::size_t most_fields = 64;      // the widest presence word
+constexpr unsigned deepest_nesting = 100;    // what protocol-buffer readers accept by default
+constexpr uint64_t largest_fixed = 1u << 20; // bytes; records are plain C values, so this is already generous
 
 std::optional<kind> scalar_or_block(std::string_view name)
 {
@@ -156,6 +158,7 @@ private:
         std::unique_ptr<message> unfinished;
         message *finished = nullptr; // lives in its group
         bool is_open = false;        // its types are being completed
+        unsigned levels = 1;         // of messages inside each other, this one included
     };
 
     void declare(const schema_file &file)
@@ -193,7 +196,7 @@ private:
 
     void declare(const schema_file &file, const message_syntax &m, group &home)
     {
-        check_name(m.name, "message", "");
+        check_name(m.name, "message", objection_to_message(m.name.text));
         const auto [known, is_new] = drafts_.try_emplace(m.name.text);
         draft &each = known->second;
         if (!is_new) {
@@ -224,6 +227,7 @@ private:
         add_rows(d, m);
         check_members(*d.syntax, m);
         derive(m);
+        check_size(*d.syntax, m);
         add_omissions(*d.syntax, m);
         open_.pop_back();
         d.is_open = false;
@@ -237,12 +241,12 @@ private:
         if (!syntax.reset)
             return;
         m.reset_name = syntax.reset->text;
-        check_name(*syntax.reset, "function", "");
+        check_name(*syntax.reset, "function", objection_to_function(m.reset_name));
         if (!reset_names_.insert(m.reset_name).second)
             errors_.error(syntax.reset->where, "another message has the reset function '{}' already", m.reset_name);
     }
 
-    void add_rows(const draft &d, message &m)
+    void add_rows(draft &d, message &m)
     {
         for (const auto &row : d.syntax->rows) {
             if (const auto *u = std::get_if<unassigned_syntax>(&row))
@@ -254,7 +258,7 @@ private:
             errors_.error(d.syntax->name.where, "message '{}' has no field", m.name);
     }
 
-    void add_field(const draft &d, const field_syntax &syntax, message &m)
+    void add_field(draft &d, const field_syntax &syntax, message &m)
     {
         if (m.fields.size() == most_fields)
             errors_.error(syntax.name.where, "message '{}' has more than {} fields", m.name, most_fields);
@@ -274,7 +278,7 @@ private:
         m.fields.push_back(std::move(f));
     }
 
-    void set_type(const draft &d, const field_syntax &syntax, field &f)
+    void set_type(draft &d, const field_syntax &syntax, field &f)
     {
         if (const auto simple = scalar_or_block(syntax.type.text)) {
             f.type = *simple;
@@ -286,7 +290,7 @@ private:
         }
     }
 
-    const message *nested_message(const draft &d, const name_syntax &type)
+    const message *nested_message(draft &d, const name_syntax &type)
     {
         const auto found = drafts_.find(type.text);
         if (found == drafts_.end()) {
@@ -303,7 +307,13 @@ private:
             errors_.error(type.where, "{}", cycle(nested));
             return nullptr;
         }
-        return complete(nested);
+        const message *made = open_.size() < deepest_nesting ? complete(nested) : nullptr;
+        if (!made || nested.levels == deepest_nesting) {
+            errors_.error(type.where, "messages nest deeper than {} levels", deepest_nesting);
+            return nullptr;
+        }
+        d.levels = std::max(d.levels, nested.levels + 1);
+        return made;
     }
 
     static bool is_visible(const draft &d, const schema_file &from)
@@ -316,7 +326,7 @@ private:
     {
         std::vector<std::string> between;
         for (auto each = std::find(open_.begin(), open_.end(), &first) + 1; each != open_.end(); ++each)
-            between.push_back("'" + (*each)->syntax->name.text + "'");
+            between.push_back(in_quotes((*each)->syntax->name.text));
         if (between.empty())
             return fmt::format("message '{}' holds itself", first.syntax->name.text);
         return fmt::format("message '{}' holds itself through {}", first.syntax->name.text, enumeration(between));
@@ -367,6 +377,15 @@ private:
             errors_.error(name.where, "'{}' and '{}' both need a member '{}'", known->second, owner, name.text);
     }
 
+    void check_size(const message_syntax &syntax, message &m)
+    {
+        if (m.fixed_bound <= largest_fixed)
+            return;
+        errors_.error(syntax.name.where, "message '{}' takes up to {} bytes besides strings, bytes and arrays, over {}",
+                      m.name, m.fixed_bound, largest_fixed);
+        m.fixed_bound = largest_fixed;
+    }
+
     // An argument can be left out where no field needs it.
     void add_omissions(const message_syntax &syntax, message &m)
     {
@@ -412,9 +431,10 @@ private:
         for (const std::string &name : shared_c_identifiers())
             owners.emplace(name, "codec/zidl.h");
         for (const draft *d : in_order_) {
+            const std::string owner = fmt::format("message '{}'", d->finished->name);
             for (const std::string &name : c_identifiers(*d->finished)) {
-                const auto [known, is_new] = owners.emplace(name, "message '" + d->finished->name + "'");
-                if (is_new || known->second == "message '" + d->finished->name + "'")
+                const auto [known, is_new] = owners.emplace(name, owner);
+                if (is_new || known->second == owner)
                     continue;
                 errors_.error(d->syntax->name.where, "message '{}' and {} both need the C name {}", d->finished->name,
                               known->second, name);

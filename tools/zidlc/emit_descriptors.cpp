@@ -5,6 +5,8 @@
 #include "tools/zidlc/names.hpp"
 #include "tools/zidlc/printer.hpp"
 
+#include <array>
+
 namespace zidlc
 {
 
@@ -164,21 +166,18 @@ const message_descriptor *find_message(const char *name)
 
 std::string kind_constant(const field &f)
 {
-    if (f.type == kind::message)
-        return "kind::message";
-    field single = f;
-    single.repeated = false;
-    return "kind::" + (f.type == kind::boolean ? "boolean" : kind_name(single));
+    static constexpr std::array names = {"u8", "u32", "u64", "boolean", "fixed32", "string", "bytes", "message"};
+    return fmt::format("kind::{}", names[static_cast<std::size_t>(f.type)]);
 }
 
 std::string table_name(const message &m)
 {
-    return "fields_of_" + m.name;
+    return fmt::format("fields_of_{}", m.name);
 }
 
 std::string descriptor_name(const message &m)
 {
-    return "descriptor_of_" + m.name;
+    return fmt::format("descriptor_of_{}", m.name);
 }
 
 std::string offset_of(const message &m, std::string_view member)
@@ -192,7 +191,7 @@ void emit_fields(printer &out, const message &m)
     for (const field &f : m.fields)
         rows.add("{{\"{}\",\t {},\t {},\t {},\t {},\t {},\t {},\t {}}},", f.name, f.number, kind_constant(f),
                  f.repeated, f.bit, offset_of(m, f.name), f.count_name.empty() ? "0" : offset_of(m, f.count_name),
-                 f.nested ? "&" + descriptor_name(*f.nested) : "nullptr");
+                 f.nested ? fmt::format("&{}", descriptor_name(*f.nested)) : "nullptr");
     out.line("constexpr field_descriptor {}[] = {{", table_name(m));
     out.block(rows, "    ");
     out.line("}};");

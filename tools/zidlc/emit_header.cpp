@@ -59,7 +59,7 @@ void emit_record(printer &out, const message &m)
     table rows;
     for (const field &f : m.fields) {
         for (const std::string &line : f.comment_above)
-            rows.add_line("// " + line);
+            rows.add_line(fmt::format("// {}", line));
         rows.add("{}\t {}\t // {}", element_type(f), declarator(m, f.name, is_pointer(f)), number_and_comment(f));
         if (!f.count_name.empty())
             rows.add("{}\t {}", count_type(f), declarator(m, f.count_name, false));

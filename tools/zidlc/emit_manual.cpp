@@ -48,15 +48,15 @@ std::string kind_cell(const field &f, std::string_view page)
 {
     if (!f.nested)
         return kind_name(f);
-    return (f.repeated ? "repeated " : "") + link(*f.nested, page);
+    return fmt::format("{}{}", f.repeated ? "repeated " : "", link(*f.nested, page));
 }
 
 std::string members_cell(const field &f)
 {
-    std::string members;
+    std::vector<std::string> members;
     for (const std::string &name : member_names(f))
-        members += (members.empty() ? "" : ", ") + code(name);
-    return members;
+        members.push_back(code(name));
+    return joined(members);
 }
 
 std::string notes_cell(const field &f)
@@ -66,12 +66,9 @@ std::string notes_cell(const field &f)
         notes.push_back(escaped(line));
     if (!f.comment.empty())
         notes.push_back(escaped(f.comment));
-    std::string text;
-    for (const std::string &note : notes)
-        text += (text.empty() ? "" : " ") + note;
     if (f.out_of_order)
-        text += text.empty() ? "out of order" : "; out of order";
-    return text;
+        notes.push_back("(out of order)");
+    return joined(notes, " ");
 }
 
 void emit_fields(printer &out, const message &m)
@@ -158,9 +155,7 @@ void emit_message(printer &out, const message &m)
 
 std::string first_sentence(const message &m)
 {
-    std::string text;
-    for (const std::string &line : m.comment)
-        text += (text.empty() ? "" : " ") + line;
+    const std::string text = joined(m.comment, " ");
     const std::size_t end = text.find(". ");
     return escaped(end == std::string::npos ? text : text.substr(0, end + 1));
 }

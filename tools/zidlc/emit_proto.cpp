@@ -47,13 +47,13 @@ std::string options(const field &f)
 
 std::string comment_behind(const std::string &comment)
 {
-    return comment.empty() ? "" : "// " + comment;
+    return comment.empty() ? "" : fmt::format("// {}", comment);
 }
 
 void add_field(table &rows, const field &f)
 {
     for (const std::string &line : f.comment_above)
-        rows.add_line("// " + line);
+        rows.add_line(fmt::format("// {}", line));
     rows.add("{}\t {}\t {}\t = {}{};\t {}", f.repeated ? "repeated" : "optional", proto_type(f), f.name, f.number,
              options(f), comment_behind(f.comment));
 }
@@ -72,7 +72,7 @@ void emit_reserved(printer &out, const message &m)
             silent.push_back(reserved_range(range));
     }
     if (!silent.empty())
-        out.line("    reserved {};", enumeration(silent, ", "));
+        out.line("    reserved {};", joined(silent));
     for (const number_range &range : m.unassigned) {
         if (!range.comment.empty())
             out.line("    reserved {}; // {}", reserved_range(range), range.comment);

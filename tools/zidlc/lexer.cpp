@@ -41,7 +41,7 @@ public:
             pos_ = line_start_ = byte_order_mark.size();
         while (pos_ < text_.size())
             next();
-        add(token_kind::end, 0);
+        add_end();
         return std::move(tokens_);
     }
 
@@ -92,6 +92,14 @@ private:
         tokens_.push_back(std::move(t));
         line_has_token_ = true;
         pos_ += length;
+    }
+
+    // The end lies behind the last token, where an unfinished statement breaks off.
+    void add_end()
+    {
+        if (!tokens_.empty())
+            pos_ = tokens_.back().where.offset + tokens_.back().where.length;
+        add(token_kind::end, 0);
     }
 
     std::size_t run_length(bool (*belongs)(char)) const

@@ -123,7 +123,7 @@ private:
             const fs::path path = folder / file_name;
             std::error_code ignored;
             if (!fs::exists(path, ignored)) {
-                searched.push_back("'" + (folder.empty() ? "." : folder.string()) + "'");
+                searched.push_back(in_quotes(folder.empty() ? "." : folder.string()));
                 continue;
             }
             std::string error;
@@ -150,7 +150,7 @@ private:
         bool inside = false;
         for (const auto &each : all_) {
             if (inside && !each->finished)
-                between.push_back("'" + each->name + "'");
+                between.push_back(in_quotes(each->name));
             inside = inside || each.get() == &first;
         }
         if (between.empty())
@@ -169,8 +169,12 @@ private:
 std::vector<std::unique_ptr<schema_file>> load(const std::vector<fs::path> &paths, const std::vector<fs::path> &folders,
                                                diagnostics &errors)
 {
+    // Sorted, so that the same files give the same output, in whatever order they are named.
+    std::vector<fs::path> sorted = paths;
+    std::sort(sorted.begin(), sorted.end(), [](const fs::path &a, const fs::path &b) { return a.stem() < b.stem(); });
+
     loader files(folders, errors);
-    for (const fs::path &path : paths)
+    for (const fs::path &path : sorted)
         files.request(path);
     return files.take();
 }

@@ -26,8 +26,8 @@ struct unreadable_file : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-// The files at `paths` and those that they use, each after the files that it uses. A used group NAME is the file
-// NAME.zidl beside the file that says so, or else in the first of `folders` that has one.
+// The files at `paths` and those that they use, each after the files that it uses and otherwise by name. A used group
+// NAME is the file NAME.zidl beside the file that says so, or else in the first of `folders` that has one.
 std::vector<std::unique_ptr<schema_file>> load(const std::vector<std::filesystem::path> &paths,
                                                const std::vector<std::filesystem::path> &folders, diagnostics &errors);
 

@@ -132,6 +132,16 @@ constexpr std::array language_words = {
 // Files of these names are the compiler's own: messages/descriptors.hpp, docs/messages/README.md.
 constexpr std::array file_words = {"descriptors", "readme"};
 
+constexpr std::array proto_words = {
+    "fixed64", "int32", "int64", "sfixed32", "sfixed64", "sint32", "sint64", "uint32", "uint64",
+};
+
+// What generated code calls with a record, or defines for one.
+constexpr std::array codec_words = {
+    "any_presence", "decode", "duplicate", "duplicate_owned", "each_presence",
+    "encode",       "has",    "memcpy",    "memset",          "release",
+};
+
 template <class Words>
 bool contains(const Words &words, std::string_view name)
 {
@@ -219,12 +229,12 @@ std::string kind_name(const field &f)
 {
     static constexpr std::array names = {"u8", "u32", "u64", "bool", "fixed32", "string", "bytes"};
     const std::string name = f.type == kind::message ? f.nested->name : names[static_cast<std::size_t>(f.type)];
-    return f.repeated ? "repeated " + name : name;
+    return fmt::format("{}{}", f.repeated ? "repeated " : "", name);
 }
 
 std::string operation::parameter_list() const
 {
-    return enumeration(parameters, ", ");
+    return joined(parameters);
 }
 
 std::string operation::prototype() const
@@ -375,6 +385,16 @@ std::string objection_to_name(std::string_view name)
 std::string objection_to_member(std::string_view name)
 {
     return name == "presence" ? "the presence word of the record has that name" : "";
+}
+
+std::string objection_to_message(std::string_view name)
+{
+    return contains(proto_words, name) ? "proto files have a type of that name" : "";
+}
+
+std::string objection_to_function(std::string_view name)
+{
+    return contains(codec_words, name) ? "the codec has a function of that name" : "";
 }
 
 std::string objection_to_group(std::string_view name)

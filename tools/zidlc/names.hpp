@@ -64,8 +64,10 @@ std::string include_guard(std::string_view path);      // MESSAGES_RIB_COMMON_H
 std::string generated_line(std::string_view source);
 
 // Why a schema may not use a name; empty when it may.
-std::string objection_to_name(std::string_view name);   // any name: keywords, form
-std::string objection_to_member(std::string_view name); // additionally, of members
-std::string objection_to_group(std::string_view name);  // of groups: names of files that belong to the compiler
+std::string objection_to_name(std::string_view name);     // any name: keywords, form
+std::string objection_to_message(std::string_view name);  // additionally, of messages: the types of proto files
+std::string objection_to_member(std::string_view name);   // of members: the presence word
+std::string objection_to_group(std::string_view name);    // of groups: files that belong to the compiler
+std::string objection_to_function(std::string_view name); // of reset functions: what the codec itself calls
 
 } // namespace zidlc

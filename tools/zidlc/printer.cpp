@@ -96,4 +96,14 @@ std::string enumeration(const std::vector<std::string> &items, std::string_view 
     return text;
 }
 
+std::string joined(const std::vector<std::string> &items, std::string_view separator)
+{
+    return fmt::format("{}", fmt::join(items, separator));
+}
+
+std::string in_quotes(std::string_view name)
+{
+    return fmt::format("'{}'", name);
+}
+
 } // namespace zidlc

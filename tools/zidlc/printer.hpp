@@ -79,4 +79,8 @@ std::vector<std::string> wrap(std::string_view words, std::size_t width);
 // "a", "a and b", "a, b and c".
 std::string enumeration(const std::vector<std::string> &items, std::string_view last_separator = " and ");
 
+std::string joined(const std::vector<std::string> &items, std::string_view separator = ", ");
+
+std::string in_quotes(std::string_view name); // 'name'
+
 } // namespace zidlc
