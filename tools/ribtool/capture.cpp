@@ -1,0 +1,264 @@
+#include "tools/ribtool/capture.hpp"
+
+#include "tools/ribtool/errors.hpp"
+
+#include <pcap/pcap.h>
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <unistd.h>
+
+namespace ribtool
+{
+
+namespace
+{
+
+constexpr int SNAP_LENGTH = 262144; // above any frame
+constexpr uint64_t MICROSECONDS = 1000000;
+
+std::string shown(const std::string &path, const char *standard_stream)
+{
+    return path == "-" ? standard_stream : path;
+}
+
+std::string system_error()
+{
+    return std::strerror(errno);
+}
+
+bool is_regular_file(const std::string &path)
+{
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+} // namespace
+
+void file_closer::operator()(FILE *file) const
+{
+    if (file != stdout && file != stdin)
+        std::fclose(file);
+}
+
+void pcap_closer::operator()(pcap *handle) const
+{
+    pcap_close(handle);
+}
+
+capture_writer::capture_writer(const std::string &path, capture_format format)
+    : path_(shown(path, "standard output")), format_(format),
+      file_(path == "-" ? stdout : std::fopen(path.c_str(), "wb"))
+{
+    if (file_ == nullptr)
+        fail(EXIT_FILE, "{}: cannot create: {}", path_, system_error());
+    if (format_ == capture_format::raw)
+        return;
+    handle_.reset(pcap_open_dead(DLT_USER0, SNAP_LENGTH));
+    if (handle_ == nullptr)
+        throw std::bad_alloc();
+    dumper_ = pcap_dump_fopen(handle_.get(), file_.get());
+    if (dumper_ == nullptr)
+        fail(EXIT_FILE, "{}: cannot write: {}", path_, pcap_geterr(handle_.get()));
+}
+
+capture_writer::~capture_writer()
+{
+    // A device or a pipe is not ours to remove.
+    if (!closed_ && file_.get() != stdout && is_regular_file(path_))
+        unlink(path_.c_str());
+}
+
+void capture_writer::check_written()
+{
+    if (std::ferror(file_.get()) != 0)
+        fail(EXIT_FILE, "{}: cannot write: {}", path_, system_error());
+}
+
+void capture_writer::write(uint64_t time_us, byte_span frame)
+{
+    if (format_ == capture_format::raw) {
+        std::fwrite(frame.data(), 1, frame.size(), file_.get());
+    } else {
+        pcap_pkthdr header = {};
+        header.ts.tv_sec = static_cast<decltype(header.ts.tv_sec)>(time_us / MICROSECONDS);
+        header.ts.tv_usec = static_cast<decltype(header.ts.tv_usec)>(time_us % MICROSECONDS);
+        header.caplen = static_cast<bpf_u_int32>(frame.size());
+        header.len = header.caplen;
+        pcap_dump(reinterpret_cast<u_char *>(dumper_), &header, frame.data());
+    }
+    check_written();
+}
+
+void capture_writer::close()
+{
+    if (std::fflush(file_.get()) != 0)
+        fail(EXIT_FILE, "{}: cannot write: {}", path_, system_error());
+    check_written();
+    closed_ = true;
+    if (FILE *file = file_.release(); file != stdout && std::fclose(file) != 0)
+        fail(EXIT_FILE, "{}: cannot write: {}", path_, system_error());
+}
+
+namespace
+{
+
+// The first four bytes of pcap files of either byte order and resolution, and of pcapng files.
+constexpr uint32_t PCAP_MAGICS[] = {0xa1b2c3d4, 0xd4c3b2a1, 0xa1b23c4d, 0x4d3cb2a1, 0x0a0d0d0a};
+
+bool is_pcap(byte_span start)
+{
+    if (start.size() < 4)
+        return false;
+    const uint32_t magic = read_be32(start.data());
+    for (const uint32_t known : PCAP_MAGICS) {
+        if (magic == known)
+            return true;
+    }
+    return false;
+}
+
+byte_vector read_all(FILE *file)
+{
+    byte_vector contents;
+    uint8_t block[65536];
+    size_t got = 0;
+    while ((got = std::fread(block, 1, sizeof block, file)) > 0)
+        append_bytes(contents, {block, got});
+    return contents;
+}
+
+// A directory opens for reading like a file and fails only when it is read.
+file_handle open_for_reading(const std::string &path)
+{
+    if (path == "-")
+        return file_handle(stdin);
+    struct stat status = {};
+    file_handle file(std::fopen(path.c_str(), "rb"));
+    if (file == nullptr)
+        fail(EXIT_FILE, "{}: cannot open: {}", path, system_error());
+    if (fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode))
+        fail(EXIT_FILE, "{}: cannot open: {}", path, std::strerror(EISDIR));
+    return file;
+}
+
+} // namespace
+
+capture_reader::capture_reader(const std::string &path)
+    : path_(shown(path, "standard input")), owned_file_(open_for_reading(path))
+{
+    struct stat status = {};
+    fstat(fileno(owned_file_.get()), &status);
+    size_ = static_cast<uint64_t>(status.st_size);
+    // What cannot be rewound after a look at its start is read whole.
+    if (!S_ISREG(status.st_mode)) {
+        input_ = read_all(owned_file_.get());
+        size_ = input_.size();
+        owned_file_.reset(input_.empty() ? nullptr : fmemopen(input_.data(), input_.size(), "rb"));
+    }
+    if (size_ == 0)
+        fail(EXIT_MALFORMED, "{}: empty: neither a capture nor framed updates", path_);
+    file_ = owned_file_.get();
+    if (file_ == nullptr)
+        fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
+
+    uint8_t start[4] = {};
+    const size_t got = std::fread(start, 1, sizeof start, file_);
+    if (std::ferror(file_) != 0)
+        fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
+    std::rewind(file_);
+    if (is_pcap({start, got}))
+        open_pcap();
+}
+
+void capture_reader::open_pcap()
+{
+    char reason[PCAP_ERRBUF_SIZE] = "";
+    handle_.reset(pcap_fopen_offline(file_, reason));
+    if (handle_ == nullptr)
+        fail(EXIT_MALFORMED, "{}: not a readable capture: {}", path_, reason);
+    owned_file_.release(); // closed with the handle
+    const int link_type = pcap_datalink(handle_.get());
+    if (link_type == DLT_USER0)
+        return;
+    const char *name = pcap_datalink_val_to_name(link_type);
+    fail(EXIT_MALFORMED, "{}: link type {} ({}), but updates have link type USER0 ({})", path_,
+         name == nullptr ? "unknown" : name, link_type, DLT_USER0);
+}
+
+uint64_t capture_reader::position() const
+{
+    const long at = std::ftell(file_);
+    return at < 0 ? 0 : static_cast<uint64_t>(at);
+}
+
+std::string capture_reader::place() const
+{
+    if (format() == capture_format::pcap)
+        return fmt::format("{}: packet {}", path_, number_);
+    return fmt::format("{}: frame {} at byte {}", path_, number_, frame_start_);
+}
+
+bool capture_reader::next(captured_frame &frame)
+{
+    ++number_;
+    if (!(format() == capture_format::pcap ? next_packet(frame) : next_raw(frame)))
+        return false;
+    frame.number = number_;
+    return true;
+}
+
+bool capture_reader::next_packet(captured_frame &frame)
+{
+    pcap_pkthdr *header = nullptr;
+    const u_char *data = nullptr;
+    const int status = pcap_next_ex(handle_.get(), &header, &data);
+    if (status == PCAP_ERROR_BREAK)
+        return false;
+    if (status != 1)
+        fail(EXIT_MALFORMED, "{}: {}", place(), pcap_geterr(handle_.get()));
+    if (header->caplen < header->len)
+        fail(EXIT_MALFORMED, "{}: cut short when it was captured: {} of {} bytes", place(), header->caplen,
+             header->len);
+    if (header->caplen < FRAME_HEADER_LEN)
+        fail(EXIT_MALFORMED, "{}: truncated: a frame header has {} bytes, the packet {}", place(), FRAME_HEADER_LEN,
+             header->caplen);
+    frame.bytes.assign(data, data + header->caplen);
+    frame.time_us = static_cast<uint64_t>(header->ts.tv_sec) * MICROSECONDS + static_cast<uint64_t>(header->ts.tv_usec);
+    const size_t promised = frame_payload_len(frame.bytes);
+    const size_t held = frame.bytes.size() - FRAME_HEADER_LEN;
+    if (held < promised)
+        fail(EXIT_MALFORMED, "{}: truncated: its header promises {} bytes of payload, the packet holds {}", place(),
+             promised, held);
+    if (held > promised)
+        fail(EXIT_MALFORMED, "{}: {} bytes follow the frame, whose header promises {} bytes of payload", place(),
+             held - promised, promised);
+    return true;
+}
+
+bool capture_reader::next_raw(captured_frame &frame)
+{
+    frame_start_ = position();
+    frame.bytes.resize(FRAME_HEADER_LEN);
+    const size_t header_len = std::fread(frame.bytes.data(), 1, FRAME_HEADER_LEN, file_);
+    if (header_len == 0 && std::ferror(file_) == 0)
+        return false;
+    if (std::ferror(file_) != 0)
+        fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
+    if (header_len < FRAME_HEADER_LEN)
+        fail(EXIT_MALFORMED, "{}: truncated: a frame header has {} bytes, {} are left", place(), FRAME_HEADER_LEN,
+             header_len);
+    const size_t promised = frame_payload_len(frame.bytes);
+    frame.bytes.resize(FRAME_HEADER_LEN + promised);
+    frame.time_us = 0;
+    const size_t held = std::fread(frame.bytes.data() + FRAME_HEADER_LEN, 1, promised, file_);
+    if (held < promised)
+        fail(EXIT_MALFORMED, "{}: truncated: its header promises {} bytes of payload, {} are left", place(), promised,
+             held);
+    return true;
+}
+
+} // namespace ribtool

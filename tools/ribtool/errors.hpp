@@ -1,0 +1,39 @@
+// How ribtool fails: one exception type that carries the line for the user and the exit code.
+
+#pragma once
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace ribtool
+{
+
+// The exit codes, as docs/ribtool.md lists them.
+enum exit_code : int {
+    EXIT_DONE = 0,
+    EXIT_UPDATES_FAILED = 1, // the replay ran to its end, but updates were stopped by an assertion or refused
+    EXIT_USAGE = 2,
+    EXIT_FILE = 3,      // a file cannot be opened, read or written
+    EXIT_MALFORMED = 4, // a file's contents are not what the command reads
+};
+
+class failure : public std::runtime_error
+{
+public:
+    failure(exit_code code, const std::string &text) : std::runtime_error(text), code_(code) {}
+    exit_code code() const { return code_; }
+
+private:
+    exit_code code_;
+};
+
+template <class... Arguments>
+[[noreturn]] void fail(exit_code code, fmt::format_string<Arguments...> format, Arguments &&...arguments)
+{
+    throw failure(code, fmt::format(format, std::forward<Arguments>(arguments)...));
+}
+
+} // namespace ribtool

@@ -1,0 +1,62 @@
+// What a replay counts, and the table that it prints at the end.
+
+#pragma once
+
+#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/commands.hpp"
+#include "tools/ribtool/frame.hpp"
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace ribtool
+{
+
+enum class update_form { unstripped, stripped };
+constexpr size_t UPDATE_FORMS = 2;
+constexpr std::string_view form_name(update_form form)
+{
+    return form == update_form::stripped ? "stripped" : "unstripped";
+}
+
+struct update_counts {
+    uint64_t updates = 0;
+    uint64_t callbacks = 0;
+    uint64_t dropped = 0; // the library ended without a callback
+    uint64_t refused = 0; // against the entry point's contract, so not handed over
+    uint64_t stopped = 0; // an assertion would have stopped the process
+    uint64_t routes = 0;
+    uint64_t paths_sent = 0;                    // in encoded routes
+    uint64_t paths = 0;                         // in records
+    std::chrono::steady_clock::duration time{}; // in the library, callbacks not counted
+
+    void add(const update_counts &other);
+};
+
+class replay_summary
+{
+public:
+    explicit replay_summary(replay_forms forms) : forms_(forms) {}
+
+    update_counts &of(update_form form, uint16_t code);
+    void add_delimiter() { ++delimiters_; }
+    bool all_went_through() const;
+    void print(const std::string &input, capture_format format, uint64_t updates) const; // to the standard error
+
+private:
+    update_counts total(update_form form) const;
+    void print_table() const;
+    void print_totals() const;
+
+    replay_forms forms_;
+    uint64_t delimiters_ = 0;
+    std::array<std::array<update_counts, KNOWN_CODE_COUNT>, UPDATE_FORMS> counts_{};
+};
+
+// The number of paths that an encoded route carries, without decoding it.
+uint64_t paths_in_route(byte_span payload);
+
+} // namespace ribtool

@@ -1,0 +1,46 @@
+// A route as routing tables describe it, and its encoding. What `import` reads and what `synth` draws from the
+// histograms both become this.
+
+#pragma once
+
+#include "tools/ribtool/addresses.hpp"
+#include "tools/ribtool/frame.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace ribtool
+{
+
+enum class community_kind : uint32_t {
+    widened = 1,  // 32-bit communities in the low half of 64 bits
+    extended = 2, // 64-bit extended communities
+};
+
+struct table_path {
+    std::optional<uint32_t> peer_index;
+    std::optional<uint32_t> age_s;
+    std::optional<ip_address> next_hop;
+    std::optional<uint32_t> origin; // 0 IGP, 1 EGP, 2 incomplete
+    std::optional<uint32_t> as_path_len;
+    std::optional<uint32_t> neighbor_as;
+    std::optional<uint32_t> origin_as;
+    std::optional<uint32_t> med;
+    std::optional<uint32_t> local_pref;
+    bool atomic_aggregate = false;
+    bool aggregator = false;
+    community_kind communities_are = community_kind::widened;
+    std::vector<uint64_t> communities;
+};
+
+struct table_route {
+    ip_prefix prefix;
+    std::vector<table_path> paths; // none: the prefix is withdrawn
+};
+
+// docs/ribtool.md has the table of what goes where. The arrays lie in `memory`.
+zidl_rib_route route_message(const table_route &route, scratch &memory);
+zidl_rib_path path_message(const table_path &path, scratch &memory);
+
+} // namespace ribtool

@@ -1,0 +1,16 @@
+// Updates as large and as deeply nested as a frame allows: what costs a client most.
+
+#pragma once
+
+#include "tools/ribtool/random_updates.hpp"
+
+namespace ribtool
+{
+
+// Kinds that take turns.
+extern const uint32_t worst_case_kinds;
+
+// `kind` is below worst_case_kinds.
+update worst_case_update(uint32_t kind, random_source &random, scratch &memory);
+
+} // namespace ribtool
