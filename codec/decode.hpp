@@ -34,7 +34,7 @@ template <class Value>
 ZIDL_COLD parsed<Value> parse_varint_bytewise(const uint8_t *pos, const uint8_t *end)
 {
     Value value = 0;
-    for (unsigned shift = 0; pos < end; shift += 7) {
+    for (uint64_t shift = 0; pos < end; shift += 7) {
         const uint8_t byte = *pos++;
         if (shift < 8 * sizeof(Value))
             value |= static_cast<Value>(byte & 127) << shift;
