@@ -54,7 +54,8 @@ void codec_check::run_encode(output &out, const output_plan &plan, Encode run)
     uint8_t *buf = buffer_.open(buflen);
     out.nsegs = plan.capacity.value_or(0);
     out.segs.assign(out.nsegs + SPARE_ENTRIES, UNTOUCHED_ENTRY);
-    out.result = run(record(), plan.buflen ? buf : nullptr, buflen, plan.capacity ? out.segs.data() : nullptr,
+    // Without nsegs the list is there all the same, and must stay as it is.
+    out.result = run(record(), plan.buflen ? buf : nullptr, buflen, out.segs.data(),
                      plan.capacity ? &out.nsegs : nullptr, plan.flags);
     out.zones_are_intact = buffer_.zones_are_intact();
     out.bytes.assign(buf, buf + buflen);

@@ -56,6 +56,7 @@ public:
 
     const void *record() { return generated_.record.data(); }
     int32_t status() const { return generated_.status; }
+    int32_t copy_status() const { return generated_copy_.status; }
     size_t result() const { return generated_output_.result; }
     size_t request_count() const { return generated_.memory.requests().size(); }
     size_t copy_request_count() const { return generated_copy_.memory.requests().size(); }

@@ -1,0 +1,149 @@
+// See sample_records.hpp.
+
+#include "tests/messages/sample_records.hpp"
+
+#include "tests/reference/record_access.hpp"
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+
+using namespace record_access;
+
+// Both ends of every encoded length, and what a 32-bit member holds at most.
+constexpr uint64_t NUMBERS[] = {
+    1,
+    0x7f,
+    0x80,
+    0x3fff,
+    0x4000,
+    0x1fffff,
+    0x200000,
+    0xfffffff,
+    0x10000000,
+    0xffffffff,
+    0x7ffffffff,
+    0x800000000,
+    0,
+    uint64_t{1} << 42,
+    uint64_t{1} << 49,
+    uint64_t{1} << 56,
+    uint64_t{1} << 63,
+    UINT64_MAX,
+};
+
+// An empty one, and one whose length takes two bytes.
+constexpr size_t LENGTHS[] = {5, 16, 0, 130, 1};
+
+class sample_filler
+{
+public:
+    sample_filler(sample which, test_arena &memory) : which_(which), memory_(memory) {}
+
+    void fill(const message_descriptor &type, void *msg, unsigned depth)
+    {
+        uint64_t presence = ~uint64_t{0} << (type.field_count - 1) << 1; // the spare bits
+        for (const field_descriptor &field : fields_of(type)) {
+            const bool odd = field.bit % 2 != 0;
+            if (which_ == sample::dense || odd)
+                presence |= uint64_t{1} << field.bit;
+            if (which_ == sample::dense || !odd)
+                fill_member(field, msg, depth);
+            else
+                clear_member(field, msg, depth);
+        }
+        store_presence(type, msg, presence);
+    }
+
+private:
+    void fill_member(const field_descriptor &field, void *msg, unsigned depth)
+    {
+        uint8_t *member = member_address(field, msg);
+        if (field.repeated) {
+            fill_array(field, msg, depth);
+        } else if (is_message(field)) {
+            fill(*field.message, member, depth + 1);
+        } else if (field.type == kind::string) {
+            store_pointer(field, msg, block(next(LENGTHS, next_length_), 0));
+        } else if (field.type == kind::bytes) {
+            const zidl_bytes value = contents();
+            store_pointer(field, msg, value.data);
+            store_size(field, msg, value.size);
+        } else {
+            store_number(field, member, number(field));
+        }
+    }
+
+    void clear_member(const field_descriptor &field, void *msg, unsigned depth)
+    {
+        uint8_t *member = member_address(field, msg);
+        if (is_singular(field, kind::message))
+            return fill(*field.message, member, depth + 1);
+        if (!field.repeated && is_number(field))
+            return store_number(field, member, 0);
+        store_pointer(field, msg, nullptr);
+        if (field.repeated)
+            store_count(field, msg, 0);
+        else if (field.type == kind::bytes)
+            store_size(field, msg, 0);
+    }
+
+    void fill_array(const field_descriptor &field, void *msg, unsigned depth)
+    {
+        const uint32_t count = depth == 0 ? 3 : 2;
+        auto *array = static_cast<uint8_t *>(memory_.allocate(count * element_size(field)));
+        for (uint32_t i = 0; i < count; ++i) {
+            uint8_t *at = array + i * element_size(field);
+            if (is_message(field))
+                fill(*field.message, at, depth + 1);
+            else if (field.type == kind::bytes)
+                store(at, contents());
+            else
+                store_number(field, at, number(field));
+        }
+        store_pointer(field, msg, array);
+        store_count(field, msg, count);
+    }
+
+    uint64_t number(const field_descriptor &field)
+    {
+        const uint64_t value = next(NUMBERS, next_number_);
+        return field.type == kind::boolean ? value & 1 : value;
+    }
+
+    zidl_bytes contents()
+    {
+        const size_t size = next(LENGTHS, next_length_);
+        return {block(size, 0xee), size};
+    }
+
+    // `len` bytes and a last one, which is the end of a string or belongs to nobody.
+    uint8_t *block(size_t len, uint8_t last)
+    {
+        auto *data = static_cast<uint8_t *>(memory_.allocate(len + 1));
+        for (size_t i = 0; i < len; ++i)
+            data[i] = static_cast<uint8_t>(0x41 + i % 26);
+        data[len] = last;
+        return data;
+    }
+
+    template <class T, size_t N>
+    static T next(const T (&values)[N], size_t &index)
+    {
+        return values[index++ % N];
+    }
+
+    sample which_;
+    test_arena &memory_;
+    size_t next_number_ = 0;
+    size_t next_length_ = 0;
+};
+
+} // namespace
+
+void fill_sample(const message_descriptor &type, void *msg, sample which, test_arena &memory)
+{
+    sample_filler(which, memory).fill(type, msg, 0);
+}
