@@ -2,8 +2,10 @@
 
 #include "tools/zidlc/build_model.hpp"
 
+#include "tools/zidlc/derived_facts.hpp"
 #include "tools/zidlc/names.hpp"
 #include "tools/zidlc/numbering.hpp"
+#include "tools/zidlc/omissions.hpp"
 #include "tools/zidlc/printer.hpp"
 
 #include <algorithm>
@@ -39,95 +41,10 @@ std::optional<kind> scalar_or_block(std::string_view name)
     return found == kinds.end() ? std::nullopt : std::optional(found->second);
 }
 
-unsigned wire_type_of(kind type)
+// The codec has no arrays of the other kinds.
+bool can_repeat(kind type)
 {
-    switch (type) {
-    case kind::fixed32:
-        return 5;
-    case kind::string:
-    case kind::bytes:
-    case kind::message:
-        return 2;
-    default:
-        return 0;
-    }
-}
-
-unsigned varint_size(uint64_t value)
-{
-    unsigned size = 1;
-    for (; value > 127; value >>= 7)
-        ++size;
-    return size;
-}
-
-// The most bytes that a value takes on the wire.
-unsigned scalar_bound(kind type)
-{
-    switch (type) {
-    case kind::u8:
-        return varint_size(UINT8_MAX);
-    case kind::boolean:
-        return 1;
-    case kind::fixed32:
-        return 4;
-    case kind::u64:
-        return varint_size(UINT64_MAX);
-    default:
-        return varint_size(UINT32_MAX);
-    }
-}
-
-// An embedded message with its tag and length. The length of a variable one can take any size.
-uint64_t embedded_bound(const field &f)
-{
-    const unsigned length_size = varint_size(f.nested->is_variable ? UINT32_MAX : f.nested->fixed_bound);
-    return f.tag_size + length_size + f.nested->fixed_bound;
-}
-
-uint64_t fixed_bound(const field &f)
-{
-    if (is_pointer(f))
-        return 0;
-    return f.nested ? embedded_bound(f) : f.tag_size + scalar_bound(f.type);
-}
-
-bool holds_bytes(const field &f)
-{
-    return f.type == kind::bytes || (f.nested && f.nested->has_bytes);
-}
-
-bool owns_memory(const field &f)
-{
-    return is_pointer(f) || (f.nested && f.nested->owns_memory);
-}
-
-unsigned presence_width(std::size_t fields)
-{
-    for (const unsigned width : {8u, 16u, 32u}) {
-        if (fields <= width)
-            return width;
-    }
-    return 64;
-}
-
-void derive(field &f)
-{
-    f.wire_type = wire_type_of(f.type);
-    f.tag = f.number << 3 | f.wire_type;
-    f.tag_size = varint_size(f.tag);
-}
-
-void derive(message &m)
-{
-    m.presence_bits = presence_width(m.fields.size());
-    for (const field &f : m.fields) {
-        m.presence_mask |= uint64_t{1} << f.bit;
-        m.has_bytes |= holds_bytes(f);
-        m.owns_memory |= owns_memory(f);
-        m.fixed_bound += fixed_bound(f);
-    }
-    m.is_variable = m.owns_memory;
+    return type != kind::boolean && type != kind::fixed32 && type != kind::string;
 }
 
 class builder
@@ -155,7 +72,6 @@ private:
         const schema_file *file = nullptr;
         const message_syntax *syntax = nullptr;
         group *home = nullptr;
-        std::unique_ptr<message> unfinished;
         message *finished = nullptr; // lives in its group
         bool is_open = false;        // its types are being completed
         unsigned levels = 1;         // of messages inside each other, this one included
@@ -217,23 +133,28 @@ private:
             return d.finished;
         d.is_open = true;
         open_.push_back(&d);
-        d.unfinished = std::make_unique<message>();
-        message &m = *d.unfinished;
-        m.name = d.syntax->name.text;
-        m.group = d.home->name;
-        m.comment = d.syntax->comment;
-        set_reset_name(*d.syntax, m);
-        check_numbering(*d.syntax, errors_);
-        add_rows(d, m);
-        check_members(*d.syntax, m);
-        derive(m);
-        check_size(*d.syntax, m);
-        add_omissions(*d.syntax, m);
+        auto made = std::make_unique<message>();
+        fill(d, *made);
         open_.pop_back();
         d.is_open = false;
-        d.finished = &m;
-        d.home->messages.push_back(std::move(d.unfinished));
+        d.finished = made.get();
+        d.home->messages.push_back(std::move(made));
         return d.finished;
+    }
+
+    void fill(draft &d, message &m)
+    {
+        const message_syntax &syntax = *d.syntax;
+        m.name = syntax.name.text;
+        m.group = d.home->name;
+        m.comment = syntax.comment;
+        set_reset_name(syntax, m);
+        check_numbering(syntax, errors_);
+        add_rows(d, m);
+        check_members(syntax, m);
+        derive(m);
+        check_size(syntax, m);
+        add_omissions(syntax, m, errors_);
     }
 
     void set_reset_name(const message_syntax &syntax, message &m)
@@ -282,8 +203,9 @@ private:
     {
         if (const auto simple = scalar_or_block(syntax.type.text)) {
             f.type = *simple;
-            if (f.repeated && f.type == kind::string)
-                errors_.error(syntax.type.where, "strings do not repeat: use 'repeated bytes'");
+            if (f.repeated && !can_repeat(f.type))
+                errors_.error(syntax.type.where, "'{}' does not repeat: arrays hold u8, u32, u64, bytes or messages",
+                              syntax.type.text);
         } else if (const message *nested = nested_message(d, syntax.type)) {
             f.type = kind::message;
             f.nested = nested;
@@ -384,44 +306,6 @@ private:
         errors_.error(syntax.name.where, "message '{}' takes up to {} bytes besides strings, bytes and arrays, over {}",
                       m.name, m.fixed_bound, largest_fixed);
         m.fixed_bound = largest_fixed;
-    }
-
-    // An argument can be left out where no field needs it.
-    void add_omissions(const message_syntax &syntax, message &m)
-    {
-        struct omittable {
-            std::string_view operation;
-            std::string_view argument;
-            bool omissions::*flag;
-            bool (*needs)(const field &);
-            std::string_view reason;
-        };
-        static constexpr std::array<omittable, 4> all = {{
-            {"encode", "flags", &omissions::encode_flags, holds_bytes, "holds bytes"},
-            {"decode", "flags", &omissions::decode_flags, holds_bytes, "holds bytes"},
-            {"decode", "memory", &omissions::decode_memory, owns_memory, "owns memory"},
-            {"duplicate", "memory", &omissions::duplicate_memory, owns_memory, "owns memory"},
-        }};
-
-        for (const omission_syntax &o : syntax.omissions) {
-            const auto found = std::find_if(all.begin(), all.end(), [&](const omittable &each) {
-                return each.operation == o.operation && each.argument == o.argument;
-            });
-            if (found == all.end()) {
-                errors_.error(o.where,
-                              "'{}.{}' cannot be omitted, only encode.flags, decode.flags, decode.memory and "
-                              "duplicate.memory",
-                              o.operation, o.argument);
-                continue;
-            }
-            if (m.omit.*found->flag)
-                errors_.error(o.where, "'{}.{}' is omitted already", o.operation, o.argument);
-            m.omit.*found->flag = true;
-            const auto needing = std::find_if(m.fields.begin(), m.fields.end(), found->needs);
-            if (needing != m.fields.end())
-                errors_.error(o.where, "{} needs {}: member '{}' {}", o.operation, o.argument, needing->name,
-                              found->reason);
-        }
     }
 
     // Messages, functions and accessors share one scope in C.

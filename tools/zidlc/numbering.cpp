@@ -15,9 +15,11 @@ constexpr uint32_t largest_number = (1u << 29) - 1;
 constexpr uint32_t first_taken_number = 19000; // protocol buffers keep these to themselves
 constexpr uint32_t last_taken_number = 19999;
 
-std::string described(uint32_t first, uint32_t last)
+std::string left_out(uint32_t first, uint32_t last)
 {
-    return first == last ? fmt::format("number {} is", first) : fmt::format("numbers {} to {} are", first, last);
+    if (first == last)
+        return fmt::format("number {0} is left out: say '{0} unassigned;' where that is meant", first);
+    return fmt::format("numbers {0} to {1} are left out: say '{0}..{1} unassigned;' where that is meant", first, last);
 }
 
 class numbering
@@ -132,7 +134,7 @@ private:
         if (first < number) {
             const auto filled = displaced_.lower_bound(first);
             const uint32_t last = filled != displaced_.end() && *filled < number ? *filled - 1 : number - 1;
-            errors_.error(where, "{} neither declared nor unassigned", described(first, last));
+            errors_.error(where, "{}", left_out(first, last));
         }
         last_ = number;
     }

@@ -48,8 +48,7 @@ private:
         if (!at("group"))
             fail("expected 'group NAME;' before anything else");
         tree.comment = take().comment_above;
-        tree.group = name("a group name");
-        end_statement();
+        tree.group = group_name();
     }
 
     void statement(file_syntax &tree)
@@ -59,7 +58,7 @@ private:
         else if (at("message"))
             tree.messages.push_back(message());
         else if (at("group"))
-            fail("a file has one 'group' statement");
+            second_group_statement();
         else
             fail("expected 'use' or 'message'");
     }
@@ -69,8 +68,20 @@ private:
         if (!tree.messages.empty())
             errors_.error(peek().where, "'use' stands before the messages");
         take();
-        tree.uses.push_back(name("a group name"));
+        tree.uses.push_back(group_name());
+    }
+
+    void second_group_statement()
+    {
+        errors_.error(take().where, "a file has one 'group' statement");
+        group_name();
+    }
+
+    name_syntax group_name()
+    {
+        name_syntax group = name("a group name");
         end_statement();
+        return group;
     }
 
     // message = "message" name "{" [ omit ] [ reset ] { row } "}"
@@ -80,7 +91,7 @@ private:
         m.comment = take().comment_above;
         m.name = name("a message name");
         expect("{");
-        while (!at("}") && !at("message") && peek().kind != token_kind::end)
+        while (!at("}") && !at_statement())
             attempt([&] { body_statement(m); }, &parser::skip_row);
         expect("}");
         return m;
@@ -169,14 +180,22 @@ private:
     {
         const place start = peek().where;
         if (accept("counted")) {
+            check_first(!f.counted_by, start);
             expect("by");
             f.counted_by = name("the name of the count");
         } else if (accept("out")) {
+            check_first(!f.out_of_order, start);
             expect("of");
             f.out_of_order = from_to(start, expect("order").where);
         } else {
             fail("expected 'counted by NAME' or 'out of order'");
         }
+    }
+
+    void check_first(bool is_first, const place &where)
+    {
+        if (!is_first)
+            errors_.error(where, "this is said already");
     }
 
     name_syntax name(std::string_view what)
@@ -244,7 +263,7 @@ private:
         try {
             parse_statement();
         } catch (const broken_statement &) {
-            if (next_ == start)
+            if (next_ == start && !at_statement())
                 take();
             (this->*skip)();
         }

@@ -1,0 +1,106 @@
+// What follows from a declaration.
+
+#include "tools/zidlc/derived_facts.hpp"
+
+#include "tools/zidlc/names.hpp"
+
+namespace zidlc
+{
+
+namespace
+{
+
+unsigned wire_type_of(kind type)
+{
+    switch (type) {
+    case kind::fixed32:
+        return 5;
+    case kind::string:
+    case kind::bytes:
+    case kind::message:
+        return 2;
+    default:
+        return 0;
+    }
+}
+
+unsigned varint_size(uint64_t value)
+{
+    unsigned size = 1;
+    for (; value > 127; value >>= 7)
+        ++size;
+    return size;
+}
+
+// The most bytes that a value takes on the wire.
+unsigned scalar_bound(kind type)
+{
+    switch (type) {
+    case kind::u8:
+        return varint_size(UINT8_MAX);
+    case kind::boolean:
+        return 1;
+    case kind::fixed32:
+        return 4;
+    case kind::u64:
+        return varint_size(UINT64_MAX);
+    default:
+        return varint_size(UINT32_MAX);
+    }
+}
+
+// An embedded message with its tag and length. The length of a variable one can take any size.
+uint64_t embedded_bound(const field &f)
+{
+    const unsigned length_size = varint_size(f.nested->is_variable ? UINT32_MAX : f.nested->fixed_bound);
+    return f.tag_size + length_size + f.nested->fixed_bound;
+}
+
+uint64_t fixed_bound(const field &f)
+{
+    if (is_pointer(f))
+        return 0;
+    return f.nested ? embedded_bound(f) : f.tag_size + scalar_bound(f.type);
+}
+
+unsigned presence_width(std::size_t fields)
+{
+    for (const unsigned width : {8u, 16u, 32u}) {
+        if (fields <= width)
+            return width;
+    }
+    return 64;
+}
+
+} // namespace
+
+bool holds_bytes(const field &f)
+{
+    return f.type == kind::bytes || (f.nested && f.nested->has_bytes);
+}
+
+bool owns_memory(const field &f)
+{
+    return is_pointer(f) || (f.nested && f.nested->owns_memory);
+}
+
+void derive(field &f)
+{
+    f.wire_type = wire_type_of(f.type);
+    f.tag = f.number << 3 | f.wire_type;
+    f.tag_size = varint_size(f.tag);
+}
+
+void derive(message &m)
+{
+    m.presence_bits = presence_width(m.fields.size());
+    for (const field &f : m.fields) {
+        m.presence_mask |= uint64_t{1} << f.bit;
+        m.has_bytes |= holds_bytes(f);
+        m.owns_memory |= owns_memory(f);
+        m.fixed_bound += fixed_bound(f);
+    }
+    m.is_variable = m.owns_memory;
+}
+
+} // namespace zidlc
