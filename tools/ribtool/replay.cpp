@@ -342,7 +342,7 @@ void require_known_code(const capture_reader &reader, uint16_t code)
 exit_code run_replay(const replay_options &options)
 {
     capture_reader reader(options.input);
-    replay_summary summary(options.forms);
+    replay_summary summary;
     replayer each(options, summary);
     progress_bar progress("replay", reader.size());
     captured_frame frame;

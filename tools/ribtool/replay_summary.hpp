@@ -3,7 +3,6 @@
 #pragma once
 
 #include "tools/ribtool/capture.hpp"
-#include "tools/ribtool/commands.hpp"
 #include "tools/ribtool/frame.hpp"
 
 #include <array>
@@ -39,8 +38,6 @@ struct update_counts {
 class replay_summary
 {
 public:
-    explicit replay_summary(replay_forms forms) : forms_(forms) {}
-
     update_counts &of(update_form form, uint16_t code);
     void add_delimiter() { ++delimiters_; }
     bool all_went_through() const;
@@ -51,7 +48,6 @@ private:
     void print_table() const;
     void print_totals() const;
 
-    replay_forms forms_;
     uint64_t delimiters_ = 0;
     std::array<std::array<update_counts, KNOWN_CODE_COUNT>, UPDATE_FORMS> counts_{};
 };
