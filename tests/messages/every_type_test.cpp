@@ -255,7 +255,7 @@ TEST_P(every_type, a_larger_buffer_keeps_its_bytes_behind_the_encoding)
         prepare(which);
         for (const uint32_t flags : FLAGS) {
             const size_t full = encoding(flags).size();
-            for (const size_t more : {4, 7, 8, 15, 16, 31, 32, 64, 1000, 5000})
+            for (const size_t more : {4u, 7u, 8u, 15u, 16u, 31u, 32u, 64u, 1000u, 5000u})
                 EXPECT_EQ(check.encode({full + more, std::nullopt, flags}), "");
         }
     }
@@ -313,6 +313,42 @@ TEST_P(every_type, encode_stores_nothing_before_its_buffer)
             ASSERT_EQ(type.encode(check.record(), pages.start(), buflen, nullptr, nullptr, flags), expected.size());
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), pages.start()));
     }
+}
+
+// Encodes into exactly enough room, a little less and a little more, and reads it back.
+void check_around_its_length(codec_check &check)
+{
+    ASSERT_EQ(check.encode({std::nullopt, std::nullopt, COPYING}), "");
+    const size_t full = check.result();
+    for (const size_t buflen : {full, full - 1, full + 1, full + 40})
+        ASSERT_EQ(check.encode({buflen, std::nullopt, COPYING}), "");
+}
+
+TEST_P(every_type, bodies_around_every_length_of_their_prefix_are_encoded)
+{
+    for (const field_path &path : growable_fields(type))
+        for (const size_t prefix_limit : {128u, 16384u})
+            for (size_t length = prefix_limit - 30; length < prefix_limit + 5; ++length) {
+                check.prepare([&](uint8_t *msg, test_arena &memory) { fill_only(type, msg, path, length, memory); });
+                ASSERT_NO_FATAL_FAILURE(check_around_its_length(check)) << path.back()->member << " " << length;
+            }
+}
+
+TEST_P(every_type, bodies_of_two_megabytes_are_encoded)
+{
+    const auto paths = growable_fields(type);
+    for (size_t i = 0; i < paths.size() && i < 3; ++i)
+        for (const size_t length : {2097151u - 12, 2097151u, 2097152u}) {
+            check.prepare([&](uint8_t *msg, test_arena &memory) { fill_only(type, msg, paths[i], length, memory); });
+            ASSERT_NO_FATAL_FAILURE(check_around_its_length(check)) << paths[i].back()->member << " " << length;
+        }
+}
+
+TEST_P(every_type, decode_of_no_input_resets_the_record)
+{
+    EXPECT_EQ(check.decode(nullptr, 0, COPYING), "");
+    EXPECT_EQ(check.status(), ZIDL_OK);
+    EXPECT_EQ(check.request_count(), 0u);
 }
 
 // The bytes members of a record, embedded ones and array elements included.

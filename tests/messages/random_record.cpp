@@ -76,7 +76,8 @@ private:
     uint32_t element_count(const field_descriptor &field)
     {
         if (!is_message(field))
-            return static_cast<uint32_t>(random_.percent(3) ? random_.below(100) : random_.below(6));
+            return static_cast<uint32_t>(random_.percent(4) ? random_.below(random_.percent(2) ? 4000 : 100)
+                                                            : random_.below(6));
         const size_t count = std::min(random_.below(6), elements_left_);
         elements_left_ -= count;
         return static_cast<uint32_t>(count);

@@ -141,7 +141,90 @@ private:
     size_t next_length_ = 0;
 };
 
+void collect_growable_fields(const message_descriptor &type, field_path &way, std::vector<field_path> &found)
+{
+    for (const field_descriptor &field : fields_of(type)) {
+        way.push_back(&field);
+        if (is_message(field))
+            collect_growable_fields(*field.message, way, found);
+        else if (field.repeated || !is_number(field))
+            found.push_back(way);
+        way.pop_back();
+    }
+}
+
+void fill_text(const field_descriptor &field, void *msg, size_t length, test_arena &memory)
+{
+    auto *data = static_cast<uint8_t *>(memory.allocate(length + 1));
+    std::memset(data, 0x61, length);
+    data[length] = 0;
+    store_pointer(field, msg, data);
+    if (field.type == kind::bytes)
+        store_size(field, msg, length);
+}
+
+void fill_integers(const field_descriptor &field, void *msg, size_t length, test_arena &memory)
+{
+    const size_t element_length = field.number < 16 ? 2 : 3; // tag and value
+    const size_t count = length / element_length;
+    auto *array = static_cast<uint8_t *>(memory.allocate(count * element_size(field)));
+    for (size_t i = 0; i < count; ++i)
+        store_number(field, array + i * element_size(field), i % 128);
+    store_pointer(field, msg, array);
+    store_count(field, msg, static_cast<uint32_t>(count));
+}
+
+// A repeated bytes field has one element, of `length` bytes.
+void fill_bytes_array(const field_descriptor &field, void *msg, size_t length, test_arena &memory)
+{
+    auto *data = static_cast<uint8_t *>(memory.allocate(length));
+    std::memset(data, 0x62, length);
+    auto *array = static_cast<uint8_t *>(memory.allocate(sizeof(zidl_bytes)));
+    store(array, zidl_bytes{data, length});
+    store_pointer(field, msg, array);
+    store_count(field, msg, 1);
+}
+
+// The embedded record or, in an array made for it, the only element.
+uint8_t *step_into(const field_descriptor &field, void *msg, test_arena &memory)
+{
+    if (!field.repeated)
+        return member_address(field, msg);
+    auto *array = static_cast<uint8_t *>(memory.allocate(element_size(field)));
+    std::memset(array, 0, element_size(field));
+    store_pointer(field, msg, array);
+    store_count(field, msg, 1);
+    return array;
+}
+
 } // namespace
+
+std::vector<field_path> growable_fields(const message_descriptor &type)
+{
+    field_path way;
+    std::vector<field_path> found;
+    collect_growable_fields(type, way, found);
+    return found;
+}
+
+void fill_only(const message_descriptor &type, void *msg, const field_path &path, size_t length, test_arena &memory)
+{
+    const message_descriptor *owner = &type;
+    std::memset(msg, 0, type.size);
+    for (const field_descriptor *field : path) {
+        set_presence(*owner, *field, msg, true);
+        if (is_message(*field)) {
+            msg = step_into(*field, msg, memory);
+            owner = field->message;
+        } else if (!field->repeated) {
+            fill_text(*field, msg, length, memory);
+        } else if (field->type == kind::bytes) {
+            fill_bytes_array(*field, msg, length, memory);
+        } else {
+            fill_integers(*field, msg, length, memory);
+        }
+    }
+}
 
 void fill_sample(const message_descriptor &type, void *msg, sample which, test_arena &memory)
 {

@@ -44,8 +44,9 @@ void open_memory([[maybe_unused]] const uint8_t *start, [[maybe_unused]] size_t 
 
 } // namespace
 
-test_arena::test_arena(size_t capacity) : capacity_(capacity), memory_(new uint8_t[capacity]), used_(capacity)
+test_arena::test_arena(size_t capacity) : capacity_(capacity), memory_(new uint8_t[capacity])
 {
+    close_memory(memory_.get(), capacity_);
     reset();
 }
 
@@ -56,10 +57,10 @@ test_arena::~test_arena()
 
 void test_arena::reset(size_t failing)
 {
-    open_memory(memory_.get(), used_);
-    std::memset(memory_.get(), UNTOUCHED, used_);
+    open_memory(memory_.get(), FIRST_BLOCK);
+    std::memset(memory_.get(), UNTOUCHED, FIRST_BLOCK);
     close_memory(memory_.get(), used_);
-    used_ = FIRST_BLOCK + RED_ZONE;
+    used_ = FIRST_BLOCK;
     failing_ = failing;
     blocks_.clear();
     requests_.clear();
@@ -73,10 +74,18 @@ void *test_arena::allocate(size_t size)
     requests_.push_back(size);
     if (number == failing_ || size > capacity_ || capacity_ - size < offset + 2 * RED_ZONE)
         return nullptr;
-    used_ = offset + size + 2 * RED_ZONE;
+    take_up_to(offset + size + RED_ZONE);
     blocks_.push_back({offset, size});
     open_memory(memory_.get() + offset, size);
     return memory_.get() + offset;
+}
+
+void test_arena::take_up_to(size_t end)
+{
+    open_memory(memory_.get() + used_, end - used_);
+    std::memset(memory_.get() + used_, UNTOUCHED, end - used_);
+    close_memory(memory_.get() + used_, end - used_);
+    used_ = end;
 }
 
 void *test_arena::allocate_from(size_t size, void *arena)

@@ -17,7 +17,7 @@ class test_arena
 public:
     static constexpr size_t NEVER = std::numeric_limits<size_t>::max();
 
-    explicit test_arena(size_t capacity = size_t{8} << 20);
+    explicit test_arena(size_t capacity = size_t{32} << 20);
     ~test_arena();
     test_arena(const test_arena &) = delete;
     test_arena &operator=(const test_arena &) = delete;
@@ -46,6 +46,8 @@ private:
         size_t offset;
         size_t size;
     };
+
+    void take_up_to(size_t end);
 
     size_t capacity_;
     std::unique_ptr<uint8_t[]> memory_;
