@@ -170,21 +170,25 @@ private:
     void add_rows(draft &d, message &m)
     {
         for (const auto &row : d.syntax->rows) {
-            if (const auto *u = std::get_if<unassigned_syntax>(&row))
-                m.unassigned.push_back({u->first.value, u->last.value, u->comment});
+            const auto *f = std::get_if<field_syntax>(&row);
+            if (f && m.fields.size() == most_fields)
+                return errors_.error(f->name.where, "message '{}' has more than {} fields", m.name, most_fields);
+            if (f)
+                add_field(d, *f, m);
             else
-                add_field(d, std::get<field_syntax>(row), m);
+                add_unassigned(std::get<unassigned_syntax>(row), m);
         }
         if (m.fields.empty())
             errors_.error(d.syntax->name.where, "message '{}' has no field", m.name);
     }
 
+    static void add_unassigned(const unassigned_syntax &syntax, message &m)
+    {
+        m.unassigned.push_back({syntax.first.value, syntax.last.value, syntax.comment});
+    }
+
     void add_field(draft &d, const field_syntax &syntax, message &m)
     {
-        if (m.fields.size() == most_fields)
-            errors_.error(syntax.name.where, "message '{}' has more than {} fields", m.name, most_fields);
-        if (m.fields.size() >= most_fields)
-            return;
         field f;
         f.name = syntax.name.text;
         f.comment = syntax.comment;
