@@ -264,32 +264,36 @@ public:
     template <uint32_t Number>
     ZIDL_INLINE bool u8s(uint8_t *&array, uint32_t &count, bool filled)
     {
-        return scalars<Number>(array, count, filled, [this](uint8_t &element) { return u8(element); });
+        return scalars<Number>(array, count, filled,
+                               [this](uint8_t &element) ZIDL_INLINE_LAMBDA { return u8(element); });
     }
 
     template <uint32_t Number>
     ZIDL_INLINE bool u32s(uint32_t *&array, uint32_t &count, bool filled)
     {
-        return scalars<Number>(array, count, filled, [this](uint32_t &element) { return u32(element); });
+        return scalars<Number>(array, count, filled,
+                               [this](uint32_t &element) ZIDL_INLINE_LAMBDA { return u32(element); });
     }
 
     template <uint32_t Number>
     ZIDL_INLINE bool u64s(uint64_t *&array, uint32_t &count, bool filled)
     {
-        return scalars<Number>(array, count, filled, [this](uint64_t &element) { return u64(element); });
+        return scalars<Number>(array, count, filled,
+                               [this](uint64_t &element) ZIDL_INLINE_LAMBDA { return u64(element); });
     }
 
     template <uint32_t Number>
     ZIDL_INLINE bool byte_blocks(zidl_bytes *&array, uint32_t &count, bool filled)
     {
-        return cleared_array<Number>(array, count, filled,
-                                     [this](zidl_bytes &element) { return read_bytes(element.data, element.size); });
+        return cleared_array<Number>(array, count, filled, [this](zidl_bytes &element) ZIDL_INLINE_LAMBDA {
+            return read_bytes(element.data, element.size);
+        });
     }
 
     template <uint32_t Number, class Record>
     ZIDL_INLINE bool messages(Record *&array, uint32_t &count, bool filled)
     {
-        return cleared_array<Number>(array, count, filled, [this](Record &element) {
+        return cleared_array<Number>(array, count, filled, [this](Record &element) ZIDL_INLINE_LAMBDA {
             uint32_t len;
             return ZIDL_LIKELY(read_length(len)) && nested(element, len);
         });

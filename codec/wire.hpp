@@ -6,6 +6,10 @@
 #include <cstdint>
 #include <cstring>
 
+#ifdef __BMI2__
+#include <immintrin.h>
+#endif
+
 // Everything below codec/ and messages/ lives in an inline namespace named after the instruction set it is compiled for,
 // so that one library can hold several builds of the same code.
 #ifndef ZIDL_VARIANT
@@ -13,6 +17,7 @@
 #endif
 
 #define ZIDL_INLINE inline __attribute__((always_inline))
+#define ZIDL_INLINE_LAMBDA __attribute__((always_inline))
 #define ZIDL_COLD __attribute__((noinline, cold))
 #define ZIDL_LIKELY(condition) __builtin_expect(!!(condition), 1)
 #define ZIDL_UNLIKELY(condition) __builtin_expect(!!(condition), 0)
@@ -68,20 +73,30 @@ ZIDL_INLINE void store(uint8_t *dst, Word word)
     memcpy(dst, &word, sizeof word);
 }
 
+constexpr uint64_t group_bits = 0x7f7f7f7f7f7f7f7f;
+
 // Eight groups of seven bits, one in the low bits of each byte, pushed together into 56 bits.
 ZIDL_INLINE uint64_t pack_groups(uint64_t bytes)
 {
+#ifdef __BMI2__
+    return _pext_u64(bytes, group_bits);
+#else
     bytes = (bytes & 0x007f007f007f007f) | (bytes & 0x7f007f007f007f00) >> 1;
     bytes = (bytes & 0x00003fff00003fff) | (bytes & 0x3fff00003fff0000) >> 2;
     return (bytes & 0x000000000fffffff) | (bytes & 0x0fffffff00000000) >> 4;
+#endif
 }
 
 // The reverse: the low 56 bits of `value` dealt out into eight groups of seven bits.
 ZIDL_INLINE uint64_t spread_groups(uint64_t value)
 {
+#ifdef __BMI2__
+    return _pdep_u64(value, group_bits);
+#else
     value = (value & 0x000000000fffffff) | (value & 0x00fffffff0000000) << 4;
     value = (value & 0x00003fff00003fff) | (value & 0x0fffc0000fffc000) << 2;
     return (value & 0x007f007f007f007f) | (value & 0x3f803f803f803f80) << 1;
+#endif
 }
 
 // memcpy for the short lengths that names and addresses have: two overlapping words, exact at both ends.
