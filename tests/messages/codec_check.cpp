@@ -100,6 +100,11 @@ std::string codec_check::state_difference(side &got, side &expected) const
     return difference(*type_, {got.record.data(), got.memory}, {expected.record.data(), expected.memory});
 }
 
+std::string codec_check::unchanged()
+{
+    return in_step("record after encoding", state_difference(generated_, reference_));
+}
+
 std::string codec_check::decode(const uint8_t *buf, size_t len, uint32_t flags, memory_plan plan, uint8_t fill)
 {
     generated_.status =

@@ -22,6 +22,7 @@ struct output_plan {
 struct memory_plan {
     bool given = true;                  // false: a null allocation function
     size_t failing = test_arena::NEVER; // the request that fails
+    bool lasting = false;               // and all later ones
 };
 
 // Holds two equal records, one for either implementation. Each function returns an empty string or what differed.
@@ -46,7 +47,11 @@ public:
     // Makes both records out of bytes. They held `fill` in every byte before.
     std::string decode(const uint8_t *buf, size_t len, uint32_t flags, memory_plan plan = {}, uint8_t fill = UNTOUCHED);
 
+    // Encodes the generated code's record, by both.
     std::string encode(const output_plan &plan);
+
+    // Whether the records are still equal, which encoding must not change.
+    std::string unchanged();
 
     // Duplicates both records, and releases the copies.
     std::string duplicate(memory_plan plan = {}, uint8_t fill = UNTOUCHED);
@@ -70,7 +75,7 @@ private:
 
         void *open(size_t size, uint8_t fill, const memory_plan &plan)
         {
-            memory.reset(plan.failing);
+            memory.reset(plan.failing, plan.lasting);
             return record.open(size, fill);
         }
     };

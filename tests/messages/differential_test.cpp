@@ -153,7 +153,7 @@ private:
             found = check_.encode({full_size + random_.below(2) * random_.below(20), std::nullopt, flags});
         if (found.empty()) // too little room, or a list of segments
             found = check_.encode({some_room(full_size), some_capacity(), some_flags()});
-        return found;
+        return found.empty() ? check_.unchanged() : found;
     }
 
     std::optional<size_t> some_room(size_t full_size)
@@ -184,7 +184,7 @@ private:
         if (random_.percent(5))
             return {.given = false};
         if (random_.percent(25))
-            return {.failing = random_.below(random_.percent(50) ? 4 : 40)};
+            return {.failing = random_.below(random_.percent(50) ? 4 : 40), .lasting = random_.percent(30)};
         return {};
     }
 

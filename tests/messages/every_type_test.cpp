@@ -164,6 +164,7 @@ TEST_P(every_type, duplicate_goes_on_after_every_failing_allocation)
         ASSERT_EQ(check.duplicate(), "");
         const size_t requests = check.copy_request_count();
         for (size_t failing = 0; failing < requests; ++failing) {
+            EXPECT_EQ(check.duplicate({.failing = failing, .lasting = true}), "") << failing;
             EXPECT_EQ(check.duplicate({.failing = failing}), "") << failing;
             EXPECT_EQ(check.copy_status(), ZIDL_ERR_NO_MEMORY);
         }

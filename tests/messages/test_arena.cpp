@@ -55,25 +55,31 @@ test_arena::~test_arena()
     open_memory(memory_.get(), capacity_);
 }
 
-void test_arena::reset(size_t failing)
+void test_arena::reset(size_t failing, bool lasting)
 {
     open_memory(memory_.get(), FIRST_BLOCK);
     std::memset(memory_.get(), UNTOUCHED, FIRST_BLOCK);
     close_memory(memory_.get(), used_);
     used_ = FIRST_BLOCK;
     failing_ = failing;
+    lasting_ = lasting;
     blocks_.clear();
     requests_.clear();
     releases_.clear();
 }
 
+bool test_arena::refuses(size_t request, size_t size) const
+{
+    const bool has_room = size < capacity_ && aligned(used_) + RED_ZONE < capacity_ - size;
+    return !has_room || request == failing_ || (lasting_ && request > failing_);
+}
+
 void *test_arena::allocate(size_t size)
 {
-    const size_t number = requests_.size();
-    const size_t offset = aligned(used_);
     requests_.push_back(size);
-    if (number == failing_ || size > capacity_ || capacity_ - size < offset + 2 * RED_ZONE)
+    if (refuses(requests_.size() - 1, size))
         return nullptr;
+    const size_t offset = aligned(used_);
     take_up_to(offset + size + RED_ZONE);
     blocks_.push_back({offset, size});
     open_memory(memory_.get() + offset, size);

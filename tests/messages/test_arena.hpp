@@ -22,8 +22,9 @@ public:
     test_arena(const test_arena &) = delete;
     test_arena &operator=(const test_arena &) = delete;
 
-    // Forgets all blocks and notes; the request number `failing` (from 0) will get a null pointer.
-    void reset(size_t failing = NEVER);
+    // Forgets all blocks and notes; the request number `failing` (from 0) will get a null pointer, and with `lasting` all
+    // later ones too.
+    void reset(size_t failing = NEVER, bool lasting = false);
 
     void *allocate(size_t size);
 
@@ -47,12 +48,14 @@ private:
         size_t size;
     };
 
+    bool refuses(size_t request, size_t size) const;
     void take_up_to(size_t end);
 
     size_t capacity_;
     std::unique_ptr<uint8_t[]> memory_;
     size_t used_ = 0;
     size_t failing_ = NEVER;
+    bool lasting_ = false;
     std::vector<block> blocks_;
     std::vector<size_t> requests_;
     std::vector<size_t> releases_;
