@@ -1561,6 +1561,28 @@ TYPED_TEST(seven_member_ctx, second_block_of_one_field_is_malformed)
     EXPECT_EQ(msg.ctx_bytes_5, mem.blocks[0]);
 }
 
+TEST(ip_rib_iid_evpn_elan_ctx, encodes_to_the_bytes_of_an_ip_tunnel_context_with_the_same_members)
+{
+    uint8_t block[] = {0x51};
+    zidl_ip_rib_iid_evpn_elan_ctx elan = {};
+    elan.ctx_value_1 = 300;
+    elan.ctx_bytes_5 = block;
+    elan.ctx_bytes_5_size = 1;
+    elan.presence = 0x11;
+    zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx tunnel = {};
+    tunnel.ctx_value_1 = 300;
+    tunnel.ctx_bytes_5 = block;
+    tunnel.ctx_bytes_5_size = 1;
+    tunnel.presence = 0x11;
+
+    const bytes expected = {
+        0x08, 0xAC, 0x02, // 1 ctx_value_1 = 300
+        0x2A, 0x01, 0x51, // 5 ctx_bytes_5
+    };
+    EXPECT_EQ(encode<ip_rib_iid_evpn_elan_ctx>(elan), expected);
+    EXPECT_EQ(encode<ip_rib_iid_l2vpn_ip_tunnel_ctx>(tunnel), expected);
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // ip_rib_iid_lss_ctx.
 

@@ -76,11 +76,11 @@ using sizes = std::vector<size_t>;
 #define RIB_TEST_CODEC(type)                                                                                           \
     struct type {                                                                                                      \
         using record = zidl_##type;                                                                                    \
-        static constexpr const char *name = #type;                                                                     \
-        static constexpr auto encode_ext = &zidl_##type##_encode_ext;                                                  \
-        static constexpr auto decode_ext = &zidl_##type##_decode_ext;                                                  \
-        static constexpr auto duplicate_ext = &zidl_##type##_duplicate;                                                \
-        static constexpr auto free_ext = &zidl_##type##_free_ext;                                                      \
+        [[maybe_unused]] static constexpr const char *name = #type;                                                    \
+        [[maybe_unused]] static constexpr auto encode_ext = &zidl_##type##_encode_ext;                                 \
+        [[maybe_unused]] static constexpr auto decode_ext = &zidl_##type##_decode_ext;                                 \
+        [[maybe_unused]] static constexpr auto duplicate_ext = &zidl_##type##_duplicate;                               \
+        [[maybe_unused]] static constexpr auto free_ext = &zidl_##type##_free_ext;                                     \
     }
 
 // Argument lists, checked by the compiler; the record comes first in each.
