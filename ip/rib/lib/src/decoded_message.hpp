@@ -23,9 +23,10 @@ inline void give_back(void *ptr, void *)
 }
 
 // Nothing is released by itself: a failed decode, and a caller that returns early, keep what was allocated, on purpose.
+// The decoder resets the whole message; only presence bits that no field uses keep what they were.
 template <class Message, auto Decode, auto Release>
 struct decoded_message {
-    Message msg = {};
+    Message msg;
 
     int32_t decode(const uint8_t *buf, size_t len) { return Decode(&msg, buf, len, allocate, nullptr, 0); }
     void release() { Release(&msg, give_back, nullptr, 0); }

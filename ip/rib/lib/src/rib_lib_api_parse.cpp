@@ -169,7 +169,8 @@ void release_route(struct rib_routetype_ *route)
         return;
     free(route->rt_advertisement);
     for (void *block : route->rt_attr_blocks)
-        free(block);
+        if (block != nullptr) // most are: saves the calls
+            free(block);
     free(route);
 }
 

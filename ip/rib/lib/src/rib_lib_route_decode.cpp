@@ -29,7 +29,8 @@ using decoded_route = decoded_message<zidl_rib_route, zidl_rib_route_decode_ext,
 constexpr uint32_t FAMILY_IPV4 = 1;
 constexpr uint32_t FAMILY_IPV6 = 2;
 
-// ---- What is present: a nested message is when its own bit says so or anything inside it is ----
+// ---- What is present: a nested message is when its own bit says so or anything inside it is. In a decoded message the
+// bit of a block is set whenever something inside it is, so that the bit alone decides there ----
 
 bool has_any(const zidl_rib_ipv6_address &ipv6)
 {
@@ -58,14 +59,25 @@ bool has_any(const zidl_rib_ecomm_array &ecomm)
            zidl_rib_ecomm_array_has_ecomm_value_3(&ecomm);
 }
 
-bool has_any(const zidl_rib_generic_attr_array &array)
+// Makes the bits of the blocks say all, as they do in a decoded path. A block that gives nothing when it is empty may be
+// marked whatever it holds.
+void mark_blocks(zidl_rib_path &path)
 {
-    return zidl_rib_generic_attr_array_has_array_type(&array) || zidl_rib_generic_attr_array_has_attrs(&array);
-}
-
-bool has_ecomm(const zidl_rib_path &path)
-{
-    return zidl_rib_path_has_ecomm(&path) || has_any(path.ecomm);
+#define MARK(block, holds)                                                                                             \
+    if (holds)                                                                                                         \
+        zidl_rib_path_mark_##block(&path);
+    MARK(path_address_4, has_any(path.path_address_4))
+    MARK(path_address_5, has_any(path.path_address_5))
+    MARK(path_prefix, has_any(path.path_prefix))
+    MARK(path_ipv6_address, has_any(path.path_ipv6_address))
+    MARK(ecomm, has_any(path.ecomm))
+    MARK(iid_attr, true)
+    MARK(l2_info, true)
+    MARK(grouping_info, true)
+    MARK(ip_tunnel_info, true)
+    MARK(via_aft_id, true)
+    MARK(sl_id_info, true)
+#undef MARK
 }
 
 // ---- Addresses and prefixes ----
@@ -110,11 +122,11 @@ zerrno unpack_prefix(const zidl_rib_prefix &prefix, uint8_t *out16, uint32_t *le
     return ZERRNO_OK;
 }
 
-// ---- One path. The entry is all zero before ----
+// ---- One path, whose blocks' bits say all. The entry is all zero before ----
 
 void unpack_ecomm(const zidl_rib_path &path, rib_path_entry &entry)
 {
-    if (!has_ecomm(path))
+    if (!zidl_rib_path_has_ecomm(&path))
         return;
     const zidl_rib_ecomm_array &ecomm = path.ecomm;
     entry.pe_ecomm_room = ecomm.ecomm_count;
@@ -150,17 +162,17 @@ void unpack_scalars(const zidl_rib_path &path, rib_path_entry &entry)
 
 bool unpack_addresses(const zidl_rib_path &path, rib_path_entry &entry)
 {
-    if ((zidl_rib_path_has_path_address_4(&path) || has_any(path.path_address_4)) &&
+    if (zidl_rib_path_has_path_address_4(&path) &&
         unpack_address(path.path_address_4, entry.pe_addr_4, nullptr) != ZERRNO_OK)
         return false;
-    return !(zidl_rib_path_has_path_address_5(&path) || has_any(path.path_address_5)) ||
+    return !zidl_rib_path_has_path_address_5(&path) ||
            unpack_address(path.path_address_5, entry.pe_addr_5, &entry.pe_addr_5_family) == ZERRNO_OK;
 }
 
 bool unpack_ipv6(const zidl_rib_path &path, rib_path_entry &entry)
 {
     const zidl_rib_ipv6_address &ipv6 = path.path_ipv6_address;
-    if (!zidl_rib_path_has_path_ipv6_address(&path) && !has_any(ipv6))
+    if (!zidl_rib_path_has_path_ipv6_address(&path))
         return true;
     if (!zidl_rib_ipv6_address_has_half0(&ipv6))
         return false;
@@ -171,7 +183,7 @@ bool unpack_ipv6(const zidl_rib_path &path, rib_path_entry &entry)
 bool unpack_path_prefix(const zidl_rib_path &path, rib_path_entry &entry)
 {
     entry.pe_prefix_len = RIB_NO_PREFIX_LEN;
-    return !(zidl_rib_path_has_path_prefix(&path) || has_any(path.path_prefix)) ||
+    return !zidl_rib_path_has_path_prefix(&path) ||
            unpack_prefix(path.path_prefix, entry.pe_prefix, &entry.pe_prefix_len, nullptr) == ZERRNO_OK;
 }
 
@@ -268,7 +280,7 @@ void unpack_grouping_info(const zidl_rib_path_grouping_info &grouping, rib_path_
                 grouping.grouping_value_2);
 }
 
-void unpack_tunnel_info(const zidl_rib_path_ip_tunnel_info &tunnel, rib_path_entry &entry)
+void unpack_ip_tunnel_info(const zidl_rib_path_ip_tunnel_info &tunnel, rib_path_entry &entry)
 {
     constexpr uint32_t VALUE_6_MAX = 13;
     constexpr int VALUE_6_SHIFT = 5;
@@ -349,7 +361,7 @@ bool unpack_sid_infos(const zidl_rib_path &path, rib_path_entry &entry)
 
 size_t entry_size(const zidl_rib_path &path)
 {
-    return sizeof(rib_path_entry) + (has_ecomm(path) ? path.ecomm.ecomm_count * sizeof(uint64_t) : 0);
+    return sizeof(rib_path_entry) + (zidl_rib_path_has_ecomm(&path) ? path.ecomm.ecomm_count * sizeof(uint64_t) : 0);
 }
 
 // Converts a path into `place`, which is all zero. False when the path is rejected; the place is then partly filled.
@@ -357,19 +369,23 @@ bool unpack_path(const zidl_rib_path &path, void *place, void **ecomm_out)
 {
     rib_path_entry &entry = *static_cast<rib_path_entry *>(place);
     unpack_ecomm(path, entry);
-    if (has_ecomm(path) && ecomm_out != nullptr)
+    if (zidl_rib_path_has_ecomm(&path) && ecomm_out != nullptr)
         *ecomm_out = &entry.pe_ecomm_count;
     unpack_scalars(path, entry);
     if (!unpack_addresses(path, entry) || !unpack_ipv6(path, entry) || !unpack_path_prefix(path, entry) ||
         !unpack_labels(path, entry))
         return false;
     unpack_next_next_hops(path, entry);
-    unpack_iid_attr(path.iid_attr, entry);
-    unpack_l2_info(path.l2_info, entry);
-    unpack_via_aft_id(path.via_aft_id, entry);
-    unpack_grouping_info(path.grouping_info, entry);
-    unpack_tunnel_info(path.ip_tunnel_info, entry);
-    unpack_sl_id_info(path.sl_id_info, entry);
+#define UNPACK(block)                                                                                                  \
+    if (zidl_rib_path_has_##block(&path))                                                                              \
+        unpack_##block(path.block, entry);
+    UNPACK(iid_attr)
+    UNPACK(l2_info)
+    UNPACK(via_aft_id)
+    UNPACK(grouping_info)
+    UNPACK(ip_tunnel_info)
+    UNPACK(sl_id_info)
+#undef UNPACK
     unpack_via_srv6_sid(path.via_srv6_sid, entry);
     return unpack_address_list(path, entry) && unpack_sid_infos(path, entry);
 }
@@ -442,7 +458,7 @@ size_t record_size(const zidl_rib_route &msg)
 
 bool unpack_destination(const zidl_rib_route &msg, struct rib_routetype_ &route)
 {
-    if (!zidl_rib_route_has_route_prefix(&msg) && !has_any(msg.route_prefix))
+    if (!zidl_rib_route_has_route_prefix(&msg))
         return true;
     uint32_t len = 0;
     uint32_t family = 0;
@@ -536,17 +552,15 @@ void unpack_aft_id(const zidl_rib_route_aft_id &aft, struct rib_routetype_ &rout
 // A block that cannot be converted stays null; the route is delivered without it, deliberately.
 void unpack_side_blocks(const zidl_rib_route &msg, struct rib_routetype_ &route)
 {
-    const zidl_rib_client_advertisement &advertisement = msg.client_advertisement;
-    if (zidl_rib_route_has_client_advertisement(&msg) ||
-        zidl_rib_client_advertisement_has_advertised_values(&advertisement))
-        unpack_advertisement(advertisement, &route.rt_advertisement);
+    if (zidl_rib_route_has_client_advertisement(&msg))
+        unpack_advertisement(msg.client_advertisement, &route.rt_advertisement);
 
     constexpr uint32_t IPV4_ATTR_SIZE = 12;
     constexpr uint32_t IPV6_ATTR_SIZE = 24;
     constexpr uint32_t SCALAR_ATTR_SIZE = 8;
     const uint32_t address_attr_size = route.rt_family == FAMILY_IPV6 ? IPV6_ATTR_SIZE : IPV4_ATTR_SIZE;
 #define UNPACK(index, field, elem_size)                                                                                \
-    if (zidl_rib_route_has_##field(&msg) || has_any(msg.field))                                                        \
+    if (zidl_rib_route_has_##field(&msg))                                                                              \
         unpack_attributes(msg.field, elem_size, &route.rt_attr_blocks[index]);
     UNPACK(0, addr_generic_attrs, address_attr_size)
     UNPACK(1, generic_attrs_29, SCALAR_ATTR_SIZE)
@@ -612,14 +626,16 @@ extern "C" size_t rib_lib_route_path_unpack(const zidl_rib_path *path, void **sl
 {
     if (zidl_rib_path_has_path_value_27(path))
         return 0;
-    const size_t size = entry_size(*path);
+    zidl_rib_path complete = *path;
+    mark_blocks(complete);
+    const size_t size = entry_size(complete);
     if (*slot != nullptr)
         memset(*slot, 0, size);
     else
         *slot = calloc(1, size);
     if (*slot == nullptr)
         return 0;
-    return unpack_path(*path, *slot, ecomm_out) ? size : 0; // a rejected path keeps its block, deliberately
+    return unpack_path(complete, *slot, ecomm_out) ? size : 0; // a rejected path keeps its block, deliberately
 }
 
 extern "C" zerrno rib_lib_route_address_unpack(const zidl_rib_address *addr, void *out16, uint32_t *family_out)
