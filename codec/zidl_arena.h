@@ -1,0 +1,159 @@
+/* A bump allocator for the codec: memory for one message at a time, handed out by moving a pointer and taken back all at
+ * once. Optional; the codec takes any pair of memory functions.
+ *
+ *     uint64_t block[512];
+ *     zidl_arena arena;
+ *     zidl_arena_init(&arena, block, sizeof block);
+ *     while (next_update(&buf, &len)) {
+ *         zidl_rib_route route;
+ *         if (zidl_rib_route_decode_ext(&route, buf, len, zidl_arena_alloc, &arena, 0) == ZIDL_OK)
+ *             use(&route);
+ *         zidl_arena_reset(&arena);
+ *     }
+ *     zidl_arena_destroy(&arena);
+ *
+ * Memory comes from the caller's block first, then from blocks obtained through malloc, each at least twice as large as
+ * the one before. A reset keeps the largest of them, so that updates of a usual size soon need no malloc at all.
+ *
+ * A record decoded out of an arena needs no release; releasing it with zidl_arena_free is allowed and does nothing to the
+ * memory. An arena serves one thread at a time. */
+
+#ifndef CODEC_ZIDL_ARENA_H
+#define CODEC_ZIDL_ARENA_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <stdlib.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* What every pointer handed out is a multiple of: enough for all members of all records. */
+enum { ZIDL_ARENA_ALIGNMENT = 8 };
+
+/* The size of the first block obtained through malloc, in bytes. */
+enum { ZIDL_ARENA_FIRST_GROWTH = 4096 };
+
+/* The head of a block obtained through malloc; its memory follows. */
+typedef struct zidl_arena_block {
+    struct zidl_arena_block *older;
+    size_t size; /* bytes behind the head */
+} zidl_arena_block;
+
+/* Members are the functions' own business. */
+typedef struct zidl_arena {
+    uint8_t *free_begin; /* the unused rest of the current block */
+    uint8_t *free_end;
+    uint8_t *caller_begin; /* the caller's block, aligned; null when there is none */
+    uint8_t *caller_end;
+    zidl_arena_block *newest; /* the largest of the blocks obtained through malloc; null when there is none */
+} zidl_arena;
+
+/* Makes `arena` ready. `block` is the caller's, `size` bytes long, and must outlive the arena's use; it may be null when
+ * `size` is 0. Nothing is allocated yet. */
+static inline void zidl_arena_init(zidl_arena *arena, void *block, size_t size)
+{
+    const size_t misaligned = (size_t)((uintptr_t)block % ZIDL_ARENA_ALIGNMENT);
+    const size_t skipped = misaligned == 0 ? 0 : ZIDL_ARENA_ALIGNMENT - misaligned;
+    arena->caller_begin = NULL;
+    arena->caller_end = NULL;
+    if (block != NULL && size > skipped) {
+        arena->caller_begin = (uint8_t *)block + skipped;
+        arena->caller_end = (uint8_t *)block + size;
+    }
+    arena->free_begin = arena->caller_begin;
+    arena->free_end = arena->caller_end;
+    arena->newest = NULL;
+}
+
+static inline void zidl_arena_use(zidl_arena *arena, zidl_arena_block *block)
+{
+    arena->free_begin = (uint8_t *)(block + 1);
+    arena->free_end = arena->free_begin + block->size;
+}
+
+/* A new current block with room for `size` bytes: 1, or 0 when malloc has none. */
+static inline int zidl_arena_grow(zidl_arena *arena, size_t size)
+{
+    size_t room = arena->newest != NULL ? 2 * arena->newest->size : (size_t)ZIDL_ARENA_FIRST_GROWTH;
+    zidl_arena_block *block;
+    if (room < size)
+        room = size;
+    if (room > SIZE_MAX / 4)
+        return 0;
+    block = (zidl_arena_block *)malloc(sizeof *block + room);
+    if (block == NULL)
+        return 0;
+    block->older = arena->newest;
+    block->size = room;
+    arena->newest = block;
+    zidl_arena_use(arena, block);
+    return 1;
+}
+
+/* A zidl_alloc_fn; `arena` is the zidl_arena. Returns `size` bytes of undefined content that stay valid until the arena is
+ * reset or destroyed, or null when malloc has no more. A size of 0 is allowed. */
+static inline void *zidl_arena_alloc(size_t size, void *arena)
+{
+    zidl_arena *const self = (zidl_arena *)arena;
+    uint8_t *memory;
+    if (size > SIZE_MAX / 4)
+        return NULL;
+    size = (size + (ZIDL_ARENA_ALIGNMENT - 1)) & ~(size_t)(ZIDL_ARENA_ALIGNMENT - 1);
+    if (self->free_begin == NULL || size > (size_t)(self->free_end - self->free_begin)) {
+        if (!zidl_arena_grow(self, size))
+            return NULL;
+    }
+    memory = self->free_begin;
+    self->free_begin += size;
+    return memory;
+}
+
+/* A zidl_free_fn that leaves the memory to the arena. */
+static inline void zidl_arena_free(void *ptr, void *arena)
+{
+    (void)ptr;
+    (void)arena;
+}
+
+/* Gives back the blocks behind the newest one. */
+static inline void zidl_arena_free_older(zidl_arena_block *block)
+{
+    zidl_arena_block *older = block->older;
+    block->older = NULL;
+    while (older != NULL) {
+        zidl_arena_block *const next = older->older;
+        free(older);
+        older = next;
+    }
+}
+
+/* Takes back everything that was handed out; all of it is invalid from now on. Keeps the largest block. */
+static inline void zidl_arena_reset(zidl_arena *arena)
+{
+    if (arena->newest == NULL) {
+        arena->free_begin = arena->caller_begin;
+        arena->free_end = arena->caller_end;
+        return;
+    }
+    zidl_arena_free_older(arena->newest);
+    zidl_arena_use(arena, arena->newest);
+}
+
+/* Takes back everything and gives all memory from malloc back. The arena is then as after zidl_arena_init. */
+static inline void zidl_arena_destroy(zidl_arena *arena)
+{
+    if (arena->newest != NULL) {
+        zidl_arena_free_older(arena->newest);
+        free(arena->newest);
+        arena->newest = NULL;
+    }
+    zidl_arena_reset(arena);
+}
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
