@@ -37,15 +37,6 @@ RIB_TEST_CODEC(rib_prefix);
 RIB_TEST_CODEC(rib_route);
 RIB_TEST_CODEC(rib_srv6_oper_type);
 
-// A record as it may come from a caller: every byte of it is rubbish.
-template <class Codec>
-typename Codec::record rubbish()
-{
-    typename Codec::record msg;
-    std::memset(&msg, 0xA5, sizeof msg);
-    return msg;
-}
-
 template <class Codec>
 int32_t status_of(const bytes &input)
 {

@@ -27,15 +27,6 @@ RIB_TEST_CODEC(rib_path_l2_info);
 RIB_TEST_CODEC(rib_prefix);
 RIB_TEST_CODEC(rib_route);
 
-// A destination as it may come from a caller: every byte of it is rubbish.
-template <class Codec>
-typename Codec::record rubbish()
-{
-    typename Codec::record msg;
-    std::memset(&msg, 0xA5, sizeof msg);
-    return msg;
-}
-
 char bgp[] = "bgp";
 char isis[] = "isis";
 uint8_t three_bytes[] = {0xF1, 0xF2, 0xF3};

@@ -99,6 +99,15 @@ using sizes = std::vector<size_t>;
     DUPLICATE_TAKES(type, const zidl_##type *, zidl_alloc_fn, void *);                                                 \
     FREE_TAKES(type, zidl_free_fn, void *, uint32_t)
 
+// A record as it may come from a caller: every byte of it is rubbish.
+template <class Codec>
+typename Codec::record rubbish()
+{
+    typename Codec::record msg;
+    std::memset(&msg, 0xA5, sizeof msg);
+    return msg;
+}
+
 template <class Codec>
 size_t call_encode(const typename Codec::record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                    uint32_t flags)
