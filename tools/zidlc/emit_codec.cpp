@@ -344,7 +344,7 @@ void emit_exports(printer &out, const message &msg)
 std::string emit_codec_header(const group &source)
 {
     printer out;
-    out.line("// {}", generated_line(source.source));
+    out.line("// {}", generated_line(source));
     out.line();
     out.line("#pragma once");
     out.line();
@@ -368,7 +368,7 @@ std::string emit_codec_header(const group &source)
 std::string emit_codec_source(const group &source)
 {
     printer out;
-    out.line("// {}", generated_line(source.source));
+    out.line("// {}", generated_line(source));
     out.line();
     out.line("#include \"{}\"", codec_header_path(source.name));
     for (const auto &msg : source.messages) {

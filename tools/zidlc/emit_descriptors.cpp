@@ -210,14 +210,6 @@ void emit_descriptor(printer &out, const message &m)
     out.line("}};");
 }
 
-std::string sources(const model &all)
-{
-    std::vector<std::string> names;
-    for (const auto &g : all.groups)
-        names.push_back(g->source);
-    return enumeration(names);
-}
-
 std::size_t message_count(const model &all)
 {
     std::size_t count = 0;
@@ -242,7 +234,7 @@ void emit_index(printer &out, const model &all)
 std::string emit_descriptors_header(const model &all)
 {
     printer out;
-    out.line("// {}", generated_line(sources(all)));
+    out.line("// {}", generated_line(all));
     out.raw(header_text);
     return out.take();
 }
@@ -250,7 +242,7 @@ std::string emit_descriptors_header(const model &all)
 std::string emit_descriptors_source(const model &all)
 {
     printer out;
-    out.line("// {}", generated_line(sources(all)));
+    out.line("// {}", generated_line(all));
     out.line();
     out.line("#include \"messages/descriptors.hpp\"");
     out.line();

@@ -131,7 +131,7 @@ std::string emit_header(const group &source)
 {
     const std::string guard = include_guard(header_path(source.name));
     printer out;
-    out.line("// {}", generated_line(source.source));
+    out.line("// {}", generated_line(source));
     if (!source.comment.empty()) {
         out.line();
         emit_comment(out, source.comment);

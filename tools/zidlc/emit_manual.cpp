@@ -12,6 +12,21 @@ namespace zidlc
 namespace
 {
 
+constexpr std::string_view index_text = R"(
+# Messages
+
+Every message is a plain C record and four functions. `codec/zidl.h` says what all of them share, the pages say what each
+one adds. A row of their tables is one field:
+
+- **Field**: its number on the wire. Rows stand in the order of declaration, which is the order of the members, of the
+  presence bits and of the encoding.
+- **Member**: of the record. An array comes with its count, bytes with their size.
+- **Kind**: as the schema has it. `bool` is one byte; arrays of scalars are not packed.
+- **Wire type**: 0 varint, 2 length-delimited, 5 four bytes. Any other one for this field is an error.
+- **Tag**: the bytes that introduce the field, in hexadecimal.
+- **Bit**: of the presence word.
+)";
+
 // Comments are text: what would be markup in a table or on a page is not.
 std::string escaped(std::string_view text)
 {
@@ -179,7 +194,7 @@ void emit_group_index(printer &out, const group &g)
 std::string emit_manual(const group &source)
 {
     printer out;
-    out.line("<!-- {} -->", generated_line(source.source));
+    out.line("<!-- {} -->", generated_line(source));
     out.line();
     out.line("# {}", source.name);
     out.line();
@@ -191,25 +206,10 @@ std::string emit_manual(const group &source)
     return out.take();
 }
 
-constexpr std::string_view index_text = R"(
-# Messages
-
-Every message is a plain C record and four functions; `codec/zidl.h` says what all of them share, and the
-pages say what each one adds. A row of their tables is one field:
-
-- **Field**: its number on the wire. Rows stand in the order of declaration, which is the order of the members, of the
-  presence bits and of the encoding.
-- **Member**: of the record. An array comes with its count, bytes with their size.
-- **Kind**: as the schema has it. `bool` is one byte; arrays of scalars are not packed.
-- **Wire type**: 0 varint, 2 length-delimited, 5 four bytes. Any other one for this field is an error.
-- **Tag**: the bytes that introduce the field, in hexadecimal.
-- **Bit**: of the presence word.
-)";
-
 std::string emit_manual_index(const model &all)
 {
     printer out;
-    out.line("<!-- {} -->", generated_line("schema"));
+    out.line("<!-- {} -->", generated_line(all));
     out.raw(index_text);
     for (const auto &g : all.groups) {
         if (g->requested)

@@ -97,7 +97,7 @@ void emit_message(printer &out, const message &m)
 std::string emit_proto(const group &source)
 {
     printer out;
-    out.line("// {}", generated_line(source.source));
+    out.line("// {}", generated_line(source));
     if (!source.comment.empty()) {
         out.line();
         emit_comment(out, source.comment);

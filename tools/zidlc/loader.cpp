@@ -2,12 +2,10 @@
 
 #include "tools/zidlc/loader.hpp"
 
+#include "tools/zidlc/files.hpp"
 #include "tools/zidlc/printer.hpp"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <utility>
 
 namespace zidlc
@@ -17,20 +15,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-
-// The whole file, or the reason why not in `error`.
-std::string contents(const fs::path &path, std::string &error)
-{
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> in(std::fopen(path.c_str(), "rb"), std::fclose);
-    std::string text;
-    char part[65536];
-    std::size_t got = 0;
-    while (in && (got = std::fread(part, 1, sizeof part, in.get())) > 0)
-        text.append(part, got);
-    if (!in || std::ferror(in.get()))
-        error = std::strerror(errno);
-    return text;
-}
 
 class loader
 {

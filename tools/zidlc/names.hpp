@@ -60,8 +60,9 @@ std::string source_path(std::string_view group);       // schema/rib_common.zidl
 std::string proto_package();                           // zidl.proto: apart from the library's own namespace
 std::string include_guard(std::string_view path);      // MESSAGES_RIB_COMMON_H
 
-// The first line of every generated file, without the comment mark.
-std::string generated_line(std::string_view source);
+// The first line of every generated file, without the comment mark: of one group, or of all.
+std::string generated_line(const group &source);
+std::string generated_line(const model &all);
 
 // Why a schema may not use a name; empty when it may.
 std::string objection_to_name(std::string_view name);     // any name: keywords, form

@@ -2,12 +2,9 @@
 
 #include "tools/zidlc/output.hpp"
 
-#include <fmt/format.h>
+#include "tools/zidlc/files.hpp"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iterator>
+#include <fmt/format.h>
 
 namespace zidlc
 {
@@ -19,22 +16,15 @@ namespace
 
 bool holds(const fs::path &path, const std::string &text)
 {
-    std::ifstream in(path, std::ios::binary);
-    return in && std::string(std::istreambuf_iterator<char>(in), {}) == text;
+    std::string error;
+    return contents(path, error) == text && error.empty();
 }
 
 void write(const fs::path &path, const std::string &text)
 {
-    std::error_code status;
-    fs::create_directories(path.parent_path(), status);
-    if (status)
-        throw unwritable_file(fmt::format("cannot create '{}': {}", path.parent_path().string(), status.message()));
-    errno = 0;
-    std::ofstream out(path, std::ios::binary);
-    out << text;
-    out.close();
-    if (!out)
-        throw unwritable_file(fmt::format("cannot write '{}': {}", path.string(), std::strerror(errno)));
+    const std::string error = replace_contents(path, text);
+    if (!error.empty())
+        throw unwritable_file(fmt::format("cannot write '{}': {}", path.string(), error));
 }
 
 } // namespace

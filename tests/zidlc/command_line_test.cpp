@@ -1,0 +1,209 @@
+// zidlc as a program: what it writes, what it says, how it ends.
+
+#include "tests/zidlc/support.hpp"
+
+#include <sys/wait.h>
+
+#include <ctime>
+
+namespace zidlc
+{
+
+namespace
+{
+
+struct run_result {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+class zidlc_program : public in_fresh_folder
+{
+protected:
+    void SetUp() override
+    {
+        in_fresh_folder::SetUp();
+        write("a.zidl", "group a;\nmessage m { 1 x : u32; }\n");
+    }
+
+    static run_result run(const std::string &arguments)
+    {
+        const int status = std::system((std::string(ZIDLC_PROGRAM) + " " + arguments + " >out 2>err").c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("out"), read("err")};
+    }
+
+    static std::vector<std::string> files_below(const std::string &folder)
+    {
+        std::vector<std::string> files;
+        for (const auto &entry : std::filesystem::recursive_directory_iterator(folder)) {
+            if (entry.is_regular_file())
+                files.push_back(std::filesystem::relative(entry.path(), folder).string());
+        }
+        std::sort(files.begin(), files.end());
+        return files;
+    }
+};
+
+} // namespace
+
+TEST_F(zidlc_program, a_good_schema_gives_all_files_and_0)
+{
+    const run_result result = run("-o new/tree a.zidl");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(files_below("new/tree"),
+              (std::vector<std::string>{"docs/messages/README.md", "docs/messages/a.md", "messages/a.cpp",
+                                        "messages/a.h", "messages/a.hpp", "messages/descriptors.cpp",
+                                        "messages/descriptors.hpp", "proto/a.proto"}));
+}
+
+TEST_F(zidlc_program, only_what_is_asked_for_is_written)
+{
+    EXPECT_EQ(run("-o tree --only header,proto a.zidl").status, 0);
+    EXPECT_EQ(files_below("tree"), (std::vector<std::string>{"messages/a.h", "proto/a.proto"}));
+    EXPECT_EQ(run("-o more --only codec --only docs a.zidl").status, 0);
+    EXPECT_EQ(files_below("more"), (std::vector<std::string>{"docs/messages/README.md", "docs/messages/a.md",
+                                                             "messages/a.cpp", "messages/a.hpp"}));
+}
+
+TEST_F(zidlc_program, the_current_folder_is_where_files_go_by_default)
+{
+    EXPECT_EQ(run("--only header a.zidl").status, 0);
+    EXPECT_TRUE(std::filesystem::exists("messages/a.h"));
+}
+
+TEST_F(zidlc_program, groups_are_searched_in_the_folders_given)
+{
+    write("b.zidl", "group b;\nuse c;\nmessage n { 1 x : o; }\n");
+    write("lib/c.zidl", "group c;\nmessage o { 1 x : u32; }\n");
+    EXPECT_EQ(run("--only header b.zidl").status, 1);
+    EXPECT_EQ(run("--only header -I elsewhere -I lib b.zidl").status, 0);
+}
+
+TEST_F(zidlc_program, files_that_do_not_change_are_not_touched)
+{
+    ASSERT_EQ(run("-o tree a.zidl").status, 0);
+    const auto long_ago = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    std::filesystem::last_write_time("tree/messages/a.h", long_ago);
+    write("tree/proto/a.proto", "something else");
+    ASSERT_EQ(run("-o tree a.zidl").status, 0);
+    EXPECT_EQ(std::filesystem::last_write_time("tree/messages/a.h"), long_ago);
+    EXPECT_NE(read("tree/proto/a.proto"), "something else");
+}
+
+TEST_F(zidlc_program, check_is_silent_about_a_fresh_tree)
+{
+    ASSERT_EQ(run("-o tree a.zidl").status, 0);
+    const run_result result = run("--check -o tree a.zidl");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "");
+}
+
+TEST_F(zidlc_program, check_lists_what_is_out_of_date_writes_nothing_and_gives_3)
+{
+    ASSERT_EQ(run("-o tree a.zidl").status, 0);
+    write("tree/proto/a.proto", "something else");
+    std::filesystem::remove("tree/messages/a.h");
+    const run_result result = run("--check -o tree a.zidl");
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.out, "out of date: tree/messages/a.h\n"
+                          "out of date: tree/proto/a.proto\n");
+    EXPECT_EQ(read("tree/proto/a.proto"), "something else");
+    EXPECT_FALSE(std::filesystem::exists("tree/messages/a.h"));
+}
+
+TEST_F(zidlc_program, errors_in_a_schema_give_1_and_no_file)
+{
+    write("b.zidl", "group b;\nmessage n {\n    1 x : nothing;\n    1 y : u32;\n}\n");
+    const run_result result = run("-o tree a.zidl b.zidl");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "b.zidl:3:11: error: unknown type 'nothing'\n"
+                          "    1 x : nothing;\n"
+                          "          ^~~~~~~\n"
+                          "b.zidl:4:5: error: number 1 is taken by 'x'\n"
+                          "    1 y : u32;\n"
+                          "    ^\n"
+                          "zidlc: 2 errors\n");
+    EXPECT_FALSE(std::filesystem::exists("tree"));
+}
+
+TEST_F(zidlc_program, errors_of_grammar_in_several_files_are_reported_in_one_run)
+{
+    write("b.zidl", "group b\nmessage n { 1 x : u32; }\n");
+    write("c.zidl", "message o { 1 x : u32; }\n");
+    const run_result result = run("c.zidl b.zidl");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "b.zidl:1:8: error: expected ';'\n"
+                          "group b\n"
+                          "       ^\n"
+                          "c.zidl:1:1: error: expected 'group NAME;' before anything else, not 'message'\n"
+                          "message o { 1 x : u32; }\n"
+                          "^~~~~~~\n"
+                          "zidlc: 2 errors\n");
+}
+
+TEST_F(zidlc_program, a_file_that_cannot_be_read_gives_2_and_the_reason)
+{
+    const run_result missing = run("missing.zidl");
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_EQ(missing.err, "zidlc: cannot read 'missing.zidl': No such file or directory\n");
+
+    std::filesystem::create_directory("folder.zidl");
+    const run_result folder = run("folder.zidl");
+    EXPECT_EQ(folder.status, 2);
+    EXPECT_EQ(folder.err, "zidlc: cannot read 'folder.zidl': Is a directory\n");
+}
+
+TEST_F(zidlc_program, a_file_of_another_name_gives_2)
+{
+    write("a.txt", "group a;\n");
+    const run_result result = run("a.txt");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "zidlc: 'a.txt' is no schema file: it is not called GROUP.zidl\n");
+}
+
+TEST_F(zidlc_program, two_files_of_one_group_give_2)
+{
+    write("other/a.zidl", "group a;\nmessage m { 1 x : u32; }\n");
+    const run_result result = run("a.zidl other/a.zidl");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "zidlc: 'a.zidl' and 'other/a.zidl' are the same group\n");
+    EXPECT_EQ(run("--only header a.zidl ./a.zidl").status, 0);
+}
+
+TEST_F(zidlc_program, a_place_that_cannot_be_written_gives_2_and_the_reason)
+{
+    write("file", "");
+    const run_result no_folder = run("-o file a.zidl");
+    EXPECT_EQ(no_folder.status, 2);
+    EXPECT_EQ(no_folder.err, "zidlc: cannot write 'file/messages/a.h': Not a directory\n");
+
+    std::filesystem::create_directories("tree/messages/a.h");
+    const run_result no_file = run("-o tree a.zidl");
+    EXPECT_EQ(no_file.status, 2);
+    EXPECT_EQ(no_file.err, "zidlc: cannot write 'tree/messages/a.h': Is a directory\n");
+}
+
+TEST_F(zidlc_program, wrong_usage_gives_2)
+{
+    EXPECT_EQ(run("").status, 2);
+    EXPECT_EQ(run("--nonsense a.zidl").status, 2);
+    EXPECT_EQ(run("--only nonsense a.zidl").status, 2);
+    EXPECT_NE(run("").err.find("FILE is required"), std::string::npos);
+}
+
+TEST_F(zidlc_program, help_and_version_give_0)
+{
+    const run_result help = run("--help");
+    EXPECT_EQ(help.status, 0);
+    for (const char *option : {"FILE", "-I", "-o", "--only", "--check", "--version", "Exit codes"})
+        EXPECT_NE(help.out.find(option), std::string::npos) << option;
+    const run_result version = run("--version");
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out, "zidlc " ZIDLC_VERSION "\n");
+}
+
+} // namespace zidlc

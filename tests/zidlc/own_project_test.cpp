@@ -1,0 +1,172 @@
+// The way of another project: a schema of its own, compiled by zidlc while building, and used from C++ like from C.
+// The schema is golden/schema/, the code was generated into the build folder.
+
+#include "messages/descriptors.hpp"
+#include "messages/weather.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+namespace
+{
+
+using bytes = std::vector<uint8_t>;
+
+void *allocate(size_t size, void *)
+{
+    return malloc(size);
+}
+
+void give_back(void *ptr, void *)
+{
+    free(ptr);
+}
+
+// A reading with every kind of member.
+const bytes encoded_reading = {
+    0x08, 0x07,                         // 1 station = 7
+    0x12, 0x0a,                         // 2 position, 10 bytes
+    0x0d, 0x04, 0x03, 0x02, 0x01,       //     1 latitude = 0x01020304
+    0x15, 0xff, 0xff, 0xff, 0xff,       //     2 longitude = 0xffffffff
+    0x18, 0x80, 0x01,                   // 3 taken_at = 128
+    0x22, 0x09,                         // 4 instruments[0], 9 bytes
+    0x08, 0xc8, 0x01,                   //     1 channel = 200
+    0x10, 0x01,                         //     2 working = 1
+    0x1a, 0x02, 'n',  'e',              //     3 label = "ne"
+    0x22, 0x00,                         // 4 instruments[1], empty
+    0x78, 0x05,                         // 15 levels[0] = 5
+    0x78, 0xff, 0x01,                   // 15 levels[1] = 255
+    0x9a, 0x01, 0x02, 'o',  'k',        // 19 comment = "ok", before 17
+    0x88, 0x01, 0x01,                   // 17 samples[0] = 1
+    0x88, 0x01, 0xac, 0x02,             // 17 samples[1] = 300
+    0x92, 0x01, 0x03, 0xaa, 0xbb, 0xcc, // 18 raw, 3 bytes
+};
+
+bytes encoded(const zidl_reading &msg)
+{
+    bytes out(zidl_reading_encode_ext(&msg, nullptr, 0, nullptr, nullptr, 0));
+    EXPECT_EQ(zidl_reading_encode_ext(&msg, out.data(), out.size(), nullptr, nullptr, 0), out.size());
+    return out;
+}
+
+} // namespace
+
+TEST(zidlc_own_project, decoding_fills_every_kind_of_member)
+{
+    zidl_reading msg = {};
+    ASSERT_EQ(zidl_reading_decode_ext(&msg, encoded_reading.data(), encoded_reading.size(), allocate, nullptr, 0),
+              ZIDL_OK);
+    EXPECT_EQ(msg.presence, 0xff);
+    EXPECT_EQ(msg.station, 7u);
+    EXPECT_EQ(msg.position.latitude, 0x01020304u);
+    EXPECT_EQ(msg.position.longitude, 0xffffffffu);
+    EXPECT_EQ(msg.taken_at, 128u);
+    ASSERT_EQ(msg.instruments_count, 2u);
+    EXPECT_EQ(msg.instruments[0].channel, 200);
+    EXPECT_EQ(msg.instruments[0].working, 1);
+    EXPECT_STREQ(msg.instruments[0].label, "ne");
+    EXPECT_EQ(msg.instruments[1].presence, 0);
+    ASSERT_EQ(msg.levels_count, 2u);
+    EXPECT_EQ(msg.levels[1], 255);
+    ASSERT_EQ(msg.sample_total, 2u);
+    EXPECT_EQ(msg.samples[1], 300u);
+    EXPECT_STREQ(msg.comment, "ok");
+    ASSERT_EQ(msg.raw_size, 3u);
+    EXPECT_EQ(msg.raw[2], 0xcc);
+    zidl_reading_free_ext(&msg, give_back, nullptr, 0);
+    EXPECT_EQ(msg.instruments, nullptr);
+    EXPECT_EQ(msg.comment, nullptr);
+}
+
+TEST(zidlc_own_project, encoding_gives_the_bytes_back)
+{
+    zidl_reading msg = {};
+    ASSERT_EQ(zidl_reading_decode_ext(&msg, encoded_reading.data(), encoded_reading.size(), allocate, nullptr, 0),
+              ZIDL_OK);
+    EXPECT_EQ(encoded(msg), encoded_reading);
+    zidl_reading_free_ext(&msg, give_back, nullptr, 0);
+}
+
+TEST(zidlc_own_project, setters_and_marks_make_a_message)
+{
+    char comment[] = "ok";
+    zidl_reading msg = {};
+    zidl_reading_set_station(&msg, 7);
+    msg.comment = comment;
+    zidl_reading_mark_comment(&msg);
+    EXPECT_TRUE(zidl_reading_has_station(&msg));
+    EXPECT_TRUE(zidl_reading_has_comment(&msg));
+    EXPECT_FALSE(zidl_reading_has_raw(&msg));
+    EXPECT_EQ(encoded(msg), (bytes{
+                                0x08, 0x07,                 // 1 station = 7
+                                0x9a, 0x01, 0x02, 'o', 'k', // 19 comment = "ok"
+                            }));
+}
+
+TEST(zidlc_own_project, a_copy_owns_what_it_holds)
+{
+    zidl_reading msg = {};
+    zidl_reading copy = {};
+    ASSERT_EQ(zidl_reading_decode_ext(&msg, encoded_reading.data(), encoded_reading.size(), allocate, nullptr, 0),
+              ZIDL_OK);
+    ASSERT_EQ(zidl_reading_duplicate(&copy, &msg, allocate, nullptr), ZIDL_OK);
+    zidl_reading_free_ext(&msg, give_back, nullptr, 0);
+    EXPECT_EQ(encoded(copy), encoded_reading);
+    zidl_reading_free_ext(&copy, give_back, nullptr, 0);
+}
+
+TEST(zidlc_own_project, omitted_arguments_are_omitted)
+{
+    const bytes input = {
+        0x0d, 0x01, 0x00, 0x00, 0x00, // 1 latitude = 1
+    };
+    zidl_geo_position msg = {};
+    ASSERT_EQ(zidl_geo_position_decode_ext(&msg, input.data(), input.size()), ZIDL_OK);
+    zidl_geo_position copy = {};
+    ASSERT_EQ(zidl_geo_position_duplicate(&copy, &msg), ZIDL_OK);
+    uint8_t out[8] = {};
+    ASSERT_EQ(zidl_geo_position_encode_ext(&copy, out, sizeof out, nullptr, nullptr), input.size());
+    EXPECT_EQ(memcmp(out, input.data(), input.size()), 0);
+}
+
+TEST(zidlc_own_project, descriptors_tell_the_layout_of_the_records)
+{
+    EXPECT_EQ(zidl::message_count, 6u);
+    EXPECT_EQ(zidl::find_message("nothing"), nullptr);
+    const zidl::message_descriptor *reading = zidl::find_message("reading");
+    ASSERT_NE(reading, nullptr);
+    EXPECT_STREQ(reading->group, "weather");
+    EXPECT_EQ(reading->size, sizeof(zidl_reading));
+    EXPECT_EQ(reading->presence_offset, offsetof(zidl_reading, presence));
+    EXPECT_EQ(reading->presence_size, 1u);
+    ASSERT_EQ(reading->field_count, 8u);
+    const zidl::field_descriptor &samples = reading->fields[6];
+    EXPECT_STREQ(samples.member, "samples");
+    EXPECT_EQ(samples.number, 17u);
+    EXPECT_EQ(samples.type, zidl::kind::u32);
+    EXPECT_TRUE(samples.repeated);
+    EXPECT_EQ(samples.bit, 6);
+    EXPECT_EQ(samples.offset, offsetof(zidl_reading, samples));
+    EXPECT_EQ(samples.extent_offset, offsetof(zidl_reading, sample_total));
+    EXPECT_EQ(samples.message, nullptr);
+    EXPECT_EQ(reading->fields[1].message, zidl::find_message("geo_position"));
+}
+
+TEST(zidlc_own_project, descriptors_call_the_operations_whatever_their_arguments)
+{
+    const bytes input = {
+        0x0d, 0x01, 0x00, 0x00, 0x00, // 1 latitude = 1
+    };
+    const zidl::message_descriptor &position = *zidl::find_message("geo_position");
+    zidl_geo_position msg = {};
+    ASSERT_EQ(position.decode(&msg, input.data(), input.size(), nullptr, nullptr, 0), ZIDL_OK);
+    EXPECT_EQ(msg.latitude, 1u);
+    zidl_geo_position copy = {};
+    ASSERT_EQ(position.duplicate(&copy, &msg, nullptr, nullptr), ZIDL_OK);
+    EXPECT_EQ(position.encode(&copy, nullptr, 0, nullptr, nullptr, 0), input.size());
+    position.release(&copy, nullptr, nullptr, 0);
+    EXPECT_EQ(copy.latitude, 1u);
+}

@@ -1,0 +1,52 @@
+// Whole files, read and written.
+
+#include "tools/zidlc/files.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <system_error>
+
+namespace zidlc
+{
+
+namespace
+{
+
+using file_handle = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
+
+file_handle open(const std::filesystem::path &path, const char *mode)
+{
+    return {std::fopen(path.c_str(), mode), std::fclose};
+}
+
+} // namespace
+
+std::string contents(const std::filesystem::path &path, std::string &error)
+{
+    const file_handle in = open(path, "rb");
+    std::string text;
+    char part[65536];
+    std::size_t got = 0;
+    while (in && (got = std::fread(part, 1, sizeof part, in.get())) > 0)
+        text.append(part, got);
+    if (!in || std::ferror(in.get()))
+        error = std::strerror(errno);
+    return text;
+}
+
+std::string replace_contents(const std::filesystem::path &path, const std::string &text)
+{
+    std::error_code status;
+    std::filesystem::create_directories(path.parent_path(), status);
+    if (status)
+        return status.message();
+    file_handle out = open(path, "wb");
+    const bool is_complete = out && std::fwrite(text.data(), 1, text.size(), out.get()) == text.size();
+    if (!is_complete || std::fclose(out.release()) != 0)
+        return std::strerror(errno);
+    return {};
+}
+
+} // namespace zidlc
