@@ -1,0 +1,109 @@
+// The codec beside its peers: every operation on every workload, all contenders in one run. Each result is compared
+// with the message it came from before anything is timed.
+//
+// Benchmarks are named operation/workload/library:memory.
+
+#include "bench/contender.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
+namespace
+{
+
+using bench::bytes;
+using bench::contender;
+using bench::job;
+using bench::message_table;
+using bench::operation;
+
+// As many records as decoded messages stay in the processor's caches, where an encoder's records usually are.
+constexpr size_t record_total = 8192;
+
+// A workload's messages, made at first use: whole for decoding, the first of them for operations on records.
+const message_table &table_for(std::string_view workload, operation op)
+{
+    static std::map<std::string, message_table, std::less<>> whole;
+    static std::map<std::string, message_table, std::less<>> first;
+    auto found = whole.find(workload);
+    if (found == whole.end())
+        found = whole.try_emplace(std::string(workload), bench::make_workload(workload)).first;
+    if (op == operation::decode)
+        return found->second;
+    auto short_one = first.find(workload);
+    if (short_one == first.end())
+        short_one = first.emplace(std::string(workload), found->second.first(record_total)).first;
+    return short_one->second;
+}
+
+// The first thousand messages and a sample of the rest.
+bool gives_equal_results(const job &work, const message_table &table)
+{
+    if (!work.result)
+        return true;
+    for (size_t i = 0; i < table.messages().size(); i += i < 1000 ? 1 : 101) {
+        const bench::byte_span message = table.messages()[i];
+        const bytes result = work.result(i);
+        if (!std::ranges::equal(result, message) &&
+            !std::ranges::equal(bench::canonical(table.type(), result), message))
+            return false;
+    }
+    return true;
+}
+
+class lazy_job
+{
+public:
+    lazy_job(contender who, std::string workload) : who_(std::move(who)), workload_(std::move(workload)) {}
+
+    void time(benchmark::State &state)
+    {
+        const message_table &table = table_for(workload_, who_.op);
+        if (!work_.run) {
+            work_ = who_.prepare(table);
+            equal_ = gives_equal_results(work_, table);
+            work_.run();
+        }
+        if (!equal_)
+            return state.SkipWithError("the result is not the message that went in");
+        for (auto _ : state)
+            work_.run();
+        state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(table.messages().size()));
+        state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(table.total_bytes()));
+        state.counters["messages"] = static_cast<double>(table.messages().size());
+        state.counters["bytes"] = static_cast<double>(table.total_bytes());
+    }
+
+private:
+    contender who_;
+    std::string workload_;
+    job work_;
+    bool equal_ = false;
+};
+
+void register_all()
+{
+    for (const std::string_view workload : bench::workload_names()) {
+        for (contender &who : bench::all_contenders(bench::type_name(workload))) {
+            const std::string name =
+                std::string(to_string(who.op)) + "/" + std::string(workload) + "/" + who.library + ":" + who.memory;
+            auto work = std::make_shared<lazy_job>(std::move(who), std::string(workload));
+            benchmark::RegisterBenchmark(name.c_str(), [work](benchmark::State &state) { work->time(state); });
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    register_all();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+}

@@ -1,0 +1,93 @@
+#include "bench/contender.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace bench
+{
+namespace
+{
+
+void *heap_alloc(size_t size, void *)
+{
+    return std::malloc(size);
+}
+
+void heap_free(void *ptr, void *)
+{
+    std::free(ptr);
+}
+
+} // namespace
+
+message_table::message_table(const workload &source) : name_(source.name), type_(source.type)
+{
+    data_.reserve(source.total_bytes());
+    for (const bytes &message : source.messages) {
+        const uint8_t *const start = data_.data() + data_.size();
+        data_.insert(data_.end(), message.begin(), message.end());
+        messages_.emplace_back(start, message.size());
+        longest_ = std::max(longest_, message.size());
+    }
+}
+
+message_table::message_table(const message_table &whole, size_t count) : name_(whole.name_), type_(whole.type_)
+{
+    size_t len = 0;
+    for (const byte_span message : whole.messages().first(count))
+        len += message.size();
+    data_.assign(whole.data_.begin(), whole.data_.begin() + static_cast<std::ptrdiff_t>(len));
+    const uint8_t *start = data_.data();
+    for (const byte_span message : whole.messages().first(count)) {
+        messages_.emplace_back(start, message.size());
+        start += message.size();
+        longest_ = std::max(longest_, message.size());
+    }
+}
+
+message_table message_table::first(size_t count) const
+{
+    return {*this, std::min(count, messages_.size())};
+}
+
+const char *to_string(operation op)
+{
+    switch (op) {
+    case operation::decode:
+        return "decode";
+    case operation::size:
+        return "size";
+    case operation::encode:
+        return "encode";
+    case operation::encode_sized:
+        return "encode_sized";
+    case operation::duplicate:
+        return "duplicate";
+    }
+    return "";
+}
+
+std::vector<contender> all_contenders(std::string_view type)
+{
+    std::vector<contender> all;
+    for (const auto &list :
+         {librib_contenders, protobuf_contenders, protobuf_c_contenders, nanopb_contenders, protozero_contenders}) {
+        for (contender &one : list(type))
+            all.push_back(std::move(one));
+    }
+    return all;
+}
+
+bytes canonical(const zidl::message_descriptor &type, byte_span encoded)
+{
+    std::vector<uint64_t> record(type.size / 8 + 1);
+    bytes again;
+    if (type.decode(record.data(), encoded.data(), encoded.size(), heap_alloc, nullptr, 0) == ZIDL_OK) {
+        again.resize(type.encode(record.data(), nullptr, 0, nullptr, nullptr, 0));
+        type.encode(record.data(), again.data(), again.size(), nullptr, nullptr, 0);
+    }
+    type.release(record.data(), heap_free, nullptr, 0);
+    return again;
+}
+
+} // namespace bench

@@ -1,0 +1,212 @@
+// librib's own contenders: the exported functions of the shared library, as any user calls them.
+
+#include "bench/bump.hpp"
+#include "bench/contender.hpp"
+#include "bench/record_operations.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace bench
+{
+namespace
+{
+
+void *heap_alloc(size_t size, void *)
+{
+    return std::malloc(size);
+}
+
+void heap_free(void *ptr, void *)
+{
+    std::free(ptr);
+}
+
+void *bump_alloc(size_t size, void *from)
+{
+    return static_cast<bump *>(from)->take(size);
+}
+
+template <class Record>
+bytes encoded(const Record &record)
+{
+    bytes out(record_operations<Record>::encode(&record, nullptr, 0, nullptr, nullptr, 0));
+    record_operations<Record>::encode(&record, out.data(), out.size(), nullptr, nullptr, 0);
+    return out;
+}
+
+// A record of every message of a table.
+template <class Record>
+class decoded_table
+{
+public:
+    explicit decoded_table(const message_table &table) : records_(table.messages().size())
+    {
+        for (size_t i = 0; i < records_.size(); ++i) {
+            const byte_span message = table.messages()[i];
+            if (record_operations<Record>::decode(&records_[i], message.data(), message.size(), heap_alloc, nullptr,
+                                                  0) != ZIDL_OK)
+                throw std::runtime_error("a message cannot be decoded");
+        }
+    }
+
+    decoded_table(const decoded_table &) = delete;
+    decoded_table &operator=(const decoded_table &) = delete;
+
+    ~decoded_table()
+    {
+        for (Record &record : records_)
+            record_operations<Record>::release(&record, heap_free, nullptr, 0);
+    }
+
+    const std::vector<Record> &records() const { return records_; }
+
+private:
+    std::vector<Record> records_;
+};
+
+// Decode and release with malloc and free.
+template <class Record, uint32_t Flags>
+job decode_heap(const message_table &table)
+{
+    using operations = record_operations<Record>;
+    auto record = std::make_shared<Record>();
+    return {[&table, record] {
+                for (const byte_span message : table.messages()) {
+                    operations::decode(record.get(), message.data(), message.size(), heap_alloc, nullptr, Flags);
+                    benchmark::DoNotOptimize(record.get());
+                    operations::release(record.get(), heap_free, nullptr, Flags);
+                }
+            },
+            [&table, record](size_t i) {
+                const byte_span message = table.messages()[i];
+                operations::decode(record.get(), message.data(), message.size(), heap_alloc, nullptr, Flags);
+                bytes out = encoded(*record);
+                operations::release(record.get(), heap_free, nullptr, Flags);
+                return out;
+            }};
+}
+
+// Decode from a bump allocator; the reset is the release.
+template <class Record, uint32_t Flags>
+job decode_bump(const message_table &table)
+{
+    using operations = record_operations<Record>;
+    auto record = std::make_shared<Record>();
+    auto memory = std::make_shared<bump>(bump_size);
+    return {[&table, record, memory] {
+                for (const byte_span message : table.messages()) {
+                    operations::decode(record.get(), message.data(), message.size(), bump_alloc, memory.get(), Flags);
+                    benchmark::DoNotOptimize(record.get());
+                    memory->reset();
+                }
+            },
+            [&table, record, memory](size_t i) {
+                const byte_span message = table.messages()[i];
+                operations::decode(record.get(), message.data(), message.size(), bump_alloc, memory.get(), Flags);
+                bytes out = encoded(*record);
+                memory->reset();
+                return out;
+            }};
+}
+
+template <class Record>
+job size(const message_table &table)
+{
+    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    return {[decoded] {
+                for (const Record &record : decoded->records())
+                    benchmark::DoNotOptimize(
+                        record_operations<Record>::encode(&record, nullptr, 0, nullptr, nullptr, 0));
+            },
+            {}};
+}
+
+template <class Record>
+job encode(const message_table &table)
+{
+    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto buf = std::make_shared<bytes>(16 * table.longest() + 4096);
+    return {[decoded, buf] {
+                for (const Record &record : decoded->records())
+                    benchmark::DoNotOptimize(
+                        record_operations<Record>::encode(&record, buf->data(), buf->size(), nullptr, nullptr, 0));
+            },
+            [decoded, buf](size_t i) {
+                const size_t len = record_operations<Record>::encode(&decoded->records()[i], buf->data(), buf->size(),
+                                                                     nullptr, nullptr, 0);
+                return bytes(buf->begin(), buf->begin() + static_cast<std::ptrdiff_t>(len));
+            }};
+}
+
+template <class Record>
+job encode_sized(const message_table &table)
+{
+    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto buf = std::make_shared<bytes>(table.longest());
+    return {[decoded, buf] {
+                for (const Record &record : decoded->records()) {
+                    const size_t len = record_operations<Record>::encode(&record, nullptr, 0, nullptr, nullptr, 0);
+                    record_operations<Record>::encode(&record, buf->data(), len, nullptr, nullptr, 0);
+                    benchmark::DoNotOptimize(buf->data());
+                }
+            },
+            [decoded](size_t i) { return encoded(decoded->records()[i]); }};
+}
+
+template <class Record>
+job duplicate(const message_table &table)
+{
+    using operations = record_operations<Record>;
+    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto copy = std::make_shared<Record>();
+    return {[decoded, copy] {
+                for (const Record &record : decoded->records()) {
+                    operations::duplicate(copy.get(), &record, heap_alloc, nullptr);
+                    benchmark::DoNotOptimize(copy.get());
+                    operations::release(copy.get(), heap_free, nullptr, 0);
+                }
+            },
+            [decoded, copy](size_t i) {
+                operations::duplicate(copy.get(), &decoded->records()[i], heap_alloc, nullptr);
+                bytes out = encoded(*copy);
+                operations::release(copy.get(), heap_free, nullptr, 0);
+                return out;
+            }};
+}
+
+template <class Record>
+std::vector<contender> contenders()
+{
+    return {
+        {"librib", "heap", operation::decode, decode_heap<Record, 0>},
+        {"librib", "bump", operation::decode, decode_bump<Record, 0>},
+        {"librib", "heap_zero_copy", operation::decode, decode_heap<Record, ZIDL_ZERO_COPY>},
+        {"librib", "bump_zero_copy", operation::decode, decode_bump<Record, ZIDL_ZERO_COPY>},
+        {"librib", "buffer", operation::size, size<Record>},
+        {"librib", "buffer", operation::encode, encode<Record>},
+        {"librib", "buffer", operation::encode_sized, encode_sized<Record>},
+        {"librib", "heap", operation::duplicate, duplicate<Record>},
+    };
+}
+
+} // namespace
+
+std::vector<contender> librib_contenders(std::string_view type)
+{
+    if (type == "rib_route")
+        return contenders<zidl_rib_route>();
+    if (type == "rib_grid_sync_list")
+        return contenders<zidl_rib_grid_sync_list>();
+    if (type == "ip_rib_proto_update")
+        return contenders<zidl_ip_rib_proto_update>();
+    if (type == "ip_rib_opaque")
+        return contenders<zidl_ip_rib_opaque>();
+    if (type == "ip_rib_srv6_cfg_update")
+        return contenders<zidl_ip_rib_srv6_cfg_update>();
+    return {};
+}
+
+} // namespace bench

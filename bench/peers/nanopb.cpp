@@ -1,0 +1,156 @@
+// nanopb in pointer mode: scalars and nested messages lie in the struct, strings, bytes and arrays are pointers to
+// blocks from realloc. It writes arrays of integers packed, which is shorter and less work; it reads both forms.
+
+#include "bench/contender.hpp"
+
+#include "proto/ip_rib.nanopb.h"
+#include "proto/ip_rib_srv6.nanopb.h"
+#include "proto/rib_common.nanopb.h"
+#include "proto/rib_encap.nanopb.h"
+
+#include <benchmark/benchmark.h>
+#include <pb_decode.h>
+#include <pb_encode.h>
+
+#include <stdexcept>
+
+namespace bench
+{
+namespace
+{
+
+// The struct is cleared by the decoder itself.
+template <class Message>
+void unpack(Message &message, byte_span encoded)
+{
+    pb_istream_t in = pb_istream_from_buffer(encoded.data(), encoded.size());
+    if (!pb_decode(&in, nanopb::MessageDescriptor<Message>::fields(), &message))
+        throw std::runtime_error("nanopb cannot decode a message");
+}
+
+template <class Message>
+void release(Message &message)
+{
+    pb_release(nanopb::MessageDescriptor<Message>::fields(), &message);
+}
+
+template <class Message>
+size_t packed_size(const Message &message)
+{
+    size_t len = 0;
+    if (!pb_get_encoded_size(&len, nanopb::MessageDescriptor<Message>::fields(), &message))
+        throw std::runtime_error("nanopb cannot measure a message");
+    return len;
+}
+
+template <class Message>
+size_t pack(const Message &message, bytes &buf)
+{
+    pb_ostream_t out = pb_ostream_from_buffer(buf.data(), buf.size());
+    if (!pb_encode(&out, nanopb::MessageDescriptor<Message>::fields(), &message))
+        throw std::runtime_error("nanopb cannot encode a message");
+    return out.bytes_written;
+}
+
+template <class Message>
+bytes encoded(const message_table &table, const Message &message)
+{
+    bytes out(packed_size(message));
+    pack(message, out);
+    return unpacked_by_protobuf(table.type().name, out);
+}
+
+template <class Message>
+job decode_heap(const message_table &table)
+{
+    auto message = std::make_shared<Message>();
+    return {[&table, message] {
+                for (const byte_span encoding : table.messages()) {
+                    unpack(*message, encoding);
+                    benchmark::DoNotOptimize(message.get());
+                    release(*message);
+                }
+            },
+            [&table, message](size_t i) {
+                unpack(*message, table.messages()[i]);
+                bytes out = encoded(table, *message);
+                release(*message);
+                return out;
+            }};
+}
+
+template <class Message>
+class unpacked_table
+{
+public:
+    explicit unpacked_table(const message_table &table) : messages_(table.messages().size())
+    {
+        for (size_t i = 0; i < messages_.size(); ++i)
+            unpack(messages_[i], table.messages()[i]);
+    }
+
+    unpacked_table(const unpacked_table &) = delete;
+    unpacked_table &operator=(const unpacked_table &) = delete;
+
+    ~unpacked_table()
+    {
+        for (Message &message : messages_)
+            release(message);
+    }
+
+    const std::vector<Message> &messages() const { return messages_; }
+
+private:
+    std::vector<Message> messages_;
+};
+
+template <class Message>
+job size(const message_table &table)
+{
+    return {[all = std::make_shared<unpacked_table<Message>>(table)] {
+                for (const Message &message : all->messages())
+                    benchmark::DoNotOptimize(packed_size(message));
+            },
+            {}};
+}
+
+template <class Message>
+job encode(const message_table &table)
+{
+    auto all = std::make_shared<unpacked_table<Message>>(table);
+    auto buf = std::make_shared<bytes>(table.longest());
+    return {[all, buf] {
+                for (const Message &message : all->messages())
+                    benchmark::DoNotOptimize(pack(message, *buf));
+            },
+            [all, &table](size_t i) { return encoded(table, all->messages()[i]); }};
+}
+
+template <class Message>
+std::vector<contender> contenders()
+{
+    return {
+        {"nanopb", "heap", operation::decode, decode_heap<Message>},
+        {"nanopb", "buffer", operation::size, size<Message>},
+        {"nanopb", "buffer", operation::encode, encode<Message>},
+    };
+}
+
+} // namespace
+
+std::vector<contender> nanopb_contenders(std::string_view type)
+{
+    if (type == "rib_route")
+        return contenders<zidl_proto_rib_route>();
+    if (type == "rib_grid_sync_list")
+        return contenders<zidl_proto_rib_grid_sync_list>();
+    if (type == "ip_rib_proto_update")
+        return contenders<zidl_proto_ip_rib_proto_update>();
+    if (type == "ip_rib_opaque")
+        return contenders<zidl_proto_ip_rib_opaque>();
+    if (type == "ip_rib_srv6_cfg_update")
+        return contenders<zidl_proto_ip_rib_srv6_cfg_update>();
+    return {};
+}
+
+} // namespace bench
