@@ -78,6 +78,7 @@ std::string codec_check::output_difference() const
 
 std::string codec_check::encode(const output_plan &plan)
 {
+    ++operations_;
     run_encode(generated_output_, plan, type_->encode);
     run_encode(reference_output_, plan,
                [this](auto... arguments) { return codec_reference::encode(*type_, arguments...); });
@@ -116,6 +117,7 @@ std::string codec_check::decode(const uint8_t *buf, size_t len, uint32_t flags, 
 
 std::string codec_check::duplicate(memory_plan plan, uint8_t fill)
 {
+    ++operations_;
     generated_copy_.status = type_->duplicate(generated_copy_.open(type_->size, fill, plan), generated_.record.data(),
                                               allocator(plan), &generated_copy_.memory);
     reference_copy_.status =
@@ -134,6 +136,7 @@ std::string codec_check::release(uint32_t flags)
 
 std::string codec_check::release_both(side &got, side &expected, uint32_t flags)
 {
+    ++operations_;
     got.memory.forget_releases();
     expected.memory.forget_releases();
     type_->release(got.record.data(), &test_arena::note_release, &got.memory, flags);

@@ -65,6 +65,7 @@ public:
     size_t result() const { return generated_output_.result; }
     size_t request_count() const { return generated_.memory.requests().size(); }
     size_t copy_request_count() const { return generated_copy_.memory.requests().size(); }
+    uint64_t operations() const { return operations_; } // compared so far
     uint32_t segment_count() const { return generated_output_.nsegs; }
 
 private:
@@ -102,4 +103,5 @@ private:
     guarded_buffer buffer_;
     output generated_output_;
     output reference_output_;
+    uint64_t operations_ = 0;
 };

@@ -83,12 +83,14 @@ struct tally {
 
     std::array<uint64_t, OUTCOMES> decodes = {};
     uint64_t bytes = 0;
+    uint64_t operations = 0; // of any sort
 
     void add(const tally &other)
     {
         for (size_t i = 0; i < OUTCOMES; ++i)
             decodes[i] += other.decodes[i];
         bytes += other.bytes;
+        operations += other.operations;
     }
 };
 
@@ -108,7 +110,12 @@ public:
     }
 
     const byte_string &input() const { return input_; }
-    const tally &outcomes() const { return outcomes_; }
+    tally outcomes() const
+    {
+        tally all = outcomes_;
+        all.operations = check_.operations();
+        return all;
+    }
 
 private:
     std::string run_record()
@@ -260,8 +267,9 @@ public:
     void print_summary(double seconds) const
     {
         const auto number = [](uint64_t value) { return static_cast<unsigned long long>(value); };
-        std::printf("%llu types, %llu records, %llu inputs, seed %llu: %llu types failed, %.1f s\n", number(types_),
-                    number(records_), number(inputs_), number(options_.seed), number(failures_), seconds);
+        std::printf("%llu types, %llu records, %llu inputs, %llu operations, seed %llu: %llu types failed, %.1f s\n",
+                    number(types_), number(records_), number(inputs_), number(outcomes_.operations),
+                    number(options_.seed), number(failures_), seconds);
         const auto &decodes = outcomes_.decodes;
         std::printf(
             "decoded %llu bytes: %llu ok, %llu malformed, %llu bad wire type, %llu wrong wire type, %llu no memory\n",
