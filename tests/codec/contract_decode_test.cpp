@@ -29,10 +29,12 @@ RIB_TEST_CODEC(rib_encap_id_key);
 RIB_TEST_CODEC(rib_encap_id_path_key_srv6);
 RIB_TEST_CODEC(rib_generic_attr_array);
 RIB_TEST_CODEC(rib_generic_attr_info);
+RIB_TEST_CODEC(rib_grid_sync_list);
 RIB_TEST_CODEC(rib_ipv6_address);
 RIB_TEST_CODEC(rib_path);
 RIB_TEST_CODEC(rib_path_ip_tunnel_info);
 RIB_TEST_CODEC(rib_path_l2_info);
+RIB_TEST_CODEC(rib_path_via_srv6_sid);
 RIB_TEST_CODEC(rib_prefix);
 RIB_TEST_CODEC(rib_route);
 RIB_TEST_CODEC(rib_srv6_oper_type);
@@ -45,26 +47,42 @@ int32_t status_of(const bytes &input)
     return decode<Codec>(msg, input, mem);
 }
 
+// What lies behind a field decides how it is read: near the end of the input byte by byte, far from it in one go.
+bytes far_from_the_end(bytes input)
+{
+    input.insert(input.end(), {0x7A, 0x0A, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}); // 15, unknown
+    return input;
+}
+
+// Decodes without memory, once near the end of the input and once far from it, which must come to the same.
+template <class Codec>
+typename Codec::record decoded(const bytes &input)
+{
+    auto near = rubbish<Codec>();
+    auto far = rubbish<Codec>();
+    EXPECT_EQ(decode_without_memory<Codec>(near, input), ZIDL_OK);
+    EXPECT_EQ(decode_without_memory<Codec>(far, far_from_the_end(input)), ZIDL_OK);
+    EXPECT_EQ(std::memcmp(&near, &far, sizeof near), 0);
+    return near;
+}
+
 uint32_t decoded_bind_value(const bytes &input)
 {
-    zidl_rib_bind_reply msg = rubbish<rib_bind_reply>();
-    EXPECT_EQ(decode_without_memory<rib_bind_reply>(msg, input), ZIDL_OK);
+    const auto msg = decoded<rib_bind_reply>(input);
     EXPECT_TRUE(zidl_rib_bind_reply_has_bind_value(&msg));
     return msg.bind_value;
 }
 
 uint64_t decoded_encap_id(const bytes &input)
 {
-    zidl_rib_encap_id msg = rubbish<rib_encap_id>();
-    EXPECT_EQ(decode_without_memory<rib_encap_id>(msg, input), ZIDL_OK);
+    const auto msg = decoded<rib_encap_id>(input);
     EXPECT_TRUE(zidl_rib_encap_id_has_encap_id(&msg));
     return msg.encap_id;
 }
 
 uint8_t decoded_tunnel_flag(const bytes &input)
 {
-    zidl_rib_path_ip_tunnel_info msg = rubbish<rib_path_ip_tunnel_info>();
-    EXPECT_EQ(decode_without_memory<rib_path_ip_tunnel_info>(msg, input), ZIDL_OK);
+    const auto msg = decoded<rib_path_ip_tunnel_info>(input);
     EXPECT_TRUE(zidl_rib_path_ip_tunnel_info_has_tunnel_flag(&msg));
     return msg.tunnel_flag;
 }
@@ -275,6 +293,21 @@ TEST(contract_decode, overlong_tag_of_a_two_byte_field_is_accepted)
     EXPECT_EQ(decode_without_memory<rib_path>(msg, {0x80, 0x81, 0x00, 0x05}), ZIDL_OK);
     EXPECT_EQ(msg.path_value_16, 5u);
     EXPECT_EQ(msg.presence, 1u << 13); // path_value_16
+}
+
+TEST(contract_decode, tag_that_goes_on_behind_the_bytes_of_a_known_one_is_another)
+{
+    // The first two bytes are those of field 16 but for the continuation bit: field 2064.
+    const auto msg = decoded<rib_path>({0x80, 0x81, 0x01, 0x05});
+    EXPECT_EQ(msg.presence, 0u);
+    EXPECT_EQ(msg.path_value_16, 0u);
+}
+
+TEST(contract_decode, overlong_tag_with_another_wire_type_is_refused)
+{
+    EXPECT_EQ(status_of<rib_bind_reply>({0x8A, 0x00, 0x00}), ZIDL_ERR_FIELD_TYPE);                   // 1
+    EXPECT_EQ(status_of<rib_bind_reply>({0x8B, 0x80, 0x80, 0x80, 0x80, 0x00}), ZIDL_ERR_FIELD_TYPE); // 1
+    EXPECT_EQ(status_of<rib_bind_reply>({0x93, 0x80, 0x80, 0x80, 0x80, 0x00}), ZIDL_ERR_WIRE_TYPE);  // 2, unknown
 }
 
 TEST(contract_decode, tag_cut_after_any_number_of_bytes_is_malformed)
@@ -663,6 +696,112 @@ TEST(contract_decode, nested_message_does_not_see_the_bytes_behind_its_slice)
         0x01,       // what would complete it
     };
     EXPECT_EQ(status_of<rib_prefix>(input), ZIDL_ERR_MALFORMED);
+}
+
+// A nested message whose slice ends inside a value, with plenty behind the slice that would complete it.
+bytes cut_by_its_slice(uint8_t tag, bytes slice)
+{
+    bytes input = {tag, static_cast<uint8_t>(slice.size())};
+    input.insert(input.end(), slice.begin(), slice.end());
+    input.insert(input.end(), 24, 0x00);
+    return input;
+}
+
+TEST(contract_decode, varint_cut_by_the_end_of_a_slice_is_malformed_whatever_its_length)
+{
+    for (size_t length = 0; length < 15; length++) {
+        bytes slice = {0x08}; // the value of field 1, cut off
+        slice.insert(slice.end(), length, 0x80);
+        EXPECT_EQ(status_of<rib_prefix>(cut_by_its_slice(0x0A, slice)), ZIDL_ERR_MALFORMED) << length;
+        EXPECT_EQ(status_of<rib_path_via_srv6_sid>(cut_by_its_slice(0x12, slice)), ZIDL_ERR_MALFORMED) << length;
+        EXPECT_EQ(status_of<rib_encap_id_path_key_srv6>(cut_by_its_slice(0x0A, slice)), ZIDL_ERR_MALFORMED) << length;
+        EXPECT_EQ(status_of<rib_generic_attr_array>(cut_by_its_slice(0x12, slice)), ZIDL_ERR_MALFORMED) << length;
+    }
+}
+
+TEST(contract_decode, tag_cut_by_the_end_of_a_slice_is_malformed_whatever_its_length)
+{
+    for (size_t length = 0; length < 15; length++) {
+        bytes slice = {0x88}; // the tag of field 1, cut off
+        slice.insert(slice.end(), length, 0x80);
+        EXPECT_EQ(status_of<rib_prefix>(cut_by_its_slice(0x0A, slice)), ZIDL_ERR_MALFORMED) << length;
+        EXPECT_EQ(status_of<rib_generic_attr_array>(cut_by_its_slice(0x12, slice)), ZIDL_ERR_MALFORMED) << length;
+    }
+}
+
+TEST(contract_decode, two_byte_tag_cut_by_the_end_of_a_slice_is_malformed)
+{
+    const bytes input = {
+        0xD2, 0x01, 0x01,       // 26 paths[0], 1 byte
+        0x80,                   //   16 path_value_16, its tag cut off by the end of the slice
+        0x01, 0x05, 0x00, 0x00, // what would complete it
+        0x00, 0x00, 0x00, 0x00, // and more
+    };
+    EXPECT_EQ(status_of<rib_route>(input), ZIDL_ERR_MALFORMED);
+}
+
+TEST(contract_decode, length_cut_by_the_end_of_a_slice_is_malformed_whatever_its_length)
+{
+    for (size_t length = 0; length < 15; length++) {
+        bytes nested = {0x1A}; // the length of ipv6, cut off
+        nested.insert(nested.end(), length, 0x80);
+        EXPECT_EQ(status_of<rib_prefix>(cut_by_its_slice(0x0A, nested)), ZIDL_ERR_MALFORMED) << length;
+        bytes block = {0x12}; // the length of attr_data, cut off
+        block.insert(block.end(), length, 0x80);
+        EXPECT_EQ(status_of<rib_generic_attr_array>(cut_by_its_slice(0x12, block)), ZIDL_ERR_MALFORMED) << length;
+        bytes unknown = {0x22}; // the length of an unknown field, cut off
+        unknown.insert(unknown.end(), length, 0x80);
+        EXPECT_EQ(status_of<rib_prefix>(cut_by_its_slice(0x0A, unknown)), ZIDL_ERR_MALFORMED) << length;
+    }
+}
+
+TEST(contract_decode, unknown_varint_cut_by_the_end_of_a_slice_is_malformed_whatever_its_length)
+{
+    for (size_t length = 0; length < 15; length++) {
+        bytes slice = {0x20}; // 4, unknown, its value cut off
+        slice.insert(slice.end(), length, 0x80);
+        EXPECT_EQ(status_of<rib_prefix>(cut_by_its_slice(0x0A, slice)), ZIDL_ERR_MALFORMED) << length;
+    }
+}
+
+TEST(contract_decode, element_cut_by_the_end_of_a_slice_is_malformed_whatever_its_length)
+{
+    for (size_t length = 0; length < 15; length++) {
+        bytes values_64 = {0x10, 0x07, 0x10}; // ecomm_values[1], cut off
+        values_64.insert(values_64.end(), length, 0x80);
+        bytes input = {0xD2, 0x01, static_cast<uint8_t>(values_64.size())}; // 26 ecomm
+        input.insert(input.end(), values_64.begin(), values_64.end());
+        input.insert(input.end(), 24, 0x00);
+        EXPECT_EQ(status_of<rib_path>(input), ZIDL_ERR_MALFORMED) << length;
+
+        bytes values_32 = {0x08, 0x07, 0x08}; // advertised_values[1], cut off
+        values_32.insert(values_32.end(), length, 0x80);
+        input = {0xDA, 0x01, static_cast<uint8_t>(values_32.size())}; // 27 client_advertisement
+        input.insert(input.end(), values_32.begin(), values_32.end());
+        input.insert(input.end(), 24, 0x00);
+        EXPECT_EQ(status_of<rib_route>(input), ZIDL_ERR_MALFORMED) << length;
+    }
+}
+
+TEST(contract_decode, fixed32_cut_by_the_end_of_a_slice_is_malformed)
+{
+    EXPECT_EQ(status_of<rib_grid_sync_list>({0x12, 0x04, 0x35, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), ZIDL_ERR_MALFORMED);
+    EXPECT_EQ(status_of<rib_grid_sync_list>({0x12, 0x01, 0x35, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), ZIDL_ERR_MALFORMED);
+}
+
+TEST(contract_decode, value_that_ends_with_its_slice_is_read_though_more_bytes_follow)
+{
+    const bytes input = {
+        0x0A, 0x06,                                     // 1 address, 6 bytes
+        0x10, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F,             //   2 ipv4 = 2^32 - 1
+        0x10, 0x80, 0x80, 0x80, 0x80, 0x08,             // 2 prefix_len = 2^31
+        0x7A, 0x06, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, // 15, unknown
+    };
+    zidl_rib_prefix msg = {};
+    EXPECT_EQ(decode_without_memory<rib_prefix>(msg, input), ZIDL_OK);
+    EXPECT_EQ(msg.address.ipv4, 0xFFFFFFFFu);
+    EXPECT_EQ(msg.address.presence, 0x02); // ipv4
+    EXPECT_EQ(msg.prefix_len, 0x80000000u);
 }
 
 TEST(contract_decode, nested_length_is_compared_with_the_enclosing_slice)
@@ -1304,6 +1443,57 @@ TEST(contract_decode, overlong_tags_belong_to_the_run)
     EXPECT_EQ(std::vector<uint64_t>(msg.ecomm_values, msg.ecomm_values + msg.ecomm_count),
               (std::vector<uint64_t>{7, 8, 9}));
     EXPECT_EQ(msg.ecomm_value_3, 3u);
+}
+
+TEST(contract_decode, runs_of_two_byte_tags_hold_elements_of_other_forms)
+{
+    const bytes input = {
+        0x8A, 0x01, 0x02, 0x08, 0x07,       // 17 path_addresses[0]: family = 7
+        0x8A, 0x81, 0x00, 0x02, 0x08, 0x08, // 17 in three bytes: family = 8
+        0x88, 0x01, 0x02, 0x08, 0x09,       // 17 with wire type 0: family = 9
+        0x8D, 0x01, 0x00,                   // 17 with wire type 5: empty
+        0x8A, 0x01, 0x02, 0x08, 0x0A,       // 17 path_addresses[4]: family = 10
+        0x98, 0x01, 0x13,                   // 19 path_value_19 = 19
+    };
+    memory mem;
+    zidl_rib_path msg = {};
+    ASSERT_EQ(decode<rib_path>(msg, input, mem), ZIDL_OK);
+    ASSERT_EQ(msg.path_addresses_count, 5u);
+    EXPECT_EQ(msg.path_addresses[0].family, 7u);
+    EXPECT_EQ(msg.path_addresses[1].family, 8u);
+    EXPECT_EQ(msg.path_addresses[2].family, 9u);
+    EXPECT_EQ(msg.path_addresses[3].presence, 0);
+    EXPECT_EQ(msg.path_addresses[4].family, 10u);
+    EXPECT_EQ(msg.path_value_19, 19u);
+}
+
+TEST(contract_decode, runs_of_small_integers_hold_elements_of_other_forms)
+{
+    const bytes input = {
+        0x10, 0x01,                                     // 2 values_2[0] = 1
+        0x12, 0x02,                                     // 2 with wire type 2: 2
+        0x90, 0x00, 0x83, 0x80, 0x80, 0x80, 0x80, 0x00, // 2 in two bytes: 3, in six
+        0x10, 0x84, 0x80, 0x80, 0x80, 0x10,             // 2 values_2[3] = 2^32 + 4
+        0x08, 0x05,                                     // 1 value_1 = 5
+    };
+    memory mem;
+    zidl_ip_rib_srv6_sid_ctx msg = {};
+    ASSERT_EQ(decode<ip_rib_srv6_sid_ctx>(msg, input, mem), ZIDL_OK);
+    EXPECT_EQ(bytes(msg.values_2, msg.values_2 + msg.values_2_count), (bytes{1, 2, 3, 4}));
+    EXPECT_EQ(msg.value_1, 5u);
+}
+
+TEST(contract_decode, run_of_many_elements_takes_one_block)
+{
+    bytes input;
+    for (int i = 0; i < 1000; i++)
+        input.insert(input.end(), {0x08, 0x85, 0x01}); // 1 advertised_values = 133
+    memory mem;
+    zidl_rib_client_advertisement msg = {};
+    EXPECT_EQ(decode<rib_client_advertisement>(msg, input, mem), ZIDL_OK);
+    EXPECT_EQ(mem.requests, sizes{4000});
+    EXPECT_EQ(std::vector<uint32_t>(msg.advertised_values, msg.advertised_values + 1000),
+              std::vector<uint32_t>(1000, 133));
 }
 
 TEST(contract_decode, run_may_begin_with_an_overlong_tag)

@@ -434,6 +434,30 @@ TEST(contract_encode, bytes_whose_end_wraps_around_are_not_copied)
               (bytes{0x12, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F, x, x})); // 2 attr_data
 }
 
+TEST(contract_encode, position_that_wraps_inside_an_element_goes_on_where_it_points)
+{
+    uint8_t data[] = {1};
+    zidl_rib_generic_attr_info attrs[2] = {};
+    attrs[0].attr_data = data;
+    attrs[0].attr_data_size = UINT64_MAX;
+    attrs[0].presence = 0x02; // attr_data
+    attrs[1].attr_type = 7;
+    attrs[1].presence = 0x01; // attr_type
+    zidl_rib_generic_attr_array msg = {};
+    msg.attrs = attrs;
+    msg.attrs_count = 2;
+    msg.presence = 0x02; // attrs
+    const uint8_t x = untouched;
+    const bytes expected = {
+        0x12, 0x05,                   // 2 attrs[0], 6 + (2^64 - 1) bytes: 5
+        0x12, 0xFF, 0xFF, 0xFF, 0xFF, //   2 attr_data, the last byte of its length overwritten by what follows
+        0x12, 0x02,                   // 2 attrs[1], 2 bytes
+        0x08, 0x07,                   //   1 attr_type = 7
+        x,                            // untouched
+    };
+    EXPECT_EQ(encode_into<rib_generic_attr_array>(msg, 12, 11, 12), expected);
+}
+
 // Nested messages
 
 TEST(contract_encode, nested_message_with_content_is_written_without_its_bit)
@@ -910,6 +934,49 @@ TEST(contract_encode, too_small_a_buffer_receives_the_start_of_the_encoding_what
         expected.resize(whole.size() + 1, untouched);
         EXPECT_EQ(encode_into<rib_prefix>(msg, buflen, whole.size(), whole.size() + 1), expected) << buflen;
     }
+}
+
+TEST(contract_encode, larger_a_buffer_receives_the_encoding_and_nothing_behind_it_whatever_its_length)
+{
+    char name[] = "bgp";
+    zidl_ip_rib_srv6_opcode_update msg = {};
+    msg.value_1 = 1;
+    msg.sid_ctx.e_ctx.value_2 = 300;
+    msg.sid_ctx.e_ctx.name_3 = name;
+    msg.sid_ctx.e_ctx.presence = 0x06; // value_2, name_3
+    msg.flag_5 = 1;
+    msg.presence = 0x11; // value_1, flag_5
+    const bytes whole = {
+        0x08, 0x01,                 // 1 value_1 = 1
+        0x22, 0x0A,                 // 4 sid_ctx, 10 bytes
+        0x1A, 0x08,                 //   3 e_ctx, 8 bytes
+        0x10, 0xAC, 0x02,           //     2 value_2 = 300
+        0x1A, 0x03, 'b',  'g', 'p', //     3 name_3
+        0x28, 0x01,                 // 5 flag_5 = 1
+    };
+    for (size_t buflen = whole.size(); buflen < whole.size() + 200; buflen++) {
+        bytes expected = whole;
+        expected.resize(buflen + 1, untouched);
+        EXPECT_EQ(encode_into<ip_rib_srv6_opcode_update>(msg, buflen, whole.size(), buflen + 1), expected) << buflen;
+    }
+}
+
+TEST(contract_encode, gap_of_a_string_inside_nested_messages_reaches_to_the_end_of_the_buffer)
+{
+    char name[] = "bgp";
+    zidl_ip_rib_srv6_opcode_update msg = {};
+    msg.sid_ctx.e_ctx.name_3 = name;
+    msg.sid_ctx.e_ctx.presence = 0x04; // name_3
+    msg.flag_5 = 1;
+    msg.presence = 0x10; // flag_5
+    const uint8_t x = untouched;
+    const bytes expected = {
+        0x22, 0x07,       // 4 sid_ctx, 7 bytes
+        0x1A, 0x05,       //   3 e_ctx, 5 bytes
+        0x1A, 0x03,       //     3 name_3, 3 characters, left out
+        x,    x,    x, x, // untouched
+    };
+    EXPECT_EQ(encode_into<ip_rib_srv6_opcode_update>(msg, 8, 11, 10), expected);
 }
 
 TEST(contract_encode, other_flags_than_zero_copy_are_ignored)

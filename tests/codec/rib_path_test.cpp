@@ -211,6 +211,74 @@ TEST(rib_path, without_any_bit_is_empty)
     EXPECT_EQ(encode<rib_path>(zidl_rib_path{}), bytes{});
 }
 
+TEST(rib_path, nested_messages_with_content_are_written_though_no_bit_of_the_path_is_set)
+{
+    memory mem;
+    zidl_rib_path msg = {};
+    ASSERT_EQ(decode<rib_path>(msg, whole_path, mem), ZIDL_OK);
+    msg.presence = 0;
+    const bytes expected = {
+        0x22, 0x02, 0x08, 0x04,       // 4 path_address_4: family = 4
+        0x2A, 0x02, 0x08, 0x05,       // 5 path_address_5: family = 5
+        0x32, 0x02, 0x10, 0x06,       // 6 path_prefix: prefix_len = 6
+        0x92, 0x01, 0x02, 0x08, 0x12, // 18 path_ipv6_address: half0 = 18
+        0xD2, 0x01, 0x04,             // 26 ecomm, 4 bytes
+        0x10, 0x1A,                   //   2 ecomm_values[0] = 26
+        0x10, 0x1B,                   //   2 ecomm_values[1] = 27
+        0xEA, 0x01, 0x02, 0x08, 0x1D, // 29 iid_attr: iid_attr_value_1 = 29
+        0xF2, 0x01, 0x02, 0x08, 0x1E, // 30 l2_info: l2_value_1 = 30
+        0x82, 0x02, 0x02, 0x08, 0x20, // 32 via_srv6_sid: via_sid_value_1 = 32
+        0xC2, 0x02, 0x02, 0x08, 0x28, // 40 grouping_info: grouping_value_1 = 40
+        0x92, 0x02, 0x02, 0x08, 0x22, // 34 ip_tunnel_info: tunnel_value_1 = 34
+        0x9A, 0x02, 0x02, 0x08, 0x23, // 35 via_aft_id: via_aft_value_1 = 35
+        0xA2, 0x02, 0x02, 0x08, 0x24, // 36 sl_id_info: sl_id_value_1 = 36
+    };
+    EXPECT_EQ(encode<rib_path>(msg), expected);
+}
+
+TEST(rib_path, nested_messages_whose_bits_are_all_spare_are_not_written)
+{
+    zidl_rib_path msg = {};
+    msg.path_address_4.presence = 0xF8;
+    msg.path_address_4.ipv6.presence = 0xFC;
+    msg.path_address_5.presence = 0xF8;
+    msg.path_prefix.presence = 0xFC;
+    msg.path_prefix.address.presence = 0xF8;
+    msg.path_prefix.address.ipv6.presence = 0xFC;
+    msg.path_ipv6_address.presence = 0xFC;
+    msg.ecomm.presence = 0xF8;
+    msg.iid_attr.presence = 0xF0;
+    msg.iid_attr.iid_attr_prefix.presence = 0xFC;
+    msg.l2_info.presence = 0xE0;
+    msg.via_srv6_sid.presence = 0xF8;
+    msg.via_srv6_sid.via_sid.presence = 0xFC;
+    msg.grouping_info.presence = 0xFC;
+    msg.ip_tunnel_info.presence = 0x80;
+    msg.via_aft_id.presence = 0xF0;
+    msg.sl_id_info.presence = 0xF8;
+    EXPECT_EQ(encode<rib_path>(msg), bytes{});
+}
+
+TEST(rib_path, content_at_the_bottom_of_each_nested_message_makes_it_present)
+{
+    zidl_rib_path msg = {};
+    msg.path_address_5.ipv6.presence = 0x02;                   // half1
+    msg.path_prefix.address.ipv6.presence = 0x01;              // half0
+    msg.iid_attr.iid_attr_prefix.address.ipv6.presence = 0x02; // half1
+    msg.via_srv6_sid.via_sid.presence = 0x01;                  // half0
+    const bytes expected = {
+        0x2A, 0x04,                         // 5 path_address_5, 4 bytes
+        0x1A, 0x02, 0x10, 0x00,             //   3 ipv6: half1 = 0
+        0x32, 0x06, 0x0A, 0x04,             // 6 path_prefix: address, 4 bytes
+        0x1A, 0x02, 0x08, 0x00,             //   3 ipv6: half0 = 0
+        0xEA, 0x01, 0x08, 0x1A, 0x06,       // 29 iid_attr: iid_attr_prefix, 6 bytes
+        0x0A, 0x04, 0x1A, 0x02, 0x10, 0x00, //   1 address: ipv6: half1 = 0
+        0x82, 0x02, 0x04,                   // 32 via_srv6_sid, 4 bytes
+        0x12, 0x02, 0x08, 0x00,             //   2 via_sid: half0 = 0
+    };
+    EXPECT_EQ(encode<rib_path>(msg), expected);
+}
+
 TEST(rib_path, field_40_is_written_before_field_34)
 {
     zidl_rib_path msg = {};

@@ -272,6 +272,56 @@ TEST(rib_route, prefix_alone_is_one_field)
     EXPECT_EQ(encode<rib_route>(msg), expected);
 }
 
+TEST(rib_route, nested_messages_with_content_are_written_though_no_bit_of_the_route_is_set)
+{
+    memory mem;
+    zidl_rib_route msg = {};
+    ASSERT_EQ(decode<rib_route>(msg, whole_route, mem), ZIDL_OK);
+    msg.presence = 0;
+    const bytes expected = {
+        0x0A, 0x02, 0x10, 0x01,       // 1 route_prefix: prefix_len = 1
+        0xDA, 0x01, 0x02, 0x08, 0x1B, // 27 client_advertisement: advertised_values[0] = 27
+        0xE2, 0x01, 0x05,             // 28 addr_generic_attrs, 5 bytes
+        0x12, 0x03, 0x12, 0x01, 0x1C, //   2 attrs[0]: attr_data = 1C
+        0xEA, 0x01, 0x02, 0x08, 0x1D, // 29 generic_attrs_29: array_type = 29
+        0xF2, 0x01, 0x02, 0x08, 0x1E, // 30 generic_attrs_30: array_type = 30
+        0xFA, 0x01, 0x02, 0x08, 0x1F, // 31 generic_attrs_31: array_type = 31
+        0x82, 0x02, 0x02, 0x08, 0x20, // 32 generic_attrs_32: array_type = 32
+        0x8A, 0x02, 0x02, 0x08, 0x21, // 33 generic_attrs_33: array_type = 33
+        0xA2, 0x02, 0x02, 0x28, 0x24, // 36 route_l2_info: route_l2_value_5 = 36
+        0xBA, 0x02, 0x02, 0x28, 0x27, // 39 route_aft_id: route_aft_id_value = 39
+    };
+    EXPECT_EQ(encode<rib_route>(msg), expected);
+}
+
+TEST(rib_route, nested_messages_whose_bits_are_all_spare_are_not_written)
+{
+    zidl_rib_route msg = {};
+    msg.presence = ~0ull << 41;
+    msg.route_prefix.presence = 0xFC;
+    msg.route_prefix.address.presence = 0xF8;
+    msg.route_prefix.address.ipv6.presence = 0xFC;
+    msg.client_advertisement.presence = 0xFE;
+    msg.addr_generic_attrs.presence = 0xFC;
+    msg.generic_attrs_33.presence = 0xFC;
+    msg.route_l2_info.presence = 0xFC;
+    msg.route_aft_id.presence = 0xF0;
+    EXPECT_EQ(encode<rib_route>(msg), bytes{});
+}
+
+TEST(rib_route, empty_nested_messages_whose_bits_are_set_are_written_with_length_zero)
+{
+    zidl_rib_route msg = {};
+    msg.presence = ~0ull; // all: arrays have no elements, scalars are 0
+    const bytes encoded = encode<rib_route>(msg);
+    zidl_rib_route again = {};
+    EXPECT_EQ(decode_without_memory<rib_route>(again, encoded), ZIDL_OK);
+    // 1 route_prefix, empty, to 3 route_value_3 = 0
+    EXPECT_EQ(bytes(encoded.begin(), encoded.begin() + 6), (bytes{0x0A, 0x00, 0x10, 0x00, 0x18, 0x00}));
+    // All but algo_labels and paths
+    EXPECT_EQ(again.presence, 0x1FFFFFFFFFFu & ~(1ull << 16 | 1ull << 25));
+}
+
 TEST(rib_route, only_the_three_wide_scalars_keep_more_than_32_bits)
 {
     const bytes input = {
