@@ -65,6 +65,13 @@ TEST(field_table, lists_376_fields)
     EXPECT_EQ(rows, 376u);
 }
 
+TEST(field_table, every_row_stands_below_its_message)
+{
+    for (const message_row &message : field_table::messages())
+        for (const field_table::field_row &row : message.fields)
+            EXPECT_EQ(row.message, message.name) << row.member;
+}
+
 TEST(field_table, every_listed_message_exists_in_its_group)
 {
     for (const message_row &message : field_table::messages()) {
