@@ -1187,6 +1187,29 @@ TEST(contract_decode, zero_copy_reaches_bytes_in_nested_messages_and_array_eleme
     EXPECT_EQ(mem.requests, sizes{sizeof(zidl_rib_generic_attr_info)});
 }
 
+TEST(contract_decode, strings_and_bytes_of_every_length_are_copied_exactly)
+{
+    bytes contents;
+    for (uint8_t length = 0; length <= 70; length++) {
+        SCOPED_TRACE(int{length});
+        bytes string = {0x22, length}; // 4 proto_name
+        string.insert(string.end(), contents.begin(), contents.end());
+        memory mem;
+        zidl_ip_rib_proto_update update = {};
+        ASSERT_EQ(decode<ip_rib_proto_update>(update, string, mem), ZIDL_OK);
+        EXPECT_EQ(bytes(update.proto_name, update.proto_name + length), contents);
+        EXPECT_EQ(update.proto_name[length], '\0');
+
+        bytes block = {0x2A, length}; // 5 first_block
+        block.insert(block.end(), contents.begin(), contents.end());
+        zidl_ip_rib_opaque opaque = {};
+        ASSERT_EQ(decode<ip_rib_opaque>(opaque, block, mem), ZIDL_OK);
+        EXPECT_EQ(bytes(opaque.first_block, opaque.first_block + length), contents);
+        EXPECT_EQ(opaque.first_block_size, length);
+        contents.push_back(static_cast<uint8_t>(length + 1));
+    }
+}
+
 // Order of the checks of strings, bytes and repeated members: wire type, filled already, no allocation function, length
 // or counting pass, allocation
 

@@ -6,6 +6,8 @@
 #include "messages/rib_encap.h"
 #include "tests/codec/support.hpp"
 
+#include <string>
+
 namespace
 {
 
@@ -354,6 +356,29 @@ TEST(contract_duplicate, copy_of_a_record_that_borrows_its_bytes_owns_them)
     EXPECT_EQ(bytes(dst.first_block, dst.first_block + 2), (bytes{0xF1, 0xF2}));
     release<ip_rib_opaque>(dst, mem);
     EXPECT_EQ(mem.releases, sizes{0});
+}
+
+TEST(contract_duplicate, strings_and_bytes_of_every_length_are_copied_exactly)
+{
+    bytes contents;
+    for (uint8_t length = 0; length <= 70; length++) {
+        SCOPED_TRACE(int{length});
+        memory mem;
+        std::string name(contents.begin(), contents.end());
+        zidl_ip_rib_proto_update update = {};
+        update.proto_name = name.data();
+        zidl_ip_rib_proto_update update_copy = {};
+        ASSERT_EQ(duplicate<ip_rib_proto_update>(update_copy, update, mem), ZIDL_OK);
+        EXPECT_EQ(update_copy.proto_name, name);
+
+        zidl_ip_rib_opaque opaque = {};
+        opaque.first_block = contents.data();
+        opaque.first_block_size = length;
+        zidl_ip_rib_opaque opaque_copy = {};
+        ASSERT_EQ(duplicate<ip_rib_opaque>(opaque_copy, opaque, mem), ZIDL_OK);
+        EXPECT_EQ(bytes(opaque_copy.first_block, opaque_copy.first_block + length), contents);
+        contents.push_back(static_cast<uint8_t>(length + 1));
+    }
 }
 
 // Repeated members

@@ -409,6 +409,30 @@ TEST(contract_encode, bytes_without_their_bit_are_not_written)
     EXPECT_EQ(encode<rib_generic_attr_info>(msg), bytes{});
 }
 
+TEST(contract_encode, strings_and_bytes_of_every_length_are_written_exactly)
+{
+    bytes contents;
+    for (uint8_t length = 0; length <= 70; length++) {
+        SCOPED_TRACE(int{length});
+        std::string name(contents.begin(), contents.end());
+        zidl_ip_rib_proto_update update = {};
+        update.proto_name = name.data();
+        update.presence = 0x08;        // proto_name
+        bytes string = {0x22, length}; // 4 proto_name
+        string.insert(string.end(), contents.begin(), contents.end());
+        EXPECT_EQ(encode<ip_rib_proto_update>(update), string);
+
+        zidl_ip_rib_opaque opaque = {};
+        opaque.first_block = contents.data();
+        opaque.first_block_size = length;
+        opaque.presence = 0x10;       // first_block
+        bytes block = {0x2A, length}; // 5 first_block
+        block.insert(block.end(), contents.begin(), contents.end());
+        EXPECT_EQ(encode<ip_rib_opaque>(opaque), block);
+        contents.push_back(static_cast<uint8_t>(length + 1));
+    }
+}
+
 TEST(contract_encode, length_prefix_of_bytes_holds_the_low_32_bits)
 {
     uint8_t data[] = {1};
