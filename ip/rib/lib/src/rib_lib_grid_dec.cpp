@@ -117,7 +117,7 @@ zerrno decode_label_key(const zidl_rib_encap_id_key &msg, rib_encap_label_key &l
     if (!has_label_key(msg))
         return ZERRNO_INVALID;
     const zidl_rib_encap_id_path_key_label &src = msg.label_key;
-    copy_if(zidl_rib_encap_id_path_key_label_has_label_key_value(&src), label.label_key_value, src.label_key_value);
+    label.label_key_value = src.label_key_value; // 0 when absent, unlike the other members, which keep what they hold
     label.label_count = static_cast<uint8_t>(src.labels_count); // deliberately also where the count is above 255
     if (label.label_count > GRID_MAX_LABELS)
         return ZERRNO_INVALID;
