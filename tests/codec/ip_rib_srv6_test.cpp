@@ -3,6 +3,8 @@
 #include "messages/ip_rib_srv6.h"
 #include "tests/codec/support.hpp"
 
+#include <string>
+
 namespace
 {
 
@@ -895,6 +897,78 @@ TEST(ip_rib_srv6_cfg_update, zero_copy_release_of_an_owning_record_keeps_every_a
     release<ip_rib_srv6_cfg_update>(msg, mem, ZIDL_ZERO_COPY);
     EXPECT_EQ(mem.releases, (sizes{2, 4, 6, 1})); // names and arrays; requests 0, 3 and 5 are addresses
     EXPECT_NE(msg.global_info.encap_info.encap_prefix_1.prefix, nullptr);
+}
+
+// The encoding of a configuration with one locator whose name has as many characters as asked for.
+bytes config_with_name_of(size_t len)
+{
+    std::string name(len, 'x');
+    zidl_ip_rib_srv6_locator locator = {};
+    locator.name = name.data();
+    locator.value_4 = 4;
+    locator.presence = 1 << 0 | 1 << 3;
+    zidl_ip_rib_srv6_cfg_update msg = {};
+    msg.locators = &locator;
+    msg.locators_count = 1;
+    msg.presence = 0x02;
+    return encode<ip_rib_srv6_cfg_update>(msg);
+}
+
+// `head`, as many x as asked for, `tail`.
+bytes around_name_of(size_t len, const bytes &head, const bytes &tail)
+{
+    bytes out = head;
+    out.insert(out.end(), len, 'x');
+    out.insert(out.end(), tail.begin(), tail.end());
+    return out;
+}
+
+TEST(ip_rib_srv6_cfg_update, locator_of_127_bytes_has_a_length_of_one_byte)
+{
+    const bytes head = {
+        0x12, 0x7F, // 2 locators[0], 127 bytes
+        0x0A, 0x7B, //     1 name, 123 characters
+    };
+    const bytes tail = {
+        0x20, 0x04, //     4 value_4 = 4
+    };
+    EXPECT_EQ(config_with_name_of(123), around_name_of(123, head, tail));
+}
+
+TEST(ip_rib_srv6_cfg_update, locator_of_128_bytes_has_a_length_of_two_bytes)
+{
+    const bytes head = {
+        0x12, 0x80, 0x01, // 2 locators[0], 128 bytes
+        0x0A, 0x7C,       //     1 name, 124 characters
+    };
+    const bytes tail = {
+        0x20, 0x04, //     4 value_4 = 4
+    };
+    EXPECT_EQ(config_with_name_of(124), around_name_of(124, head, tail));
+}
+
+TEST(ip_rib_srv6_cfg_update, locator_of_16383_bytes_has_a_length_of_two_bytes)
+{
+    const bytes head = {
+        0x12, 0xFF, 0x7F, // 2 locators[0], 16 383 bytes
+        0x0A, 0xFA, 0x7F, //     1 name, 16 378 characters
+    };
+    const bytes tail = {
+        0x20, 0x04, //     4 value_4 = 4
+    };
+    EXPECT_EQ(config_with_name_of(16378), around_name_of(16378, head, tail));
+}
+
+TEST(ip_rib_srv6_cfg_update, locator_of_16384_bytes_has_a_length_of_three_bytes)
+{
+    const bytes head = {
+        0x12, 0x80, 0x80, 0x01, // 2 locators[0], 16 384 bytes
+        0x0A, 0xFB, 0x7F,       //     1 name, 16 379 characters
+    };
+    const bytes tail = {
+        0x20, 0x04, //     4 value_4 = 4
+    };
+    EXPECT_EQ(config_with_name_of(16379), around_name_of(16379, head, tail));
 }
 
 TEST(ip_rib_srv6_cfg_update, failure_three_levels_down_is_returned_unchanged)
@@ -2522,6 +2596,30 @@ TEST(ip_rib_srv6_update, empty_input_clears_both_sid_contexts_and_keeps_spare_bi
     EXPECT_EQ(msg.cfg_update.global_info.encap_info.encap_prefix_1.presence, 0xFC);
     EXPECT_EQ(msg.value_1, 0u);
     EXPECT_EQ(msg.presence, 0xF0);
+}
+
+TEST(ip_rib_srv6_update, long_name_lengthens_every_length_above_it)
+{
+    std::string name(130, 'x');
+    zidl_ip_rib_srv6_update msg = {};
+    msg.opcode_update.sid_ctx.un_ctx.name_3 = name.data();
+    msg.opcode_update.sid_ctx.un_ctx.presence = 0x04;
+    msg.opcode_update.flag_5 = 1;
+    msg.opcode_update.presence = 0x10;
+    msg.static_endpoint_update.presence = 0x04; // flag_3
+
+    const bytes head = {
+        0x1A, 0x8D, 0x01, // 3 opcode_update, 141 bytes
+        0x22, 0x88, 0x01, //     4 sid_ctx, 136 bytes
+        0x52, 0x85, 0x01, //         10 un_ctx, 133 bytes
+        0x1A, 0x82, 0x01, //             3 name_3, 130 characters
+    };
+    const bytes tail = {
+        0x28, 0x01, //     5 flag_5 = true
+        0x22, 0x02, // 4 static_endpoint_update
+        0x18, 0x00, //     3 flag_3 = false
+    };
+    EXPECT_EQ(encode<ip_rib_srv6_update>(msg), around_name_of(130, head, tail));
 }
 
 TEST(ip_rib_srv6_update, failure_four_levels_down_is_returned_unchanged)

@@ -1642,6 +1642,31 @@ TEST(rib_encap_id, carries_all_64_bits)
     EXPECT_EQ(back.presence, 0x01);
 }
 
+TEST(rib_encap_id, takes_as_many_bytes_as_its_highest_bit_needs)
+{
+    const struct {
+        uint64_t encap_id;
+        bytes encoding;
+    } cases[] = {
+        {(uint64_t{1} << 49) - 1, {0x08, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}},
+        {uint64_t{1} << 49, {0x08, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x01}},
+        {(uint64_t{1} << 56) - 1, {0x08, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}},
+        {uint64_t{1} << 56, {0x08, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x01}},
+        {(uint64_t{1} << 63) - 1, {0x08, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}},
+        {uint64_t{1} << 63, {0x08, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x01}},
+    };
+    for (const auto &item : cases) {
+        zidl_rib_encap_id msg = {};
+        msg.encap_id = item.encap_id;
+        msg.presence = 0x01;
+        EXPECT_EQ(encode<rib_encap_id>(msg), item.encoding);
+
+        zidl_rib_encap_id back = {};
+        EXPECT_EQ(decode_without_memory<rib_encap_id>(back, item.encoding), ZIDL_OK);
+        EXPECT_EQ(back.encap_id, item.encap_id);
+    }
+}
+
 TEST(rib_encap_id, duplicate_copies_number_and_bit_and_keeps_spare_bits)
 {
     zidl_rib_encap_id src = {};
