@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     require_same(type, "decode", check.decode(data, size, flags, memory));
     require_same(type, "encode", check.encode({size, std::nullopt, 0}));
     require_same(type, "encode with segments", check.encode({size, choice >> 5, flags}));
-    require_same(type, "encode into a large buffer", check.encode({size_t{4} << 20, std::nullopt, 0}));
+    require_same(type, "encode into a large buffer", check.encode({check.result() + 2048, std::nullopt, 0}));
     require_same(type, "duplicate", check.duplicate(memory));
     require_same(type, "release", check.release(flags));
     return 0;
