@@ -430,6 +430,15 @@ TEST(grid_key, label_key_takes_value_and_labels)
                });
 }
 
+TEST(grid_key, label_key_value_is_copied_also_when_absent)
+{
+    grid_arrays arrays(0x5A);
+    ASSERT_EQ(arrays.decode(one_key_list(smallest_label_key)), 0u);
+    EXPECT_EQ(arrays.keys[0].type_data.label.label_key_value, 0u);
+    EXPECT_EQ(arrays.keys[0].type_data.label.label_count, 0);
+    EXPECT_EQ(arrays.keys[0].type_data.label.labels[0], 0x5A5A5A5Au);
+}
+
 TEST(grid_key, missing_label_key_is_refused)
 {
     expect_key_refused(label_key_begin);
