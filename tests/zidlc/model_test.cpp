@@ -532,6 +532,26 @@ TEST_F(zidlc_model, numbers_below_a_field_out_of_order_are_spoken_for)
               "    ^\n");
 }
 
+TEST_F(zidlc_model, all_gaps_around_fields_out_of_order_are_reported)
+{
+    EXPECT_EQ(errors_in("group sample;\n"
+                        "message m {\n"
+                        "    4 a : u32, out of order;\n"
+                        "    1 b : u32;\n"
+                        "    2 c : u32, out of order;\n"
+                        "    7 d : u32;\n"
+                        "}\n"),
+              "sample.zidl:5:16: error: field 2 stands in order\n"
+              "    2 c : u32, out of order;\n"
+              "               ^~~~~~~~~~~~\n"
+              "sample.zidl:6:5: error: number 3 is left out: say '3 unassigned;' where that is meant\n"
+              "    7 d : u32;\n"
+              "    ^\n"
+              "sample.zidl:6:5: error: numbers 5 to 6 are left out: say '5..6 unassigned;' where that is meant\n"
+              "    7 d : u32;\n"
+              "    ^\n");
+}
+
 TEST_F(zidlc_model, field_that_claims_to_be_out_of_order_is_reported_when_it_is_not)
 {
     EXPECT_EQ(errors_in("group sample;\n"

@@ -374,4 +374,18 @@ TEST(zidlc_parser, a_broken_message_header_costs_its_message_only)
               "              ^\n");
 }
 
+TEST(zidlc_parser, every_cut_inside_a_message_is_reported)
+{
+    const std::string text = "group a;\n"
+                             "message m {\n"
+                             "    omit encode.flags;\n"
+                             "    reset m_clear;\n"
+                             "    1 x : repeated u32, counted by n, out of order; # behind\n"
+                             "    2..3 unassigned;\n"
+                             "}\n";
+    ASSERT_EQ(errors_in(text), "");
+    for (std::size_t length = text.find("message") + 1; length <= text.rfind('}'); ++length)
+        EXPECT_NE(errors_in(text.substr(0, length)), "") << text.substr(0, length);
+}
+
 } // namespace zidlc

@@ -2,6 +2,7 @@
 
 #include "tools/zidlc/numbering.hpp"
 
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -128,13 +129,12 @@ private:
     // Reports what is free between the last number and `number`, and goes on behind `number`.
     void close_gap(uint32_t number, const place &where)
     {
-        uint32_t first = last_ + 1;
-        while (first < number && displaced_.count(first))
-            ++first;
-        if (first < number) {
+        for (uint32_t first = last_ + 1; first < number;) {
             const auto filled = displaced_.lower_bound(first);
-            const uint32_t last = filled != displaced_.end() && *filled < number ? *filled - 1 : number - 1;
-            errors_.error(where, "{}", left_out(first, last));
+            const uint32_t end = filled == displaced_.end() ? number : std::min(*filled, number);
+            if (first < end)
+                errors_.error(where, "{}", left_out(first, end - 1));
+            first = end + 1;
         }
         last_ = number;
     }

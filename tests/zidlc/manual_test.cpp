@@ -1,0 +1,50 @@
+// The examples of docs/schema-language.md are what the compiler does.
+
+#include "tests/zidlc/support.hpp"
+
+#include "tools/zidlc/emit_header.hpp"
+
+#include <fmt/format.h>
+
+namespace zidlc
+{
+
+namespace
+{
+
+class zidlc_language_manual : public in_fresh_folder
+{
+protected:
+    // The nth fenced block of a language, counting from 0.
+    static std::string block(const std::string &language, unsigned n)
+    {
+        const std::string text = read(LANGUAGE_MANUAL);
+        const std::string fence = fmt::format("\n```{}\n", language);
+        std::size_t start = text.find(fence);
+        for (; n > 0 && start != std::string::npos; --n)
+            start = text.find(fence, start + 1);
+        if (start == std::string::npos)
+            return {};
+        start += fence.size();
+        return text.substr(start, text.find("```\n", start) - start);
+    }
+};
+
+} // namespace
+
+TEST_F(zidlc_language_manual, the_example_gives_the_record_that_the_manual_shows)
+{
+    const std::string record = block("c", 0);
+    ASSERT_NE(record, "");
+    write("sensors.zidl", block("zidl", 0));
+    const model all = model_of_files({"sensors.zidl"});
+    EXPECT_NE(emit_header(*all.groups.at(0)).find(record), std::string::npos) << emit_header(*all.groups[0]);
+}
+
+TEST_F(zidlc_language_manual, the_broken_example_gives_the_errors_that_the_manual_shows)
+{
+    write("broken.zidl", block("zidl", 1));
+    EXPECT_EQ(errors_in_files({"broken.zidl"}) + "zidlc: 3 errors\n", block("text", 0));
+}
+
+} // namespace zidlc
