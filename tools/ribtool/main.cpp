@@ -4,6 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <map>
 #include <new>
@@ -14,17 +16,54 @@ namespace
 
 using namespace ribtool;
 
-const std::map<std::string, profile> PROFILES = {
-    {"proto-opaque", profile::proto_opaque},
-    {"full-table", profile::full_table},
-    {"ecmp", profile::ecmp},
-    {"grid", profile::grid},
-    {"nhid", profile::nhid},
-    {"mixed", profile::mixed},
-    {"worst-case", profile::worst_case},
+using names = std::map<std::string, int>;
+
+const names PROFILES = {
+    {"proto-opaque", static_cast<int>(profile::proto_opaque)},
+    {"full-table", static_cast<int>(profile::full_table)},
+    {"ecmp", static_cast<int>(profile::ecmp)},
+    {"grid", static_cast<int>(profile::grid)},
+    {"nhid", static_cast<int>(profile::nhid)},
+    {"mixed", static_cast<int>(profile::mixed)},
+    {"worst-case", static_cast<int>(profile::worst_case)},
 };
 
-const std::map<std::string, capture_format> FORMATS = {{"pcap", capture_format::pcap}, {"raw", capture_format::raw}};
+const names FORMATS = {
+    {"pcap", static_cast<int>(capture_format::pcap)},
+    {"raw", static_cast<int>(capture_format::raw)},
+};
+
+// Turns a name into the number of its enumerator.
+CLI::Validator one_of(const names &known)
+{
+    return CLI::Validator(
+        [&known](std::string &text) {
+            const auto found = known.find(text);
+            if (found != known.end()) {
+                text = std::to_string(found->second);
+                return std::string();
+            }
+            std::string all;
+            for (const auto &each : known)
+                all += (all.empty() ? "" : ", ") + each.first;
+            return fmt::format("\"{}\" is not one of {}", text, all);
+        },
+        "");
+}
+
+// Left to itself the parser takes "-1" for the largest number.
+CLI::Validator whole_number(uint64_t least)
+{
+    return CLI::Validator(
+        [least](std::string &text) {
+            uint64_t value = 0;
+            const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+            if (result.ec == std::errc() && result.ptr == text.data() + text.size() && value >= least)
+                return std::string();
+            return fmt::format("\"{}\" is not a whole number from {} to {}", text, least, UINT64_MAX);
+        },
+        "");
+}
 
 constexpr char FOOTER[] =
     "Exit codes:\n"
@@ -40,18 +79,22 @@ void add_synth(CLI::App &app, synth_options &options)
     CLI::App *command = app.add_subcommand("synth", "Write a stream of generated updates. One seed gives the same "
                                                     "bytes on any machine.");
     command->add_option("--profile", options.kind, "What to generate")
-        ->transform(CLI::CheckedTransformer(PROFILES))
+        ->transform(one_of(PROFILES))
         ->option_text("proto-opaque|full-table|ecmp|grid|nhid|mixed|worst-case   (default: mixed)");
     CLI::Option *updates = command
                                ->add_option("--updates", options.updates,
                                             "How many updates (default: 100000; ecmp 10000, grid 1000, worst-case 60)")
-                               ->option_text("N");
+                               ->option_text("N")
+                               ->check(whole_number(0));
     command->add_option("--routes", options.updates, "The same, for full-table and ecmp, whose updates are routes")
         ->option_text("N")
+        ->check(whole_number(0))
         ->excludes(updates);
-    command->add_option("--seed", options.seed, "Seed of the random generator (default: 1)")->option_text("S");
+    command->add_option("--seed", options.seed, "Seed of the random generator (default: 1)")
+        ->option_text("S")
+        ->check(whole_number(0));
     command->add_option("--format", options.format, "pcap capture or frames one after another (default: pcap)")
-        ->transform(CLI::CheckedTransformer(FORMATS))
+        ->transform(one_of(FORMATS))
         ->option_text("pcap|raw");
     command->add_option("-o,--output", options.output, "The file to write, - for the standard output")
         ->option_text("FILE   (required)")
@@ -71,14 +114,16 @@ void add_replay(CLI::App &app, replay_options &options)
     command->add_option("FILE", options.input, "pcap capture or frames one after another, - for the standard input")
         ->option_text(" ")
         ->required();
-    command->add_option("--limit", options.limit, "Stop after N updates")->option_text("N");
+    command->add_option("--limit", options.limit, "Stop after N updates")->option_text("N")->check(whole_number(0));
     command->add_option("--sample", options.sample, "Print only the first N records of each type code and form")
-        ->option_text("N");
+        ->option_text("N")
+        ->check(whole_number(0));
     CLI::Option *records =
         command->add_option("--json", options.records_path, "Where the records go (default: -, the standard output)")
             ->option_text("FILE|-");
-    command->add_flag("!--no-json", options.print_records, "Print the summary only")
-        ->option_text(" ")
+    command
+        ->add_flag_callback(
+            "--no-json", [&options] { options.print_records = false; }, "Print the summary only")
         ->excludes(records);
     CLI::Option *stripped = command->add_flag_callback(
         "--stripped", [&options] { options.forms = replay_forms::stripped; }, "Hand over payloads only");
@@ -98,12 +143,12 @@ void add_import(CLI::App &app, import_options &options)
     command->add_option("-o,--output", options.output, "The file to write, - for the standard output")
         ->option_text("FILE   (required)")
         ->required();
-    command->add_option("--limit", options.limit, "Stop after N routes")->option_text("N");
+    command->add_option("--limit", options.limit, "Stop after N routes")->option_text("N")->check(whole_number(0));
     command->add_option("--updates-per-route", options.updates_per_route, "Write each route N times (default: 1)")
         ->option_text("N")
-        ->check(CLI::PositiveNumber);
+        ->check(whole_number(1));
     command->add_option("--format", options.format, "pcap capture or frames one after another (default: pcap)")
-        ->transform(CLI::CheckedTransformer(FORMATS))
+        ->transform(one_of(FORMATS))
         ->option_text("pcap|raw");
 }
 
@@ -120,7 +165,7 @@ exit_code run(int argc, char **argv)
 {
     CLI::App app("Makes, replays and imports streams of framed RIB updates.", "ribtool");
     app.set_version_flag("--version", "ribtool " RIBTOOL_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1); // a wrong name is reported by name
     app.footer(FOOTER);
     synth_options synth;
     replay_options replay;
@@ -137,7 +182,9 @@ exit_code run(int argc, char **argv)
         return run_synth(synth);
     if (app.got_subcommand("replay"))
         return run_replay(replay);
-    return run_import(import);
+    if (app.got_subcommand("import"))
+        return run_import(import);
+    fail(EXIT_USAGE, "a command is required: synth, replay or import (see ribtool --help)");
 }
 
 } // namespace

@@ -1,0 +1,185 @@
+// Pieces of ribtool that stand on their own: random numbers, histograms, addresses, older forms, the assertion guard.
+
+#include "tools/ribtool/addresses.hpp"
+#include "tools/ribtool/assertion_guard.hpp"
+#include "tools/ribtool/histogram.hpp"
+#include "tools/ribtool/older_forms.hpp"
+#include "tools/ribtool/random.hpp"
+#include "tools/ribtool/replay_summary.hpp"
+
+#include <cassert>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+extern "C" [[noreturn]] void __assert_fail(const char *, const char *, unsigned, const char *) noexcept;
+
+namespace ribtool
+{
+
+// Numbers of the generator's published reference implementation.
+TEST(random_source, gives_the_published_numbers)
+{
+    random_source zero(0);
+    EXPECT_EQ(zero.next(), 0x99ec5f36cb75f2b4u);
+    EXPECT_EQ(zero.next(), 0xbf6e1f784956452au);
+    EXPECT_EQ(zero.next(), 0x1a5f849d4933e6e0u);
+    EXPECT_EQ(zero.next(), 0x6aa594f1262d2d2cu);
+    random_source one(1);
+    EXPECT_EQ(one.next(), 0xb3f2af6d0fc710c5u);
+    EXPECT_EQ(one.next(), 0x853b559647364ceau);
+}
+
+TEST(random_source, scales_the_high_bits)
+{
+    random_source one(1);
+    for (const uint32_t expected : {70u, 52u, 57u, 39u, 69u, 14u, 7u, 38u})
+        EXPECT_EQ(one.below(100), expected);
+}
+
+TEST(random_source, keeps_to_its_bounds_and_reaches_them)
+{
+    random_source random(3);
+    std::vector<int> seen(4);
+    for (int draw = 0; draw < 200; ++draw) {
+        const uint32_t value = random.between(5, 8);
+        ASSERT_GE(value, 5u);
+        ASSERT_LE(value, 8u);
+        ++seen[value - 5];
+        ASSERT_LT(random.magnitude(20), 1u << 20);
+    }
+    for (const int count : seen)
+        EXPECT_GT(count, 20);
+}
+
+TEST(histogram, draws_each_value_as_often_as_it_was_counted)
+{
+    histogram values;
+    values.add(7, 30);
+    values.add(8, 0);
+    values.add(9, 10);
+    random_source random(1);
+    int sevens = 0;
+    for (int draw = 0; draw < 4000; ++draw) {
+        const uint32_t value = values.draw(random);
+        ASSERT_TRUE(value == 7 || value == 9) << value;
+        sevens += value == 7;
+    }
+    EXPECT_NEAR(sevens, 3000, 120);
+}
+
+TEST(histogram, the_built_in_ones_hold_all_that_was_counted)
+{
+    const statistics &all = table_histograms();
+    EXPECT_EQ(all.ipv4.prefix_lengths.total(), 901899u);
+    EXPECT_EQ(all.ipv6.prefix_lengths.total(), 160147u);
+    EXPECT_EQ(all.ipv4.paths_per_prefix.total(), 9072u);
+    EXPECT_EQ(all.ipv6.paths_per_prefix.total(), 6870u);
+    for (const histogram *each :
+         {&all.ipv4.as_path_len, &all.ipv4.communities_per_path, &all.ipv4.has_med, &all.ipv4.atomic_aggregate})
+        EXPECT_EQ(each->total(), 270005u);
+    for (const histogram *each :
+         {&all.ipv6.as_path_len, &all.ipv6.communities_per_path, &all.ipv6.has_med, &all.ipv6.atomic_aggregate})
+        EXPECT_EQ(each->total(), 149578u);
+    for (const table_statistics *table : {&all.ipv4, &all.ipv6}) {
+        EXPECT_EQ(table->ext_communities_per_path.total(), 577737u + 159948u);
+        EXPECT_EQ(table->has_local_pref.total(), 577737u + 159948u);
+    }
+}
+
+TEST(addresses, prefixes_are_read_exactly)
+{
+    const auto ipv4 = parse_prefix("10.1.2.0/23");
+    ASSERT_TRUE(ipv4);
+    EXPECT_FALSE(ipv4->address.is_ipv6);
+    EXPECT_EQ(ipv4->length, 23);
+    EXPECT_EQ(address_message(ipv4->address).ipv4, 0x0a010200u);
+    const auto ipv6 = parse_prefix("2001:db8::/128");
+    ASSERT_TRUE(ipv6);
+    EXPECT_EQ(ipv6->length, 128);
+    const zidl_rib_ipv6_address halves = ipv6_message(ipv6->address);
+    EXPECT_EQ(halves.half0, 0xb80d0120u); // the bytes 20 01 0d b8 in memory
+    EXPECT_EQ(halves.half1, 0u);
+    for (const char *text : {"", "/", "10.0.0.0", "10.0.0.0/", "10.0.0.0/33", "10.0.0.0/-1", "10.0.0.0/8 ", "10.0.0/8",
+                             "::/129", "2001:db8::/12x", "10.0.0.0/256", "/8", "10.0.0.0//8"})
+        EXPECT_FALSE(parse_prefix(text)) << text;
+}
+
+TEST(addresses, masks_clear_the_bits_behind_the_prefix)
+{
+    ip_address address = {
+        true, {0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}};
+    mask_address(address, 20);
+    const std::array<uint8_t, 16> expected = {0xff, 0xff, 0xf0};
+    EXPECT_EQ(address.bytes, expected);
+    mask_address(address, 0);
+    EXPECT_EQ(address.bytes, (std::array<uint8_t, 16>{}));
+}
+
+TEST(older_forms, a_protocol_record_is_laid_out_as_the_library_reads_it)
+{
+    const byte_vector payload = payload_of({0x0102, 0x0304, 0x05060708, "bgp", "x"});
+    byte_vector expected = {1, 2, 3, 4, 5, 6, 7, 8, 'b', 'g', 'p'};
+    expected.resize(49);
+    expected.push_back('x');
+    expected.resize(92);
+    EXPECT_EQ(payload, expected);
+}
+
+TEST(older_forms, names_keep_their_terminator)
+{
+    const std::string name(100, 'n');
+    const byte_vector payload = payload_of({0, 0, 0, name, name});
+    ASSERT_EQ(payload.size(), 92u);
+    EXPECT_EQ(payload[8 + 39], 'n');
+    EXPECT_EQ(payload[8 + 40], 0);
+    EXPECT_EQ(payload[90], 'n');
+    EXPECT_EQ(payload[91], 0);
+}
+
+TEST(older_forms, an_opaque_update_is_laid_out_as_the_library_reads_it)
+{
+    const byte_vector first = {0xaa, 0xbb};
+    const byte_vector second = {0xcc};
+    const byte_vector expected = {0, 5, 0, 0, 0, 0, 1, 0, 0, 2, 0,    9,    0,   0,
+                                  0, 8, 0, 0, 0, 1, 0, 0, 0, 0, 0xaa, 0xbb, 0xcc};
+    EXPECT_EQ(payload_of({5, 256, 9, 8, first, second}), expected);
+}
+
+TEST(paths_in_route, counts_paths_and_stops_at_what_is_malformed)
+{
+    const auto count = [](const byte_vector &payload) { return paths_in_route(payload); };
+    EXPECT_EQ(count({}), 0u);
+    EXPECT_EQ(count({0xd2, 0x01, 0x00, 0x10, 0x05, 0xd2, 0x01, 0x01, 0xff}), 2u);
+    EXPECT_EQ(count({0xd2, 0x01, 0x00, 0xd2, 0x01, 0x05}), 2u); // the second runs past the end
+    EXPECT_EQ(count({0x0b, 0xd2, 0x01, 0x00}), 0u);             // a group cannot be skipped
+    EXPECT_EQ(count({0xd2}), 0u);                               // half a tag
+    EXPECT_EQ(count({0x0d, 1, 2, 3, 4, 0x09, 1, 2, 3, 4, 5, 6, 7, 8, 0xd2, 0x01, 0x00}), 1u);
+}
+
+TEST(assertion_guard, reports_the_assertion_that_ended_the_call)
+{
+    const auto fails = [](void *) { __assert_fail("x > 0", "a/file", 12, "void f()"); };
+    const auto assertion = run_guarded(fails, nullptr);
+    ASSERT_TRUE(assertion);
+    EXPECT_STREQ(assertion->expression, "x > 0");
+    EXPECT_STREQ(assertion->file, "a/file");
+    EXPECT_EQ(assertion->line, 12u);
+    EXPECT_STREQ(assertion->function, "void f()");
+}
+
+TEST(assertion_guard, reports_nothing_of_a_call_that_returns)
+{
+    int calls = 0;
+    EXPECT_FALSE(run_guarded([](void *count) { ++*static_cast<int *>(count); }, &calls));
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(assertion_guard_death, an_assertion_outside_of_a_guarded_call_ends_the_process)
+{
+    EXPECT_EXIT(__assert_fail("x > 0", "a/file", 12, "void f()"), testing::KilledBySignal(SIGABRT),
+                "ribtool: a/file:12: void f\\(\\): Assertion `x > 0' failed.");
+}
+
+} // namespace ribtool
