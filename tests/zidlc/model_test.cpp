@@ -773,6 +773,14 @@ TEST_F(zidlc_model, used_group_that_cannot_be_read_is_reported_with_the_reason)
                                            "    ^\n");
 }
 
+TEST_F(zidlc_model, a_byte_order_mark_shifts_no_place)
+{
+    EXPECT_EQ(errors_in("\xef\xbb\xbfgroup other;\r\nmessage m { 1 x : u32; }\r\n"),
+              "sample.zidl:1:7: error: the file of group 'other' is called other.zidl, not sample.zidl\n"
+              "group other;\n"
+              "      ^~~~~\n");
+}
+
 TEST_F(zidlc_model, circle_of_groups_is_reported_where_it_closes)
 {
     write("a.zidl", "group a;\nuse b;\nmessage am { 1 x : u32; }\n");

@@ -16,10 +16,10 @@ namespace
 
 constexpr std::size_t comment_width = 112;
 
-void emit_comment(printer &out, const std::vector<std::string> &lines, std::string_view indent = "")
+void emit_comment(printer &out, const std::vector<std::string> &lines)
 {
     for (const std::string &line : lines)
-        out.line("{}//{}{}", indent, line.empty() ? "" : " ", line);
+        out.line("//{}{}", line.empty() ? "" : " ", line);
 }
 
 // What the message is and what it owns: one line where both fit in one.

@@ -4,6 +4,7 @@
 
 #include "tools/zidlc/printer.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 
@@ -12,8 +13,6 @@ namespace zidlc
 
 namespace
 {
-
-constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
 
 bool is_word_part(char c)
 {
@@ -37,8 +36,6 @@ public:
 
     std::vector<token> run()
     {
-        if (text_.substr(0, byte_order_mark.size()) == byte_order_mark)
-            pos_ = line_start_ = byte_order_mark.size();
         while (pos_ < text_.size())
             next();
         add_end();
@@ -72,7 +69,7 @@ private:
 
     void end_line()
     {
-        // A blank line parts a comment from what follows, and so does a line that no comment continues.
+        // A blank line parts a comment from what follows; a line without a comment ends the one behind a token.
         if (!line_has_token_ && !line_has_comment_)
             comment_above_.clear();
         if (!line_has_comment_)
@@ -145,7 +142,7 @@ private:
         line_has_comment_ = true;
     }
 
-    // What stands behind the mark, up to the end of the line; one blank behind the mark is not part of it.
+    // What stands behind the mark, up to the end of the line; one blank behind the mark is not part of it, tabs are blanks.
     std::string comment_text()
     {
         const std::size_t start = pos_ + 1;
@@ -155,7 +152,8 @@ private:
             ++pos_;
         }
         std::string text(text_.substr(start, pos_ - start));
-        text.erase(text.find_last_not_of(" \t") + 1);
+        std::replace(text.begin(), text.end(), '\t', ' ');
+        text.erase(text.find_last_not_of(' ') + 1);
         check_end(text, start);
         return text.substr(text.starts_with(' ') ? 1 : 0);
     }

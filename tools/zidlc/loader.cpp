@@ -16,6 +16,13 @@ namespace fs = std::filesystem;
 namespace
 {
 
+// Some editors put this mark before the text; no place in the file counts it.
+std::string without_byte_order_mark(const std::string &text)
+{
+    constexpr std::string_view mark = "\xef\xbb\xbf";
+    return text.starts_with(mark) ? text.substr(mark.size()) : text;
+}
+
 class loader
 {
 public:
@@ -69,7 +76,7 @@ private:
     {
         auto file = std::make_unique<schema_file>();
         schema_file &added = *file;
-        added.source = {path.string(), text};
+        added.source = {path.string(), without_byte_order_mark(text)};
         added.requested = false;
         all_.push_back(std::make_unique<loaded>(loaded{path.stem().string(), std::move(file), false}));
         loaded &entry = *all_.back();
