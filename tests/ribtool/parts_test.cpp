@@ -7,13 +7,13 @@
 #include "tools/ribtool/random.hpp"
 #include "tools/ribtool/replay_summary.hpp"
 
-#include <cassert>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-extern "C" [[noreturn]] void __assert_fail(const char *, const char *, unsigned, const char *) noexcept;
+// Declared by <cassert> in builds with assertions only.
+extern "C" __attribute__((noreturn)) void __assert_fail(const char *, const char *, unsigned, const char *) noexcept;
 
 namespace ribtool
 {

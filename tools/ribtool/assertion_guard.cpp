@@ -33,14 +33,13 @@ std::optional<failed_assertion> run_guarded(void (*call)(void *argument), void *
 {
     std::jmp_buf place;
     armed = &place;
-    // Nothing that is read after the jump changes between here and there.
-    const bool stopped = setjmp(place) != 0;
-    if (!stopped)
+    if (setjmp(place) == 0) {
         call(argument);
+        armed = nullptr;
+        return std::nullopt;
+    }
     armed = nullptr;
-    if (stopped)
-        return failed;
-    return std::nullopt;
+    return failed;
 }
 
 } // namespace ribtool
