@@ -8,7 +8,9 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <set>
 #include <string>
@@ -54,13 +56,13 @@ struct options {
 
 void declare(CLI::App &app, options &chosen)
 {
-    app.add_option("FILE", chosen.files, "Schemas, each called GROUP.zidl")->required();
+    app.add_option("FILE", chosen.files, "Schemas, each called GROUP.zidl")->required()->option_text("...");
     app.add_option("-I", chosen.include_folders, "Search DIR, too, for the groups that a schema uses")
-        ->type_name("DIR")
+        ->option_text("DIR")
         ->allow_extra_args(false);
-    app.add_option("-o", chosen.output_folder, "Write below DIR instead of the current folder")->type_name("DIR");
+    app.add_option("-o", chosen.output_folder, "Write below DIR instead of the current folder")->option_text("DIR");
     app.add_option("--only", chosen.only, "Write only some of: header,codec,descriptors,proto,docs")
-        ->type_name("WHAT,...")
+        ->option_text("WHAT,...")
         ->delimiter(',')
         ->allow_extra_args(false)
         ->check(CLI::IsMember({"header", "codec", "descriptors", "proto", "docs"}));
