@@ -501,7 +501,14 @@ TEST_F(grid_entry, thread_with_a_stack_of_1_MiB_can_parse_a_full_list)
     EXPECT_LT(stack_used(1024 * 1024), size_t{1024 * 1024});
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define WIDENED_FRAMES
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define WIDENED_FRAMES
+#endif
+#ifndef WIDENED_FRAMES
 TEST_F(grid_entry, full_list_takes_less_than_512_KiB_of_stack)
 {
     EXPECT_LT(stack_used(1024 * 1024), size_t{512 * 1024});
