@@ -39,8 +39,8 @@ constexpr std::string_view proto_words = " fixed64 int32 int64 sfixed32 sfixed64
 
 // What generated code calls with a record, or defines for one.
 constexpr std::string_view codec_words =
-    " any_presence copy_record decode decode_ext duplicate duplicate_owned each_presence encode encode_exact encode_ext "
-    "encoded_bound encoded_size free_ext has memcpy memset release ";
+    " any_presence copy_record decode decode_ext duplicate duplicate_owned each_presence encode "
+    "encode_exact encode_ext encoded_bound encoded_size free_ext has memcpy memset release ";
 
 // Whether a list, whose words stand between blanks, has a name.
 bool contains(std::string_view words, std::string_view name)
