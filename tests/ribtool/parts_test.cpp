@@ -4,10 +4,16 @@
 #include "tools/ribtool/assertion_guard.hpp"
 #include "tools/ribtool/histogram.hpp"
 #include "tools/ribtool/older_forms.hpp"
+#include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/random.hpp"
 #include "tools/ribtool/replay_summary.hpp"
 
+#include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
 #include <string>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -180,6 +186,81 @@ TEST(assertion_guard_death, an_assertion_outside_of_a_guarded_call_ends_the_proc
 {
     EXPECT_EXIT(__assert_fail("x > 0", "a/file", 12, "void f()"), testing::KilledBySignal(SIGABRT),
                 "ribtool: a/file:12: void f\\(\\): Assertion `x > 0' failed.");
+}
+
+namespace
+{
+
+// What `run` writes to a standard error that is a terminal.
+template <class Run>
+std::string on_a_terminal(Run run)
+{
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    EXPECT_EQ(grantpt(terminal), 0);
+    EXPECT_EQ(unlockpt(terminal), 0);
+    const int other_end = open(ptsname(terminal), O_RDWR | O_NOCTTY);
+    const int saved = dup(STDERR_FILENO);
+    dup2(other_end, STDERR_FILENO);
+    run();
+    dup2(saved, STDERR_FILENO);
+    close(saved);
+    close(other_end);
+    std::string shown;
+    char block[256];
+    ssize_t got = 0;
+    while ((got = read(terminal, block, sizeof block)) > 0)
+        shown.append(block, static_cast<size_t>(got));
+    close(terminal);
+    return shown;
+}
+
+void work_for_a_while(progress_bar &bar)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    for (int update = 0; update < 64; ++update)
+        bar.show(25, 12);
+}
+
+} // namespace
+
+TEST(progress_bar, is_drawn_on_a_terminal_and_taken_away)
+{
+    const std::string shown = on_a_terminal([] {
+        progress_bar bar("replay", 100);
+        work_for_a_while(bar);
+    });
+    EXPECT_EQ(shown.rfind("\r\x1b[Kreplay [#######.......................]  25 %, ", 0), 0u) << shown;
+    EXPECT_NE(shown.find(" s left, 12 updates, "), std::string::npos) << shown;
+    EXPECT_EQ(shown.substr(shown.size() - 13), " a second\r\x1b[K") << shown;
+}
+
+TEST(progress_bar, shows_no_share_of_a_total_that_nobody_knows)
+{
+    const std::string shown = on_a_terminal([] {
+        progress_bar bar("import", 0);
+        work_for_a_while(bar);
+    });
+    EXPECT_EQ(shown.rfind("\r\x1b[Kimport, 12 updates, ", 0), 0u) << shown;
+}
+
+TEST(progress_bar, is_not_drawn_for_work_that_is_soon_done)
+{
+    const std::string shown = on_a_terminal([] {
+        progress_bar bar("synth", 100);
+        for (int update = 0; update < 100; ++update)
+            bar.show(static_cast<uint64_t>(update), 1);
+    });
+    EXPECT_EQ(shown, "");
+}
+
+TEST(progress_bar, is_not_drawn_elsewhere)
+{
+    testing::internal::CaptureStderr();
+    {
+        progress_bar bar("replay", 100);
+        work_for_a_while(bar);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 } // namespace ribtool

@@ -372,7 +372,8 @@ TEST_F(replay_records, a_sample_holds_the_first_records_of_each_code_and_form)
 {
     const bytes proto = frame(47, {0x08, 0x07});
     const bytes nhid = frame(49, {0x08, 0x07});
-    const std::string input = write("stream", joined({proto, proto, nhid, proto, nhid}));
+    const bytes dropped = frame(49, {0x18, 0x05});
+    const std::string input = write("stream", joined({proto, proto, dropped, nhid, proto, nhid}));
     const run_result result = ribtool({"replay", input, "--sample", "1"});
     lines starts;
     for (const std::string &line : result.out_lines())
@@ -380,8 +381,8 @@ TEST_F(replay_records, a_sample_holds_the_first_records_of_each_code_and_form)
     const lines expected = {
         R"({"frame":1,"type":47,"form":"unstripped")",
         R"({"frame":1,"type":47,"form":"stripped")",
-        R"({"frame":3,"type":49,"form":"unstripped")",
-        R"({"frame":3,"type":49,"form":"stripped")",
+        R"({"frame":4,"type":49,"form":"unstripped")",
+        R"({"frame":4,"type":49,"form":"stripped")",
     };
     EXPECT_EQ(starts, expected);
     EXPECT_NE(result.err.find("10 callbacks"), std::string::npos);

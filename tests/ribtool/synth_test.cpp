@@ -150,12 +150,12 @@ const std::set<uint16_t> ALL_CODES = {3, 37, 38, 46, 47, 49, 50, 51};
 
 INSTANTIATE_TEST_SUITE_P(every, synth_profile,
                          testing::Values(profile_case{"proto-opaque", "500", {37, 38, 47, 50}, 0x4f40bea45e36b8e9},
-                                         profile_case{"full-table", "200", {51}, 0x446189b8e6be9a4},
-                                         profile_case{"ecmp", "200", {51}, 0x6a1a209778272550},
-                                         profile_case{"grid", "200", {46}, 0x9d00c7f784a43842},
+                                         profile_case{"full-table", "60", {51}, 0x446189b8e6be9a4},
+                                         profile_case{"ecmp", "40", {51}, 0x6a1a209778272550},
+                                         profile_case{"grid", "60", {46}, 0x9d00c7f784a43842},
                                          profile_case{"nhid", "500", {49}, 0x9dd324468730364c},
                                          profile_case{"mixed", "1000", ALL_CODES, 0xb8912d6f7f909b76},
-                                         profile_case{"worst-case", "30", ALL_CODES, 0x2c3da994ea4d6f36}),
+                                         profile_case{"worst-case", "15", ALL_CODES, 0x2c3da994ea4d6f36}),
                          [](const testing::TestParamInfo<profile_case> &tested) {
                              std::string name = tested.param.name;
                              std::replace(name.begin(), name.end(), '-', '_');

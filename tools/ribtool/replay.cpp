@@ -241,7 +241,7 @@ private:
             counts.paths_sent += paths_in_route(payload);
 
         delivery to;
-        to.sink = may_print(form, code) ? &sink_ : nullptr;
+        to.sink = may_print(counts) ? &sink_ : nullptr;
         if (to.sink != nullptr)
             to.line = {{"frame", frame.number}, {"type", code}, {"form", form_name(form)}};
 
@@ -313,11 +313,11 @@ private:
         to.sink->print(to.line);
     }
 
-    bool may_print(update_form form, uint16_t code)
+    // Asked before the update is counted anywhere but in `updates`.
+    bool may_print(const update_counts &counts) const
     {
-        if (!sink_.enabled())
-            return false;
-        return !options_.sample || summary_.of(form, code).updates <= *options_.sample;
+        const uint64_t printed = counts.callbacks + counts.refused + counts.stopped;
+        return sink_.enabled() && (!options_.sample || printed < *options_.sample);
     }
 
     const replay_options &options_;
