@@ -3,12 +3,13 @@
 //
 // Benchmarks are named operation/workload/library:memory.
 
+#include "bench/client_updates.hpp"
 #include "bench/contender.hpp"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdlib>
 #include <map>
 
 namespace
@@ -18,25 +19,20 @@ using bench::bytes;
 using bench::contender;
 using bench::job;
 using bench::message_table;
-using bench::operation;
 
-// As many records as decoded messages stay in the processor's caches, where an encoder's records usually are.
-constexpr size_t record_total = 8192;
-
-// A workload's messages, made at first use: whole for decoding, the first of them for operations on records.
-const message_table &table_for(std::string_view workload, operation op)
+bench::workload make(std::string_view workload)
 {
-    static std::map<std::string, message_table, std::less<>> whole;
-    static std::map<std::string, message_table, std::less<>> first;
-    auto found = whole.find(workload);
-    if (found == whole.end())
-        found = whole.try_emplace(std::string(workload), bench::make_workload(workload)).first;
-    if (op == operation::decode)
-        return found->second;
-    auto short_one = first.find(workload);
-    if (short_one == first.end())
-        short_one = first.emplace(std::string(workload), found->second.first(record_total)).first;
-    return short_one->second;
+    return workload == "real" ? *bench::make_real_workload() : bench::make_workload(workload);
+}
+
+// A workload's messages, made at first use.
+const message_table &table_for(std::string_view workload)
+{
+    static std::map<std::string, message_table, std::less<>> made;
+    auto found = made.find(workload);
+    if (found == made.end())
+        found = made.try_emplace(std::string(workload), make(workload)).first;
+    return found->second;
 }
 
 // The first thousand messages and a sample of the rest.
@@ -61,7 +57,7 @@ public:
 
     void time(benchmark::State &state)
     {
-        const message_table &table = table_for(workload_, who_.op);
+        const message_table &table = table_for(workload_);
         if (!work_.run) {
             work_ = who_.prepare(table);
             equal_ = gives_equal_results(work_, table);
@@ -86,8 +82,12 @@ private:
 
 void register_all()
 {
-    for (const std::string_view workload : bench::workload_names()) {
-        for (contender &who : bench::all_contenders(bench::type_name(workload))) {
+    std::vector<std::string_view> workloads = bench::workload_names();
+    if (std::getenv("RIB_DATA_DIR") != nullptr)
+        workloads.push_back("real");
+    for (const std::string_view workload : workloads) {
+        const char *const type = workload == "real" ? "rib_route" : bench::type_name(workload);
+        for (contender &who : bench::all_contenders(type)) {
             const std::string name =
                 std::string(to_string(who.op)) + "/" + std::string(workload) + "/" + who.library + ":" + who.memory;
             auto work = std::make_shared<lazy_job>(std::move(who), std::string(workload));

@@ -31,25 +31,6 @@ message_table::message_table(const workload &source) : name_(source.name), type_
     }
 }
 
-message_table::message_table(const message_table &whole, size_t count) : name_(whole.name_), type_(whole.type_)
-{
-    size_t len = 0;
-    for (const byte_span message : whole.messages().first(count))
-        len += message.size();
-    data_.assign(whole.data_.begin(), whole.data_.begin() + static_cast<std::ptrdiff_t>(len));
-    const uint8_t *start = data_.data();
-    for (const byte_span message : whole.messages().first(count)) {
-        messages_.emplace_back(start, message.size());
-        start += message.size();
-        longest_ = std::max(longest_, message.size());
-    }
-}
-
-message_table message_table::first(size_t count) const
-{
-    return {*this, std::min(count, messages_.size())};
-}
-
 const char *to_string(operation op)
 {
     switch (op) {

@@ -5,6 +5,8 @@
 #include "bench/workloads.hpp"
 
 #include <functional>
+#include <map>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -22,7 +24,6 @@ public:
     explicit message_table(const workload &source);
     message_table(const message_table &) = delete;
     message_table &operator=(const message_table &) = delete;
-    message_table(message_table &&) = default;
 
     const std::string &name() const { return name_; }
     const zidl::message_descriptor &type() const { return *type_; }
@@ -30,12 +31,7 @@ public:
     size_t total_bytes() const { return data_.size(); }
     size_t longest() const { return longest_; }
 
-    // The first `count` messages, for operations that need a decoded record of each.
-    message_table first(size_t count) const;
-
 private:
-    message_table(const message_table &whole, size_t count);
-
     std::string name_;
     const zidl::message_descriptor *type_;
     bytes data_;
@@ -52,6 +48,17 @@ struct job {
     std::function<void()> run;           // on every message, timed
     std::function<bytes(size_t)> result; // on one message, as encoded bytes; empty where the result is a mere number
 };
+
+// The decoded messages of a table, of a contender's own type: made once and shared by its operations.
+template <class Decoded>
+std::shared_ptr<Decoded> shared_for(const message_table &table)
+{
+    static std::map<const message_table *, std::shared_ptr<Decoded>> made;
+    std::shared_ptr<Decoded> &entry = made[&table];
+    if (entry == nullptr)
+        entry = std::make_shared<Decoded>(table);
+    return entry;
+}
 
 // `memory` says what holds the outcome, since comparing unlike ownership misleads:
 //   heap    blocks of their own from malloc, given back after each message

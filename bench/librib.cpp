@@ -115,7 +115,7 @@ job decode_bump(const message_table &table)
 template <class Record>
 job size(const message_table &table)
 {
-    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto decoded = shared_for<decoded_table<Record>>(table);
     return {[decoded] {
                 for (const Record &record : decoded->records())
                     benchmark::DoNotOptimize(
@@ -127,7 +127,7 @@ job size(const message_table &table)
 template <class Record>
 job encode(const message_table &table)
 {
-    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto decoded = shared_for<decoded_table<Record>>(table);
     auto buf = std::make_shared<bytes>(16 * table.longest() + 4096);
     return {[decoded, buf] {
                 for (const Record &record : decoded->records())
@@ -144,7 +144,7 @@ job encode(const message_table &table)
 template <class Record>
 job encode_sized(const message_table &table)
 {
-    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto decoded = shared_for<decoded_table<Record>>(table);
     auto buf = std::make_shared<bytes>(table.longest());
     return {[decoded, buf] {
                 for (const Record &record : decoded->records()) {
@@ -160,7 +160,7 @@ template <class Record>
 job duplicate(const message_table &table)
 {
     using operations = record_operations<Record>;
-    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto decoded = shared_for<decoded_table<Record>>(table);
     auto copy = std::make_shared<Record>();
     return {[decoded, copy] {
                 for (const Record &record : decoded->records()) {

@@ -60,12 +60,12 @@ std::string read_statement(const field_descriptor &field)
         const std::string each = std::string(", [](pbf_reader &at, auto &element, Memory &") +
                                  (field.type == kind::message ? "from" : "") + ") { ";
         if (field.type == kind::message)
-            return "read_run(" + array + each + "read(at.get_message(), element, from); });";
+            return "read_element(" + array + each + "read(at.get_message(), element, from); });";
         if (field.type == kind::bytes)
-            return "read_blocks(" + array + ");";
+            return "read_block(" + array + ");";
         const std::string cast = field.type == kind::u8 ? "static_cast<uint8_t>(at.get_uint32())"
                                                         : std::string("at.get_") + scalar_name(field.type) + "()";
-        return "read_run(" + array + each + "element = " + cast + "; });";
+        return "read_element(" + array + each + "element = " + cast + "; });";
     }
     switch (field.type) {
     case kind::message:
@@ -85,14 +85,15 @@ void write_reader(const message_descriptor &type)
 {
     std::printf("template <class Memory>\nvoid read(pbf_reader in, zidl_%s &msg, [[maybe_unused]] Memory &mem)\n{\n",
                 type.name);
-    std::printf("    while (in.next()) {\n        switch (in.tag_and_type()) {\n");
+    std::printf(
+        "    decltype(msg.presence) seen = 0;\n    while (in.next()) {\n        switch (in.tag_and_type()) {\n");
     for (uint32_t i = 0; i < type.field_count; ++i) {
         const field_descriptor &field = type.fields[i];
         std::printf("        case tag_and_type(%u, pbf_wire_type::%s):\n            %s\n", field.number,
                     wire_type(field.type), read_statement(field).c_str());
-        std::printf("            msg.presence |= decltype(msg.presence){1} << %u;\n            break;\n", field.bit);
+        std::printf("            seen |= decltype(msg.presence){1} << %u;\n            break;\n", field.bit);
     }
-    std::printf("        default:\n            in.skip();\n        }\n    }\n}\n\n");
+    std::printf("        default:\n            in.skip();\n        }\n    }\n    msg.presence = seen;\n}\n\n");
 }
 
 std::string write_statement(const field_descriptor &field, const std::string &value)

@@ -107,7 +107,7 @@ private:
 template <class Message>
 job size(const message_table &table)
 {
-    return {[all = std::make_shared<unpacked_table<Message>>(table)] {
+    return {[all = shared_for<unpacked_table<Message>>(table)] {
                 for (const Message &message : all->messages())
                     benchmark::DoNotOptimize(packed_size(message));
             },
@@ -117,7 +117,7 @@ job size(const message_table &table)
 template <class Message>
 job encode(const message_table &table)
 {
-    auto all = std::make_shared<unpacked_table<Message>>(table);
+    auto all = shared_for<unpacked_table<Message>>(table);
     auto buf = std::make_shared<bytes>(table.longest());
     return {[all, buf] {
                 for (const Message &message : all->messages())

@@ -105,22 +105,21 @@ job decode_reused(const message_table &table)
 }
 
 template <class Message>
-using objects = std::shared_ptr<std::vector<Message>>;
+struct parsed_table {
+    explicit parsed_table(const message_table &table) : messages(table.messages().size())
+    {
+        for (size_t i = 0; i < messages.size(); ++i)
+            parse(messages[i], table.messages()[i]);
+    }
 
-template <class Message>
-objects<Message> decoded(const message_table &table)
-{
-    auto all = std::make_shared<std::vector<Message>>(table.messages().size());
-    for (size_t i = 0; i < all->size(); ++i)
-        parse((*all)[i], table.messages()[i]);
-    return all;
-}
+    std::vector<Message> messages;
+};
 
 template <class Message>
 job size(const message_table &table)
 {
-    return {[all = decoded<Message>(table)] {
-                for (const Message &message : *all)
+    return {[all = shared_for<parsed_table<Message>>(table)] {
+                for (const Message &message : all->messages)
                     benchmark::DoNotOptimize(message.ByteSizeLong());
             },
             {}};
@@ -130,44 +129,44 @@ job size(const message_table &table)
 template <class Message>
 job encode(const message_table &table)
 {
-    auto all = decoded<Message>(table);
+    auto all = shared_for<parsed_table<Message>>(table);
     auto buf = std::make_shared<bytes>(table.longest());
     return {[all, buf] {
-                for (const Message &message : *all)
+                for (const Message &message : all->messages)
                     benchmark::DoNotOptimize(message.SerializeToArray(buf->data(), static_cast<int>(buf->size())));
             },
             [all, buf](size_t i) {
-                (*all)[i].SerializeToArray(buf->data(), static_cast<int>(buf->size()));
-                return bytes(buf->begin(), buf->begin() + (*all)[i].GetCachedSize());
+                all->messages[i].SerializeToArray(buf->data(), static_cast<int>(buf->size()));
+                return bytes(buf->begin(), buf->begin() + all->messages[i].GetCachedSize());
             }};
 }
 
 template <class Message>
 job encode_sized(const message_table &table)
 {
-    auto all = decoded<Message>(table);
+    auto all = shared_for<parsed_table<Message>>(table);
     auto buf = std::make_shared<bytes>(table.longest());
     return {[all, buf] {
-                for (const Message &message : *all) {
+                for (const Message &message : all->messages) {
                     benchmark::DoNotOptimize(message.ByteSizeLong());
                     message.SerializeWithCachedSizesToArray(buf->data());
                     benchmark::DoNotOptimize(buf->data());
                 }
             },
-            [all](size_t i) { return encoded((*all)[i]); }};
+            [all](size_t i) { return encoded(all->messages[i]); }};
 }
 
 template <class Message>
 job duplicate(const message_table &table)
 {
-    auto all = decoded<Message>(table);
+    auto all = shared_for<parsed_table<Message>>(table);
     return {[all] {
-                for (const Message &message : *all) {
+                for (const Message &message : all->messages) {
                     const Message copy(message);
                     benchmark::DoNotOptimize(&copy);
                 }
             },
-            [all](size_t i) { return encoded(Message((*all)[i])); }};
+            [all](size_t i) { return encoded(Message(all->messages[i])); }};
 }
 
 template <class Message>

@@ -77,11 +77,27 @@ job decode_bump(descriptor type, const message_table &table)
             }};
 }
 
+descriptor find_descriptor(std::string_view type)
+{
+    if (type == "rib_route")
+        return &zidl__proto__rib_route__descriptor;
+    if (type == "rib_grid_sync_list")
+        return &zidl__proto__rib_grid_sync_list__descriptor;
+    if (type == "ip_rib_proto_update")
+        return &zidl__proto__ip_rib_proto_update__descriptor;
+    if (type == "ip_rib_opaque")
+        return &zidl__proto__ip_rib_opaque__descriptor;
+    if (type == "ip_rib_srv6_cfg_update")
+        return &zidl__proto__ip_rib_srv6_cfg_update__descriptor;
+    return nullptr;
+}
+
 class unpacked_table
 {
 public:
-    unpacked_table(descriptor type, const message_table &table)
+    explicit unpacked_table(const message_table &table)
     {
+        const descriptor type = find_descriptor(table.type().name);
         for (const byte_span encoding : table.messages())
             messages_.push_back(unpack(type, encoding, nullptr));
     }
@@ -101,18 +117,18 @@ private:
     std::vector<ProtobufCMessage *> messages_;
 };
 
-job size(descriptor type, const message_table &table)
+job size(const message_table &table)
 {
-    return {[all = std::make_shared<unpacked_table>(type, table)] {
+    return {[all = shared_for<unpacked_table>(table)] {
                 for (const ProtobufCMessage *message : all->messages())
                     benchmark::DoNotOptimize(protobuf_c_message_get_packed_size(message));
             },
             {}};
 }
 
-job encode(descriptor type, const message_table &table)
+job encode(const message_table &table)
 {
-    auto all = std::make_shared<unpacked_table>(type, table);
+    auto all = shared_for<unpacked_table>(table);
     auto buf = std::make_shared<bytes>(table.longest());
     return {[all, buf] {
                 for (const ProtobufCMessage *message : all->messages())
@@ -121,9 +137,9 @@ job encode(descriptor type, const message_table &table)
             [all](size_t i) { return encoded(all->messages()[i]); }};
 }
 
-job encode_sized(descriptor type, const message_table &table)
+job encode_sized(const message_table &table)
 {
-    auto all = std::make_shared<unpacked_table>(type, table);
+    auto all = shared_for<unpacked_table>(table);
     auto buf = std::make_shared<bytes>(table.longest());
     return {[all, buf] {
                 for (const ProtobufCMessage *message : all->messages()) {
@@ -132,21 +148,6 @@ job encode_sized(descriptor type, const message_table &table)
                 }
             },
             [all](size_t i) { return encoded(all->messages()[i]); }};
-}
-
-descriptor find_descriptor(std::string_view type)
-{
-    if (type == "rib_route")
-        return &zidl__proto__rib_route__descriptor;
-    if (type == "rib_grid_sync_list")
-        return &zidl__proto__rib_grid_sync_list__descriptor;
-    if (type == "ip_rib_proto_update")
-        return &zidl__proto__ip_rib_proto_update__descriptor;
-    if (type == "ip_rib_opaque")
-        return &zidl__proto__ip_rib_opaque__descriptor;
-    if (type == "ip_rib_srv6_cfg_update")
-        return &zidl__proto__ip_rib_srv6_cfg_update__descriptor;
-    return nullptr;
 }
 
 } // namespace
@@ -160,9 +161,9 @@ std::vector<contender> protobuf_c_contenders(std::string_view name)
     return {
         {"protobuf-c", "heap", operation::decode, std::bind(decode_heap, type, _1)},
         {"protobuf-c", "bump", operation::decode, std::bind(decode_bump, type, _1)},
-        {"protobuf-c", "buffer", operation::size, std::bind(size, type, _1)},
-        {"protobuf-c", "buffer", operation::encode, std::bind(encode, type, _1)},
-        {"protobuf-c", "buffer", operation::encode_sized, std::bind(encode_sized, type, _1)},
+        {"protobuf-c", "buffer", operation::size, size},
+        {"protobuf-c", "buffer", operation::encode, encode},
+        {"protobuf-c", "buffer", operation::encode_sized, encode_sized},
     };
 }
 

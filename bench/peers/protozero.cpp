@@ -1,6 +1,7 @@
 // protozero reading into and writing from our own records. protozero is a reader and a writer, not a codec: the code
 // that a user writes around it, one function a message, comes from make_protozero and stands in
-// protozero_messages.hpp. Arrays get their size from a counting pass, which is faster here than growing them.
+// protozero_messages.hpp. Arrays grow by doubling, which is faster here than a counting pass before the first element.
+// The build raises the inliner's threshold for this file: the reader is then kept in registers.
 
 #include "bench/bump.hpp"
 #include "bench/contender.hpp"
@@ -26,6 +27,7 @@ using protozero::tag_and_type;
 
 struct heap_memory {
     void *take(size_t size) { return std::malloc(size); }
+    void give_back(void *block) { std::free(block); }
 
     char *string(data_view view)
     {
@@ -40,6 +42,7 @@ struct bump_memory {
     bump &from;
 
     void *take(size_t size) { return from.take(size); }
+    void give_back(void *) {}
 
     char *string(data_view view)
     {
@@ -58,32 +61,27 @@ void set_bytes(uint8_t *&data, uint64_t &size, Memory &mem, data_view view)
     std::memcpy(data, view.data(), view.size());
 }
 
-// The elements from the reader's current field on, up to the first field with another tag.
+// One more element; arrays double when their count reaches a power of two.
 template <class Memory, class Element, class ReadOne>
-void read_run(pbf_reader &in, Memory &mem, Element *&array, uint32_t &count, ReadOne read_one)
+void read_element(pbf_reader &in, Memory &mem, Element *&array, uint32_t &count, ReadOne read_one)
 {
-    const auto tag = in.tag();
-    pbf_reader ahead = in;
-    uint32_t total = 0;
-    do {
-        ahead.skip();
-        ++total;
-    } while (ahead.next() && ahead.tag() == tag);
-    array = static_cast<Element *>(mem.take(total * sizeof(Element)));
-    count = total;
-    if constexpr (std::is_class_v<Element>)
-        std::memset(array, 0, total * sizeof(Element));
-    read_one(in, array[0], mem);
-    for (uint32_t i = 1; i < total; ++i) {
-        in.next();
-        read_one(in, array[i], mem);
+    if ((count & (count - 1)) == 0) {
+        auto *const larger = static_cast<Element *>(mem.take((count == 0 ? 1 : size_t{2} * count) * sizeof(Element)));
+        if (count != 0) {
+            std::memcpy(larger, array, count * sizeof(Element));
+            mem.give_back(array);
+        }
+        array = larger;
     }
+    if constexpr (std::is_class_v<Element>)
+        std::memset(array + count, 0, sizeof(Element));
+    read_one(in, array[count++], mem);
 }
 
 template <class Memory>
-void read_blocks(pbf_reader &in, Memory &mem, zidl_bytes *&array, uint32_t &count)
+void read_block(pbf_reader &in, Memory &mem, zidl_bytes *&array, uint32_t &count)
 {
-    read_run(in, mem, array, count, [](pbf_reader &at, zidl_bytes &block, Memory &from) {
+    read_element(in, mem, array, count, [](pbf_reader &at, zidl_bytes &block, Memory &from) {
         set_bytes(block.data, block.size, from, at.get_view());
     });
 }
@@ -192,7 +190,7 @@ private:
 template <class Record>
 job encode_string(const message_table &table)
 {
-    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto decoded = shared_for<decoded_table<Record>>(table);
     auto buf = std::make_shared<std::string>();
     return {[decoded, buf] {
                 for (const Record &record : decoded->records()) {
@@ -216,7 +214,7 @@ using fixed_writer = protozero::basic_pbf_writer<protozero::fixed_size_buffer_ad
 template <class Record>
 job encode_buffer(const message_table &table)
 {
-    auto decoded = std::make_shared<decoded_table<Record>>(table);
+    auto decoded = shared_for<decoded_table<Record>>(table);
     auto room = std::make_shared<std::vector<char>>(16 * table.longest() + 4096);
     return {[decoded, room] {
                 for (const Record &record : decoded->records()) {
