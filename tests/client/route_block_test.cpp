@@ -161,8 +161,11 @@ TEST(route_nnh, slots_behind_the_first_unusable_entry_get_their_own_entries_type
     const bytes type_2 = type_2_value_8;                              // its value is not written
     const bytes type_1_with_4 = {0x08, 0x01, 0x10, 0x05, 0x20, 0x01}; // type 1 with value 4: its value 2 is
     const bytes type_1_bare = {0x08, 0x01};
+    const bytes type_2_with_2 = {0x08, 0x02, 0x10, 0x06};         // its value 2 is not written
+    const bytes type_257_with_2 = {0x08, 0x81, 0x02, 0x10, 0x06}; // nor that of a type whose byte alone is 1
     const converted_route route(path_field(nnh(type_1_value_7) + nnh(unusable) + nnh(of_type_9) + nnh(type_2) +
-                                           nnh(type_1_with_4) + nnh(type_1_bare) + nnh(no_fields)));
+                                           nnh(type_1_with_4) + nnh(type_1_bare) + nnh(no_fields) + nnh(type_2_with_2) +
+                                           nnh(type_257_with_2)));
     ASSERT_EQ(route.status, 0u);
     ASSERT_EQ(route.record->rt_path_count, 1);
     const rib_path_entry &path = *route.path(0);
@@ -177,7 +180,11 @@ TEST(route_nnh, slots_behind_the_first_unusable_entry_get_their_own_entries_type
     EXPECT_EQ(path.pe_nnh[5].value, 0u);
     EXPECT_EQ(path.pe_nnh[6].type, 0);
     EXPECT_EQ(path.pe_nnh[6].value, 0u);
-    EXPECT_EQ(path.pe_nnh[7].type, 0);
+    EXPECT_EQ(path.pe_nnh[7].type, 2);
+    EXPECT_EQ(path.pe_nnh[7].value, 0u);
+    EXPECT_EQ(path.pe_nnh[8].type, 1);
+    EXPECT_EQ(path.pe_nnh[8].value, 0u);
+    EXPECT_EQ(path.pe_nnh[9].type, 0);
 }
 
 TEST(route_nnh, all_512_entries_are_taken)
