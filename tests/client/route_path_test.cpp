@@ -808,6 +808,15 @@ struct dirty_place {
     uint64_t values[5];
 };
 
+TEST(route_path_unpack, result_is_a_size)
+{
+    void *slot = nullptr;
+    const zidl_rib_path path = {};
+    static_assert(std::is_same_v<decltype(rib_lib_route_path_unpack(&path, &slot, nullptr)), size_t>);
+    EXPECT_GT(rib_lib_route_path_unpack(&path, &slot, nullptr), size_t{0});
+    std::free(slot);
+}
+
 TEST(route_path_unpack, entry_is_written_into_the_place_given_after_clearing_it)
 {
     const decoded_path path({0x08, 0x07}); // 1 path_value_1 = 7
