@@ -263,6 +263,12 @@ TEST_F(import_table, a_malformed_line_is_located)
     EXPECT_EQ(complaint("\n10.0.0.0/8\n\nodd"), ":4: bad prefix \"odd\"\n");
 }
 
+TEST_F(import_table, an_error_shows_a_printable_piece_of_a_line_that_may_be_anything)
+{
+    EXPECT_EQ(complaint("\x1b[31m\xff\n"), ":1: bad prefix \"?[31m?\"\n");
+    EXPECT_EQ(complaint(std::string(70, 'x')), ":1: bad prefix \"" + std::string(60, 'x') + "...\"\n");
+}
+
 TEST_F(import_table, lines_of_a_packed_table_are_counted_too)
 {
     EXPECT_EQ(complaint(packed(TABLE + "odd\n")), ":5: 1 columns, expected 14\n");

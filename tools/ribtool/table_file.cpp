@@ -53,6 +53,16 @@ std::optional<uint64_t> parse_extended_community(std::string_view text)
     return text.size() == 16 ? parse_number<uint64_t>(text, 16) : std::nullopt;
 }
 
+// A piece of the input as an error shows it: the file may be anything.
+std::string shown(std::string_view text)
+{
+    constexpr size_t MOST_SHOWN = 60;
+    std::string result(text.substr(0, MOST_SHOWN));
+    std::replace_if(
+        result.begin(), result.end(), [](char character) { return character < ' ' || character > '~'; }, '?');
+    return text.size() > MOST_SHOWN ? result + "..." : result;
+}
+
 std::optional<uint32_t> parse_origin(std::string_view text)
 {
     constexpr std::string_view ORIGINS[] = {"IGP", "EGP", "INC"};
@@ -231,7 +241,7 @@ std::optional<uint32_t> table_file::number_cell(std::string_view column) const
 
 void table_file::bad_cell(std::string_view column, std::string_view text) const
 {
-    fail(EXIT_MALFORMED, "{}: bad {} \"{}\"", input_.place(), column, text);
+    fail(EXIT_MALFORMED, "{}: bad {} \"{}\"", input_.place(), column, shown(text));
 }
 
 } // namespace ribtool
