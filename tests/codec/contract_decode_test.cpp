@@ -740,6 +740,41 @@ TEST(contract_decode, two_byte_tag_cut_by_the_end_of_a_slice_is_malformed)
     EXPECT_EQ(status_of<rib_route>(input), ZIDL_ERR_MALFORMED);
 }
 
+TEST(contract_decode, two_byte_tag_cut_by_the_end_of_a_slice_is_malformed_also_where_it_is_due)
+{
+    const bytes input = {
+        0xD2, 0x01, 0x03,       // 26 paths[0], 3 bytes
+        0x70, 0x0E,             //   14 path_value_14 = 14
+        0x80,                   //   16 path_value_16, which mostly follows, its tag cut off by the end of the slice
+        0x01, 0x05, 0x00, 0x00, // what would complete it
+        0x00, 0x00, 0x00, 0x00, // and more
+    };
+    memory mem;
+    zidl_rib_route msg = {};
+    EXPECT_EQ(decode<rib_route>(msg, input, mem), ZIDL_ERR_MALFORMED);
+    ASSERT_EQ(msg.paths_count, 1u);
+    EXPECT_EQ(msg.paths[0].presence, 1u << 12); // path_value_14
+}
+
+TEST(contract_decode, slice_that_ends_behind_a_field_does_not_take_the_next_one_from_the_bytes_behind_it)
+{
+    const bytes input = {
+        0xD2, 0x01, 0x02, // 26 paths[0], 2 bytes
+        0x70, 0x0E,       //   14 path_value_14 = 14
+        0x80, 0x01, 0x05, // 16 route_value_16 = 5, which a path might take for its own
+        0x0A, 0x02,       // 1 route_prefix, 2 bytes
+        0x10, 0x18,       //   2 prefix_len = 24
+        0x10, 0x07,       // 2 route_value_2 = 7, which a prefix might take for its own
+    };
+    memory mem;
+    zidl_rib_route msg = {};
+    EXPECT_EQ(decode<rib_route>(msg, input, mem), ZIDL_OK);
+    EXPECT_EQ(msg.paths[0].presence, 1u << 12); // path_value_14
+    EXPECT_EQ(msg.route_value_16, 5u);
+    EXPECT_EQ(msg.route_prefix.prefix_len, 24u);
+    EXPECT_EQ(msg.route_value_2, 7u);
+}
+
 TEST(contract_decode, length_cut_by_the_end_of_a_slice_is_malformed_whatever_its_length)
 {
     for (size_t length = 0; length < 15; length++) {
@@ -764,7 +799,7 @@ TEST(contract_decode, unknown_varint_cut_by_the_end_of_a_slice_is_malformed_what
     }
 }
 
-TEST(contract_decode, element_cut_by_the_end_of_a_slice_is_malformed_whatever_its_length)
+TEST(contract_decode, element_cut_by_the_end_of_a_slice_is_malformed_whatever_its_length_and_nothing_is_allocated)
 {
     for (size_t length = 0; length < 15; length++) {
         bytes values_64 = {0x10, 0x07, 0x10}; // ecomm_values[1], cut off
@@ -772,14 +807,18 @@ TEST(contract_decode, element_cut_by_the_end_of_a_slice_is_malformed_whatever_it
         bytes input = {0xD2, 0x01, static_cast<uint8_t>(values_64.size())}; // 26 ecomm
         input.insert(input.end(), values_64.begin(), values_64.end());
         input.insert(input.end(), 24, 0x00);
-        EXPECT_EQ(status_of<rib_path>(input), ZIDL_ERR_MALFORMED) << length;
+        memory mem;
+        zidl_rib_path path = {};
+        EXPECT_EQ(decode<rib_path>(path, input, mem), ZIDL_ERR_MALFORMED) << length;
 
         bytes values_32 = {0x08, 0x07, 0x08}; // advertised_values[1], cut off
         values_32.insert(values_32.end(), length, 0x80);
         input = {0xDA, 0x01, static_cast<uint8_t>(values_32.size())}; // 27 client_advertisement
         input.insert(input.end(), values_32.begin(), values_32.end());
         input.insert(input.end(), 24, 0x00);
-        EXPECT_EQ(status_of<rib_route>(input), ZIDL_ERR_MALFORMED) << length;
+        zidl_rib_route route = {};
+        EXPECT_EQ(decode<rib_route>(route, input, mem), ZIDL_ERR_MALFORMED) << length;
+        EXPECT_EQ(mem.requests, sizes{}) << length;
     }
 }
 

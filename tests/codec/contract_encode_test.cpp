@@ -853,6 +853,17 @@ TEST(contract_encode, bool_beyond_the_buffer_is_not_stored)
     EXPECT_EQ(encode_into<rib_srv6_oper_type>(msg, 1, 2, 3), (bytes{0x08, x, x}));
 }
 
+TEST(contract_encode, bool_of_0x80_and_above_is_one_byte_also_where_the_buffer_is_too_small)
+{
+    zidl_rib_srv6_oper_type msg = {};
+    msg.oper_selector = 0xC3;
+    msg.oper_when_set = 5;
+    msg.presence = 0x03; // oper_selector, oper_when_set
+    const uint8_t x = untouched;
+    EXPECT_EQ(encode_into<rib_srv6_oper_type>(msg, 2, 4, 4), (bytes{0x08, 0xC3, x, x}));
+    EXPECT_EQ(encode_into<rib_srv6_oper_type>(msg, 3, 4, 4), (bytes{0x08, 0xC3, 0x10, x}));
+}
+
 TEST(contract_encode, string_that_does_not_fit_whole_is_left_out_whole)
 {
     char name[] = "abc";

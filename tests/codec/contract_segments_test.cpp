@@ -132,6 +132,18 @@ TEST(contract_segments, capacity_zero_needs_no_list)
     EXPECT_EQ(count, 3u);
 }
 
+TEST(contract_segments, bool_of_0x80_and_above_is_one_byte_of_its_segment)
+{
+    zidl_rib_encap_id_path_key_srv6 msg = {};
+    msg.oper_type.oper_selector = 0xFF;
+    msg.oper_type.presence = 0x01; // oper_selector
+    const listing out = list_segments<rib_encap_id_path_key_srv6>(msg, 4, 8, 0);
+    EXPECT_EQ(out.result, 4u);
+    EXPECT_EQ(out.buf, (bytes{0x0A, 0x02, 0x08, 0xFF})); // 1 oper_type: oper_selector = 0xFF
+    EXPECT_EQ(out.segs[0], extent(out.buf.data() + 2, 2));
+    EXPECT_EQ(out.segs[1], extent(out.buf.data(), 4));
+}
+
 TEST(contract_segments, nested_messages_list_their_own_segments_before_the_one_that_covers_all)
 {
     const listing out = list_segments<rib_prefix>(three_levels(), 16, 8, 0);
