@@ -7,6 +7,7 @@
 #include "tools/zidlc/emit_manual.hpp"
 #include "tools/zidlc/emit_proto.hpp"
 
+#include <cstdlib>
 #include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -19,9 +20,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     files.push_back(std::make_unique<schema_file>());
     files[0]->source = {"fuzzed.zidl", std::string(reinterpret_cast<const char *>(data), size)};
     files[0]->tree = parse(files[0]->source, errors);
-    const model built = build_model(files, errors);
-    if (!errors.empty())
-        return errors.text().empty();
+    files[0]->source.path = files[0]->tree.group.text + ".zidl"; // so that any group name is the file's
+    model built;
+    if (errors.empty()) // rules are for what the grammar accepts
+        built = build_model(files, errors);
+    if (!errors.empty()) {
+        if (errors.text().empty())
+            std::abort();
+        return 0;
+    }
     emit_descriptors_source(built);
     for (const auto &each : built.groups) {
         emit_header(*each);

@@ -157,6 +157,25 @@ TEST_F(zidlc_program, a_file_that_cannot_be_read_gives_2_and_the_reason)
     EXPECT_EQ(folder.err, "zidlc: cannot read 'folder.zidl': Is a directory\n");
 }
 
+TEST_F(zidlc_program, a_file_that_never_ends_gives_2)
+{
+    std::filesystem::create_symlink("/dev/zero", "endless.zidl");
+    const run_result result = run("endless.zidl");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "zidlc: cannot read 'endless.zidl': it holds more than 16777216 bytes\n");
+}
+
+TEST_F(zidlc_program, of_many_errors_the_first_hundred_are_shown)
+{
+    write("b.zidl", "group b;\n" + std::string(1000000, '@'));
+    const run_result result = run("b.zidl");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_LT(result.err.size(), 100000u);
+    EXPECT_NE(result.err.find("b.zidl:2:100: error: unexpected character '@'\n"), std::string::npos);
+    EXPECT_EQ(result.err.find("b.zidl:2:101:"), std::string::npos);
+    EXPECT_NE(result.err.find("\nzidlc: 1000000 errors, of which 100 are shown\n"), std::string::npos);
+}
+
 TEST_F(zidlc_program, a_file_of_another_name_gives_2)
 {
     write("a.txt", "group a;\n");

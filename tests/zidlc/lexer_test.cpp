@@ -160,12 +160,12 @@ TEST(zidlc_lexer, a_comment_that_would_swallow_the_next_line_in_c_is_an_error)
 TEST(zidlc_lexer, control_characters_are_errors_everywhere)
 {
     const std::string nul = std::string("a # b") + '\0' + "c\n";
-    EXPECT_EQ(errors_in(nul), "a.zidl:1:6: error: unexpected control character 0x00\n" + nul + "     ^\n");
+    EXPECT_EQ(errors_in(nul), "a.zidl:1:6: error: unexpected control character 0x00\na # b?c\n     ^\n");
     EXPECT_EQ(errors_in("a\fb"), "a.zidl:1:2: error: unexpected control character 0x0c\n"
-                                 "a\fb\n"
+                                 "a?b\n"
                                  " ^\n");
     EXPECT_EQ(errors_in("a\rb\n"), "a.zidl:1:2: error: unexpected control character 0x0d\n"
-                                   "a\rb\n"
+                                   "a?b\n"
                                    " ^\n");
 }
 
@@ -174,6 +174,70 @@ TEST(zidlc_lexer, what_is_no_token_is_left_out_and_all_of_it_reported)
     const lexed text("a = b = c");
     EXPECT_EQ(text.all(), (texts{"a", "b", "c", ""}));
     EXPECT_EQ(text.errors.count(), 2u);
+}
+
+TEST(zidlc_diagnostics, quote_the_part_of_a_long_line_around_the_place)
+{
+    const lexed in(std::string(150, 'a') + "@" + std::string(150, 'b'));
+    EXPECT_EQ(in.errors.text(), "a.zidl:1:151: error: unexpected character '@'\n"
+                                "..." +
+                                    std::string(100, 'a') + "@" + std::string(100, 'b') +
+                                    "...\n"
+                                    "   " +
+                                    std::string(100, ' ') + "^\n");
+}
+
+TEST(zidlc_diagnostics, quote_a_line_that_just_fits_whole)
+{
+    const lexed in(std::string(100, 'a') + "@" + std::string(100, 'b'));
+    EXPECT_EQ(in.errors.text(), "a.zidl:1:101: error: unexpected character '@'\n" + std::string(100, 'a') + "@" +
+                                    std::string(100, 'b') + "\n" + std::string(100, ' ') + "^\n");
+}
+
+TEST(zidlc_diagnostics, cut_long_lines_between_characters)
+{
+    std::string dashes; // U+2013: three bytes each
+    for (int i = 0; i < 40; ++i)
+        dashes += "\xe2\x80\x93";
+    const lexed in("#" + dashes + "\x01" + dashes);
+    std::string shown;
+    for (int i = 0; i < 33; ++i)
+        shown += "\xe2\x80\x93";
+    EXPECT_EQ(in.errors.text(), "a.zidl:1:42: error: unexpected control character 0x01\n"
+                                "..." +
+                                    shown + "?" + shown +
+                                    "...\n"
+                                    "   " +
+                                    std::string(33, ' ') + "^\n");
+}
+
+TEST(zidlc_diagnostics, send_no_control_character_to_the_terminal)
+{
+    const lexed in("a \x1b[2J b");
+    EXPECT_EQ(in.errors.text(), "a.zidl:1:3: error: unexpected control character 0x1b\n"
+                                "a ?[2J b\n"
+                                "  ^\n"
+                                "a.zidl:1:4: error: unexpected character '['\n"
+                                "a ?[2J b\n"
+                                "   ^\n"
+                                "a.zidl:1:5: error: '2J' is neither a number nor a name\n"
+                                "a ?[2J b\n"
+                                "    ^~\n");
+}
+
+TEST(zidlc_diagnostics, cite_the_start_of_a_long_word)
+{
+    const lexed in("1" + std::string(1000000, 'x'));
+    EXPECT_EQ(in.errors.text(), "a.zidl:1:1: error: '1" + std::string(398, 'x') + "...\n1" + std::string(59, 'x') +
+                                    "...\n^" + std::string(59, '~') + "\n");
+}
+
+TEST(zidlc_diagnostics, count_all_errors_and_keep_the_first_hundred)
+{
+    const lexed in(std::string(101, '@'));
+    EXPECT_EQ(in.errors.count(), 101u);
+    EXPECT_NE(in.errors.text().find("a.zidl:1:100: "), std::string::npos);
+    EXPECT_EQ(in.errors.text().find("a.zidl:1:101: "), std::string::npos);
 }
 
 } // namespace zidlc

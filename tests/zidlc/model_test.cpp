@@ -799,6 +799,21 @@ TEST_F(zidlc_model, group_that_uses_itself_is_reported)
               "    ^~~~~~\n");
 }
 
+TEST_F(zidlc_model, groups_use_each_other_at_most_100_levels_deep)
+{
+    const auto write_chain = [](unsigned length) {
+        for (unsigned i = 1; i < length; ++i)
+            write(fmt::format("g{}.zidl", i), fmt::format("group g{};\nuse g{};\n", i, i + 1));
+        write(fmt::format("g{}.zidl", length), fmt::format("group g{};\n", length));
+    };
+    write_chain(100);
+    EXPECT_EQ(errors_in_files({"g1.zidl"}), "");
+    write_chain(101);
+    EXPECT_EQ(errors_in_files({"g1.zidl"}), "g100.zidl:2:5: error: groups use each other deeper than 100 levels\n"
+                                            "use g101;\n"
+                                            "    ^~~~\n");
+}
+
 TEST_F(zidlc_model, group_used_twice_is_reported)
 {
     write("b.zidl", "group b;\nmessage n { 1 x : u32; }\n");

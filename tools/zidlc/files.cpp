@@ -2,6 +2,8 @@
 
 #include "tools/zidlc/files.hpp"
 
+#include <fmt/format.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -23,16 +25,18 @@ file_handle open(const std::filesystem::path &path, const char *mode)
 
 } // namespace
 
-std::string contents(const std::filesystem::path &path, std::string &error)
+std::string contents(const std::filesystem::path &path, std::string &error, std::size_t most)
 {
     const file_handle in = open(path, "rb");
     std::string text;
     char part[65536];
     std::size_t got = 0;
-    while (in && (got = std::fread(part, 1, sizeof part, in.get())) > 0)
+    while (in && text.size() <= most && (got = std::fread(part, 1, sizeof part, in.get())) > 0)
         text.append(part, got);
     if (!in || std::ferror(in.get()))
         error = std::strerror(errno);
+    else if (text.size() > most)
+        error = fmt::format("it holds more than {} bytes", most);
     return text;
 }
 

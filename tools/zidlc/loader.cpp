@@ -16,6 +16,9 @@ namespace fs = std::filesystem;
 namespace
 {
 
+constexpr std::size_t longest_schema = 16u << 20; // bytes: far above any schema, far below what memory holds
+constexpr unsigned longest_chain = 100;           // of files that use each other
+
 // Some editors put this mark before the text; no place in the file counts it.
 std::string without_byte_order_mark(const std::string &text)
 {
@@ -38,7 +41,7 @@ public:
             return;
         }
         std::string error;
-        const std::string text = contents(path, error);
+        const std::string text = contents(path, error, longest_schema);
         if (!error.empty())
             throw unreadable_file(fmt::format("cannot read '{}': {}", path.string(), error));
         add(path, text).requested = true;
@@ -82,8 +85,10 @@ private:
         loaded &entry = *all_.back();
 
         added.tree = parse(added.source, errors_);
+        ++chain_;
         for (const name_syntax &used : added.tree.uses)
             use(added, used);
+        --chain_;
         entry.finished = true;
         finished_.push_back(&entry);
         return added;
@@ -102,6 +107,8 @@ private:
             return errors_.error(used.where, "{}", cycle(*known));
         if (known)
             user.uses.push_back(known->file.get());
+        else if (chain_ == longest_chain)
+            errors_.error(used.where, "groups use each other deeper than {} levels", longest_chain);
         else
             load_used(user, used);
     }
@@ -118,7 +125,7 @@ private:
                 continue;
             }
             std::string error;
-            const std::string text = contents(path, error);
+            const std::string text = contents(path, error, longest_schema);
             if (!error.empty())
                 return errors_.error(used.where, "cannot read '{}': {}", path.string(), error);
             user.uses.push_back(&add(path, text));
@@ -153,6 +160,7 @@ private:
     diagnostics &errors_;
     std::vector<std::unique_ptr<loaded>> all_; // in the order of opening
     std::vector<loaded *> finished_;           // each after those that it uses
+    unsigned chain_ = 0;                       // files that are being loaded
 };
 
 } // namespace

@@ -71,6 +71,15 @@ void declare(CLI::App &app, options &chosen)
     app.footer(footer);
 }
 
+int report(const diagnostics &errors)
+{
+    const std::size_t count = errors.count();
+    const std::size_t most = diagnostics::most_reports;
+    fmt::print(stderr, "{}zidlc: {} error{}{}\n", errors.text(), count, count == 1 ? "" : "s",
+               count > most ? fmt::format(", of which {} are shown", most) : "");
+    return schema_errors;
+}
+
 int report_stale(const std::vector<std::string> &paths)
 {
     for (const std::string &path : paths)
@@ -85,10 +94,8 @@ int compile(const options &chosen)
     model all;
     if (errors.empty())
         all = build_model(files, errors);
-    if (!errors.empty()) {
-        fmt::print(stderr, "{}zidlc: {} error{}\n", errors.text(), errors.count(), errors.count() == 1 ? "" : "s");
-        return schema_errors;
-    }
+    if (!errors.empty())
+        return report(errors);
     const std::vector<generated_file> generated = generate(all, chosen.wanted());
     if (chosen.check)
         return report_stale(stale_files(generated, chosen.output_folder));

@@ -12,6 +12,46 @@ namespace zidlc
 namespace
 {
 
+constexpr std::size_t longest_text = 400;  // bytes of a message, which may cite words of the schema
+constexpr std::size_t shown_beside = 100;  // bytes of the line, to either side of the place
+constexpr std::size_t shown_of_place = 60; // bytes
+constexpr std::string_view left_out = "...";
+
+bool is_inside_character(std::string_view text, std::size_t offset)
+{
+    return offset < text.size() && (static_cast<unsigned char>(text[offset]) & 0xc0u) == 0x80u;
+}
+
+// The start of the text, cut between characters.
+std::string_view start_of(std::string_view text, std::size_t most)
+{
+    if (text.size() <= most)
+        return text;
+    while (most > 0 && is_inside_character(text, most))
+        --most;
+    return text.substr(0, most);
+}
+
+// The end of the text, cut between characters.
+std::string_view end_of(std::string_view text, std::size_t most)
+{
+    std::size_t start = text.size() - std::min(text.size(), most);
+    while (is_inside_character(text, start))
+        ++start;
+    return text.substr(start);
+}
+
+// Control characters would do something to the terminal.
+std::string printable(std::string_view text)
+{
+    std::string shown(text);
+    for (char &c : shown) {
+        if ((static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7f)
+            c = '?';
+    }
+    return shown;
+}
+
 // A line without its end, whichever end it has.
 std::string_view line_around(std::string_view text, std::size_t offset)
 {
@@ -42,16 +82,28 @@ std::string described(const place &where, std::string_view message)
     const std::string_view before = line.substr(0, where.offset - line_start);
     const std::string_view marked = line.substr(before.size(), where.length);
     const auto line_number = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(line_start), '\n');
-    const std::size_t width = std::max<std::size_t>(text_width(marked), 1);
+    const std::string_view behind = line.substr(before.size() + marked.size());
 
-    return fmt::format("{}:{}:{}: error: {}\n{}\n{}^{}\n", where.file->path, line_number, text_width(before) + 1,
-                       message, line, blanks_below(before), std::string(width - 1, '~'));
+    const std::string_view shown_place = start_of(marked, shown_of_place);
+    const std::string_view shown_behind = start_of(shown_place.size() < marked.size() ? "" : behind, shown_beside);
+    const std::string_view shown_before = end_of(before, shown_beside);
+    const std::string start = fmt::format("{}{}", shown_before.size() < before.size() ? left_out : "", shown_before);
+    const bool is_cut = before.size() + shown_place.size() + shown_behind.size() < line.size();
+    const std::size_t width = std::max<std::size_t>(text_width(shown_place), 1);
+    return fmt::format("{}:{}:{}: error: {}\n{}{}{}{}\n{}^{}\n", where.file->path, line_number, text_width(before) + 1,
+                       printable(message), printable(start), printable(shown_place), printable(shown_behind),
+                       is_cut ? left_out : "", blanks_below(start), std::string(width - 1, '~'));
 }
 
 } // namespace
 
 void diagnostics::add(const place &where, std::string text)
 {
+    ++count_;
+    if (reports_.size() == most_reports)
+        return;
+    if (text.size() > longest_text)
+        text = fmt::format("{}{}", start_of(text, longest_text), left_out);
     reports_.push_back({where, std::move(text)});
 }
 

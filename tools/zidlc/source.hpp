@@ -25,21 +25,24 @@ struct place {
     std::size_t length = 1;
 };
 
-// The errors of a run, which goes on after each one, so that all of them are reported together.
+// The errors of a run, which goes on after each one, so that they are reported together: the first hundred found, so
+// that what is no schema at all gives no endless report.
 class diagnostics
 {
 public:
+    static constexpr std::size_t most_reports = 100;
+
     template <class... Args>
     void error(const place &where, fmt::format_string<Args...> text, Args &&...args)
     {
         add(where, fmt::format(text, std::forward<Args>(args)...));
     }
 
-    bool empty() const { return reports_.empty(); }
-    std::size_t count() const { return reports_.size(); }
+    bool empty() const { return count_ == 0; }
+    std::size_t count() const { return count_; } // of all errors
 
-    // All reports, file by file in the order of the places: `file:line:column: error: text`, the line, and a caret
-    // below the place. Columns count characters.
+    // The reports, file by file in the order of the places: `file:line:column: error: text`, the line, and a caret
+    // below the place. Columns count characters; of a long line the part around the place is shown.
     std::string text() const;
 
 private:
@@ -51,6 +54,7 @@ private:
     void add(const place &where, std::string text);
 
     std::vector<report> reports_;
+    std::size_t count_ = 0;
 };
 
 } // namespace zidlc
