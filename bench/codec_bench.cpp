@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
 #include <map>
+#include <valgrind/callgrind.h>
 
 namespace
 {
@@ -80,16 +82,51 @@ private:
     bool equal_ = false;
 };
 
+std::vector<std::string_view> workload_names()
+{
+    std::vector<std::string_view> names = bench::workload_names();
+    if (std::getenv("RIB_DATA_DIR") != nullptr)
+        names.push_back("real");
+    return names;
+}
+
+const char *type_name(std::string_view workload)
+{
+    return workload == "real" ? "rib_route" : bench::type_name(workload);
+}
+
+std::string benchmark_name(const contender &who, std::string_view workload)
+{
+    return std::string(to_string(who.op)) + "/" + std::string(workload) + "/" + who.library + ":" + who.memory;
+}
+
+// Under callgrind: one dump a contender, named "benchmark messages", with everything that it executes for the first
+// messages of a workload, the libraries below it included.
+int count_instructions()
+{
+    constexpr size_t limit = 500;
+    std::deque<message_table> tables; // which what is decoded from them refers to
+    for (const std::string_view workload : bench::workload_names()) {
+        const message_table &table = tables.emplace_back(bench::make_workload(workload, limit));
+        for (const contender &who : bench::all_contenders(type_name(workload))) {
+            const job work = who.prepare(table);
+            work.run();
+            const std::string name = benchmark_name(who, workload) + " " + std::to_string(table.messages().size());
+            CALLGRIND_ZERO_STATS;
+            CALLGRIND_TOGGLE_COLLECT;
+            work.run();
+            CALLGRIND_TOGGLE_COLLECT;
+            CALLGRIND_DUMP_STATS_AT(name.c_str());
+        }
+    }
+    return 0;
+}
+
 void register_all()
 {
-    std::vector<std::string_view> workloads = bench::workload_names();
-    if (std::getenv("RIB_DATA_DIR") != nullptr)
-        workloads.push_back("real");
-    for (const std::string_view workload : workloads) {
-        const char *const type = workload == "real" ? "rib_route" : bench::type_name(workload);
-        for (contender &who : bench::all_contenders(type)) {
-            const std::string name =
-                std::string(to_string(who.op)) + "/" + std::string(workload) + "/" + who.library + ":" + who.memory;
+    for (const std::string_view workload : workload_names()) {
+        for (contender &who : bench::all_contenders(type_name(workload))) {
+            const std::string name = benchmark_name(who, workload);
             auto work = std::make_shared<lazy_job>(std::move(who), std::string(workload));
             benchmark::RegisterBenchmark(name.c_str(), [work](benchmark::State &state) { work->time(state); });
         }
@@ -100,6 +137,8 @@ void register_all()
 
 int main(int argc, char **argv)
 {
+    if (argc == 2 && std::string_view(argv[1]) == "--count-instructions")
+        return count_instructions();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;

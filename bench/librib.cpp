@@ -3,6 +3,7 @@
 #include "bench/bump.hpp"
 #include "bench/contender.hpp"
 #include "bench/record_operations.hpp"
+#include "codec/zidl_arena.h"
 
 #include <benchmark/benchmark.h>
 
@@ -24,10 +25,16 @@ void heap_free(void *ptr, void *)
     std::free(ptr);
 }
 
-void *bump_alloc(size_t size, void *from)
-{
-    return static_cast<bump *>(from)->take(size);
-}
+// zidl_arena with a first block of ours that no message outgrows.
+struct arena {
+    arena() : block(bump_size / sizeof(uint64_t)) { zidl_arena_init(&state, block.data(), bump_size); }
+    arena(const arena &) = delete;
+    arena &operator=(const arena &) = delete;
+    ~arena() { zidl_arena_destroy(&state); }
+
+    std::vector<uint64_t> block;
+    zidl_arena state;
+};
 
 template <class Record>
 bytes encoded(const Record &record)
@@ -89,25 +96,27 @@ job decode_heap(const message_table &table)
             }};
 }
 
-// Decode from a bump allocator; the reset is the release.
+// Decode out of zidl_arena.h's bump allocator; the reset is the release.
 template <class Record, uint32_t Flags>
 job decode_bump(const message_table &table)
 {
     using operations = record_operations<Record>;
     auto record = std::make_shared<Record>();
-    auto memory = std::make_shared<bump>(bump_size);
+    auto memory = std::make_shared<arena>();
     return {[&table, record, memory] {
                 for (const byte_span message : table.messages()) {
-                    operations::decode(record.get(), message.data(), message.size(), bump_alloc, memory.get(), Flags);
+                    operations::decode(record.get(), message.data(), message.size(), zidl_arena_alloc, &memory->state,
+                                       Flags);
                     benchmark::DoNotOptimize(record.get());
-                    memory->reset();
+                    zidl_arena_reset(&memory->state);
                 }
             },
             [&table, record, memory](size_t i) {
                 const byte_span message = table.messages()[i];
-                operations::decode(record.get(), message.data(), message.size(), bump_alloc, memory.get(), Flags);
+                operations::decode(record.get(), message.data(), message.size(), zidl_arena_alloc, &memory->state,
+                                   Flags);
                 bytes out = encoded(*record);
-                memory->reset();
+                zidl_arena_reset(&memory->state);
                 return out;
             }};
 }

@@ -1,53 +1,70 @@
 #!/usr/bin/env python3
-"""Turns the JSON that the benchmarks write into tables: medians over repetitions, and ratios to the best peer."""
+"""Turns what the benchmarks write into tables: medians over repetitions, and ratios to the best peer.
+
+Arguments are the JSON files of Google Benchmark and, for instruction counts, callgrind's dumps.
+"""
 
 import argparse
 import json
+import pathlib
+import re
 import statistics
+import subprocess
 import sys
 
 WORKLOADS = ["mixed", "full", "wide", "grid", "srv6", "opaque", "proto", "real"]
+OPERATIONS = {
+    "decode": "Decode and release",
+    "encode": "Encode",
+    "encode_sized": "Measure, then encode",
+    "size": "Measure",
+    "duplicate": "Duplicate and release",
+}
+LIBRARIES = ["librib", "protobuf", "protobuf-c", "nanopb", "protozero"]
 
-# Rows of the ratio table: title, our contender, which peers compete.
-# An encoder that measures first encodes too: peers may use either way.
+# Rows of the ratio table: title, operation, our memory, the peers that compete, and what to reach per workload.
+# An encoder that measures first encodes too, so peers may use either way.
 RATIOS = [
-    ("decode + release, malloc, against peers that own heap blocks", "decode", "heap", [("decode", {"heap"})]),
-    ("decode + release, bump allocator, against any mode", "decode", "bump", [("decode", None)]),
-    ("zero-copy decode + release, malloc, against any mode", "decode", "heap_zero_copy", [("decode", None)]),
-    ("zero-copy decode, bump allocator, against any mode", "decode", "bump_zero_copy", [("decode", None)]),
-    ("encode", "encode", "buffer", [("encode", None), ("encode_sized", None)]),
-    ("size + encode", "encode_sized", "buffer", [("encode_sized", None), ("encode", {"string"})]),
-    ("size", "size", "buffer", [("size", None)]),
-    ("duplicate + release", "duplicate", "heap", [("duplicate", None)]),
+    ("decode + release, malloc; peers that own heap blocks", "decode", "heap", [("decode", {"heap"})],
+     [2.0, 1.7, 3.0, 2.1, 1.7, 1.6, 1.4]),
+    ("decode, bump allocator; any mode of any peer", "decode", "bump", [("decode", None)],
+     [1.8, 1.5, 2.2, 2.0, 1.8, 2.0, 2.5]),
+    ("zero-copy decode, malloc; any mode", "decode", "heap_zero_copy", [("decode", None)], []),
+    ("zero-copy decode, bump allocator; any mode", "decode", "bump_zero_copy", [("decode", None)], []),
+    ("encode", "encode", "buffer", [("encode", None), ("encode_sized", None)], [1.6, 1.7, 2.4, 1.7, 1.9, 1.6, 1.2]),
+    ("measure, then encode", "encode_sized", "buffer", [("encode_sized", None), ("encode", {"string"})], []),
+    ("measure", "size", "buffer", [("size", None)], [1.0] * 7),
+    ("duplicate + release; peers that own heap blocks", "duplicate", "heap", [("duplicate", None)], [1.9] * 7),
 ]
 
-TARGETS = {  # mixed, full, wide, grid, srv6, opaque, proto
-    ("decode", "heap"): [2.0, 1.7, 3.0, 2.1, 1.7, 1.6, 1.4],
-    ("decode", "bump"): [1.8, 1.5, 2.2, 2.0, 1.8, 2.0, 2.5],
-    ("encode", "buffer"): [1.6, 1.7, 2.4, 1.7, 1.9, 1.6, 1.2],
-    ("duplicate", "heap"): [1.9] * 7,
-    ("size", "buffer"): [1.0] * 7,
-}
 
-
-def medians(runs):
-    """{(operation, workload, library, memory): (ns per message, MB/s)}"""
-    times, sizes = {}, {}
-    for run in runs:
+def read_runs(path):
+    """{(subject, what, library, memory): {"ns", "bytes", "items_per_second", "peak_kib"}} as medians."""
+    samples = {}
+    for run in json.loads(path.read_text())["benchmarks"]:
         if run.get("run_type") != "iteration":
             continue
         if run.get("error_occurred"):
             sys.exit(f"{run['name']}: {run['error_message']}")
-        operation, workload, contender = run["name"].split("/")[:3]
-        library, memory = contender.split(":")
-        key = operation, workload, library, memory
-        times.setdefault(key, []).append(run["cpu_time"] / run["messages"])
-        sizes[key] = run["bytes"] / run["messages"]
-    result = {}
-    for key, samples in times.items():
-        ns = statistics.median(samples)
-        result[key] = ns, sizes[key] / ns * 1000
-    return result
+        subject, what, contender = run["run_name"].split("/")[:3]
+        samples.setdefault((subject, what, *contender.split(":")), []).append(run)
+    found = {}
+    for key, runs in samples.items():
+        found[key] = {
+            "ns": statistics.median(run["cpu_time"] / run["messages"] for run in runs),
+            "bytes": runs[0]["bytes"] / runs[0]["messages"],
+            "items_per_second": statistics.median(run.get("items_per_second", 0) for run in runs),
+            "peak_kib": runs[0].get("peak_kib"),
+        }
+    return found
+
+
+def read_callgrind(path):
+    """The same keys with the instructions per message, of one dump."""
+    dump = path.read_text(errors="replace")
+    named = re.search(r"^desc: Trigger: Client Request: (\S+)/(\S+)/(\S+):(\S+) (\d+)$", dump, re.MULTILINE)
+    total = re.search(r"^(?:totals|summary): (\d+)", dump, re.MULTILINE)
+    return {named.groups()[:4]: {"instructions": int(total[1]) / int(named[5])}} if named and total else {}
 
 
 def table(rows):
@@ -60,65 +77,192 @@ def table(rows):
 
 
 def number(value):
+    if value >= 1e6:
+        return f"{value / 1e6:.2f}M"
+    if value >= 1e4:
+        return f"{value / 1e3:.1f}k"
     return f"{value:.0f}" if value >= 100 else f"{value:.1f}" if value >= 10 else f"{value:.2f}"
 
 
-def time_table(found, operation):
-    workloads = [w for w in WORKLOADS if any(k[0] == operation and k[1] == w for k in found)]
-    contenders = list(dict.fromkeys(k[2:] for k in found if k[0] == operation))
-    rows = [["ns per message (MB/s)", "owns"] + workloads]
+def in_order(found, subject):
+    workloads = [w for w in WORKLOADS if any(k[:2] == (subject, w) for k in found)]
+    contenders = sorted({k[2:] for k in found if k[0] == subject}, key=lambda k: (LIBRARIES.index(k[0]), k[1]))
+    return workloads, contenders
+
+
+def contender_table(found, operation, head, cell):
+    workloads, contenders = in_order(found, operation)
+    rows = [[head, "memory"] + workloads]
     for library, memory in contenders:
-        row = [library, memory.replace("_", " ")]
-        for workload in workloads:
-            cell = found.get((operation, workload, library, memory))
-            row.append(f"{number(cell[0])} ({cell[1]:.0f})" if cell else "")
-        rows.append(row)
+        entries = [found.get((operation, workload, library, memory)) for workload in workloads]
+        rows.append([library, memory.replace("_", " ")] + [cell(entry) if entry else "" for entry in entries])
     return table(rows)
 
 
 def best_peer(found, workload, rivals):
     best = None
-    for (operation, where, library, memory), (ns, _) in found.items():
+    for (operation, where, library, memory), entry in found.items():
         if where != workload or library == "librib":
             continue
         if not any(operation == op and (kinds is None or memory in kinds) for op, kinds in rivals):
             continue
-        if best is None or ns < best[0]:
-            best = ns, f"{library} {memory}"
+        if best is None or entry["ns"] < best[0]:
+            best = entry["ns"], f"{library} {memory}"
     return best
 
 
-def ratio_table(found):
-    workloads = [w for w in WORKLOADS if any(k[1] == w for k in found)]
-    rows = [["best peer's time / ours"] + workloads]
-    for title, operation, memory, rivals in RATIOS:
-        row = [title]
-        for i, workload in enumerate(workloads):
+def ratios(found):
+    """Rows of (title, {workload: (ratio, best peer, goal or None)})."""
+    rows = []
+    for title, operation, memory, rivals, goals in RATIOS:
+        cells = {}
+        for i, workload in enumerate(WORKLOADS):
             ours = found.get((operation, workload, "librib", memory))
             peer = best_peer(found, workload, rivals)
-            if ours is None or peer is None:
-                row.append("")
+            if ours and peer:
+                cells[workload] = peer[0] / ours["ns"], peer[1], goals[i] if i < len(goals) else None
+        if cells:
+            rows.append((title, cells))
+    return rows
+
+
+def ratio_table(found):
+    rows = ratios(found)
+    workloads = [w for w in WORKLOADS if any(w in cells for _, cells in rows)]
+    lines = [["best peer's time / ours"] + workloads]
+    for title, cells in rows:
+        line = [title]
+        for workload in workloads:
+            if workload not in cells:
+                line.append("")
                 continue
-            ratio = peer[0] / ours[0]
-            goals = TARGETS.get((operation, memory))
-            short = goals and i < len(goals) and ratio < goals[i]
-            row.append(f"{ratio:.2f}" + (f" (goal {goals[i]})" if short else ""))
-        if any(row[1:]):
-            rows.append(row)
+            ratio, _, goal = cells[workload]
+            line.append(f"{ratio:.2f}" + (f" (of {goal})" if goal and ratio < goal else ""))
+        lines.append(line)
+    return table(lines)
+
+
+def conversion_table(found):
+    rows = [["paths", "convert ns", "ns per path", "codec's part", "calloc + free", "(convert - codec) / calloc",
+             "peak KiB"]]
+    for paths in sorted({int(k[1]) for k in found if k[0] == "conversion"}):
+        convert, codec, calloc = (found["conversion", str(paths), "librib", what] for what in
+                                  ("convert", "codec", "calloc"))
+        ratio = (convert["ns"] - codec["ns"]) / calloc["ns"]
+        rows.append([paths, number(convert["ns"]), number(convert["ns"] / paths), number(codec["ns"]),
+                     number(calloc["ns"]), f"{ratio:.2f}", f"{convert['peak_kib']:.0f}"])
     return table(rows)
 
 
+def entry_table(found):
+    rows = [["updates", "bytes each", "one thread, updates/s", "two threads, updates/s"]]
+    for kind in dict.fromkeys(k[1] for k in found if k[0] == "entry"):
+        one = found["entry", kind, "librib", "1_thread"]
+        two = found["entry", kind, "librib", "2_threads"]
+        # The rate counts the processor time of both threads together.
+        rows.append([kind, f"{one['bytes']:.0f}", number(one["items_per_second"]),
+                     number(2 * two["items_per_second"])])
+    return table(rows)
+
+
+def scaling_points(found, scale, operation):
+    return sorted((int(k[1]), entry["ns"]) for k, entry in found.items()
+                  if k[0] == f"scaling_{scale}" and k[3] == operation)
+
+
+def scaling_table(found):
+    rows = [["what grows", "size", "decode + release ns", "per element", "encode ns", "per element"]]
+    for scale in ("paths", "keys", "depth"):
+        encode = dict(scaling_points(found, scale, "encode"))
+        for size, ns in scaling_points(found, scale, "decode"):
+            rows.append([scale, size, number(ns), number(ns / size), number(encode[size]), number(encode[size] / size)])
+    return table(rows)
+
+
+def gnuplot(script):
+    subprocess.run(["gnuplot"], input=script, text=True, check=True)
+
+
+def plot_ratios(found, path):
+    rows = [row for row in ratios(found) if row[0].startswith(("decode", "encode", "duplicate"))]
+    workloads = [w for w in WORKLOADS if any(w in cells for _, cells in rows)]
+    data = ["workload " + " ".join(f'"{title}"' for title, _ in rows)]
+    for workload in workloads:
+        data.append(workload + " " + " ".join(f"{cells[workload][0]:.3f}" if workload in cells else "NaN"
+                                              for _, cells in rows))
+    gnuplot(f'''
+set terminal svg size 900,420 background "white" font "sans,11"
+set output "{path}"
+set title "Best peer's time divided by librib's"
+set style data histogram
+set style histogram clustered gap 1
+set style fill solid 0.8 noborder
+set grid ytics
+set yrange [0:*]
+set key outside below
+set arrow from graph 0,first 1 to graph 1,first 1 nohead lw 2 front
+$data << EOD
+{chr(10).join(data)}
+EOD
+plot for [i=2:{len(rows) + 1}] $data using i:xtic(1) title columnhead(i)
+''')
+
+
+def plot_scaling(found, path):
+    blocks, plots = [], []
+    labels = {"paths": "paths of a route", "keys": "keys of a grid list", "depth": "depth of nesting"}
+    for scale, label in labels.items():
+        for operation in ("decode", "encode"):
+            points = "\n".join(f"{size} {ns / 1000}" for size, ns in scaling_points(found, scale, operation))
+            blocks.append(f"${scale}_{operation} << EOD\n{points}\nEOD")
+        plots.append(f'set xlabel "{label}"\nplot $%s_decode with linespoints pt 7 title "decode + release", '
+                     f'$%s_encode with linespoints pt 5 title "encode"' % (scale, scale))
+    gnuplot(f'''
+set terminal svg size 1100,380 background "white" font "sans,11"
+set output "{path}"
+{chr(10).join(blocks)}
+set multiplot layout 1,3
+set ylabel "microseconds"
+set yrange [0:*]
+set xrange [0:*]
+set key top left
+{chr(10).join(plots)}
+''')
+
+
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("json", nargs="+")
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("files", nargs="+", type=pathlib.Path)
+    parser.add_argument("--plots", type=pathlib.Path, metavar="DIR", help="write ratios.svg and scaling.svg there")
+    options = parser.parse_args()
     found = {}
-    for path in parser.parse_args().json:
-        with open(path) as file:
-            found.update(medians(json.load(file)["benchmarks"]))
-    print(ratio_table(found))
-    for operation in dict.fromkeys(key[0] for key in found):
-        print(f"\n{operation}\n")
-        print(time_table(found, operation))
+    for path in options.files:
+        found.update(read_runs(path) if path.suffix == ".json" else read_callgrind(path))
+    subjects = {key[0] for key in found}
+    counts = any("instructions" in entry for entry in found.values())
+
+    if not counts and subjects & set(OPERATIONS):
+        print("## Ratios\n\n" + ratio_table(found))
+    for operation, title in OPERATIONS.items():
+        if operation not in subjects:
+            continue
+        if counts:
+            print(f"\n## {title}\n\n" + contender_table(found, operation, "instructions per message",
+                                                        lambda entry: number(entry["instructions"])))
+        else:
+            print(f"\n## {title}\n\n" + contender_table(
+                found, operation, "ns per message (MB/s)",
+                lambda entry: f"{number(entry['ns'])} ({entry['bytes'] / entry['ns'] * 1000:.0f})"))
+    if "conversion" in subjects:
+        print("\n## Conversion\n\n" + conversion_table(found))
+    if "entry" in subjects:
+        print("\n## Entry points\n\n" + entry_table(found))
+    if "scaling_paths" in subjects:
+        print("\n## Growth\n\n" + scaling_table(found))
+    if options.plots and not counts and "decode" in subjects:
+        plot_ratios(found, options.plots / "ratios.svg")
+    if options.plots and "scaling_paths" in subjects:
+        plot_scaling(found, options.plots / "scaling.svg")
 
 
 if __name__ == "__main__":

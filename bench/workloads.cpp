@@ -3,6 +3,7 @@
 
 #include "bench/workloads.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <stdexcept>
@@ -202,55 +203,64 @@ uint32_t percent_present(const zidl::message_descriptor &type, const zidl::field
     return message == "rib_prefix" || message == "rib_ipv6_address" ? 100 : 60;
 }
 
-uint32_t route_count(const zidl::field_descriptor &field)
+uint32_t route_count(const zidl::field_descriptor &field, uint32_t paths)
 {
-    const std::string_view member = field.member;
-    if (member == "paths")
-        return 1;
+    if (std::string_view(field.member) == "paths")
+        return paths;
     return field.type == zidl::kind::bytes ? 8 : 2;
 }
 
-constexpr uint32_t route_total = 130'000;
+uint32_t one_path_count(const zidl::field_descriptor &field)
+{
+    return route_count(field, 1);
+}
+
+constexpr size_t route_total = 130'000;
+constexpr size_t update_total = 10'000;
 constexpr uint32_t class_total = 12;
 
 // Every coin is its own.
-void make_full(workload &made, random_source &random)
+void make_full(workload &made, random_source &random, size_t total)
 {
     const recipe how{
         [&](const auto &type, const auto &field, uint64_t) { return random.below(100) < percent_present(type, field); },
-        route_count};
+        one_path_count};
     record_filler filler(random, how);
-    for (uint32_t i = 0; i < route_total; ++i)
+    for (size_t i = 0; i < total; ++i)
         made.messages.push_back(filler.make(*made.type));
 }
 
 // The coins are thrown once a class; routes of one class come in bursts.
-void make_mixed(workload &made, random_source &random)
+void make_mixed(workload &made, random_source &random, size_t total)
 {
     uint64_t route_class = 0;
     const recipe how{[&](const auto &type, const auto &field, uint64_t place) {
                          return mix(route_class, place) % 100 < percent_present(type, field);
                      },
-                     route_count};
+                     one_path_count};
     record_filler filler(random, how);
-    while (made.messages.size() < route_total) {
+    while (made.messages.size() < total) {
         route_class = 1000 + random.below(class_total);
-        for (uint32_t burst = 16 + random.below(240); burst > 0 && made.messages.size() < route_total; --burst)
+        for (uint32_t burst = 16 + random.below(240); burst > 0 && made.messages.size() < total; --burst)
             made.messages.push_back(filler.make(*made.type));
     }
 }
 
-bytes make_one(const char *type, uint64_t seed, std::function<uint32_t(const zidl::field_descriptor &)> count)
+bytes make_one(const char *type, uint64_t seed, const recipe &how)
 {
     random_source random(seed);
-    const recipe how{always, std::move(count)};
     return record_filler(random, how).make(*zidl::find_message(type));
 }
 
-// A protocol update with a name and an extra name, 27 bytes.
-void make_proto(workload &made, random_source &random)
+bytes make_whole(const char *type, uint64_t seed, std::function<uint32_t(const zidl::field_descriptor &)> count)
 {
-    for (uint32_t i = 0; i < 10'000; ++i) {
+    return make_one(type, seed, {always, std::move(count)});
+}
+
+// A protocol update with a name and an extra name, 27 bytes.
+void make_proto(workload &made, random_source &random, size_t total)
+{
+    for (size_t i = 0; i < total; ++i) {
         bytes encoded = {
             0x08, static_cast<uint8_t>(0x80 | random.below(128)), 0x01, 0x10, static_cast<uint8_t>(random.below(128)),
             0x18, static_cast<uint8_t>(random.below(128))};
@@ -264,11 +274,11 @@ void make_proto(workload &made, random_source &random)
     }
 }
 
-void make_opaque(workload &made, random_source &random)
+void make_opaque(workload &made, random_source &random, size_t total)
 {
     const recipe how{always, [&](const zidl::field_descriptor &) { return 24 + random.below(200); }};
     record_filler filler(random, how);
-    for (uint32_t i = 0; i < 10'000; ++i)
+    for (size_t i = 0; i < total; ++i)
         made.messages.push_back(filler.make(*made.type));
 }
 
@@ -303,24 +313,24 @@ const char *type_name(std::string_view workload_name)
     throw std::invalid_argument("no such workload: " + std::string(workload_name));
 }
 
-workload make_workload(std::string_view name)
+workload make_workload(std::string_view name, size_t limit)
 {
     workload made{std::string(name), zidl::find_message(type_name(name)), {}};
     random_source random(2026);
     if (name == "full")
-        make_full(made, random);
+        make_full(made, random, std::min(limit, route_total));
     else if (name == "mixed")
-        make_mixed(made, random);
+        make_mixed(made, random, std::min(limit, route_total));
     else if (name == "wide")
         made.messages.push_back(make_route(64));
     else if (name == "grid")
         made.messages.push_back(make_grid(1026));
     else if (name == "proto")
-        make_proto(made, random);
+        make_proto(made, random, std::min(limit, update_total));
     else if (name == "opaque")
-        make_opaque(made, random);
+        make_opaque(made, random, std::min(limit, update_total));
     else
-        made.messages.push_back(make_one("ip_rib_srv6_cfg_update", 3, [](const zidl::field_descriptor &field) {
+        made.messages.push_back(make_whole("ip_rib_srv6_cfg_update", 3, [](const zidl::field_descriptor &field) {
             const std::string_view member = field.member;
             return member == "locators" ? 256U : field.type == zidl::kind::bytes ? 16U : 2U;
         }));
@@ -329,15 +339,21 @@ workload make_workload(std::string_view name)
 
 bytes make_route(uint32_t paths)
 {
-    return make_one("rib_route", 1, [paths](const zidl::field_descriptor &field) {
+    return make_whole("rib_route", 1, [paths](const auto &field) { return route_count(field, paths); });
+}
+
+bytes make_convertible_route(uint32_t paths)
+{
+    const auto convertible = [](const auto &, const auto &field, uint64_t) {
         const std::string_view member = field.member;
-        return member == "paths" ? paths : field.type == zidl::kind::bytes ? 8U : 2U;
-    });
+        return member != "route_value_34" && member != "path_value_27";
+    };
+    return make_one("rib_route", 1, {convertible, [paths](const auto &field) { return route_count(field, paths); }});
 }
 
 bytes make_grid(uint32_t keys)
 {
-    return make_one("rib_grid_sync_list", 2, [keys](const zidl::field_descriptor &field) {
+    return make_whole("rib_grid_sync_list", 2, [keys](const zidl::field_descriptor &field) {
         const std::string_view member = field.member;
         return member == "keys" || member == "encap_ids" ? keys : field.type == zidl::kind::bytes ? 16U : 2U;
     });

@@ -32,11 +32,15 @@ struct workload {
 //   opaque  opaque updates with two blocks
 //   srv6    a configuration of 256 locators with their SIDs
 const std::vector<std::string_view> &workload_names();
-workload make_workload(std::string_view name);
+// With a limit, only so many messages: the first of the whole.
+workload make_workload(std::string_view name, size_t limit = SIZE_MAX);
 const char *type_name(std::string_view workload_name); // of its messages
 
 // One route with `paths` paths, a list of `keys` keys: for the plots of time against size.
 bytes make_route(uint32_t paths);
 bytes make_grid(uint32_t keys);
+
+// The same route without the two fields that keep a client from converting it.
+bytes make_convertible_route(uint32_t paths);
 
 } // namespace bench
