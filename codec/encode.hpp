@@ -2,7 +2,7 @@
 // what that means:
 //   sizer         counts the bytes
 //   exact_writer  writes what fits, leaves out what does not, lists segments: the contract for every buffer
-//   fast_writer   writes into room that is known to suffice, in one pass
+//   fast_writer   writes in one pass, as long as the buffer suffices
 // All give the same bytes. A sink is passed and returned by value, so that its position stays in a register.
 
 #pragma once
@@ -10,13 +10,12 @@
 #include "codec/presence.hpp"
 #include "codec/zidl.h"
 
+#include <utility>
+
 namespace zidl
 {
 inline namespace ZIDL_VARIANT
 {
-
-// Sizes above this are no memory that a caller can hold; sums of bounds stay far from wrapping.
-constexpr size_t absurd_size = size_t{1} << 56;
 
 struct sizer {
     size_t len;
@@ -26,6 +25,13 @@ struct sizer {
     ZIDL_INLINE void put_varint(uint64_t value)
     {
         len += varint_size(Tag) + varint_size(value);
+    }
+
+    // A varint whose field number is known when it is written; its tag takes `TagLen` bytes.
+    template <unsigned TagLen>
+    ZIDL_INLINE void put_numbered(uint32_t, uint32_t value)
+    {
+        len += TagLen + varint_size(value);
     }
 
     template <uint32_t Tag>
@@ -88,6 +94,12 @@ public:
     void put_varint(uint64_t value)
     {
         put_tagged(Tag, value);
+    }
+
+    template <unsigned>
+    void put_numbered(uint32_t number, uint32_t value)
+    {
+        put_tagged(make_tag(number, varint), value);
     }
 
     template <uint32_t Tag>
@@ -236,28 +248,44 @@ ZIDL_INLINE void move_up(uint8_t *src, size_t len, unsigned distance)
     }
 }
 
-// Stores exactly the bytes of the encoding, though some of them first one to four bytes too low: the length of an
-// embedded message stands before it and is known after it.
+// Writes in one pass, and gives up where the buffer turns out to be too small: `pos` and `limit` are null from then on.
+//
+// The length of an embedded message stands before it and is known after it: its body is stored a few bytes too low and
+// moves up in the end. Where a string does not fit, the bytes that it would take must stay as they are, so nothing may be
+// stored there by mistake: a body written this way keeps clear of the end of the buffer by what it and the bodies around
+// it may still move. Close to the end messages are measured first instead.
+//
+// Inside a `room` stores are not checked, and `limit` says nothing.
 struct fast_writer {
     uint8_t *pos;
+    uint8_t *limit;
+
+    size_t left() const { return static_cast<size_t>(limit - pos); }
+    bool failed() const { return pos == nullptr; }
+
+    void give_up()
+    {
+        pos = nullptr;
+        limit = nullptr;
+    }
 
     template <uint32_t Tag>
     ZIDL_INLINE void put_varint(uint32_t value)
     {
         constexpr unsigned tag_len = varint_size(Tag);
-        if constexpr (tag_len > 3) {
+        if constexpr (tag_len > 2) {
             put_raw_varint(Tag);
             put_raw_varint(value);
-            return;
+        } else {
+            put_behind_tag<tag_len>(wire_tag(Tag), value);
         }
-        if (ZIDL_LIKELY(value < 128)) {
-            put_tag<Tag>();
-            *pos++ = static_cast<uint8_t>(value);
-            return;
-        }
-        const unsigned value_len = varint_size(value);
-        const uint64_t bytes = spread_groups(value) | (0x8080808080 & ((uint64_t{1} << (8 * (value_len - 1))) - 1));
-        store_exact(bytes << (8 * tag_len) | wire_tag(Tag), tag_len + value_len);
+    }
+
+    template <unsigned TagLen>
+    ZIDL_INLINE void put_numbered(uint32_t number, uint32_t value)
+    {
+        const uint32_t tag = make_tag(number, varint);
+        put_behind_tag<TagLen>(TagLen == 1 ? tag : (tag & 127) | 128 | (tag >> 7) << 8, value);
     }
 
     template <uint32_t Tag>
@@ -295,40 +323,85 @@ struct fast_writer {
     template <uint32_t Tag>
     ZIDL_INLINE void put_string(const char *text)
     {
-        put_block<Tag>(text, strlen(text));
+        put_bytes<Tag>(text, strlen(text));
     }
 
     template <uint32_t Tag>
-    ZIDL_INLINE void put_bytes(const uint8_t *data, uint64_t size)
+    ZIDL_INLINE void put_bytes(const void *data, uint64_t size)
     {
-        put_block<Tag>(data, size);
+        constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
+        if (ZIDL_UNLIKELY(left() < max_head) || ZIDL_UNLIKELY(left() - max_head < size)) {
+            const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(size));
+            if (left() < head || left() - head < size)
+                return give_up();
+        }
+        put_tag<Tag>();
+        put_raw_varint(static_cast<uint32_t>(size));
+        copy_short(pos, data, size);
+        pos += size;
     }
 
-    // One byte is reserved for the length; the body moves up when it turns out to need more.
+    // A message of bounded size; the room around it covers it.
     template <uint32_t Tag, class Record>
-    ZIDL_INLINE void put_message(const Record &msg, bool present)
+    ZIDL_INLINE std::enable_if_t<!shape<Record>::owns_memory> put_message(const Record &msg, bool present)
     {
         uint8_t *const body = pos + varint_size(Tag) + 1;
-        uint8_t *const end = encode(fast_writer{body}, msg).pos;
+        put_moved_body<Tag>(body, encode(fast_writer{body, limit}, msg).pos, present);
+    }
+
+    template <uint32_t Tag, class Record>
+    ZIDL_INLINE std::enable_if_t<shape<Record>::owns_memory> put_message(const Record &msg, bool present)
+    {
+        if (ZIDL_UNLIKELY(left() < measured_below))
+            return put_measured<Tag>(msg, present);
+        uint8_t *const body = pos + varint_size(Tag) + 1;
+        const fast_writer end = encode(fast_writer{body, limit - max_move}, msg);
+        if (ZIDL_UNLIKELY(end.failed()))
+            return give_up();
+        put_moved_body<Tag>(body, end.pos, present);
+    }
+
+private:
+    // So close to the end a message is measured before it is written, in bytes.
+    static constexpr size_t measured_below = 4096;
+
+    // How far a body moves up at most, in bytes: a length takes five bytes, and one was kept for it.
+    static constexpr size_t max_move = max_varint32_size - 1;
+
+    // One byte was kept for the length of the body.
+    template <uint32_t Tag>
+    ZIDL_INLINE void put_moved_body(uint8_t *body, uint8_t *end, bool present)
+    {
         const size_t len = static_cast<size_t>(end - body);
         if (len == 0 && !present)
             return;
         put_tag<Tag>();
-        if (shape<Record>::fixed_bound < 128 && !shape<Record>::owns_memory) {
+        if (ZIDL_LIKELY(len < 128)) {
             *pos = static_cast<uint8_t>(len);
-        } else if (ZIDL_LIKELY(len < 128)) {
-            *pos = static_cast<uint8_t>(len);
-        } else {
-            const unsigned extra = varint_size(static_cast<uint32_t>(len)) - 1;
-            move_up(body, len, extra);
-            put_raw_varint(static_cast<uint32_t>(len));
-            pos = end + extra;
+            pos = end;
             return;
         }
-        pos = end;
+        const unsigned extra = varint_size(static_cast<uint32_t>(len)) - 1;
+        move_up(body, len, extra);
+        put_raw_varint(static_cast<uint32_t>(len));
+        pos = end + extra;
     }
 
-private:
+    // The length first. All that is in the message fits then, unless sizes wrap: that is found out on the way.
+    template <uint32_t Tag, class Record>
+    __attribute__((noinline)) void put_measured(const Record &msg, bool present)
+    {
+        const size_t len = encoded_size(msg, 0);
+        if (len == 0 && !present)
+            return;
+        const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(len));
+        if (left() < head || left() - head < len)
+            return give_up();
+        put_tag<Tag>();
+        put_raw_varint(static_cast<uint32_t>(len));
+        *this = encode(*this, msg);
+    }
+
     template <uint32_t Tag>
     ZIDL_INLINE void put_tag()
     {
@@ -349,6 +422,25 @@ private:
         *pos++ = static_cast<uint8_t>(value);
     }
 
+    // A tag of `TagLen` bytes, as it stands on the wire, and a value.
+    template <unsigned TagLen>
+    ZIDL_INLINE void put_behind_tag(uint64_t tag, uint32_t value)
+    {
+        if (ZIDL_LIKELY(value < 128)) {
+            if constexpr (TagLen == 1) {
+                store(pos, static_cast<uint16_t>(tag | value << 8));
+            } else {
+                store(pos, static_cast<uint16_t>(tag));
+                pos[2] = static_cast<uint8_t>(value);
+            }
+            pos += TagLen + 1;
+            return;
+        }
+        const unsigned value_len = varint_size(value);
+        const uint64_t bytes = spread_groups(value) | (0x8080808080 & ((uint64_t{1} << (8 * (value_len - 1))) - 1));
+        store_exact(bytes << (8 * TagLen) | tag, TagLen + value_len);
+    }
+
     // The low `len` bytes of `bytes`, three to eight of them, in two overlapping stores.
     ZIDL_INLINE void store_exact(uint64_t bytes, unsigned len)
     {
@@ -361,16 +453,68 @@ private:
         }
         pos += len;
     }
-
-    template <uint32_t Tag>
-    ZIDL_INLINE void put_block(const void *data, size_t size)
-    {
-        put_tag<Tag>();
-        put_raw_varint(static_cast<uint32_t>(size));
-        copy_short(pos, data, size);
-        pos += size;
-    }
 };
+
+// Room for fields of bounded size, for as long as the object lives. Only the fast writer has a use for it: near the end of
+// the buffer it writes into a scratch block, and what came out is copied if it fits. The block is a variable of its own, so
+// that everything else stays in registers.
+template <size_t Bytes, class Sink>
+struct scratch {
+};
+
+template <size_t Bytes>
+struct scratch<Bytes, fast_writer> {
+    uint8_t block[Bytes];
+};
+
+template <size_t Bytes, class Sink>
+class room
+{
+public:
+    ZIDL_INLINE room(Sink &, scratch<Bytes, Sink> &) {}
+};
+
+template <size_t Bytes>
+class room<Bytes, fast_writer>
+{
+public:
+    ZIDL_INLINE room(fast_writer &out, scratch<Bytes, fast_writer> &spare)
+        : out_(out), block_(spare.block), home_(out.pos), away_(out.left() < Bytes)
+    {
+        if (ZIDL_UNLIKELY(away_))
+            out.pos = block_;
+    }
+
+    ZIDL_INLINE ~room()
+    {
+        if (ZIDL_UNLIKELY(away_))
+            come_home();
+    }
+
+    room(const room &) = delete;
+    room &operator=(const room &) = delete;
+
+private:
+    ZIDL_INLINE void come_home()
+    {
+        const size_t len = static_cast<size_t>(out_.pos - block_);
+        out_.pos = home_;
+        if (len > out_.left())
+            return out_.give_up();
+        if (len > 0)
+            memcpy(out_.pos, block_, len);
+        out_.pos += len;
+    }
+
+    fast_writer &out_;
+    uint8_t *const block_;
+    uint8_t *const home_;
+    const bool away_;
+};
+
+#define ZIDL_ROOM(bytes, sink)                                                                                         \
+    scratch<bytes, Sink> spare;                                                                                        \
+    const room<bytes, Sink> here(sink, spare)
 
 // The kinds of field, as the generated code names them. What is not present is not written; a message that has content
 // is written even where its own bit says otherwise, and one whose bit is set even where it is empty.
@@ -387,6 +531,32 @@ ZIDL_INLINE void encode_u32(Sink &out, bool present, uint32_t value)
 {
     if (present)
         out.template put_varint<make_tag(Number, varint)>(value);
+}
+
+// A whole run of u32 fields: the fields' numbers and places are constants again.
+template <uint32_t Number, size_t... Index, class Sink>
+ZIDL_INLINE void encode_whole_run(Sink &out, const uint8_t *members, std::index_sequence<Index...>)
+{
+    (out.template put_varint<make_tag(Number + Index, varint)>(load<uint32_t>(members + Index * sizeof(uint32_t))),
+     ...);
+}
+
+// `Count` u32 fields that stand together: consecutive numbers from `Number`, consecutive presence bits from `Bit`, members
+// side by side from `Offset`. Goes from one set bit to the next, so that absent fields cost nothing.
+template <uint32_t Number, unsigned Bit, unsigned Count, size_t Offset, class Sink, class Record>
+ZIDL_INLINE void encode_u32_run(Sink &out, const Record &msg)
+{
+    constexpr unsigned tag_len = varint_size(make_tag(Number, varint));
+    static_assert(varint_size(make_tag(Number + Count - 1, varint)) == tag_len && tag_len <= 2);
+    constexpr uint64_t all = (uint64_t{1} << Count) - 1;
+    const uint8_t *const members = reinterpret_cast<const uint8_t *>(&msg) + Offset;
+    uint64_t present = uint64_t{msg.presence} >> Bit & all;
+    if (present == all)
+        return encode_whole_run<Number>(out, members, std::make_index_sequence<Count>());
+    for (; present != 0; present &= present - 1) {
+        const unsigned i = static_cast<unsigned>(__builtin_ctzll(present));
+        out.template put_numbered<tag_len>(Number + i, load<uint32_t>(members + i * sizeof(uint32_t)));
+    }
 }
 
 template <uint32_t Number, class Sink>
@@ -432,25 +602,38 @@ ZIDL_INLINE void encode_message(Sink &out, bool present, const Record &msg)
         out.template put_message<make_tag(Number, delimited)>(msg, present);
 }
 
+template <uint32_t Number, class Value>
+constexpr size_t max_scalar_size = varint_size(make_tag(Number, varint)) + varint_size(static_cast<Value>(-1));
+
+template <uint32_t Number, class Record>
+constexpr size_t max_message_size = varint_size(make_tag(Number, delimited)) +
+                                    varint_size(shape<Record>::fixed_bound) + shape<Record>::fixed_bound;
+
 template <uint32_t Number, class Sink>
 ZIDL_INLINE void encode_u8s(Sink &out, bool present, const uint8_t *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i)
+    for (uint32_t i = 0; present && i < count; ++i) {
+        ZIDL_ROOM((max_scalar_size<Number, uint8_t>), out);
         out.template put_varint<make_tag(Number, varint)>(uint32_t{array[i]});
+    }
 }
 
 template <uint32_t Number, class Sink>
 ZIDL_INLINE void encode_u32s(Sink &out, bool present, const uint32_t *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i)
+    for (uint32_t i = 0; present && i < count; ++i) {
+        ZIDL_ROOM((max_scalar_size<Number, uint32_t>), out);
         out.template put_varint<make_tag(Number, varint)>(array[i]);
+    }
 }
 
 template <uint32_t Number, class Sink>
 ZIDL_INLINE void encode_u64s(Sink &out, bool present, const uint64_t *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i)
+    for (uint32_t i = 0; present && i < count; ++i) {
+        ZIDL_ROOM((max_scalar_size<Number, uint64_t>), out);
         out.template put_varint<make_tag(Number, varint)>(array[i]);
+    }
 }
 
 template <uint32_t Number, class Sink>
@@ -463,75 +646,14 @@ ZIDL_INLINE void encode_byte_blocks(Sink &out, bool present, const zidl_bytes *a
 template <uint32_t Number, class Sink, class Record>
 ZIDL_INLINE void encode_messages(Sink &out, bool present, const Record *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i)
-        out.template put_message<make_tag(Number, delimited)>(array[i], true);
-}
-
-// An upper bound of what members of variable length add to a message, for the choice of the writer. Cheap: arrays of
-// scalars and of plain messages are bounded by their count.
-
-template <uint32_t Number>
-constexpr size_t max_header_size = varint_size(make_tag(Number, delimited)) + max_varint32_size;
-
-template <uint32_t Number>
-ZIDL_INLINE size_t bound_string(bool present, const char *text)
-{
-    return present && text != nullptr ? max_header_size<Number> + strlen(text) : 0;
-}
-
-template <uint32_t Number>
-ZIDL_INLINE size_t bound_bytes(bool present, uint64_t size)
-{
-    if (!present)
-        return 0;
-    return max_header_size<Number> + (size < absurd_size ? size : absurd_size);
-}
-
-template <uint32_t Number>
-ZIDL_INLINE size_t bound_u8s(bool present, uint32_t count)
-{
-    return present ? size_t{count} * (varint_size(make_tag(Number, varint)) + 2) : 0;
-}
-
-template <uint32_t Number>
-ZIDL_INLINE size_t bound_u32s(bool present, uint32_t count)
-{
-    return present ? size_t{count} * (varint_size(make_tag(Number, varint)) + max_varint32_size) : 0;
-}
-
-template <uint32_t Number>
-ZIDL_INLINE size_t bound_u64s(bool present, uint32_t count)
-{
-    return present ? size_t{count} * (varint_size(make_tag(Number, varint)) + max_varint64_size) : 0;
-}
-
-template <uint32_t Number>
-ZIDL_INLINE size_t bound_byte_blocks(bool present, const zidl_bytes *array, uint32_t count)
-{
-    size_t bound = 0;
-    for (uint32_t i = 0; present && i < count && bound < absurd_size; ++i)
-        bound += bound_bytes<Number>(true, array[i].size);
-    return bound;
-}
-
-template <uint32_t Number, class Record>
-ZIDL_INLINE size_t bound_messages(bool present, const Record *array, uint32_t count)
-{
-    size_t bound = present ? size_t{count} * (max_header_size<Number> + shape<Record>::fixed_bound) : 0;
-    if constexpr (shape<Record>::owns_memory) {
-        for (uint32_t i = 0; present && i < count && bound < absurd_size; ++i)
-            bound += shape<Record>::variable_bound(array[i]);
+    for (uint32_t i = 0; present && i < count; ++i) {
+        if constexpr (shape<Record>::owns_memory) {
+            out.template put_message<make_tag(Number, delimited)>(array[i], true);
+        } else {
+            ZIDL_ROOM((max_message_size<Number, Record>), out);
+            out.template put_message<make_tag(Number, delimited)>(array[i], true);
+        }
     }
-    return bound;
-}
-
-template <class Record>
-size_t encoded_bound(const Record &msg)
-{
-    if constexpr (shape<Record>::owns_memory)
-        return shape<Record>::fixed_bound + shape<Record>::variable_bound(msg);
-    else
-        return shape<Record>::fixed_bound;
 }
 
 } // namespace ZIDL_VARIANT

@@ -25,19 +25,34 @@ ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zi
     return out.len();
 }
 
-// The fast writer serves every call whose buffer is known to suffice, by a cheap bound or else by the exact size.
+// A message of bounded size has no room of its own making.
+template <class Record>
+ZIDL_INLINE fast_writer encode_fast(fast_writer out, const Record &msg)
+{
+    if constexpr (shape<Record>::owns_memory) {
+        out = encode(out, msg);
+    } else {
+        using Sink = fast_writer;
+        ZIDL_ROOM(shape<Record>::fixed_bound, out);
+        out = encode(out, msg);
+    }
+    return out;
+}
+
+// The fast writer tries every call that lists no segments; where the buffer does not suffice the exact one starts over.
 template <class Record>
 ZIDL_INLINE size_t encode_ext(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                               uint32_t flags)
 {
     const bool borrow = shape<Record>::holds_bytes && (flags & ZIDL_ZERO_COPY) != 0;
+    prefetch(&msg, 1);
     if (ZIDL_LIKELY(nsegs == nullptr)) {
         if (buflen == 0)
             return encoded_size(msg, flags);
         if (ZIDL_LIKELY(!borrow)) {
-            const size_t bound = encoded_bound(msg);
-            if (ZIDL_LIKELY(bound <= buflen) || (bound < absurd_size && encoded_size(msg, 0) <= buflen))
-                return static_cast<size_t>(encode(fast_writer{buf}, msg).pos - buf);
+            const fast_writer out = encode_fast(fast_writer{buf, buf + buflen}, msg);
+            if (ZIDL_LIKELY(!out.failed()))
+                return static_cast<size_t>(out.pos - buf);
         }
     }
     return encode_exact(msg, buf, buflen, segs, nsegs, flags);

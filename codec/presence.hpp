@@ -17,7 +17,6 @@ inline namespace ZIDL_VARIANT
 //   fixed_bound     bytes that the encoding takes at most, strings, bytes and repeated members left out
 //   owns_memory     some member, here or below, points to memory
 //   holds_bytes     some member, here or below, is a bytes member
-//   variable_bound  bytes that strings, bytes and repeated members add at most; where there is one that owns memory
 template <class Record>
 struct shape;
 
@@ -36,14 +35,28 @@ ZIDL_INLINE void clear_presence(Record &msg, uint64_t bits)
     msg.presence = static_cast<decltype(msg.presence)>(msg.presence & ~bits);
 }
 
-// Non-zero when some member, here or in an embedded record, is present: the message may have content then. Spare bits
-// count too, so that a zero is certain and anything else is not.
+// Non-zero when some member, here or in an embedded record, is present: the message may have content then. Spare bits do
+// not count: they may never have been written.
 template <class Record>
 ZIDL_INLINE uint64_t any_presence(const Record &msg)
 {
     uint64_t any = 0;
-    each_presence(const_cast<Record &>(msg), [&](const auto &word, uint64_t) { any |= word; });
+    each_presence(const_cast<Record &>(msg), [&](const auto &word, uint64_t used) { any |= word & used; });
     return any;
+}
+
+// Asks for all cache lines of a large record at once: encoding looks into presence words all over it, and would else wait
+// for one line after the other.
+template <class Record>
+ZIDL_INLINE void prefetch(const Record *msg, uint32_t count)
+{
+    constexpr size_t line = 64;
+    if constexpr (sizeof(Record) > 2 * line) {
+        if (count == 0)
+            return;
+        for (size_t offset = 0; offset < sizeof(Record); offset += line)
+            __builtin_prefetch(reinterpret_cast<const uint8_t *>(msg) + offset);
+    }
 }
 
 // Keeps the spare bits of a record's presence words, embedded records included, while the record is overwritten.

@@ -13,7 +13,8 @@
  *     zidl_arena_destroy(&arena);
  *
  * Memory comes from the caller's block first, then from blocks obtained through malloc, each at least twice as large as
- * the one before. A reset keeps the largest of them, so that updates of a usual size soon need no malloc at all.
+ * the one before. A reset keeps the largest of them for the next time that the caller's block does not suffice, so that
+ * updates of a usual size soon need no malloc at all.
  *
  * A record decoded out of an arena needs no release; releasing it with zidl_arena_free is allowed and does nothing to the
  * memory. An arena serves one thread at a time. */
@@ -47,7 +48,8 @@ typedef struct zidl_arena {
     uint8_t *free_end;
     uint8_t *caller_begin; /* the caller's block, aligned; null when there is none */
     uint8_t *caller_end;
-    zidl_arena_block *newest; /* the largest of the blocks obtained through malloc; null when there is none */
+    zidl_arena_block *newest; /* of the blocks from malloc that are in use, the largest; null when there is none */
+    zidl_arena_block *spare;  /* a block from malloc that waits for its use; null when there is none */
 } zidl_arena;
 
 /* Makes `arena` ready. `block` is the caller's, `size` bytes long, and must outlive the arena's use; it may be null when
@@ -65,10 +67,14 @@ static inline void zidl_arena_init(zidl_arena *arena, void *block, size_t size)
     arena->free_begin = arena->caller_begin;
     arena->free_end = arena->caller_end;
     arena->newest = NULL;
+    arena->spare = NULL;
 }
 
+/* Makes `block` the current one. */
 static inline void zidl_arena_use(zidl_arena *arena, zidl_arena_block *block)
 {
+    block->older = arena->newest;
+    arena->newest = block;
     arena->free_begin = (uint8_t *)(block + 1);
     arena->free_end = arena->free_begin + block->size;
 }
@@ -76,8 +82,15 @@ static inline void zidl_arena_use(zidl_arena *arena, zidl_arena_block *block)
 /* A new current block with room for `size` bytes: 1, or 0 when malloc has none. */
 static inline int zidl_arena_grow(zidl_arena *arena, size_t size)
 {
-    size_t room = arena->newest != NULL ? 2 * arena->newest->size : (size_t)ZIDL_ARENA_FIRST_GROWTH;
-    zidl_arena_block *block;
+    zidl_arena_block *block = arena->spare;
+    size_t room = (size_t)ZIDL_ARENA_FIRST_GROWTH;
+    if (block != NULL && block->size >= size) {
+        arena->spare = NULL;
+        zidl_arena_use(arena, block);
+        return 1;
+    }
+    if (arena->newest != NULL)
+        room = 2 * arena->newest->size;
     if (room < size)
         room = size;
     if (room > SIZE_MAX / 4)
@@ -85,9 +98,7 @@ static inline int zidl_arena_grow(zidl_arena *arena, size_t size)
     block = (zidl_arena_block *)malloc(sizeof *block + room);
     if (block == NULL)
         return 0;
-    block->older = arena->newest;
     block->size = room;
-    arena->newest = block;
     zidl_arena_use(arena, block);
     return 1;
 }
@@ -117,39 +128,29 @@ static inline void zidl_arena_free(void *ptr, void *arena)
     (void)arena;
 }
 
-/* Gives back the blocks behind the newest one. */
-static inline void zidl_arena_free_older(zidl_arena_block *block)
-{
-    zidl_arena_block *older = block->older;
-    block->older = NULL;
-    while (older != NULL) {
-        zidl_arena_block *const next = older->older;
-        free(older);
-        older = next;
-    }
-}
-
-/* Takes back everything that was handed out; all of it is invalid from now on. Keeps the largest block. */
+/* Takes back everything that was handed out; all of it is invalid from now on. Keeps the largest block from malloc. */
 static inline void zidl_arena_reset(zidl_arena *arena)
 {
-    if (arena->newest == NULL) {
-        arena->free_begin = arena->caller_begin;
-        arena->free_end = arena->caller_end;
-        return;
+    while (arena->newest != NULL) {
+        zidl_arena_block *const block = arena->newest;
+        arena->newest = block->older;
+        if (arena->spare != NULL && arena->spare->size >= block->size) {
+            free(block);
+        } else {
+            free(arena->spare);
+            arena->spare = block;
+        }
     }
-    zidl_arena_free_older(arena->newest);
-    zidl_arena_use(arena, arena->newest);
+    arena->free_begin = arena->caller_begin;
+    arena->free_end = arena->caller_end;
 }
 
 /* Takes back everything and gives all memory from malloc back. The arena is then as after zidl_arena_init. */
 static inline void zidl_arena_destroy(zidl_arena *arena)
 {
-    if (arena->newest != NULL) {
-        zidl_arena_free_older(arena->newest);
-        free(arena->newest);
-        arena->newest = NULL;
-    }
     zidl_arena_reset(arena);
+    free(arena->spare);
+    arena->spare = NULL;
 }
 
 #ifdef __cplusplus

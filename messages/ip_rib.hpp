@@ -19,14 +19,6 @@ struct shape<zidl_ip_rib_proto_update> {
     static constexpr size_t fixed_bound = 23;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_proto_update &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<4>(has<3>(msg), msg.proto_name);
-        bound += bound_string<5>(has<4>(msg), msg.proto_extra_name);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -38,9 +30,12 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_proto_update &msg, const Visit &visit
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_proto_update &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.proto_id);
-    encode_u32   <2>(out, has<1>(msg), msg.proto_sub_id);
-    encode_u64   <3>(out, has<2>(msg), msg.proto_value);
+    {
+        ZIDL_ROOM(23, out);
+        encode_u32<1>(out, has<0>(msg), msg.proto_id);
+        encode_u32<2>(out, has<1>(msg), msg.proto_sub_id);
+        encode_u64<3>(out, has<2>(msg), msg.proto_value);
+    }
     encode_string<4>(out, has<3>(msg), msg.proto_name);
     encode_string<5>(out, has<4>(msg), msg.proto_extra_name);
     return out;
@@ -88,14 +83,6 @@ struct shape<zidl_ip_rib_opaque> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_opaque &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<5>(has<4>(msg), msg.first_block_size);
-        bound += bound_bytes<6>(has<5>(msg), msg.second_block_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -107,10 +94,13 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_opaque &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_opaque &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.opaque_type);
-    encode_u32  <2>(out, has<1>(msg), msg.opaque_id);
-    encode_u32  <3>(out, has<2>(msg), msg.opaque_sub_id);
-    encode_u32  <4>(out, has<3>(msg), msg.opaque_value);
+    {
+        ZIDL_ROOM(24, out);
+        encode_u32<1>(out, has<0>(msg), msg.opaque_type);
+        encode_u32<2>(out, has<1>(msg), msg.opaque_id);
+        encode_u32<3>(out, has<2>(msg), msg.opaque_sub_id);
+        encode_u32<4>(out, has<3>(msg), msg.opaque_value);
+    }
     encode_bytes<5>(out, has<4>(msg), msg.first_block, msg.first_block_size);
     encode_bytes<6>(out, has<5>(msg), msg.second_block, msg.second_block_size);
     return out;
@@ -203,14 +193,6 @@ struct shape<zidl_ip_rib_iid_evpn_elan_ctx> {
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_iid_evpn_elan_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<2>(has<1>(msg), msg.ctx_bytes_2_size);
-        bound += bound_bytes<5>(has<4>(msg), msg.ctx_bytes_5_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -222,13 +204,22 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_evpn_elan_ctx &msg, const Visit &
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_evpn_elan_ctx &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.ctx_value_1);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.ctx_value_1);
+    }
     encode_bytes<2>(out, has<1>(msg), msg.ctx_bytes_2, msg.ctx_bytes_2_size);
-    encode_u32  <3>(out, has<2>(msg), msg.ctx_value_3);
-    encode_u32  <4>(out, has<3>(msg), msg.ctx_value_4);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<3>(out, has<2>(msg), msg.ctx_value_3);
+        encode_u32<4>(out, has<3>(msg), msg.ctx_value_4);
+    }
     encode_bytes<5>(out, has<4>(msg), msg.ctx_bytes_5, msg.ctx_bytes_5_size);
-    encode_u32  <6>(out, has<5>(msg), msg.ctx_value_6);
-    encode_u32  <7>(out, has<6>(msg), msg.ctx_value_7);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<6>(out, has<5>(msg), msg.ctx_value_6);
+        encode_u32<7>(out, has<6>(msg), msg.ctx_value_7);
+    }
     return out;
 }
 
@@ -276,14 +267,6 @@ struct shape<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx> {
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<2>(has<1>(msg), msg.ctx_bytes_2_size);
-        bound += bound_bytes<5>(has<4>(msg), msg.ctx_bytes_5_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -295,13 +278,22 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg, const V
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.ctx_value_1);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.ctx_value_1);
+    }
     encode_bytes<2>(out, has<1>(msg), msg.ctx_bytes_2, msg.ctx_bytes_2_size);
-    encode_u32  <3>(out, has<2>(msg), msg.ctx_value_3);
-    encode_u32  <4>(out, has<3>(msg), msg.ctx_value_4);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<3>(out, has<2>(msg), msg.ctx_value_3);
+        encode_u32<4>(out, has<3>(msg), msg.ctx_value_4);
+    }
     encode_bytes<5>(out, has<4>(msg), msg.ctx_bytes_5, msg.ctx_bytes_5_size);
-    encode_u32  <6>(out, has<5>(msg), msg.ctx_value_6);
-    encode_u32  <7>(out, has<6>(msg), msg.ctx_value_7);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<6>(out, has<5>(msg), msg.ctx_value_6);
+        encode_u32<7>(out, has<6>(msg), msg.ctx_value_7);
+    }
     return out;
 }
 
@@ -349,14 +341,6 @@ struct shape<zidl_ip_rib_iid_lss_ctx> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_iid_lss_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<5>(has<4>(msg), msg.lss_bytes_size);
-        bound += bound_messages<6>(has<5>(msg), msg.lss_prefixes, msg.lss_prefixes_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -368,10 +352,14 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_lss_ctx &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_lss_ctx &msg)
 {
-    encode_u32     <1>(out, has<0>(msg), msg.lss_value_1);
-    encode_u32     <2>(out, has<1>(msg), msg.lss_value_2);
-    encode_u32     <3>(out, has<2>(msg), msg.lss_value_3);
-    encode_u32     <4>(out, has<3>(msg), msg.lss_value_4);
+    prefetch(msg.lss_prefixes, msg.lss_prefixes_count);
+    {
+        ZIDL_ROOM(24, out);
+        encode_u32<1>(out, has<0>(msg), msg.lss_value_1);
+        encode_u32<2>(out, has<1>(msg), msg.lss_value_2);
+        encode_u32<3>(out, has<2>(msg), msg.lss_value_3);
+        encode_u32<4>(out, has<3>(msg), msg.lss_value_4);
+    }
     encode_bytes   <5>(out, has<4>(msg), msg.lss_bytes, msg.lss_bytes_size);
     encode_messages<6>(out, has<5>(msg), msg.lss_prefixes, msg.lss_prefixes_count);
     return out;
@@ -462,13 +450,6 @@ struct shape<zidl_ip_rib_iid_sl_id_ctx> {
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_iid_sl_id_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<4>(has<3>(msg), msg.sl_id_name);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -480,9 +461,12 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_sl_id_ctx &msg, const Visit &visi
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_sl_id_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.sl_id_value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.sl_id_value_2);
-    encode_u32   <3>(out, has<2>(msg), msg.sl_id_value_3);
+    {
+        ZIDL_ROOM(18, out);
+        encode_u32<1>(out, has<0>(msg), msg.sl_id_value_1);
+        encode_u32<2>(out, has<1>(msg), msg.sl_id_value_2);
+        encode_u32<3>(out, has<2>(msg), msg.sl_id_value_3);
+    }
     encode_string<4>(out, has<3>(msg), msg.sl_id_name);
     return out;
 }
@@ -526,16 +510,6 @@ struct shape<zidl_ip_rib_iid_ctx> {
     static constexpr size_t fixed_bound = 171;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_iid_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_iid_lss_ctx>::variable_bound(msg.lss);
-        bound += shape<zidl_ip_rib_iid_evpn_elan_ctx>::variable_bound(msg.evpn_elan);
-        bound += shape<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx>::variable_bound(msg.l2vpn_ip_tunnel);
-        bound += shape<zidl_ip_rib_iid_sl_id_ctx>::variable_bound(msg.sl_id);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -553,12 +527,20 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_ctx &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_ctx &msg)
 {
-    encode_u32<1>(out, has<0>(msg), msg.iid_ctx_kind);
-    if ((msg.presence & 0x7e) | any_presence(msg.evpn_vpws) | any_presence(msg.lss) | any_presence(msg.evpn_elan) | any_presence(msg.aft_nhg) | any_presence(msg.l2vpn_ip_tunnel) | any_presence(msg.sl_id)) {
+    {
+        ZIDL_ROOM(26, out);
+        encode_u32    <1>(out, has<0>(msg), msg.iid_ctx_kind);
         encode_message<2>(out, has<1>(msg), msg.evpn_vpws);
+    }
+    if ((msg.presence & 0xc) | any_presence(msg.lss) | any_presence(msg.evpn_elan)) {
         encode_message<3>(out, has<2>(msg), msg.lss);
         encode_message<4>(out, has<3>(msg), msg.evpn_elan);
+    }
+    {
+        ZIDL_ROOM(19, out);
         encode_message<5>(out, has<4>(msg), msg.aft_nhg);
+    }
+    if ((msg.presence & 0x60) | any_presence(msg.l2vpn_ip_tunnel) | any_presence(msg.sl_id)) {
         encode_message<6>(out, has<5>(msg), msg.l2vpn_ip_tunnel);
         encode_message<7>(out, has<6>(msg), msg.sl_id);
     }
@@ -613,13 +595,6 @@ struct shape<zidl_ip_rib_iid_update> {
     static constexpr size_t fixed_bound = 193;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_iid_update &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_iid_ctx>::variable_bound(msg.iid_ctx);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -633,10 +608,13 @@ template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_update &msg)
 {
     encode_message<1>(out, has<0>(msg), msg.iid_ctx);
-    encode_bool   <2>(out, has<1>(msg), msg.iid_update_flag_2);
-    encode_u32    <3>(out, has<2>(msg), msg.iid_update_value_3);
-    encode_u32    <4>(out, has<3>(msg), msg.iid_update_value_4);
-    encode_bool   <5>(out, has<4>(msg), msg.iid_update_flag_5);
+    {
+        ZIDL_ROOM(16, out);
+        encode_bool<2>(out, has<1>(msg), msg.iid_update_flag_2);
+        encode_u32 <3>(out, has<2>(msg), msg.iid_update_value_3);
+        encode_u32 <4>(out, has<3>(msg), msg.iid_update_value_4);
+        encode_bool<5>(out, has<4>(msg), msg.iid_update_flag_5);
+    }
     return out;
 }
 

@@ -19,13 +19,6 @@ struct shape<zidl_ip_rib_srv6_sid_info> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_sid_info &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.sid);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -38,8 +31,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_sid_info &msg, const Visit &visi
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_sid_info &msg)
 {
-    encode_u32    <1>(out, has<0>(msg), msg.value_1);
-    encode_u32    <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_message<3>(out, has<2>(msg), msg.sid);
     return out;
 }
@@ -93,14 +89,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_lib_ranges &msg, const Visit &vi
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_lib_ranges &msg)
 {
-    encode_u32<1>(out, has<0>(msg), msg.value_1);
-    encode_u32<2>(out, has<1>(msg), msg.value_2);
-    encode_u32<3>(out, has<2>(msg), msg.value_3);
-    encode_u32<4>(out, has<3>(msg), msg.value_4);
-    encode_u32<5>(out, has<4>(msg), msg.value_5);
-    encode_u32<6>(out, has<5>(msg), msg.value_6);
-    encode_u32<7>(out, has<6>(msg), msg.value_7);
-    encode_u32<8>(out, has<7>(msg), msg.value_8);
+    encode_u32_run<1, 0, 8, offsetof(zidl_ip_rib_srv6_lib_ranges, value_1)>(out, msg); // value_1 to value_8
     return out;
 }
 
@@ -136,16 +125,6 @@ struct shape<zidl_ip_rib_srv6_locator> {
     static constexpr size_t fixed_bound = 120;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_locator &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<1>(has<0>(msg), msg.name);
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.locator_prefix);
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.second_prefix);
-        bound += bound_messages<12>(has<10>(msg), msg.sids, msg.sids_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -160,22 +139,25 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_locator &msg, const Visit &visit
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_locator &msg)
 {
+    prefetch(msg.sids, msg.sids_count);
     encode_string<1>(out, has<0>(msg), msg.name);
     if ((msg.presence & 0x6) | any_presence(msg.locator_prefix) | any_presence(msg.second_prefix)) {
         encode_message<2>(out, has<1>(msg), msg.locator_prefix);
         encode_message<3>(out, has<2>(msg), msg.second_prefix);
     }
-    encode_u32     <4> (out, has<3>(msg),  msg.value_4);
-    encode_u32     <5> (out, has<4>(msg),  msg.value_5);
-    encode_u32     <6> (out, has<5>(msg),  msg.value_6);
-    encode_u32     <7> (out, has<6>(msg),  msg.value_7);
-    encode_u32     <8> (out, has<7>(msg),  msg.value_8);
-    encode_bool    <10>(out, has<8>(msg),  msg.flag_10);
-    encode_u32     <11>(out, has<9>(msg),  msg.value_11);
+    {
+        ZIDL_ROOM(38, out);
+        encode_u32_run<4, 3, 5, offsetof(zidl_ip_rib_srv6_locator, value_4)>(out, msg); // value_4 to value_8
+        encode_bool<10>(out, has<8>(msg), msg.flag_10);
+        encode_u32 <11>(out, has<9>(msg), msg.value_11);
+    }
     encode_messages<12>(out, has<10>(msg), msg.sids, msg.sids_count);
-    encode_u32     <13>(out, has<11>(msg), msg.value_13);
-    encode_message <14>(out, has<12>(msg), msg.lib_ranges);
-    encode_bool    <15>(out, has<13>(msg), msg.flag_15);
+    {
+        ZIDL_ROOM(58, out);
+        encode_u32    <13>(out, has<11>(msg), msg.value_13);
+        encode_message<14>(out, has<12>(msg), msg.lib_ranges);
+        encode_bool   <15>(out, has<13>(msg), msg.flag_15);
+    }
     return out;
 }
 
@@ -234,14 +216,6 @@ struct shape<zidl_ip_rib_srv6_glb_encap_info> {
     static constexpr size_t fixed_bound = 50;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_glb_encap_info &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.encap_prefix_1);
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.encap_prefix_2);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -259,13 +233,16 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_glb_encap_info &msg)
         encode_message<1>(out, has<0>(msg), msg.encap_prefix_1);
         encode_message<2>(out, has<1>(msg), msg.encap_prefix_2);
     }
-    encode_bool<3>(out, has<2>(msg), msg.flag_3);
-    encode_bool<4>(out, has<3>(msg), msg.flag_4);
-    encode_u32 <5>(out, has<4>(msg), msg.value_5);
-    encode_bool<6>(out, has<5>(msg), msg.flag_6);
-    encode_bool<7>(out, has<6>(msg), msg.flag_7);
-    encode_u32 <8>(out, has<7>(msg), msg.value_8);
-    encode_u32 <9>(out, has<8>(msg), msg.value_9);
+    {
+        ZIDL_ROOM(26, out);
+        encode_bool<3>(out, has<2>(msg), msg.flag_3);
+        encode_bool<4>(out, has<3>(msg), msg.flag_4);
+        encode_u32 <5>(out, has<4>(msg), msg.value_5);
+        encode_bool<6>(out, has<5>(msg), msg.flag_6);
+        encode_bool<7>(out, has<6>(msg), msg.flag_7);
+        encode_u32 <8>(out, has<7>(msg), msg.value_8);
+        encode_u32 <9>(out, has<8>(msg), msg.value_9);
+    }
     return out;
 }
 
@@ -397,13 +374,6 @@ struct shape<zidl_ip_rib_srv6_mode_info> {
     static constexpr size_t fixed_bound = 14;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_mode_info &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.mode_prefix);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -416,7 +386,10 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_mode_info &msg, const Visit &vis
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_mode_info &msg)
 {
-    encode_bool   <1>(out, has<0>(msg), msg.flag_1);
+    {
+        ZIDL_ROOM(2, out);
+        encode_bool<1>(out, has<0>(msg), msg.flag_1);
+    }
     encode_message<2>(out, has<1>(msg), msg.mode_prefix);
     return out;
 }
@@ -506,15 +479,6 @@ struct shape<zidl_ip_rib_srv6_glb_info> {
     static constexpr size_t fixed_bound = 74;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_glb_info &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_glb_encap_info>::variable_bound(msg.encap_info);
-        bound += bound_messages<6>(has<3>(msg), msg.modes, msg.modes_count);
-        bound += bound_messages<8>(has<5>(msg), msg.formats, msg.formats_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -527,11 +491,19 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_glb_info &msg, const Visit &visi
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_glb_info &msg)
 {
-    encode_u32     <1>(out, has<0>(msg), msg.value_1);
-    encode_u32     <2>(out, has<1>(msg), msg.value_2);
+    prefetch(msg.modes, msg.modes_count);
+    prefetch(msg.formats, msg.formats_count);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_message <4>(out, has<2>(msg), msg.encap_info);
     encode_messages<6>(out, has<3>(msg), msg.modes, msg.modes_count);
-    encode_u32     <7>(out, has<4>(msg), msg.value_7);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<7>(out, has<4>(msg), msg.value_7);
+    }
     encode_messages<8>(out, has<5>(msg), msg.formats, msg.formats_count);
     return out;
 }
@@ -581,14 +553,6 @@ struct shape<zidl_ip_rib_srv6_cfg_update> {
     static constexpr size_t fixed_bound = 80;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_cfg_update &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_glb_info>::variable_bound(msg.global_info);
-        bound += bound_messages<2>(has<1>(msg), msg.locators, msg.locators_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -601,6 +565,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_cfg_update &msg, const Visit &vi
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_cfg_update &msg)
 {
+    prefetch(msg.locators, msg.locators_count);
     encode_message <1>(out, has<0>(msg), msg.global_info);
     encode_messages<2>(out, has<1>(msg), msg.locators, msg.locators_count);
     return out;
@@ -645,13 +610,6 @@ struct shape<zidl_ip_rib_srv6_e_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_e_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -663,8 +621,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_e_ctx &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_e_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -707,15 +668,6 @@ struct shape<zidl_ip_rib_srv6_x_ctx> {
     static constexpr size_t fixed_bound = 26;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_x_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.context_prefix);
-        bound += bound_string<5>(has<4>(msg), msg.name_5);
-        bound += bound_string<6>(has<5>(msg), msg.name_6);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -728,9 +680,12 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_x_ctx &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_x_ctx &msg)
 {
-    encode_bool   <1>(out, has<0>(msg), msg.flag_1);
-    encode_u32    <2>(out, has<1>(msg), msg.value_2);
-    encode_u32    <3>(out, has<2>(msg), msg.value_3);
+    {
+        ZIDL_ROOM(14, out);
+        encode_bool<1>(out, has<0>(msg), msg.flag_1);
+        encode_u32 <2>(out, has<1>(msg), msg.value_2);
+        encode_u32 <3>(out, has<2>(msg), msg.value_3);
+    }
     encode_message<4>(out, has<3>(msg), msg.context_prefix);
     encode_string <5>(out, has<4>(msg), msg.name_5);
     encode_string <6>(out, has<5>(msg), msg.name_6);
@@ -782,13 +737,6 @@ struct shape<zidl_ip_rib_srv6_dx_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_dx_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -800,8 +748,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dx_ctx &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dx_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -844,13 +795,6 @@ struct shape<zidl_ip_rib_srv6_dt_ctx> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_dt_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<2>(has<1>(msg), msg.name_2);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -862,7 +806,10 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt_ctx &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dt_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+    }
     encode_string<2>(out, has<1>(msg), msg.name_2);
     return out;
 }
@@ -904,13 +851,6 @@ struct shape<zidl_ip_rib_srv6_dx2_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_dx2_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -922,8 +862,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dx2_ctx &msg, const Visit &visit
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dx2_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -966,13 +909,6 @@ struct shape<zidl_ip_rib_srv6_dt2u_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_dt2u_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -984,8 +920,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt2u_ctx &msg, const Visit &visi
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dt2u_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -1028,13 +967,6 @@ struct shape<zidl_ip_rib_srv6_dt2m_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_dt2m_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1046,8 +978,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt2m_ctx &msg, const Visit &visi
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dt2m_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -1090,14 +1025,6 @@ struct shape<zidl_ip_rib_srv6_dt_named_ctx> {
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_dt_named_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<1>(has<0>(msg), msg.name_1);
-        bound += bound_string<2>(has<1>(msg), msg.name_2);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1153,13 +1080,6 @@ struct shape<zidl_ip_rib_srv6_un_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_un_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1171,8 +1091,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_un_ctx &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_un_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -1215,15 +1138,6 @@ struct shape<zidl_ip_rib_srv6_ua_ctx> {
     static constexpr size_t fixed_bound = 32;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_ua_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.context_prefix);
-        bound += bound_string<6>(has<5>(msg), msg.name_6);
-        bound += bound_string<7>(has<6>(msg), msg.name_7);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1236,13 +1150,19 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_ua_ctx &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_ua_ctx &msg)
 {
-    encode_bool   <1>(out, has<0>(msg), msg.flag_1);
-    encode_u32    <2>(out, has<1>(msg), msg.value_2);
-    encode_u32    <3>(out, has<2>(msg), msg.value_3);
+    {
+        ZIDL_ROOM(14, out);
+        encode_bool<1>(out, has<0>(msg), msg.flag_1);
+        encode_u32 <2>(out, has<1>(msg), msg.value_2);
+        encode_u32 <3>(out, has<2>(msg), msg.value_3);
+    }
     encode_message<4>(out, has<3>(msg), msg.context_prefix);
-    encode_u32    <5>(out, has<4>(msg), msg.value_5);
-    encode_string <6>(out, has<5>(msg), msg.name_6);
-    encode_string <7>(out, has<6>(msg), msg.name_7);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<5>(out, has<4>(msg), msg.value_5);
+    }
+    encode_string<6>(out, has<5>(msg), msg.name_6);
+    encode_string<7>(out, has<6>(msg), msg.name_7);
     return out;
 }
 
@@ -1292,13 +1212,6 @@ struct shape<zidl_ip_rib_srv6_udt_ctx> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_udt_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<2>(has<1>(msg), msg.name_2);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1310,7 +1223,10 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt_ctx &msg, const Visit &visit
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udt_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+    }
     encode_string<2>(out, has<1>(msg), msg.name_2);
     return out;
 }
@@ -1352,14 +1268,6 @@ struct shape<zidl_ip_rib_srv6_udt_named_ctx> {
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_udt_named_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<1>(has<0>(msg), msg.name_1);
-        bound += bound_string<2>(has<1>(msg), msg.name_2);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1415,15 +1323,6 @@ struct shape<zidl_ip_rib_srv6_ub6_ctx> {
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_ub6_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<1>(has<0>(msg), msg.name_1);
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.context_prefix);
-        bound += bound_string<6>(has<5>(msg), msg.name_6);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1436,10 +1335,13 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_ub6_ctx &msg, const Visit &visit
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_ub6_ctx &msg)
 {
-    encode_string <1>(out, has<0>(msg), msg.name_1);
-    encode_u32    <2>(out, has<1>(msg), msg.value_2);
-    encode_u32    <3>(out, has<2>(msg), msg.value_3);
-    encode_u32    <4>(out, has<3>(msg), msg.value_4);
+    encode_string<1>(out, has<0>(msg), msg.name_1);
+    {
+        ZIDL_ROOM(18, out);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+        encode_u32<3>(out, has<2>(msg), msg.value_3);
+        encode_u32<4>(out, has<3>(msg), msg.value_4);
+    }
     encode_message<5>(out, has<4>(msg), msg.context_prefix);
     encode_string <6>(out, has<5>(msg), msg.name_6);
     return out;
@@ -1490,13 +1392,6 @@ struct shape<zidl_ip_rib_srv6_udx2_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_udx2_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1508,8 +1403,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udx2_ctx &msg, const Visit &visi
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udx2_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -1552,13 +1450,6 @@ struct shape<zidl_ip_rib_srv6_udt2u_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_udt2u_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1570,8 +1461,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt2u_ctx &msg, const Visit &vis
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udt2u_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -1614,13 +1508,6 @@ struct shape<zidl_ip_rib_srv6_udt2m_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_udt2m_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1632,8 +1519,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt2m_ctx &msg, const Visit &vis
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udt2m_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -1676,13 +1566,6 @@ struct shape<zidl_ip_rib_srv6_udx_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_udx_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_string<3>(has<2>(msg), msg.name_3);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1694,8 +1577,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udx_ctx &msg, const Visit &visit
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udx_ctx &msg)
 {
-    encode_u32   <1>(out, has<0>(msg), msg.value_1);
-    encode_u32   <2>(out, has<1>(msg), msg.value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+    }
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
@@ -1738,30 +1624,6 @@ struct shape<zidl_ip_rib_srv6_sid_ctx> {
     static constexpr size_t fixed_bound = 334;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_sid_ctx &msg)
-    {
-        size_t bound = 0;
-        bound += bound_u8s<2>(has<1>(msg), msg.values_2_count);
-        bound += shape<zidl_ip_rib_srv6_e_ctx>::variable_bound(msg.e_ctx);
-        bound += shape<zidl_ip_rib_srv6_x_ctx>::variable_bound(msg.x_ctx);
-        bound += shape<zidl_ip_rib_srv6_dx_ctx>::variable_bound(msg.dx_ctx);
-        bound += shape<zidl_ip_rib_srv6_dt_ctx>::variable_bound(msg.dt_ctx);
-        bound += shape<zidl_ip_rib_srv6_dx2_ctx>::variable_bound(msg.dx2_ctx);
-        bound += shape<zidl_ip_rib_srv6_un_ctx>::variable_bound(msg.un_ctx);
-        bound += shape<zidl_ip_rib_srv6_ua_ctx>::variable_bound(msg.ua_ctx);
-        bound += shape<zidl_ip_rib_srv6_udt_ctx>::variable_bound(msg.udt_ctx);
-        bound += shape<zidl_ip_rib_srv6_ub6_ctx>::variable_bound(msg.ub6_ctx);
-        bound += shape<zidl_ip_rib_srv6_udx2_ctx>::variable_bound(msg.udx2_ctx);
-        bound += shape<zidl_ip_rib_srv6_dt2u_ctx>::variable_bound(msg.dt2u_ctx);
-        bound += shape<zidl_ip_rib_srv6_dt2m_ctx>::variable_bound(msg.dt2m_ctx);
-        bound += shape<zidl_ip_rib_srv6_udt2u_ctx>::variable_bound(msg.udt2u_ctx);
-        bound += shape<zidl_ip_rib_srv6_udt2m_ctx>::variable_bound(msg.udt2m_ctx);
-        bound += shape<zidl_ip_rib_srv6_udx_ctx>::variable_bound(msg.udx_ctx);
-        bound += shape<zidl_ip_rib_srv6_udt_named_ctx>::variable_bound(msg.udt_named_ctx);
-        bound += shape<zidl_ip_rib_srv6_dt_named_ctx>::variable_bound(msg.dt_named_ctx);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1804,7 +1666,10 @@ ZIDL_INLINE void reset(zidl_ip_rib_srv6_sid_ctx &msg)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_sid_ctx &msg)
 {
-    encode_u32<1>(out, has<0>(msg), msg.value_1);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+    }
     encode_u8s<2>(out, has<1>(msg), msg.values_2, msg.values_2_count);
     if ((msg.presence & 0x7fffc) | any_presence(msg.e_ctx) | any_presence(msg.x_ctx) | any_presence(msg.dx_ctx) | any_presence(msg.dt_ctx) | any_presence(msg.dx2_ctx) | any_presence(msg.un_ctx) | any_presence(msg.ua_ctx) | any_presence(msg.udt_ctx) | any_presence(msg.ub6_ctx) | any_presence(msg.udx2_ctx) | any_presence(msg.dt2u_ctx) | any_presence(msg.dt2m_ctx) | any_presence(msg.udt2u_ctx) | any_presence(msg.udt2m_ctx) | any_presence(msg.udx_ctx) | any_presence(msg.udt_named_ctx) | any_presence(msg.dt_named_ctx)) {
         encode_message<3> (out, has<2>(msg),  msg.e_ctx);
@@ -1916,13 +1781,6 @@ struct shape<zidl_ip_rib_srv6_opcode_update> {
     static constexpr size_t fixed_bound = 360;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_opcode_update &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_sid_ctx>::variable_bound(msg.sid_ctx);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1935,11 +1793,17 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_opcode_update &msg, const Visit 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_opcode_update &msg)
 {
-    encode_u32    <1>(out, has<0>(msg), msg.value_1);
-    encode_u32    <2>(out, has<1>(msg), msg.value_2);
-    encode_u32    <3>(out, has<2>(msg), msg.value_3);
+    {
+        ZIDL_ROOM(18, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+        encode_u32<2>(out, has<1>(msg), msg.value_2);
+        encode_u32<3>(out, has<2>(msg), msg.value_3);
+    }
     encode_message<4>(out, has<3>(msg), msg.sid_ctx);
-    encode_bool   <5>(out, has<4>(msg), msg.flag_5);
+    {
+        ZIDL_ROOM(2, out);
+        encode_bool<5>(out, has<4>(msg), msg.flag_5);
+    }
     return out;
 }
 
@@ -1983,14 +1847,6 @@ struct shape<zidl_ip_rib_srv6_static_endpoint_update> {
     static constexpr size_t fixed_bound = 360;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_static_endpoint_update &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_prefix>::variable_bound(msg.sid);
-        bound += shape<zidl_ip_rib_srv6_sid_ctx>::variable_bound(msg.sid_ctx);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -2008,8 +1864,11 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_static_endpoint_update &msg)
         encode_message<1>(out, has<0>(msg), msg.sid);
         encode_message<2>(out, has<1>(msg), msg.sid_ctx);
     }
-    encode_bool<3>(out, has<2>(msg), msg.flag_3);
-    encode_u32 <4>(out, has<3>(msg), msg.value_4);
+    {
+        ZIDL_ROOM(8, out);
+        encode_bool<3>(out, has<2>(msg), msg.flag_3);
+        encode_u32 <4>(out, has<3>(msg), msg.value_4);
+    }
     return out;
 }
 
@@ -2054,15 +1913,6 @@ struct shape<zidl_ip_rib_srv6_update> {
     static constexpr size_t fixed_bound = 824;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_update &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_ip_rib_srv6_cfg_update>::variable_bound(msg.cfg_update);
-        bound += shape<zidl_ip_rib_srv6_opcode_update>::variable_bound(msg.opcode_update);
-        bound += shape<zidl_ip_rib_srv6_static_endpoint_update>::variable_bound(msg.static_endpoint_update);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -2077,7 +1927,10 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_update &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_update &msg)
 {
-    encode_u32<1>(out, has<0>(msg), msg.value_1);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.value_1);
+    }
     if ((msg.presence & 0xe) | any_presence(msg.cfg_update) | any_presence(msg.opcode_update) | any_presence(msg.static_endpoint_update)) {
         encode_message<2>(out, has<1>(msg), msg.cfg_update);
         encode_message<3>(out, has<2>(msg), msg.opcode_update);

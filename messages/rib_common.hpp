@@ -148,13 +148,6 @@ struct shape<zidl_rib_msg_prefix> {
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_msg_prefix &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<4>(has<3>(msg), msg.ipv6_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -166,9 +159,12 @@ ZIDL_INLINE void each_presence(zidl_rib_msg_prefix &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_msg_prefix &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.family);
-    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
-    encode_u32  <3>(out, has<2>(msg), msg.ipv4);
+    {
+        ZIDL_ROOM(18, out);
+        encode_u32<1>(out, has<0>(msg), msg.family);
+        encode_u32<2>(out, has<1>(msg), msg.prefix_len);
+        encode_u32<3>(out, has<2>(msg), msg.ipv4);
+    }
     encode_bytes<4>(out, has<3>(msg), msg.ipv6, msg.ipv6_size);
     return out;
 }
@@ -212,13 +208,6 @@ struct shape<zidl_srv6_prefix> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_srv6_prefix &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<1>(has<0>(msg), msg.prefix_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -231,7 +220,10 @@ template <class Sink>
 Sink encode(Sink out, const zidl_srv6_prefix &msg)
 {
     encode_bytes<1>(out, has<0>(msg), msg.prefix, msg.prefix_size);
-    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<2>(out, has<1>(msg), msg.prefix_len);
+    }
     return out;
 }
 
@@ -272,13 +264,6 @@ struct shape<zidl_ip_rib_srv6_prefix> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_ip_rib_srv6_prefix &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<1>(has<0>(msg), msg.prefix_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -291,7 +276,10 @@ template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_prefix &msg)
 {
     encode_bytes<1>(out, has<0>(msg), msg.prefix, msg.prefix_size);
-    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<2>(out, has<1>(msg), msg.prefix_len);
+    }
     return out;
 }
 
@@ -793,13 +781,6 @@ struct shape<zidl_rib_ecomm_array> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_rib_ecomm_array &msg)
-    {
-        size_t bound = 0;
-        bound += bound_u64s<2>(has<1>(msg), msg.ecomm_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -811,9 +792,15 @@ ZIDL_INLINE void each_presence(zidl_rib_ecomm_array &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_ecomm_array &msg)
 {
-    encode_u32 <1>(out, has<0>(msg), msg.ecomm_value_1);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.ecomm_value_1);
+    }
     encode_u64s<2>(out, has<1>(msg), msg.ecomm_values, msg.ecomm_count);
-    encode_u32 <3>(out, has<2>(msg), msg.ecomm_value_3);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<3>(out, has<2>(msg), msg.ecomm_value_3);
+    }
     return out;
 }
 
@@ -855,17 +842,6 @@ struct shape<zidl_rib_path> {
     static constexpr size_t fixed_bound = 522;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_rib_path &msg)
-    {
-        size_t bound = 0;
-        bound += bound_u32s<9>(has<7>(msg), msg.path_values_9_count);
-        bound += bound_messages<17>(has<14>(msg), msg.path_addresses, msg.path_addresses_count);
-        bound += bound_messages<21>(has<17>(msg), msg.nnh_entries, msg.nnh_entries_count);
-        bound += shape<zidl_rib_ecomm_array>::variable_bound(msg.ecomm);
-        bound += bound_messages<33>(has<27>(msg), msg.srv6_sid_infos, msg.srv6_sid_infos_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -889,43 +865,60 @@ ZIDL_INLINE void each_presence(zidl_rib_path &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path &msg)
 {
-    encode_u32<1>(out, has<0>(msg), msg.path_value_1);
-    encode_u32<2>(out, has<1>(msg), msg.path_value_2);
-    encode_u32<3>(out, has<2>(msg), msg.path_value_3);
-    if ((msg.presence & 0x38) | any_presence(msg.path_address_4) | any_presence(msg.path_address_5) | any_presence(msg.path_prefix)) {
-        encode_message<4>(out, has<3>(msg), msg.path_address_4);
-        encode_message<5>(out, has<4>(msg), msg.path_address_5);
-        encode_message<6>(out, has<5>(msg), msg.path_prefix);
+    prefetch(msg.path_addresses, msg.path_addresses_count);
+    prefetch(msg.nnh_entries, msg.nnh_entries_count);
+    prefetch(msg.srv6_sid_infos, msg.srv6_sid_infos_count);
+    {
+        ZIDL_ROOM(146, out);
+        encode_u32<1>(out, has<0>(msg), msg.path_value_1);
+        encode_u32<2>(out, has<1>(msg), msg.path_value_2);
+        encode_u32<3>(out, has<2>(msg), msg.path_value_3);
+        if ((msg.presence & 0x38) | any_presence(msg.path_address_4) | any_presence(msg.path_address_5) | any_presence(msg.path_prefix)) {
+            encode_message<4>(out, has<3>(msg), msg.path_address_4);
+            encode_message<5>(out, has<4>(msg), msg.path_address_5);
+            encode_message<6>(out, has<5>(msg), msg.path_prefix);
+        }
+        encode_u32<8>(out, has<6>(msg), msg.path_value_8);
     }
-    encode_u32     <8> (out, has<6>(msg),  msg.path_value_8);
-    encode_u32s    <9> (out, has<7>(msg),  msg.path_values_9, msg.path_values_9_count);
-    encode_u32     <10>(out, has<8>(msg),  msg.path_value_10);
-    encode_u32     <11>(out, has<9>(msg),  msg.path_value_11);
-    encode_u32     <12>(out, has<10>(msg), msg.path_value_12);
-    encode_u32     <13>(out, has<11>(msg), msg.path_value_13);
-    encode_u32     <14>(out, has<12>(msg), msg.path_value_14);
-    encode_u32     <16>(out, has<13>(msg), msg.path_value_16);
+    encode_u32s<9>(out, has<7>(msg), msg.path_values_9, msg.path_values_9_count);
+    {
+        ZIDL_ROOM(37, out);
+        encode_u32_run<10, 8, 5, offsetof(zidl_rib_path, path_value_10)>(out, msg); // path_value_10 to path_value_14
+        encode_u32<16>(out, has<13>(msg), msg.path_value_16);
+    }
     encode_messages<17>(out, has<14>(msg), msg.path_addresses, msg.path_addresses_count);
-    encode_message <18>(out, has<15>(msg), msg.path_ipv6_address);
-    encode_u32     <19>(out, has<16>(msg), msg.path_value_19);
-    encode_messages<21>(out, has<17>(msg), msg.nnh_entries, msg.nnh_entries_count);
-    encode_u32     <22>(out, has<18>(msg), msg.path_value_22);
-    encode_u32     <25>(out, has<19>(msg), msg.path_value_25);
-    encode_message <26>(out, has<20>(msg), msg.ecomm);
-    encode_u32     <27>(out, has<21>(msg), msg.path_value_27);
-    encode_u32     <28>(out, has<22>(msg), msg.path_value_28);
-    if ((msg.presence & 0x1800000) | any_presence(msg.iid_attr) | any_presence(msg.l2_info)) {
-        encode_message<29>(out, has<23>(msg), msg.iid_attr);
-        encode_message<30>(out, has<24>(msg), msg.l2_info);
+    {
+        ZIDL_ROOM(32, out);
+        encode_message<18>(out, has<15>(msg), msg.path_ipv6_address);
+        encode_u32    <19>(out, has<16>(msg), msg.path_value_19);
     }
-    encode_u32     <31>(out, has<25>(msg), msg.path_value_31);
-    encode_message <32>(out, has<26>(msg), msg.via_srv6_sid);
+    encode_messages<21>(out, has<17>(msg), msg.nnh_entries, msg.nnh_entries_count);
+    {
+        ZIDL_ROOM(14, out);
+        encode_u32<22>(out, has<18>(msg), msg.path_value_22);
+        encode_u32<25>(out, has<19>(msg), msg.path_value_25);
+    }
+    encode_message<26>(out, has<20>(msg), msg.ecomm);
+    {
+        ZIDL_ROOM(160, out);
+        encode_u32<27>(out, has<21>(msg), msg.path_value_27);
+        encode_u32<28>(out, has<22>(msg), msg.path_value_28);
+        if ((msg.presence & 0x1800000) | any_presence(msg.iid_attr) | any_presence(msg.l2_info)) {
+            encode_message<29>(out, has<23>(msg), msg.iid_attr);
+            encode_message<30>(out, has<24>(msg), msg.l2_info);
+        }
+        encode_u32    <31>(out, has<25>(msg), msg.path_value_31);
+        encode_message<32>(out, has<26>(msg), msg.via_srv6_sid);
+    }
     encode_messages<33>(out, has<27>(msg), msg.srv6_sid_infos, msg.srv6_sid_infos_count);
-    if ((msg.presence & 0xf0000000) | any_presence(msg.grouping_info) | any_presence(msg.ip_tunnel_info) | any_presence(msg.via_aft_id) | any_presence(msg.sl_id_info)) {
-        encode_message<40>(out, has<28>(msg), msg.grouping_info);
-        encode_message<34>(out, has<29>(msg), msg.ip_tunnel_info);
-        encode_message<35>(out, has<30>(msg), msg.via_aft_id);
-        encode_message<36>(out, has<31>(msg), msg.sl_id_info);
+    {
+        ZIDL_ROOM(114, out);
+        if ((msg.presence & 0xf0000000) | any_presence(msg.grouping_info) | any_presence(msg.ip_tunnel_info) | any_presence(msg.via_aft_id) | any_presence(msg.sl_id_info)) {
+            encode_message<40>(out, has<28>(msg), msg.grouping_info);
+            encode_message<34>(out, has<29>(msg), msg.ip_tunnel_info);
+            encode_message<35>(out, has<30>(msg), msg.via_aft_id);
+            encode_message<36>(out, has<31>(msg), msg.sl_id_info);
+        }
     }
     return out;
 }
@@ -1093,13 +1086,6 @@ struct shape<zidl_rib_generic_attr_info> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_generic_attr_info &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<2>(has<1>(msg), msg.attr_data_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1111,7 +1097,10 @@ ZIDL_INLINE void each_presence(zidl_rib_generic_attr_info &msg, const Visit &vis
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_generic_attr_info &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.attr_type);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.attr_type);
+    }
     encode_bytes<2>(out, has<1>(msg), msg.attr_data, msg.attr_data_size);
     return out;
 }
@@ -1153,13 +1142,6 @@ struct shape<zidl_rib_generic_attr_array> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_generic_attr_array &msg)
-    {
-        size_t bound = 0;
-        bound += bound_messages<2>(has<1>(msg), msg.attrs, msg.attrs_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1171,7 +1153,11 @@ ZIDL_INLINE void each_presence(zidl_rib_generic_attr_array &msg, const Visit &vi
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_generic_attr_array &msg)
 {
-    encode_u32     <1>(out, has<0>(msg), msg.array_type);
+    prefetch(msg.attrs, msg.attrs_count);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.array_type);
+    }
     encode_messages<2>(out, has<1>(msg), msg.attrs, msg.attrs_count);
     return out;
 }
@@ -1213,13 +1199,6 @@ struct shape<zidl_rib_client_advertisement> {
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_rib_client_advertisement &msg)
-    {
-        size_t bound = 0;
-        bound += bound_u32s<1>(has<0>(msg), msg.advertised_values_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1271,21 +1250,6 @@ struct shape<zidl_rib_route> {
     static constexpr size_t fixed_bound = 387;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_route &msg)
-    {
-        size_t bound = 0;
-        bound += bound_messages<17>(has<16>(msg), msg.algo_labels, msg.algo_labels_count);
-        bound += bound_messages<26>(has<25>(msg), msg.paths, msg.paths_count);
-        bound += shape<zidl_rib_client_advertisement>::variable_bound(msg.client_advertisement);
-        bound += shape<zidl_rib_generic_attr_array>::variable_bound(msg.addr_generic_attrs);
-        bound += shape<zidl_rib_generic_attr_array>::variable_bound(msg.generic_attrs_29);
-        bound += shape<zidl_rib_generic_attr_array>::variable_bound(msg.generic_attrs_30);
-        bound += shape<zidl_rib_generic_attr_array>::variable_bound(msg.generic_attrs_31);
-        bound += shape<zidl_rib_generic_attr_array>::variable_bound(msg.generic_attrs_32);
-        bound += shape<zidl_rib_generic_attr_array>::variable_bound(msg.generic_attrs_33);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -1307,31 +1271,21 @@ ZIDL_INLINE void each_presence(zidl_rib_route &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_route &msg)
 {
-    encode_message <1> (out, has<0>(msg),  msg.route_prefix);
-    encode_u32     <2> (out, has<1>(msg),  msg.route_value_2);
-    encode_u32     <3> (out, has<2>(msg),  msg.route_value_3);
-    encode_u32     <4> (out, has<3>(msg),  msg.route_value_4);
-    encode_u32     <5> (out, has<4>(msg),  msg.route_value_5);
-    encode_u32     <6> (out, has<5>(msg),  msg.route_value_6);
-    encode_u32     <7> (out, has<6>(msg),  msg.route_value_7);
-    encode_u32     <8> (out, has<7>(msg),  msg.route_value_8);
-    encode_u32     <9> (out, has<8>(msg),  msg.route_value_9);
-    encode_u32     <10>(out, has<9>(msg),  msg.route_value_10);
-    encode_u32     <11>(out, has<10>(msg), msg.route_value_11);
-    encode_u32     <12>(out, has<11>(msg), msg.route_value_12);
-    encode_u32     <13>(out, has<12>(msg), msg.route_value_13);
-    encode_u32     <14>(out, has<13>(msg), msg.route_value_14);
-    encode_u32     <15>(out, has<14>(msg), msg.route_value_15);
-    encode_u32     <16>(out, has<15>(msg), msg.route_value_16);
+    prefetch(msg.algo_labels, msg.algo_labels_count);
+    prefetch(msg.paths, msg.paths_count);
+    {
+        ZIDL_ROOM(137, out);
+        encode_message<1>(out, has<0>(msg), msg.route_prefix);
+        encode_u32_run<2, 1, 14, offsetof(zidl_rib_route, route_value_2)>(out, msg); // route_value_2 to route_value_15
+        encode_u32<16>(out, has<15>(msg), msg.route_value_16);
+    }
     encode_messages<17>(out, has<16>(msg), msg.algo_labels, msg.algo_labels_count);
-    encode_u32     <18>(out, has<17>(msg), msg.route_value_18);
-    encode_u32     <19>(out, has<18>(msg), msg.route_value_19);
-    encode_u32     <20>(out, has<19>(msg), msg.route_value_20);
-    encode_u32     <21>(out, has<20>(msg), msg.route_value_21);
-    encode_u32     <22>(out, has<21>(msg), msg.route_value_22);
-    encode_u32     <23>(out, has<22>(msg), msg.route_value_23);
-    encode_u64     <24>(out, has<23>(msg), msg.route_flags);
-    encode_u32     <25>(out, has<24>(msg), msg.route_value_25);
+    {
+        ZIDL_ROOM(61, out);
+        encode_u32_run<18, 17, 6, offsetof(zidl_rib_route, route_value_18)>(out, msg); // route_value_18 to route_value_23
+        encode_u64<24>(out, has<23>(msg), msg.route_flags);
+        encode_u32<25>(out, has<24>(msg), msg.route_value_25);
+    }
     encode_messages<26>(out, has<25>(msg), msg.paths, msg.paths_count);
     if ((msg.presence & 0x1fc000000) | any_presence(msg.client_advertisement) | any_presence(msg.addr_generic_attrs) | any_presence(msg.generic_attrs_29) | any_presence(msg.generic_attrs_30) | any_presence(msg.generic_attrs_31) | any_presence(msg.generic_attrs_32) | any_presence(msg.generic_attrs_33)) {
         encode_message<27>(out, has<26>(msg), msg.client_advertisement);
@@ -1342,14 +1296,17 @@ Sink encode(Sink out, const zidl_rib_route &msg)
         encode_message<32>(out, has<31>(msg), msg.generic_attrs_32);
         encode_message<33>(out, has<32>(msg), msg.generic_attrs_33);
     }
-    encode_u32    <34>(out, has<33>(msg), msg.route_value_34);
-    encode_u32    <35>(out, has<34>(msg), msg.route_value_35);
-    encode_message<36>(out, has<35>(msg), msg.route_l2_info);
-    encode_u32    <37>(out, has<36>(msg), msg.route_value_37);
-    encode_u32    <38>(out, has<37>(msg), msg.route_value_38);
-    encode_message<39>(out, has<38>(msg), msg.route_aft_id);
-    encode_u64    <40>(out, has<39>(msg), msg.route_value_40);
-    encode_u64    <41>(out, has<40>(msg), msg.route_value_41);
+    {
+        ZIDL_ROOM(104, out);
+        encode_u32    <34>(out, has<33>(msg), msg.route_value_34);
+        encode_u32    <35>(out, has<34>(msg), msg.route_value_35);
+        encode_message<36>(out, has<35>(msg), msg.route_l2_info);
+        encode_u32    <37>(out, has<36>(msg), msg.route_value_37);
+        encode_u32    <38>(out, has<37>(msg), msg.route_value_38);
+        encode_message<39>(out, has<38>(msg), msg.route_aft_id);
+        encode_u64    <40>(out, has<39>(msg), msg.route_value_40);
+        encode_u64    <41>(out, has<40>(msg), msg.route_value_41);
+    }
     return out;
 }
 

@@ -63,13 +63,6 @@ struct shape<zidl_rib_encap_id_path_key_label> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = false;
-
-    static size_t variable_bound(const zidl_rib_encap_id_path_key_label &msg)
-    {
-        size_t bound = 0;
-        bound += bound_u32s<2>(has<1>(msg), msg.labels_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -81,7 +74,10 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_label &msg, const Visi
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_path_key_label &msg)
 {
-    encode_u32 <1>(out, has<0>(msg), msg.label_key_value);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<1>(out, has<0>(msg), msg.label_key_value);
+    }
     encode_u32s<2>(out, has<1>(msg), msg.labels, msg.labels_count);
     return out;
 }
@@ -123,13 +119,6 @@ struct shape<zidl_rib_encap_id_path_key_srv6> {
     static constexpr size_t fixed_bound = 16;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_encap_id_path_key_srv6 &msg)
-    {
-        size_t bound = 0;
-        bound += bound_byte_blocks<2>(has<1>(msg), msg.entries, msg.entries_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -142,7 +131,10 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6 &msg, const Visit
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6 &msg)
 {
-    encode_message    <1>(out, has<0>(msg), msg.oper_type);
+    {
+        ZIDL_ROOM(16, out);
+        encode_message<1>(out, has<0>(msg), msg.oper_type);
+    }
     encode_byte_blocks<2>(out, has<1>(msg), msg.entries, msg.entries_count);
     return out;
 }
@@ -184,13 +176,6 @@ struct shape<zidl_rib_encap_id_path_key_srv6_carrier_info> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
-    {
-        size_t bound = 0;
-        bound += bound_bytes<3>(has<2>(msg), msg.carrier_bytes_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -202,8 +187,11 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6_carrier_info &msg
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.carrier_value_1);
-    encode_u32  <2>(out, has<1>(msg), msg.carrier_value_2);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.carrier_value_1);
+        encode_u32<2>(out, has<1>(msg), msg.carrier_value_2);
+    }
     encode_bytes<3>(out, has<2>(msg), msg.carrier_bytes, msg.carrier_bytes_size);
     return out;
 }
@@ -246,13 +234,6 @@ struct shape<zidl_rib_encap_id_path_key_srv6_carriers> {
     static constexpr size_t fixed_bound = 16;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_encap_id_path_key_srv6_carriers &msg)
-    {
-        size_t bound = 0;
-        bound += bound_messages<2>(has<1>(msg), msg.carriers, msg.carriers_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -265,7 +246,11 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6_carriers &msg, co
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carriers &msg)
 {
-    encode_message <1>(out, has<0>(msg), msg.oper_type);
+    prefetch(msg.carriers, msg.carriers_count);
+    {
+        ZIDL_ROOM(16, out);
+        encode_message<1>(out, has<0>(msg), msg.oper_type);
+    }
     encode_messages<2>(out, has<1>(msg), msg.carriers, msg.carriers_count);
     return out;
 }
@@ -307,19 +292,6 @@ struct shape<zidl_rib_encap_id_key> {
     static constexpr size_t fixed_bound = 185;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_encap_id_key &msg)
-    {
-        size_t bound = 0;
-        bound += shape<zidl_rib_msg_prefix>::variable_bound(msg.key_prefix);
-        bound += shape<zidl_rib_msg_prefix>::variable_bound(msg.key_second_prefix);
-        bound += bound_messages<9>(has<8>(msg), msg.key_extra_prefixes, msg.key_extra_prefixes_count);
-        bound += shape<zidl_rib_encap_id_path_key_label>::variable_bound(msg.label_key);
-        bound += shape<zidl_rib_encap_id_path_key_srv6>::variable_bound(msg.srv6_key);
-        bound += shape<zidl_rib_encap_id_path_key_srv6_carriers>::variable_bound(msg.srv6_carriers);
-        bound += bound_bytes<20>(has<19>(msg), msg.key_bytes_20_size);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -336,28 +308,44 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_key &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
 {
-    encode_u32     <1>(out, has<0>(msg), msg.key_value_1);
-    encode_u32     <2>(out, has<1>(msg), msg.key_value_2);
-    encode_message <3>(out, has<2>(msg), msg.key_prefix);
-    encode_u32     <4>(out, has<3>(msg), msg.key_value_4);
-    encode_u32     <5>(out, has<4>(msg), msg.key_type);
-    encode_fixed32 <6>(out, has<5>(msg), msg.key_value_6);
-    encode_message <7>(out, has<6>(msg), msg.key_second_prefix);
-    encode_u32     <8>(out, has<7>(msg), msg.key_value_8);
+    prefetch(msg.key_extra_prefixes, msg.key_extra_prefixes_count);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<1>(out, has<0>(msg), msg.key_value_1);
+        encode_u32<2>(out, has<1>(msg), msg.key_value_2);
+    }
+    encode_message<3>(out, has<2>(msg), msg.key_prefix);
+    {
+        ZIDL_ROOM(17, out);
+        encode_u32    <4>(out, has<3>(msg), msg.key_value_4);
+        encode_u32    <5>(out, has<4>(msg), msg.key_type);
+        encode_fixed32<6>(out, has<5>(msg), msg.key_value_6);
+    }
+    encode_message<7>(out, has<6>(msg), msg.key_second_prefix);
+    {
+        ZIDL_ROOM(6, out);
+        encode_u32<8>(out, has<7>(msg), msg.key_value_8);
+    }
     encode_messages<9>(out, has<8>(msg), msg.key_extra_prefixes, msg.key_extra_prefixes_count);
     if ((msg.presence & 0x600) | any_presence(msg.label_key) | any_presence(msg.srv6_key)) {
         encode_message<10>(out, has<9>(msg),  msg.label_key);
         encode_message<11>(out, has<10>(msg), msg.srv6_key);
     }
-    encode_u32    <12>(out, has<11>(msg), msg.key_value_12);
-    encode_u32    <13>(out, has<12>(msg), msg.key_value_13);
+    {
+        ZIDL_ROOM(12, out);
+        encode_u32<12>(out, has<11>(msg), msg.key_value_12);
+        encode_u32<13>(out, has<12>(msg), msg.key_value_13);
+    }
     encode_message<14>(out, has<13>(msg), msg.srv6_carriers);
-    encode_u32    <15>(out, has<14>(msg), msg.key_value_15);
-    encode_u32    <16>(out, has<15>(msg), msg.key_value_16);
-    encode_u32    <17>(out, has<16>(msg), msg.key_value_17);
-    encode_u32    <18>(out, has<17>(msg), msg.key_value_18);
-    encode_u32    <19>(out, has<18>(msg), msg.key_value_19);
-    encode_bytes  <20>(out, has<19>(msg), msg.key_bytes_20, msg.key_bytes_20_size);
+    {
+        ZIDL_ROOM(34, out);
+        encode_u32<15>(out, has<14>(msg), msg.key_value_15);
+        encode_u32<16>(out, has<15>(msg), msg.key_value_16);
+        encode_u32<17>(out, has<16>(msg), msg.key_value_17);
+        encode_u32<18>(out, has<17>(msg), msg.key_value_18);
+        encode_u32<19>(out, has<18>(msg), msg.key_value_19);
+    }
+    encode_bytes<20>(out, has<19>(msg), msg.key_bytes_20, msg.key_bytes_20_size);
     return out;
 }
 
@@ -468,14 +456,6 @@ struct shape<zidl_rib_grid_sync_list> {
     static constexpr size_t fixed_bound = 2;
     static constexpr bool owns_memory = true;
     static constexpr bool holds_bytes = true;
-
-    static size_t variable_bound(const zidl_rib_grid_sync_list &msg)
-    {
-        size_t bound = 0;
-        bound += bound_messages<1>(has<0>(msg), msg.encap_ids, msg.encap_ids_count);
-        bound += bound_messages<2>(has<1>(msg), msg.keys, msg.keys_count);
-        return bound;
-    }
 };
 
 template <class Visit>
@@ -487,9 +467,14 @@ ZIDL_INLINE void each_presence(zidl_rib_grid_sync_list &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_grid_sync_list &msg)
 {
+    prefetch(msg.encap_ids, msg.encap_ids_count);
+    prefetch(msg.keys, msg.keys_count);
     encode_messages<1>(out, has<0>(msg), msg.encap_ids, msg.encap_ids_count);
     encode_messages<2>(out, has<1>(msg), msg.keys, msg.keys_count);
-    encode_bool    <4>(out, has<2>(msg), msg.multi_key);
+    {
+        ZIDL_ROOM(2, out);
+        encode_bool<4>(out, has<2>(msg), msg.multi_key);
+    }
     return out;
 }
 

@@ -123,10 +123,32 @@ TEST(zidl_arena, reset_keeps_the_largest_block_and_needs_no_malloc_again)
     guard.alloc(20000);
     zidl_arena_block *const largest = guard.arena.newest;
     zidl_arena_reset(&guard.arena);
-    EXPECT_EQ(guard.arena.newest, largest);
-    EXPECT_EQ(largest->older, nullptr);
+    EXPECT_EQ(guard.arena.spare, largest);
     EXPECT_TRUE(lies_in(guard.alloc(20000), largest + 1, largest->size));
     EXPECT_EQ(guard.arena.newest, largest);
+    EXPECT_EQ(largest->older, nullptr);
+}
+
+TEST(zidl_arena, callers_block_is_used_first_again_after_it_did_not_suffice)
+{
+    uint64_t block[8];
+    arena_guard guard(block, sizeof block);
+    guard.alloc(1000);
+    zidl_arena_block *const grown = guard.arena.newest;
+    zidl_arena_reset(&guard.arena);
+    EXPECT_EQ(guard.alloc(64), reinterpret_cast<uint8_t *>(block));
+    EXPECT_TRUE(lies_in(guard.alloc(8), grown + 1, grown->size));
+}
+
+TEST(zidl_arena, spare_block_that_is_too_small_makes_way_for_a_larger_one)
+{
+    arena_guard guard(nullptr, 0);
+    guard.alloc(100);
+    zidl_arena_reset(&guard.arena);
+    guard.alloc(3 * size_t{ZIDL_ARENA_FIRST_GROWTH});
+    zidl_arena_reset(&guard.arena);
+    ASSERT_NE(guard.arena.spare, nullptr);
+    EXPECT_EQ(guard.arena.spare->size, 3 * size_t{ZIDL_ARENA_FIRST_GROWTH});
 }
 
 TEST(zidl_arena, destroyed_arena_is_ready_again)

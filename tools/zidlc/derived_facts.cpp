@@ -56,13 +56,6 @@ uint64_t embedded_bound(const field &f)
     return f.tag_size + length_size + f.nested->fixed_bound;
 }
 
-uint64_t fixed_bound(const field &f)
-{
-    if (is_pointer(f))
-        return 0;
-    return f.nested ? embedded_bound(f) : f.tag_size + scalar_bound(f.type);
-}
-
 unsigned presence_width(std::size_t fields)
 {
     for (const unsigned width : {8u, 16u, 32u}) {
@@ -73,6 +66,13 @@ unsigned presence_width(std::size_t fields)
 }
 
 } // namespace
+
+uint64_t fixed_bound(const field &f)
+{
+    if (is_pointer(f))
+        return 0;
+    return f.nested ? embedded_bound(f) : f.tag_size + scalar_bound(f.type);
+}
 
 bool holds_bytes(const field &f)
 {

@@ -1,5 +1,6 @@
 #include "tools/zidlc/emit_codec.hpp"
 
+#include "tools/zidlc/derived_facts.hpp"
 #include "tools/zidlc/names.hpp"
 #include "tools/zidlc/printer.hpp"
 
@@ -12,6 +13,11 @@ namespace
 
 // How many of the fields declared next a decoder tests for before it asks the switch.
 constexpr size_t lookahead = 3;
+
+// How many neighbouring u32 fields an encoder takes in a loop over their presence bits.
+constexpr ptrdiff_t shortest_run = 5;
+
+using field_iterator = std::vector<field>::const_iterator;
 
 bool is_embedded(const field &f)
 {
@@ -70,12 +76,6 @@ std::string members(const field &f, const std::string &object)
     return text;
 }
 
-// Something for duplicate and release to do.
-bool owns_memory(const field &f)
-{
-    return is_pointer(f) || (is_embedded(f) && f.nested->owns_memory);
-}
-
 unsigned presence_words(const message &msg)
 {
     unsigned words = 1;
@@ -86,31 +86,6 @@ unsigned presence_words(const message &msg)
     return words;
 }
 
-// The call that bounds a field of variable length.
-std::string bound_call(const field &f)
-{
-    if (is_embedded(f))
-        return fmt::format("shape<{}>::variable_bound(msg.{})", record_type(*f.nested), f.name);
-    const bool by_count = f.type != kind::string && (!f.repeated ? f.type == kind::bytes : f.is_scalar());
-    return fmt::format("bound_{}<{}>(has<{}>(msg), {})", helper_kind(f), f.number, f.bit,
-                       by_count ? "msg." + f.count_name : members(f, "msg"));
-}
-
-// What strings, bytes and repeated members add at most.
-void emit_variable_bound(printer &out, const message &msg)
-{
-    out.line();
-    out.line("    static size_t variable_bound(const {} &msg)", record_type(msg));
-    out.line("    {{");
-    out.line("        size_t bound = 0;");
-    for (const field &f : msg.fields) {
-        if (owns_memory(f))
-            out.line("        bound += {};", bound_call(f));
-    }
-    out.line("        return bound;");
-    out.line("    }}");
-}
-
 void emit_shape(printer &out, const message &msg)
 {
     out.line("template <>");
@@ -119,8 +94,6 @@ void emit_shape(printer &out, const message &msg)
     out.line("    static constexpr size_t fixed_bound = {};", msg.fixed_bound);
     out.line("    static constexpr bool owns_memory = {};", msg.owns_memory);
     out.line("    static constexpr bool holds_bytes = {};", msg.has_bytes);
-    if (msg.owns_memory)
-        emit_variable_bound(out, msg);
     out.line("}};");
     out.line();
 }
@@ -163,7 +136,7 @@ void add_encode_row(table &rows, const field &f)
 }
 
 // Neighbouring embedded messages are mostly absent together: one test passes them all.
-std::string absent_test(std::vector<field>::const_iterator first, std::vector<field>::const_iterator last)
+std::string absent_test(field_iterator first, field_iterator last)
 {
     uint64_t bits = 0;
     std::string words;
@@ -174,26 +147,89 @@ std::string absent_test(std::vector<field>::const_iterator first, std::vector<fi
     return fmt::format("(msg.presence & {:#x}){}", bits, words);
 }
 
+// Where the run of u32 fields that starts at `first` ends: numbers one after another, tags of one size.
+field_iterator end_of_run(field_iterator first, field_iterator last)
+{
+    auto after = first;
+    while (after != last && after->type == kind::u32 && !after->repeated && after->tag_size == first->tag_size &&
+           after->tag_size <= 2 && after->number - first->number == after->bit - first->bit)
+        ++after;
+    return after;
+}
+
+// One line for a run that is long enough to be worth a loop over its set presence bits; the fields by name beside it.
+void add_run_row(table &rows, const message &msg, field_iterator first, field_iterator after)
+{
+    rows.add("encode_u32_run<{}, {}, {}, offsetof({}, {})>(out, msg); // {} to {}", first->number, first->bit,
+             after - first, record_type(msg), first->name, first->name, std::prev(after)->name);
+}
+
+void emit_encode_rows(printer &out, const message &msg, field_iterator first, field_iterator last,
+                      const std::string &indent)
+{
+    table rows;
+    while (first != last) {
+        if (const auto end = end_of_run(first, last); end - first >= shortest_run) {
+            out.block(std::exchange(rows, {}), indent);
+            add_run_row(rows, msg, first, end);
+            out.block(std::exchange(rows, {}), indent);
+            first = end;
+            continue;
+        }
+        const auto after = std::find_if_not(first, last, is_embedded);
+        if (after - first < 2) {
+            add_encode_row(rows, *first++);
+            continue;
+        }
+        out.block(std::exchange(rows, {}), indent);
+        out.line("{}if ({}) {{", indent, absent_test(first, after));
+        for (; first != after; ++first)
+            add_encode_row(rows, *first);
+        out.block(std::exchange(rows, {}), indent + "    ");
+        out.line("{}}}", indent);
+    }
+    out.block(rows, indent);
+}
+
+// Fields of bounded size that stand together, below one test of the room that they need.
+void emit_bounded_run(printer &out, const message &msg, field_iterator first, field_iterator last)
+{
+    uint64_t bound = 0;
+    for (auto f = first; f != last; ++f)
+        bound += fixed_bound(*f);
+    out.line("    {{");
+    out.line("        ZIDL_ROOM({}, out);", bound);
+    emit_encode_rows(out, msg, first, last, "        ");
+    out.line("    }}");
+}
+
+// A message that is bounded as a whole relies on the room that was made around it.
+void emit_encode_body(printer &out, const message &msg)
+{
+    if (!msg.owns_memory)
+        return emit_encode_rows(out, msg, msg.fields.begin(), msg.fields.end(), "    ");
+    for (auto first = msg.fields.begin(); first != msg.fields.end();) {
+        const bool is_variable = owns_memory(*first);
+        const auto last =
+            std::find_if(first, msg.fields.end(), [&](const field &f) { return owns_memory(f) != is_variable; });
+        if (is_variable)
+            emit_encode_rows(out, msg, first, last, "    ");
+        else
+            emit_bounded_run(out, msg, first, last);
+        first = last;
+    }
+}
+
 void emit_encode(printer &out, const message &msg)
 {
     out.line("template <class Sink>");
     out.line("Sink encode(Sink out, const {} &msg)", record_type(msg));
     out.line("{{");
-    table rows;
-    for (auto f = msg.fields.begin(); f != msg.fields.end();) {
-        const auto last = std::find_if_not(f, msg.fields.end(), is_embedded);
-        if (last - f < 2) {
-            add_encode_row(rows, *f++);
-            continue;
-        }
-        out.block(std::exchange(rows, {}), "    ");
-        out.line("    if ({}) {{", absent_test(f, last));
-        for (; f != last; ++f)
-            add_encode_row(rows, *f);
-        out.block(std::exchange(rows, {}), "        ");
-        out.line("    }}");
+    for (const field &f : msg.fields) {
+        if (f.repeated && f.type == kind::message)
+            out.line("    prefetch(msg.{}, msg.{});", f.name, f.count_name);
     }
-    out.block(rows, "    ");
+    emit_encode_body(out, msg);
     out.line("    return out;");
     out.line("}}");
     out.line();
