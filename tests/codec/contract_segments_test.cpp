@@ -315,6 +315,43 @@ TEST(contract_segments, zero_copy_without_a_count_leaves_the_contents_out)
     EXPECT_EQ(encode<ip_rib_opaque>(msg, ZIDL_ZERO_COPY), expected);
 }
 
+TEST(contract_segments, zero_copy_without_a_count_leaves_the_contents_out_also_where_there_is_room_for_them)
+{
+    const zidl_ip_rib_opaque msg = two_blocks();
+    bytes buf(64, untouched);
+    EXPECT_EQ(zidl_ip_rib_opaque_encode_ext(&msg, buf.data(), buf.size(), nullptr, nullptr, ZIDL_ZERO_COPY), 6u);
+    bytes expected = {
+        0x08, 0x07, // 1 opaque_type = 7
+        0x2A, 0x03, // 5 first_block, 3 bytes, left out
+        0x32, 0x04, // 6 second_block, 4 bytes, left out
+    };
+    expected.resize(64, untouched);
+    EXPECT_EQ(buf, expected);
+}
+
+TEST(contract_segments, zero_copy_without_a_count_leaves_nested_contents_out_also_where_there_is_room_for_them)
+{
+    zidl_rib_generic_attr_info attrs[1] = {};
+    attrs[0].attr_data = first_data;
+    attrs[0].attr_data_size = 3;
+    attrs[0].presence = 0x02; // attr_data
+    zidl_rib_generic_attr_array msg = {};
+    msg.array_type = 9;
+    msg.attrs = attrs;
+    msg.attrs_count = 1;
+    msg.presence = 0x03; // array_type, attrs
+    bytes buf(64, untouched);
+    EXPECT_EQ(zidl_rib_generic_attr_array_encode_ext(&msg, buf.data(), buf.size(), nullptr, nullptr, ZIDL_ZERO_COPY),
+              6u);
+    bytes expected = {
+        0x08, 0x09, // 1 array_type = 9
+        0x12, 0x02, // 2 attrs[0], 2 bytes
+        0x12, 0x03, //   2 attr_data, 3 bytes, left out
+    };
+    expected.resize(64, untouched);
+    EXPECT_EQ(buf, expected);
+}
+
 TEST(contract_segments, zero_copy_sizing_call_excludes_the_contents)
 {
     EXPECT_EQ(encoded_size<ip_rib_opaque>(two_blocks(), ZIDL_ZERO_COPY), 6u);
