@@ -7,6 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -94,6 +95,69 @@ job decode_heap(const message_table &table)
                 operations::release(record.get(), heap_free, nullptr, Flags);
                 return out;
             }};
+}
+
+// The blocks that a decode takes and gives back, in the order of either, without the decode: what no decoder that hands
+// out the same blocks can be faster than.
+class block_trace
+{
+public:
+    template <class Record>
+    void record(Record &message, byte_span encoded)
+    {
+        using operations = record_operations<Record>;
+        const size_t first = sizes_.size();
+        operations::decode(&message, encoded.data(), encoded.size(), trace_alloc, this, 0);
+        operations::release(&message, trace_free, this, 0);
+        for (void *const block : blocks_)
+            std::free(block);
+        blocks_.clear();
+        counts_.push_back(sizes_.size() - first);
+    }
+
+    void replay()
+    {
+        size_t at = 0;
+        for (const size_t count : counts_) {
+            for (size_t i = 0; i < count; ++i)
+                blocks_.push_back(std::malloc(sizes_[at + i]));
+            for (size_t i = 0; i < count; ++i)
+                std::free(blocks_[released_[at + i]]);
+            blocks_.clear();
+            at += count;
+        }
+    }
+
+private:
+    static void *trace_alloc(size_t size, void *trace)
+    {
+        auto &self = *static_cast<block_trace *>(trace);
+        self.sizes_.push_back(size);
+        self.blocks_.push_back(std::malloc(size));
+        return self.blocks_.back();
+    }
+
+    static void trace_free(void *block, void *trace)
+    {
+        auto &self = *static_cast<block_trace *>(trace);
+        const auto found = std::find(self.blocks_.begin(), self.blocks_.end(), block);
+        self.released_.push_back(static_cast<uint32_t>(found - self.blocks_.begin()));
+    }
+
+    std::vector<size_t> counts_; // blocks of each message
+    std::vector<size_t> sizes_;
+    std::vector<uint32_t> released_; // which block of its message goes next
+    std::vector<void *> blocks_;     // of the current message
+};
+
+template <class Record>
+job blocks_alone(const message_table &table)
+{
+    auto trace = std::make_shared<block_trace>();
+    Record record = {};
+    for (const byte_span message : table.messages())
+        trace->record(record, message);
+    return {[trace] { trace->replay(); }, {}};
 }
 
 // Decode out of zidl_arena.h's bump allocator; the reset is the release.
@@ -194,6 +258,7 @@ std::vector<contender> contenders()
         {"librib", "bump", operation::decode, decode_bump<Record, 0>},
         {"librib", "heap_zero_copy", operation::decode, decode_heap<Record, ZIDL_ZERO_COPY>},
         {"librib", "bump_zero_copy", operation::decode, decode_bump<Record, ZIDL_ZERO_COPY>},
+        {"malloc_and_free_alone", "heap", operation::decode, blocks_alone<Record>},
         {"librib", "buffer", operation::size, size<Record>},
         {"librib", "buffer", operation::encode, encode<Record>},
         {"librib", "buffer", operation::encode_sized, encode_sized<Record>},
