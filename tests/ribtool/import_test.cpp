@@ -294,4 +294,28 @@ TEST_F(import_table, a_route_that_no_frame_can_hold_is_located)
     EXPECT_NE(said.find(" bytes, a frame holds 65535\n"), std::string::npos) << said;
 }
 
+TEST_F(import_table, a_route_of_more_paths_than_any_frame_holds_ends_before_it_fills_the_memory)
+{
+    std::string table = "#prefix\n";
+    for (int index = 0; index < 13108; ++index)
+        table += "10.0.0.0/8\n";
+    EXPECT_EQ(complaint(table), ":13109: the route has more than 13107 paths, and no frame holds them\n");
+}
+
+TEST_F(import_table, a_line_that_does_not_end_is_located)
+{
+    const std::string endless(3 << 20, 'a');
+    EXPECT_EQ(complaint("#prefix\n" + endless), ":2: a line of more than 1048576 bytes\n");
+    EXPECT_EQ(complaint(packed("#prefix\n" + endless)), ":2: a line of more than 1048576 bytes\n");
+}
+
+TEST_F(import_table, the_table_is_not_overwritten)
+{
+    const std::string table = write("table.tsv", TABLE);
+    const run_result result = ribtool({"import", table, "-o", table});
+    EXPECT_EQ(result.exit_code, 2);
+    EXPECT_EQ(result.err, "ribtool: " + table + ": is the input and cannot be the output, too\n");
+    EXPECT_EQ(read("table.tsv"), bytes(TABLE.begin(), TABLE.end()));
+}
+
 } // namespace ribtool_test

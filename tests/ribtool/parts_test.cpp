@@ -2,6 +2,7 @@
 
 #include "tools/ribtool/addresses.hpp"
 #include "tools/ribtool/assertion_guard.hpp"
+#include "tools/ribtool/capture.hpp"
 #include "tools/ribtool/histogram.hpp"
 #include "tools/ribtool/older_forms.hpp"
 #include "tools/ribtool/progress.hpp"
@@ -261,6 +262,27 @@ TEST(progress_bar, is_not_drawn_elsewhere)
         work_for_a_while(bar);
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// With the writing end open the reader would wait for ever for what it does not need.
+TEST(capture_reader, gives_each_frame_of_a_pipe_as_it_comes)
+{
+    const byte_vector first = framed(RIB_TLV_PROTO, byte_vector{0x08, 0x07});
+    const byte_vector second = framed(RIB_TLV_NHID, byte_vector{0x08, 0x01});
+    int ends[2] = {};
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], first.data(), first.size()), static_cast<ssize_t>(first.size()));
+    capture_reader reader("/proc/self/fd/" + std::to_string(ends[0]));
+    captured_frame frame;
+    ASSERT_TRUE(reader.next(frame));
+    EXPECT_EQ(frame.bytes, first);
+    ASSERT_EQ(write(ends[1], second.data(), second.size()), static_cast<ssize_t>(second.size()));
+    ASSERT_TRUE(reader.next(frame));
+    EXPECT_EQ(frame.bytes, second);
+    EXPECT_EQ(reader.position(), first.size() + second.size());
+    close(ends[1]);
+    EXPECT_FALSE(reader.next(frame));
+    close(ends[0]);
 }
 
 } // namespace ribtool

@@ -327,4 +327,21 @@ TEST_F(replay_errors, updates_that_the_library_drops_are_counted)
               std::string::npos);
 }
 
+TEST_F(replay_errors, records_do_not_go_into_the_capture_that_they_come_from)
+{
+    const std::string capture = write("stream", PROTO_UPDATE);
+    std::filesystem::create_symlink(capture, path("link"));
+    const run_result result = ribtool({"replay", capture, "--json", path("link")});
+    EXPECT_EQ(result.exit_code, 2);
+    EXPECT_EQ(result.err, "ribtool: " + path("link") + ": is the input and cannot be the output, too\n");
+    EXPECT_EQ(read("stream"), PROTO_UPDATE);
+}
+
+TEST_F(replay_errors, an_input_that_cannot_be_read_is_not_an_empty_one)
+{
+    const run_result result = run("/bin/sh", {"-c", RIBTOOL " replay - <&-"});
+    EXPECT_EQ(result.exit_code, 3);
+    EXPECT_EQ(result.err, "ribtool: standard input: cannot read: Bad file descriptor\n");
+}
+
 } // namespace ribtool_test

@@ -121,16 +121,6 @@ bool is_pcap(byte_span start)
     return false;
 }
 
-byte_vector read_all(FILE *file)
-{
-    byte_vector contents;
-    uint8_t block[65536];
-    size_t got = 0;
-    while ((got = std::fread(block, 1, sizeof block, file)) > 0)
-        append_bytes(contents, {block, got});
-    return contents;
-}
-
 // A directory opens for reading like a file and fails only when it is read.
 file_handle open_for_reading(const std::string &path)
 {
@@ -150,26 +140,20 @@ file_handle open_for_reading(const std::string &path)
 capture_reader::capture_reader(const std::string &path)
     : path_(shown(path, "standard input")), owned_file_(open_for_reading(path))
 {
-    struct stat status = {};
-    fstat(fileno(owned_file_.get()), &status);
-    size_ = static_cast<uint64_t>(status.st_size);
-    // What cannot be rewound after a look at its start is read whole.
-    if (!S_ISREG(status.st_mode)) {
-        input_ = read_all(owned_file_.get());
-        size_ = input_.size();
-        owned_file_.reset(input_.empty() ? nullptr : fmemopen(input_.data(), input_.size(), "rb"));
-    }
-    if (size_ == 0)
-        fail(EXIT_MALFORMED, "{}: empty: neither a capture nor framed updates", path_);
     file_ = owned_file_.get();
-    if (file_ == nullptr)
-        fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
+    struct stat status = {};
+    if (fstat(fileno(file_), &status) == 0 && S_ISREG(status.st_mode))
+        size_ = static_cast<uint64_t>(status.st_size);
 
     uint8_t start[4] = {};
     const size_t got = std::fread(start, 1, sizeof start, file_);
     if (std::ferror(file_) != 0)
         fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
-    std::rewind(file_);
+    if (got == 0)
+        fail(EXIT_MALFORMED, "{}: empty: neither a capture nor framed updates", path_);
+    // A pipe cannot be rewound, but the C library takes back what it has just given.
+    for (size_t index = got; index-- > 0;)
+        std::ungetc(start[index], file_);
     if (is_pcap({start, got}))
         open_pcap();
 }
@@ -191,6 +175,8 @@ void capture_reader::open_pcap()
 
 uint64_t capture_reader::position() const
 {
+    if (format() == capture_format::raw)
+        return raw_len_;
     const long at = std::ftell(file_);
     return at < 0 ? 0 : static_cast<uint64_t>(at);
 }
@@ -241,9 +227,10 @@ bool capture_reader::next_packet(captured_frame &frame)
 
 bool capture_reader::next_raw(captured_frame &frame)
 {
-    frame_start_ = position();
+    frame_start_ = raw_len_;
     frame.bytes.resize(FRAME_HEADER_LEN);
     const size_t header_len = std::fread(frame.bytes.data(), 1, FRAME_HEADER_LEN, file_);
+    raw_len_ += header_len;
     if (header_len == 0 && std::ferror(file_) == 0)
         return false;
     if (std::ferror(file_) != 0)
@@ -255,10 +242,23 @@ bool capture_reader::next_raw(captured_frame &frame)
     frame.bytes.resize(FRAME_HEADER_LEN + promised);
     frame.time_us = 0;
     const size_t held = std::fread(frame.bytes.data() + FRAME_HEADER_LEN, 1, promised, file_);
+    raw_len_ += held;
+    if (std::ferror(file_) != 0)
+        fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
     if (held < promised)
         fail(EXIT_MALFORMED, "{}: truncated: its header promises {} bytes of payload, {} are left", place(), promised,
              held);
     return true;
+}
+
+void require_other_file(const std::string &input, const std::string &output)
+{
+    struct stat first = {};
+    struct stat second = {};
+    if (input == "-" || output == "-" || stat(input.c_str(), &first) != 0 || stat(output.c_str(), &second) != 0)
+        return;
+    if (S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino)
+        fail(EXIT_USAGE, "{}: is the input and cannot be the output, too", output);
 }
 
 } // namespace ribtool

@@ -65,8 +65,8 @@ public:
     bool next(captured_frame &frame);
 
     capture_format format() const { return handle_ != nullptr ? capture_format::pcap : capture_format::raw; }
-    uint64_t position() const; // bytes read so far
-    uint64_t size() const { return size_; }
+    uint64_t position() const;              // bytes read so far, where that can be told
+    uint64_t size() const { return size_; } // 0 for a pipe, whose end nobody knows
 
     // "FILE: packet 3" or "FILE: frame 3 at byte 120": the frame that next() gave last or was about to give.
     std::string place() const;
@@ -77,13 +77,16 @@ private:
     bool next_raw(captured_frame &frame);
 
     std::string path_;
-    byte_vector input_;      // the standard input, which cannot be rewound
     file_handle owned_file_; // until a pcap handle has taken it over
     FILE *file_ = nullptr;
     pcap_handle handle_;
     uint64_t size_ = 0;
     uint64_t number_ = 0;
     uint64_t frame_start_ = 0;
+    uint64_t raw_len_ = 0; // bytes of frames read so far
 };
+
+// A file that is read while it is overwritten would be lost: a failure when both names are of one file.
+void require_other_file(const std::string &input, const std::string &output);
 
 } // namespace ribtool

@@ -11,6 +11,7 @@ namespace ribtool
 exit_code run_import(const import_options &options)
 {
     table_file table(options.input);
+    require_other_file(options.input, options.output);
     capture_writer writer(options.output, options.format);
     progress_bar progress("import", table.input().size());
     scratch memory;

@@ -342,6 +342,8 @@ void require_known_code(const capture_reader &reader, uint16_t code)
 exit_code run_replay(const replay_options &options)
 {
     capture_reader reader(options.input);
+    if (options.print_records)
+        require_other_file(options.input, options.records_path);
     replay_summary summary;
     replayer each(options, summary);
     progress_bar progress("replay", reader.size());

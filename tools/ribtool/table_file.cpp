@@ -12,6 +12,10 @@ namespace ribtool
 namespace
 {
 
+// Each takes a tag, a length and its flags, so that what goes on for ever ends here.
+constexpr size_t MIN_PATH_LEN = 5;
+constexpr size_t MAX_PATHS = MAX_PAYLOAD_LEN / MIN_PATH_LEN;
+
 std::vector<std::string_view> split(std::string_view text, char separator)
 {
     std::vector<std::string_view> parts;
@@ -98,6 +102,8 @@ bool table_file::next(table_route &route, uint64_t &time_us)
             break;
         }
         place_ = following.place;
+        if (route.paths.size() == MAX_PATHS)
+            fail(EXIT_MALFORMED, "{}: the route has more than {} paths, and no frame holds them", place_, MAX_PATHS);
         route.paths.push_back(*std::move(following.path));
     }
     return true;

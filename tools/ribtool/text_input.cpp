@@ -17,6 +17,8 @@ namespace
 {
 
 constexpr size_t BLOCK_LEN = 65536;
+constexpr size_t MAX_LINE_LEN = 1 << 20; // a line that fills a frame is shorter
+constexpr uint64_t MAX_DECODER_MEMORY = uint64_t{1} << 30;
 constexpr uint8_t XZ_MAGIC[] = {0xfd, '7', 'z', 'X', 'Z', 0x00};
 
 std::string decoder_error(lzma_ret status)
@@ -26,8 +28,14 @@ std::string decoder_error(lzma_ret status)
         return "truncated";
     case LZMA_DATA_ERROR:
         return "damaged";
+    case LZMA_FORMAT_ERROR:
+        return "something else follows";
+    case LZMA_OPTIONS_ERROR:
+        return "packed in an unknown way";
     case LZMA_MEM_ERROR:
         return "out of memory";
+    case LZMA_MEMLIMIT_ERROR:
+        return fmt::format("that takes more than {} MiB of memory", MAX_DECODER_MEMORY >> 20);
     default:
         return fmt::format("decoder status {}", static_cast<int>(status));
     }
@@ -67,7 +75,7 @@ struct text_input::source {
     {
         first = false;
         compressed = got >= sizeof XZ_MAGIC && std::memcmp(block, XZ_MAGIC, sizeof XZ_MAGIC) == 0;
-        if (compressed && lzma_stream_decoder(&decoder, UINT64_MAX, LZMA_CONCATENATED) != LZMA_OK)
+        if (compressed && lzma_stream_decoder(&decoder, MAX_DECODER_MEMORY, LZMA_CONCATENATED) != LZMA_OK)
             fail(EXIT_FILE, "{}: cannot start the xz decoder", path);
     }
 };
@@ -136,6 +144,8 @@ bool text_input::next_line(std::string_view &line)
     size_t end = buffer_.find('\n', searched);
     while (end == std::string::npos) {
         searched = buffer_.size() - start_;
+        if (searched > MAX_LINE_LEN)
+            fail(EXIT_MALFORMED, "{}:{}: a line of more than {} bytes", path_, line_number_ + 1, MAX_LINE_LEN);
         if (!read_more()) {
             if (start_ == buffer_.size())
                 return false;
