@@ -6,6 +6,7 @@
 #include "messages/rib_encap.h"
 #include "tests/codec/support.hpp"
 
+#include <algorithm>
 #include <string>
 
 namespace
@@ -18,6 +19,7 @@ RIB_TEST_CODEC(ip_rib_opaque);
 RIB_TEST_CODEC(ip_rib_proto_update);
 RIB_TEST_CODEC(ip_rib_srv6_opcode_update);
 RIB_TEST_CODEC(ip_rib_srv6_sid_ctx);
+RIB_TEST_CODEC(ip_rib_srv6_update);
 RIB_TEST_CODEC(ip_rib_srv6_x_ctx);
 RIB_TEST_CODEC(rib_bind_reply);
 RIB_TEST_CODEC(rib_client_advertisement);
@@ -994,6 +996,161 @@ TEST(contract_encode, larger_a_buffer_receives_the_encoding_and_nothing_behind_i
         expected.resize(buflen + 1, untouched);
         EXPECT_EQ(encode_into<ip_rib_srv6_opcode_update>(msg, buflen, whole.size(), buflen + 1), expected) << buflen;
     }
+}
+
+// Where a string or a bytes value stands in an encoding.
+struct whole_value {
+    size_t begin;
+    size_t len;
+};
+
+// Encodes into buffers of many lengths, around each of the given values' ends above all, and expects the start of `whole`
+// in each, but for a value that does not fit whole: nothing is stored from its beginning on.
+template <class Codec>
+void expect_start_in_buffers_of_many_lengths(const typename Codec::record &msg, const bytes &whole,
+                                             const std::vector<whole_value> &values)
+{
+    std::vector<size_t> lengths;
+    for (size_t buflen = 1; buflen < whole.size() + 5000; buflen += 89)
+        lengths.push_back(buflen);
+    std::vector<size_t> edges = {0, whole.size()};
+    for (const whole_value &value : values)
+        edges.insert(edges.end(), {value.begin, value.begin + value.len});
+    for (size_t edge : edges)
+        for (size_t buflen = edge < 40 ? 0 : edge - 40; buflen < edge + 40; buflen++)
+            lengths.push_back(buflen);
+
+    for (size_t buflen : lengths) {
+        size_t stored = std::min(buflen, whole.size());
+        for (const whole_value &value : values)
+            if (value.begin < buflen && buflen < value.begin + value.len)
+                stored = value.begin;
+        bytes expected(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(stored));
+        expected.resize(buflen + 1, untouched);
+        EXPECT_TRUE(encode_into<Codec>(msg, buflen, whole.size(), buflen + 1) == expected) << buflen;
+    }
+}
+
+void append(bytes &to, const bytes &more)
+{
+    to.insert(to.end(), more.begin(), more.end());
+}
+
+TEST(contract_encode, long_strings_in_an_array_are_left_out_whole_wherever_the_buffer_ends)
+{
+    std::string names[] = {std::string(4000, 'a'), std::string(300, 'b'), std::string(9000, 'c')};
+    zidl_ip_rib_srv6_locator locators[3] = {};
+    for (int i = 0; i < 3; i++) {
+        locators[i].name = names[i].data();
+        locators[i].value_4 = 7;
+        locators[i].presence = 0x0009; // name, value_4
+    }
+    zidl_ip_rib_srv6_update msg = {};
+    msg.value_1 = 1;
+    msg.cfg_update.locators = locators;
+    msg.cfg_update.locators_count = 3;
+    msg.cfg_update.presence = 0x02; // locators
+    msg.presence = 0x01;            // value_1
+
+    bytes whole = {
+        0x08, 0x01,       // 1 value_1 = 1
+        0x12, 0x8C, 0x68, // 2 cfg_update, 13324 bytes
+        0x12, 0xA5, 0x1F, //   2 locators[0], 4005 bytes
+        0x0A, 0xA0, 0x1F, //     1 name, 4000 bytes, from 11 on
+    };
+    append(whole, bytes(4000, 'a'));
+    append(whole, {
+                      0x20, 0x07,       //     4 value_4 = 7
+                      0x12, 0xB1, 0x02, //   2 locators[1], 305 bytes
+                      0x0A, 0xAC, 0x02, //     1 name, 300 bytes, from 4019 on
+                  });
+    append(whole, bytes(300, 'b'));
+    append(whole, {
+                      0x20, 0x07,       //     4 value_4 = 7
+                      0x12, 0xAD, 0x46, //   2 locators[2], 9005 bytes
+                      0x0A, 0xA8, 0x46, //     1 name, 9000 bytes, from 4327 on
+                  });
+    append(whole, bytes(9000, 'c'));
+    append(whole, {
+                      0x20, 0x07, //     4 value_4 = 7
+                  });
+    expect_start_in_buffers_of_many_lengths<ip_rib_srv6_update>(msg, whole, {{11, 4000}, {4019, 300}, {4327, 9000}});
+}
+
+TEST(contract_encode, long_string_four_messages_deep_is_left_out_whole_wherever_the_buffer_ends)
+{
+    std::string long_name(20000, 'a');
+    std::string short_name(100, 'b');
+    zidl_ip_rib_srv6_update msg = {};
+    zidl_ip_rib_srv6_sid_ctx &sid_ctx = msg.opcode_update.sid_ctx;
+    sid_ctx.e_ctx.value_1 = 5;
+    sid_ctx.e_ctx.name_3 = long_name.data();
+    sid_ctx.e_ctx.presence = 0x05; // value_1, name_3
+    sid_ctx.un_ctx.name_3 = short_name.data();
+    sid_ctx.un_ctx.presence = 0x04; // name_3
+    msg.opcode_update.flag_5 = 1;
+    msg.opcode_update.presence = 0x10; // flag_5
+
+    bytes whole = {
+        0x1A, 0x98, 0x9D, 0x01, // 3 opcode_update, 20120 bytes
+        0x22, 0x92, 0x9D, 0x01, //   4 sid_ctx, 20114 bytes
+        0x1A, 0xA6, 0x9C, 0x01, //     3 e_ctx, 20006 bytes
+        0x08, 0x05,             //       1 value_1 = 5
+        0x1A, 0xA0, 0x9C, 0x01, //       3 name_3, 20000 bytes, from 18 on
+    };
+    append(whole, bytes(20000, 'a'));
+    append(whole, {
+                      0x52, 0x66, //     10 un_ctx, 102 bytes
+                      0x1A, 0x64, //       3 name_3, 100 bytes, from 20022 on
+                  });
+    append(whole, bytes(100, 'b'));
+    append(whole, {
+                      0x28, 0x01, //   5 flag_5 = 1
+                  });
+    expect_start_in_buffers_of_many_lengths<ip_rib_srv6_update>(msg, whole, {{18, 20000}, {20022, 100}});
+}
+
+TEST(contract_encode, long_bytes_behind_a_long_array_are_left_out_whole_wherever_the_buffer_ends)
+{
+    std::vector<uint32_t> values(3000, 9);
+    bytes first(200, 0xD1);
+    bytes second(6000, 0xD2);
+    zidl_rib_generic_attr_info attrs[2] = {};
+    attrs[0].attr_data = first.data();
+    attrs[0].attr_data_size = 200;
+    attrs[0].presence = 0x02; // attr_data
+    attrs[1].attr_data = second.data();
+    attrs[1].attr_data_size = 6000;
+    attrs[1].presence = 0x02; // attr_data
+    zidl_rib_route msg = {};
+    msg.client_advertisement.advertised_values = values.data();
+    msg.client_advertisement.advertised_values_count = 3000;
+    msg.client_advertisement.presence = 0x01; // advertised_values
+    msg.addr_generic_attrs.attrs = attrs;
+    msg.addr_generic_attrs.attrs_count = 2;
+    msg.addr_generic_attrs.presence = 0x02; // attrs
+    msg.presence = 1ull << 40;              // route_value_41
+
+    bytes whole = {
+        0xDA, 0x01, 0xF0, 0x2E, // 27 client_advertisement, 6000 bytes
+    };
+    for (int i = 0; i < 3000; i++)
+        append(whole, {0x08, 0x09}); //   1 advertised_values[i] = 9
+    append(whole, {
+                      0xE2, 0x01, 0xC4, 0x30, // 28 addr_generic_attrs, 6212 bytes
+                      0x12, 0xCB, 0x01,       //   2 attrs[0], 203 bytes
+                      0x12, 0xC8, 0x01,       //     2 attr_data, 200 bytes, from 6014 on
+                  });
+    append(whole, bytes(200, 0xD1));
+    append(whole, {
+                      0x12, 0xF3, 0x2E, //   2 attrs[1], 6003 bytes
+                      0x12, 0xF0, 0x2E, //     2 attr_data, 6000 bytes, from 6220 on
+                  });
+    append(whole, bytes(6000, 0xD2));
+    append(whole, {
+                      0xC8, 0x02, 0x00, // 41 route_value_41 = 0
+                  });
+    expect_start_in_buffers_of_many_lengths<rib_route>(msg, whole, {{6014, 200}, {6220, 6000}});
 }
 
 TEST(contract_encode, gap_of_a_string_inside_nested_messages_reaches_to_the_end_of_the_buffer)
