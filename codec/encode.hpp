@@ -17,9 +17,13 @@ namespace zidl
 inline namespace ZIDL_VARIANT
 {
 
+// Bytes members from this size on are too large for sums of sizes to be trusted not to wrap.
+constexpr uint64_t suspicious_size = uint64_t{1} << 28;
+
 struct sizer {
     size_t len;
-    bool borrow; // ZIDL_ZERO_COPY: the contents of bytes members do not count
+    uint64_t
+        notes; // bit 0, ZIDL_ZERO_COPY: the contents of bytes members do not count; above: bits of suspicious sizes
 
     template <uint32_t Tag>
     ZIDL_INLINE void put_varint(uint64_t value)
@@ -55,16 +59,18 @@ struct sizer {
     template <uint32_t Tag>
     ZIDL_INLINE void put_bytes(const uint8_t *, uint64_t size)
     {
-        const size_t contents = borrow ? 0 : size;
+        const size_t contents = (notes & ZIDL_ZERO_COPY) != 0 ? 0 : size;
+        notes |= size & ~(suspicious_size - 1);
         len += varint_size(Tag) + varint_size(static_cast<uint32_t>(size)) + contents;
     }
 
     template <uint32_t Tag, class Record>
     ZIDL_INLINE void put_message(const Record &msg, bool present)
     {
-        const size_t inner = encode(sizer{0, borrow}, msg).len;
-        if (inner != 0 || present)
-            put_length<Tag>(inner);
+        const sizer inner = encode(sizer{0, notes}, msg);
+        notes = inner.notes;
+        if (inner.len != 0 || present)
+            put_length<Tag>(inner.len);
     }
 
 private:
@@ -78,7 +84,7 @@ private:
 template <class Record>
 size_t encoded_size(const Record &msg, uint32_t flags)
 {
-    return encode(sizer{0, (flags & ZIDL_ZERO_COPY) != 0}, msg).len;
+    return encode(sizer{0, flags & ZIDL_ZERO_COPY}, msg).len;
 }
 
 // Out of line and out of the way: what runs here is short of room, or lists segments.
@@ -256,6 +262,10 @@ ZIDL_INLINE void move_up(uint8_t *src, size_t len, unsigned distance)
 // it may still move. Close to the end messages are measured first instead.
 //
 // Inside a `room` stores are not checked, and `limit` says nothing.
+
+// So close to the end of the buffer messages are measured before they are written, in bytes.
+constexpr size_t measured_below = 4096;
+
 struct fast_writer {
     uint8_t *pos;
     uint8_t *limit;
@@ -352,8 +362,10 @@ struct fast_writer {
     template <uint32_t Tag, class Record>
     ZIDL_INLINE std::enable_if_t<shape<Record>::owns_memory> put_message(const Record &msg, bool present)
     {
-        if (ZIDL_UNLIKELY(left() < measured_below))
-            return put_measured<Tag>(msg, present);
+        if (ZIDL_UNLIKELY(left() < measured_below)) {
+            *this = put_measured<Tag>(*this, msg, present);
+            return;
+        }
         uint8_t *const body = pos + varint_size(Tag) + 1;
         const fast_writer end = encode(fast_writer{body, limit - max_move}, msg);
         if (ZIDL_UNLIKELY(end.failed()))
@@ -362,9 +374,6 @@ struct fast_writer {
     }
 
 private:
-    // So close to the end a message is measured before it is written, in bytes.
-    static constexpr size_t measured_below = 4096;
-
     // How far a body moves up at most, in bytes: a length takes five bytes, and one was kept for it.
     static constexpr size_t max_move = max_varint32_size - 1;
 
@@ -387,19 +396,20 @@ private:
         pos = end + extra;
     }
 
-    // The length first. All that is in the message fits then, unless sizes wrap: that is found out on the way.
+    // The length first. All that is in the message fits then, unless sizes wrap: that is found out on the way. By value,
+    // since the writer that calls must stay in registers.
     template <uint32_t Tag, class Record>
-    __attribute__((noinline)) void put_measured(const Record &msg, bool present)
+    __attribute__((noinline)) static fast_writer put_measured(fast_writer out, const Record &msg, bool present)
     {
         const size_t len = encoded_size(msg, 0);
         if (len == 0 && !present)
-            return;
+            return out;
         const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(len));
-        if (left() < head || left() - head < len)
-            return give_up();
-        put_tag<Tag>();
-        put_raw_varint(static_cast<uint32_t>(len));
-        *this = encode(*this, msg);
+        if (out.left() < head || out.left() - head < len)
+            return {nullptr, nullptr};
+        out.put_tag<Tag>();
+        out.put_raw_varint(static_cast<uint32_t>(len));
+        return encode(out, msg);
     }
 
     template <uint32_t Tag>

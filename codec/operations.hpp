@@ -13,6 +13,9 @@ namespace zidl
 inline namespace ZIDL_VARIANT
 {
 
+// Beyond any encoding of sizes that are not suspicious.
+constexpr size_t unlimited = size_t{1} << 40;
+
 template <class Record>
 ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                               uint32_t flags)
@@ -25,18 +28,42 @@ ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zi
     return out.len();
 }
 
-// A message of bounded size has no room of its own making.
+// Whether the whole encoding fits into `buflen` bytes.
 template <class Record>
-ZIDL_INLINE fast_writer encode_fast(fast_writer out, const Record &msg)
+bool certainly_fits(const Record &msg, size_t buflen)
+{
+    const sizer measured = encode(sizer{0, 0}, msg);
+    return measured.len <= buflen && measured.notes < suspicious_size;
+}
+
+// Where the fast writer may write to. Into a small buffer it writes only what is known to fit, and then without looking at
+// the end any more; a large one it simply tries.
+template <class Record>
+ZIDL_INLINE fast_writer writer_for(const Record &msg, uint8_t *buf, size_t buflen)
+{
+    if (ZIDL_LIKELY(buflen >= measured_below))
+        return {buf, buf + buflen};
+    if (certainly_fits(msg, buflen))
+        return {buf, buf + unlimited};
+    return {nullptr, nullptr};
+}
+
+template <class Record>
+ZIDL_INLINE fast_writer encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
 {
     if constexpr (shape<Record>::owns_memory) {
-        out = encode(out, msg);
+        const fast_writer out = writer_for(msg, buf, buflen);
+        return ZIDL_LIKELY(!out.failed()) ? encode(out, msg) : out;
     } else {
+        // A message of bounded size makes no room of its own.
         using Sink = fast_writer;
-        ZIDL_ROOM(shape<Record>::fixed_bound, out);
-        out = encode(out, msg);
+        fast_writer out{buf, buf + buflen};
+        {
+            ZIDL_ROOM(shape<Record>::fixed_bound, out);
+            out = encode(out, msg);
+        }
+        return out;
     }
-    return out;
 }
 
 // The fast writer tries every call that lists no segments; where the buffer does not suffice the exact one starts over.
@@ -50,7 +77,7 @@ ZIDL_INLINE size_t encode_ext(const Record &msg, uint8_t *buf, size_t buflen, zi
         if (buflen == 0)
             return encoded_size(msg, flags);
         if (ZIDL_LIKELY(!borrow)) {
-            const fast_writer out = encode_fast(fast_writer{buf, buf + buflen}, msg);
+            const fast_writer out = encode_fast(msg, buf, buflen);
             if (ZIDL_LIKELY(!out.failed()))
                 return static_cast<size_t>(out.pos - buf);
         }
