@@ -111,6 +111,7 @@ TEST(addresses, prefixes_are_read_exactly)
     for (const char *text : {"", "/", "10.0.0.0", "10.0.0.0/", "10.0.0.0/33", "10.0.0.0/-1", "10.0.0.0/8 ", "10.0.0/8",
                              "::/129", "2001:db8::/12x", "10.0.0.0/256", "/8", "10.0.0.0//8"})
         EXPECT_FALSE(parse_prefix(text)) << text;
+    EXPECT_FALSE(parse_prefix(std::string_view("10.0.0.0\0/8", 11)));
 }
 
 TEST(addresses, masks_clear_the_bits_behind_the_prefix)

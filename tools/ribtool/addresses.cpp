@@ -33,6 +33,8 @@ uint64_t memory_image(const uint8_t *bytes)
 
 std::optional<ip_address> parse_address(std::string_view text)
 {
+    if (text.find('\0') != std::string_view::npos) // inet_pton would see the end there
+        return std::nullopt;
     const std::string terminated(text);
     ip_address address;
     address.is_ipv6 = text.find(':') != std::string_view::npos;
