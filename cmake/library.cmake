@@ -3,11 +3,7 @@
 #   rib::core, rib::core_static   the library alone: the three platform functions are the program's to provide
 #   rib::rib, rib::rib_static     with the reference platform libraries: enough to link any program
 
-# Where the client library's objects are not part of the tree yet, the codec stands alone.
-set(rib_objects $<TARGET_OBJECTS:rib_codec>)
-if(TARGET rib_client)
-  list(APPEND rib_objects $<TARGET_OBJECTS:rib_client>)
-endif()
+set(rib_objects $<TARGET_OBJECTS:rib_codec> $<TARGET_OBJECTS:rib_client>)
 
 add_library(rib SHARED ${rib_objects})
 add_library(rib_static STATIC ${rib_objects})
