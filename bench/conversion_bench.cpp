@@ -10,6 +10,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -61,7 +62,7 @@ size_t record_size(uint32_t paths)
 void check_conversion(const bytes &route, uint32_t paths)
 {
     struct rib_routetype_ *const record = convert(route);
-    const bool all_converted = record->rt_path_count == (paths < RIB_MAX_PATHS ? paths : RIB_MAX_PATHS);
+    const bool all_converted = record->rt_path_count == std::min(paths, uint32_t{RIB_MAX_PATHS});
     release(record);
     if (!all_converted)
         throw std::runtime_error("not every path was converted");

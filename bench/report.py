@@ -211,21 +211,23 @@ plot for [i=2:{len(rows) + 1}] $data using i:xtic(1) title columnhead(i)
 
 def plot_scaling(found, path):
     blocks, plots = [], []
-    labels = {"paths": "paths of a route", "keys": "keys of a grid list", "depth": "depth of nesting"}
-    for scale, label in labels.items():
+    panels = {"paths": ("paths of a route", "milliseconds", 1e6), "keys": ("keys of a grid list", "microseconds", 1e3),
+              "depth": ("depth of nesting", "nanoseconds", 1)}
+    for scale, (label, unit, divisor) in panels.items():
         for operation in ("decode", "encode"):
-            points = "\n".join(f"{size} {ns / 1000}" for size, ns in scaling_points(found, scale, operation))
+            points = "\n".join(f"{size} {ns / divisor}" for size, ns in scaling_points(found, scale, operation))
             blocks.append(f"${scale}_{operation} << EOD\n{points}\nEOD")
-        plots.append(f'set xlabel "{label}"\nplot $%s_decode with linespoints pt 7 title "decode + release", '
-                     f'$%s_encode with linespoints pt 5 title "encode"' % (scale, scale))
+        plots.append(f'set xlabel "{label}"\nset ylabel "{unit}"\n'
+                     f'plot ${scale}_decode with linespoints pt 7 title "decode + release", '
+                     f'${scale}_encode with linespoints pt 5 title "encode"')
     gnuplot(f'''
 set terminal svg size 1100,380 background "white" font "sans,11"
 set output "{path}"
 {chr(10).join(blocks)}
 set multiplot layout 1,3
-set ylabel "microseconds"
 set yrange [0:*]
 set xrange [0:*]
+set offsets graph 0, graph 0.05, graph 0.05, 0
 set key top left
 {chr(10).join(plots)}
 ''')

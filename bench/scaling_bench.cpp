@@ -1,5 +1,4 @@
-// Time against size: paths of a route, keys of a grid list, depth of nesting. Twice the size should take twice the time;
-// with the depth the record grows, too, and so does the clearing of it.
+// Time against size: paths of a route, keys of a grid list, depth of nesting. Each more should cost the same.
 
 #include "bench/bump.hpp"
 #include "bench/contender.hpp"
@@ -52,16 +51,6 @@ void time_encode(benchmark::State &state, const sample &of)
     of.type->release(record.data(), heap_free, nullptr, 0);
 }
 
-// Each message is wrapped into the next: field `number` of `type` holds what is there already.
-struct wrapping {
-    const char *type;
-    uint32_t number;
-};
-
-constexpr wrapping nesting[] = {
-    {"rib_address", 3}, {"rib_prefix", 1}, {"rib_path_iid_attr", 3}, {"rib_path", 29}, {"rib_route", 26},
-};
-
 void wrap(bytes &encoded, uint32_t number)
 {
     const uint32_t tag = number << 3 | 2;
@@ -74,6 +63,18 @@ void wrap(bytes &encoded, uint32_t number)
     encoded.insert(encoded.begin(), head.begin(), head.end());
 }
 
+// A path with one number at the given depth: 1 in the path itself, 5 in the IPv6 address of the address of the prefix of
+// its instance-identifier attribute.
+bytes make_nested_path(uint32_t depth)
+{
+    constexpr uint32_t numbers[] = {29, 3, 1, 3}; // of each member in the message around it
+    constexpr uint8_t prefix_depth = 3;           // whose number is field 2
+    bytes encoded = {depth == prefix_depth ? uint8_t{0x10} : uint8_t{0x08}, 1};
+    for (uint32_t level = depth - 1; level > 0; --level)
+        wrap(encoded, numbers[level - 1]);
+    return encoded;
+}
+
 std::vector<sample> samples()
 {
     std::vector<sample> made;
@@ -81,12 +82,8 @@ std::vector<sample> samples()
         made.push_back({"paths", paths, zidl::find_message("rib_route"), bench::make_route(paths)});
     for (const uint32_t keys : {1U, 64U, 128U, 256U, 512U, 768U, 1026U})
         made.push_back({"keys", keys, zidl::find_message("rib_grid_sync_list"), bench::make_grid(keys)});
-    bytes encoded = {0x08, 1, 0x10, 2};
-    made.push_back({"depth", 1, zidl::find_message("rib_ipv6_address"), encoded});
-    for (const wrapping &next : nesting) {
-        wrap(encoded, next.number);
-        made.push_back({"depth", made.back().size + 1, zidl::find_message(next.type), encoded});
-    }
+    for (uint32_t depth = 1; depth <= 5; ++depth)
+        made.push_back({"depth", depth, zidl::find_message("rib_path"), make_nested_path(depth)});
     return made;
 }
 
