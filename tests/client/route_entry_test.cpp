@@ -149,6 +149,14 @@ TEST_F(route_entry, route_that_does_not_decode_is_dropped)
     EXPECT_TRUE(platform.failures.empty());
 }
 
+TEST_F(route_entry, route_that_does_not_decode_never_looks_into_the_context)
+{
+    guarded_bytes payload({0x10}); // 2 route_value_2, cut off
+    updatetype_local update = stripped_update(ENCODED_ROUTE, payload);
+    rib_lib_pvt_parse_route_update(&update, nullptr, nullptr, nullptr, 0, nullptr);
+    EXPECT_EQ(order(), "");
+}
+
 TEST_F(route_entry, route_with_value_34_is_dropped)
 {
     parse({0x90, 0x02, 0x01}); // 34 route_value_34 = 1

@@ -174,12 +174,12 @@ void release_route(struct rib_routetype_ *route)
     free(route);
 }
 
-void deliver_route(const updatetype_local &update, const rib_route_client &client)
+void deliver_route(const updatetype_local &update, const rib_route_client *client)
 {
     struct rib_routetype_ *route;
     const zerrno status = rib_lib_route_decode(update.payload, update.payload_len, &route);
-    if (status == ZERRNO_OK && client.encoded_route != nullptr)
-        client.encoded_route(update.update_id, route, client.context);
+    if (status == ZERRNO_OK && client->encoded_route != nullptr)
+        client->encoded_route(update.update_id, route, client->context);
     release_route(route);
 }
 
@@ -317,7 +317,7 @@ extern "C" void rib_lib_pvt_parse_route_update(updatetype_local *update, rib_rou
     switch (update->tlv_type) {
     case RIB_TLV_ROUTE:
         raise_payload_high_water(update->payload_len);
-        deliver_route(*update, *static_cast<const rib_route_client *>(ctx));
+        deliver_route(*update, static_cast<const rib_route_client *>(ctx));
         return;
     case RIB_TLV_OLD_ROUTE: {
         struct rib_routetype_ *route = legacy_convert(header, &cursor);
