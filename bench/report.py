@@ -30,7 +30,7 @@ RATIOS = [
      [2.0, 1.7, 3.0, 2.1, 1.7, 1.6, 1.4]),
     ("decode, bump allocator; any mode of any peer", "decode", "bump", [("decode", None)],
      [1.8, 1.5, 2.2, 2.0, 1.8, 2.0, 2.5]),
-    ("zero-copy decode, malloc; any mode", "decode", "heap_zero_copy", [("decode", None)], []),
+    ("zero-copy decode, malloc; peers that own heap blocks", "decode", "heap_zero_copy", [("decode", {"heap"})], []),
     ("zero-copy decode, bump allocator; any mode", "decode", "bump_zero_copy", [("decode", None)], []),
     ("encode", "encode", "buffer", [("encode", None), ("encode_sized", None)], [1.6, 1.7, 2.4, 1.7, 1.9, 1.6, 1.2]),
     ("measure, then encode", "encode_sized", "buffer", [("encode_sized", None), ("encode", {"string"})], []),
@@ -127,7 +127,7 @@ def ratios(found):
     return rows
 
 
-def ratio_table(found):
+def ratio_table(found, goals=False):
     rows = ratios(found)
     workloads = [w for w in WORKLOADS if any(w in cells for _, cells in rows)]
     lines = [["best peer's time / ours"] + workloads]
@@ -138,8 +138,17 @@ def ratio_table(found):
                 line.append("")
                 continue
             ratio, _, goal = cells[workload]
-            line.append(f"{ratio:.2f}" + (f" (of {goal})" if goal and ratio < goal else ""))
+            line.append(f"{ratio:.2f}" + (f" (of {goal})" if goals and goal and ratio < goal else ""))
         lines.append(line)
+    return table(lines)
+
+
+def best_peer_table(found):
+    rows = ratios(found)
+    workloads = [w for w in WORKLOADS if any(w in cells for _, cells in rows)]
+    lines = [["the peer that each ratio compares with"] + workloads]
+    for title, cells in rows:
+        lines.append([title] + [cells[w][1] if w in cells else "" for w in workloads])
     return table(lines)
 
 
@@ -157,7 +166,7 @@ def conversion_table(found):
 
 def entry_table(found):
     rows = [["updates", "bytes each", "one thread, updates/s", "two threads, updates/s"]]
-    for kind in dict.fromkeys(k[1] for k in found if k[0] == "entry"):
+    for kind in sorted({k[1] for k in found if k[0] == "entry"}):
         one = found["entry", kind, "librib", "1_thread"]
         two = found["entry", kind, "librib", "2_threads"]
         # The rate counts the processor time of both threads together.
@@ -178,6 +187,15 @@ def scaling_table(found):
         for size, ns in scaling_points(found, scale, "decode"):
             rows.append([scale, size, number(ns), number(ns / size), number(encode[size]), number(encode[size] / size)])
     return table(rows)
+
+
+def fill_page(page, tables, found):
+    """Puts fresh tables between <!-- name --> and <!-- /name --> of a page."""
+    text = page.read_text()
+    for name, make in tables.items():
+        text = re.sub(rf"(<!-- {name} -->\n).*?(<!-- /{name} -->)", lambda m, make=make: m[1] + make(found) + "\n" + m[2],
+                      text, flags=re.DOTALL)
+    page.write_text(text)
 
 
 def gnuplot(script):
@@ -237,6 +255,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("files", nargs="+", type=pathlib.Path)
     parser.add_argument("--plots", type=pathlib.Path, metavar="DIR", help="write ratios.svg and scaling.svg there")
+    parser.add_argument("--goals", action="store_true", help="mark the ratios that fall short of what we want")
+    parser.add_argument("--page", type=pathlib.Path, metavar="FILE", help="put the short tables into that page")
     options = parser.parse_args()
     found = {}
     for path in options.files:
@@ -245,7 +265,8 @@ def main():
     counts = any("instructions" in entry for entry in found.values())
 
     if not counts and subjects & set(OPERATIONS):
-        print("## Ratios\n\n" + ratio_table(found))
+        print("## Ratios\n\n" + ratio_table(found, options.goals))
+        print("\n## The best peers\n\n" + best_peer_table(found))
     for operation, title in OPERATIONS.items():
         if operation not in subjects:
             continue
@@ -262,6 +283,8 @@ def main():
         print("\n## Entry points\n\n" + entry_table(found))
     if "scaling_paths" in subjects:
         print("\n## Growth\n\n" + scaling_table(found))
+    if options.page:
+        fill_page(options.page, {"ratios": ratio_table, "conversion": conversion_table, "entry": entry_table}, found)
     if options.plots and not counts and "decode" in subjects:
         plot_ratios(found, options.plots / "ratios.svg")
     if options.plots and "scaling_paths" in subjects:
