@@ -22,10 +22,19 @@ const std::string &library()
     return content;
 }
 
-// Whether the text stands in the library as a string of its own.
+bool is_text(char byte)
+{
+    return byte >= ' ' && byte <= '~';
+}
+
+// Whether the text stands in the library as a string of its own: what is before it may be other data, but no text.
 bool holds(const std::string &text)
 {
-    return library().find('\0' + text + '\0') != std::string::npos;
+    const std::string with_end = text + '\0';
+    size_t at = library().find(with_end);
+    while (at != std::string::npos && at > 0 && is_text(library()[at - 1]))
+        at = library().find(with_end, at + 1);
+    return at != std::string::npos;
 }
 
 // The same for a text that can be no other string's end, wherever the string starts.
