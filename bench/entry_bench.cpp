@@ -1,5 +1,6 @@
 // The four entry points of the client library: framed updates in, callbacks out, on one and on two threads. Each thread
-// has updates of its own. The time is the threads' processor time.
+// has updates of its own. The time is the threads' processor time. Built twice: with the default client library, and with
+// the one that decodes out of an arena.
 
 #include "bench/client_updates.hpp"
 #include "ip/rib/lib/src/rib_lib.h"
@@ -16,6 +17,12 @@ namespace
 using bench::bytes;
 
 constexpr size_t header_size = 8;
+
+#ifdef RIB_CLIENT_ARENA
+constexpr const char *build = "_arena";
+#else
+constexpr const char *build = "";
+#endif
 
 uint64_t &delivered()
 {
@@ -133,8 +140,7 @@ int main(int argc, char **argv)
         return 2;
     for (const std::string_view kind : bench::client_update_kinds()) {
         for (const int threads : {1, 2}) {
-            const std::string name = "entry/" + std::string(kind) + "/librib:" + std::to_string(threads) +
-                                     (threads == 1 ? "_thread" : "_threads");
+            const std::string name = "entry/" + std::string(kind) + "/librib:" + std::to_string(threads) + build;
             benchmark::RegisterBenchmark(name.c_str(), [kind](benchmark::State &state) {
                 run(state, kind);
             })->Threads(threads);

@@ -165,13 +165,17 @@ def conversion_table(found):
 
 
 def entry_table(found):
-    rows = [["updates", "bytes each", "one thread, updates/s", "two threads, updates/s"]]
+    rows = [["updates", "bytes each", "one thread, updates/s", "two threads", "one thread, RIB_CLIENT_ARENA", "two threads"]]
     for kind in sorted({k[1] for k in found if k[0] == "entry"}):
-        one = found["entry", kind, "librib", "1_thread"]
-        two = found["entry", kind, "librib", "2_threads"]
-        # The rate counts the processor time of both threads together.
-        rows.append([kind, f"{one['bytes']:.0f}", number(one["items_per_second"]),
-                     number(2 * two["items_per_second"])])
+        row = [kind]
+        for build in ("", "_arena"):
+            for threads in (1, 2):
+                entry = found.get(("entry", kind, "librib", f"{threads}{build}"))
+                if len(row) == 1:
+                    row.append(f"{entry['bytes']:.0f}" if entry else "")
+                # The rate counts the processor time of all threads together.
+                row.append(number(threads * entry["items_per_second"]) if entry else "")
+        rows.append(row)
     return table(rows)
 
 
