@@ -45,7 +45,7 @@ TEST(zidl_arena, memory_is_aligned_to_eight_bytes)
 {
     alignas(8) uint8_t block[128];
     arena_guard guard(block + 3, sizeof block - 3);
-    for (size_t size : {1, 7, 8, 9, 13})
+    for (const size_t size : {1U, 7U, 8U, 9U, 13U})
         EXPECT_EQ(reinterpret_cast<uintptr_t>(guard.alloc(size)) % 8, 0U);
 }
 
