@@ -32,6 +32,8 @@ target_compile_options(rib_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconvers
 
 if(RIB_SANITIZE)
   add_compile_options(-fsanitize=${RIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  # The check of function types needs the C++ runtime of the sanitizer; C programs link the library, too.
+  add_compile_options($<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fno-sanitize=function>)
   add_link_options(-fsanitize=${RIB_SANITIZE})
 endif()
 
