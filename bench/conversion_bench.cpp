@@ -1,5 +1,5 @@
-// Converting a route into the client's record, against the least that it can cost: getting the record's memory, cleared,
-// and giving it back. For several numbers of paths:
+// Converting a route into the client's record, against the least that it can cost: getting the record's memory,
+// cleared, and giving it back. For several numbers of paths:
 //   convert  rib_lib_route_decode and the release of its record
 //   codec    the part of it that the codec does: decode and release of the message
 //   calloc   calloc and free of a block of the record's size

@@ -1,6 +1,6 @@
 // The four entry points of the client library: framed updates in, callbacks out, on one and on two threads. Each thread
-// has updates of its own. The time is the threads' processor time. Built twice: with the default client library, and with
-// the one that decodes out of an arena.
+// has updates of its own. The time is the threads' processor time. Built twice: with the default client library, and
+// with the one that decodes out of an arena.
 
 #include "bench/client_updates.hpp"
 #include "ip/rib/lib/src/rib_lib.h"

@@ -96,7 +96,8 @@ def contender_table(found, operation, head, cell):
     rows = [[head, "memory"] + workloads]
     for library, memory in contenders:
         entries = [found.get((operation, workload, library, memory)) for workload in workloads]
-        rows.append([library.replace("_", " "), memory.replace("_", " ")] + [cell(entry) if entry else "" for entry in entries])
+        names = [library.replace("_", " "), memory.replace("_", " ")]
+        rows.append(names + [cell(entry) if entry else "" for entry in entries])
     return table(rows)
 
 
@@ -165,7 +166,8 @@ def conversion_table(found):
 
 
 def entry_table(found):
-    rows = [["updates", "bytes each", "one thread, updates/s", "two threads", "one thread, RIB_CLIENT_ARENA", "two threads"]]
+    rows = [["updates", "bytes each", "one thread, updates/s", "two threads", "one thread, RIB_CLIENT_ARENA",
+             "two threads"]]
     for kind in sorted({k[1] for k in found if k[0] == "entry"}):
         row = [kind]
         for build in ("", "_arena"):
@@ -197,8 +199,8 @@ def fill_page(page, tables, found):
     """Puts fresh tables between <!-- name --> and <!-- /name --> of a page."""
     text = page.read_text()
     for name, make in tables.items():
-        text = re.sub(rf"(<!-- {name} -->\n).*?(<!-- /{name} -->)", lambda m, make=make: m[1] + make(found) + "\n" + m[2],
-                      text, flags=re.DOTALL)
+        fresh = f"<!-- {name} -->\n{make(found)}\n<!-- /{name} -->"
+        text = re.sub(rf"<!-- {name} -->\n.*?<!-- /{name} -->", lambda _, fresh=fresh: fresh, text, flags=re.DOTALL)
     page.write_text(text)
 
 

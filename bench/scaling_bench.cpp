@@ -63,8 +63,8 @@ void wrap(bytes &encoded, uint32_t number)
     encoded.insert(encoded.begin(), head.begin(), head.end());
 }
 
-// A path with one number at the given depth: 1 in the path itself, 5 in the IPv6 address of the address of the prefix of
-// its instance-identifier attribute.
+// A path with one number at the given depth: 1 in the path itself, 5 in the IPv6 address of the address of the prefix
+// of its instance-identifier attribute.
 bytes make_nested_path(uint32_t depth)
 {
     constexpr uint32_t numbers[] = {29, 3, 1, 3}; // of each member in the message around it

@@ -1,5 +1,6 @@
 // protobuf C++, with the code that protoc generates. Three ways of holding a decoded message: an object on the stack
-// whose parts are on the heap, objects on an arena that starts with a block of ours, one object reused for every message.
+// whose parts are on the heap, objects on an arena that starts with a block of ours, one object reused for every
+// message.
 
 #include "bench/bump.hpp"
 #include "bench/contender.hpp"
