@@ -241,17 +241,19 @@ private:
     uint32_t flags_;
 };
 
-// Moves `len` bytes up by `distance`, at most eight at a time and the last ones first.
+// Moves at least sixteen bytes up by at most sixteen, the last ones first. The first ones are taken along and stored in the
+// end, over what has arrived there of them already.
 ZIDL_INLINE void move_up(uint8_t *src, size_t len, unsigned distance)
 {
-    while (len >= 8) {
-        len -= 8;
-        store(src + len + distance, load<uint64_t>(src + len));
+    struct block {
+        uint64_t low, high;
+    };
+    const block head = load<block>(src);
+    while (len > sizeof(block)) {
+        len -= sizeof(block);
+        store(src + len + distance, load<block>(src + len));
     }
-    while (len > 0) {
-        --len;
-        src[len + distance] = src[len];
-    }
+    store(src + distance, head);
 }
 
 // Writes in one pass, and gives up where the buffer turns out to be too small: `pos` and `limit` are null from then on.
@@ -399,7 +401,7 @@ private:
     // The length first. All that is in the message fits then, unless sizes wrap: that is found out on the way. By value,
     // since the writer that calls must stay in registers.
     template <uint32_t Tag, class Record>
-    __attribute__((noinline)) static fast_writer put_measured(fast_writer out, const Record &msg, bool present)
+    ZIDL_COLD static fast_writer put_measured(fast_writer out, const Record &msg, bool present)
     {
         const size_t len = encoded_size(msg, 0);
         if (len == 0 && !present)
