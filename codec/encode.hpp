@@ -256,6 +256,9 @@ ZIDL_INLINE void move_up(uint8_t *src, size_t len, unsigned distance)
     store(src + distance, head);
 }
 
+// So close to the end of the buffer messages are measured before they are written, in bytes.
+constexpr size_t measured_below = 4096;
+
 // Writes in one pass, and gives up where the buffer turns out to be too small: `pos` and `limit` are null from then on.
 //
 // The length of an embedded message stands before it and is known after it: its body is stored a few bytes too low and
@@ -264,10 +267,6 @@ ZIDL_INLINE void move_up(uint8_t *src, size_t len, unsigned distance)
 // it may still move. Close to the end messages are measured first instead.
 //
 // Inside a `room` stores are not checked, and `limit` says nothing.
-
-// So close to the end of the buffer messages are measured before they are written, in bytes.
-constexpr size_t measured_below = 4096;
-
 struct fast_writer {
     uint8_t *pos;
     uint8_t *limit;

@@ -45,7 +45,6 @@ constexpr unsigned varint_size(uint64_t value)
 
 // Bytes of a varint that holds a tag or a length, at most.
 constexpr unsigned max_varint32_size = 5;
-constexpr unsigned max_varint64_size = 10;
 
 constexpr uint64_t continuation_bits = 0x8080808080808080;
 
