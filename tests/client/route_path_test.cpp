@@ -1000,4 +1000,64 @@ TEST(route_path_unpack, ecomm_counts_as_present_by_a_bit_inside_it)
     EXPECT_EQ(ecomm, static_cast<void *>(&place.entry.pe_ecomm_count));
 }
 
+TEST(route_path_unpack, blocks_count_as_present_by_their_own_bits)
+{
+    zidl_rib_path path = {};
+    zidl_rib_path_iid_attr_set_iid_attr_value_1(&path.iid_attr, 1);
+    zidl_rib_path_l2_info_set_l2_value_5(&path.l2_info, 2);
+    zidl_rib_path_via_srv6_sid_set_via_sid_value_3(&path.via_srv6_sid, 3);
+    zidl_rib_path_grouping_info_set_grouping_value_2(&path.grouping_info, 4);
+    zidl_rib_path_ip_tunnel_info_set_tunnel_value_8(&path.ip_tunnel_info, 5);
+    zidl_rib_path_via_aft_id_set_via_aft_id(&path.via_aft_id, 6);
+    zidl_rib_path_via_aft_id_set_via_aft_value_6(&path.via_aft_id, 7);
+    zidl_rib_path_via_aft_id_set_via_aft_value_7(&path.via_aft_id, 2);
+    zidl_rib_path_sl_id_info_set_sl_id_value_2(&path.sl_id_info, 1);
+    dirty_place place;
+    void *slot = &place;
+    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
+    rib_path_entry expected = empty_path();
+    expected.pe_iid_value_1 = 1;
+    expected.pe_l2_5 = 2;
+    expected.pe_via_sid_value = 3;
+    expected.pe_grouping_2 = 4;
+    expected.pe_tunnel_flags = 0x08; // bit 3: value 8
+    expected.pe_tunnel_8 = 5;
+    expected.pe_via_aft_id = 6;
+    expected.pe_aft_6 = 7;
+    expected.pe_aft_7 = 2;
+    expected.pe_sl_kind = 1;
+    EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
+}
+
+TEST(route_path_unpack, scalar_without_its_bit_is_not_read)
+{
+    zidl_rib_path path = {};
+    for (uint32_t *value : {&path.path_value_1, &path.path_value_2, &path.path_value_3, &path.path_value_8,
+                            &path.path_value_10, &path.path_value_11, &path.path_value_12, &path.path_value_13,
+                            &path.path_value_14, &path.path_value_16, &path.path_value_19, &path.path_value_22,
+                            &path.path_value_25, &path.path_value_27, &path.path_value_28, &path.path_value_31})
+        *value = 0x11111111;
+    dirty_place place;
+    void *slot = &place;
+    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
+    EXPECT_EQ(rib_reference::differences(empty_path(), place.entry), "");
+}
+
+TEST(route_path_unpack, scalar_without_its_bit_is_not_read_beside_one_that_has_it)
+{
+    zidl_rib_path path = {};
+    for (uint32_t *value : {&path.path_value_8, &path.path_value_12, &path.path_value_13, &path.path_value_16,
+                            &path.path_value_19, &path.path_value_22, &path.path_value_25})
+        *value = 0x11111111;
+    zidl_rib_path_set_path_value_28(&path, 5);
+    zidl_rib_path_set_path_value_31(&path, 6);
+    dirty_place place;
+    void *slot = &place;
+    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
+    rib_path_entry expected = empty_path();
+    expected.pe_value_28 = 5;
+    expected.pe_value_31 = 6;
+    EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
+}
+
 } // namespace

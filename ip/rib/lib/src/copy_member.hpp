@@ -4,17 +4,25 @@
 #define IP_RIB_LIB_SRC_COPY_MEMBER_HPP
 
 #include <stddef.h>
+#include <stdint.h>
 #include <string.h>
 
 namespace rib_client
 {
 
-// A narrower member keeps the low bits; that of an absent field keeps what it holds.
+// A narrower member keeps the low bits.
+template <class Member, class Value>
+inline void copy(Member &member, Value value)
+{
+    member = static_cast<Member>(value);
+}
+
+// The member of an absent field keeps what it holds.
 template <class Member, class Value>
 inline void copy_if(bool present, Member &member, Value value)
 {
     if (present)
-        member = static_cast<Member>(value);
+        copy(member, value);
 }
 
 // Unlike memcpy it takes any pointer, null too, when there is nothing to copy.
@@ -22,6 +30,18 @@ inline void copy_bytes(void *dst, const void *src, size_t size)
 {
     if (size != 0)
         memcpy(dst, src, size);
+}
+
+// For lists that mostly have one or two elements: those take no call, and no branch between the two.
+template <class Element>
+inline void copy_few(Element *dst, const Element *src, uint32_t count)
+{
+    if (count == 0 || count > 2) {
+        copy_bytes(dst, src, count * sizeof *dst);
+        return;
+    }
+    dst[0] = src[0];
+    dst[count - 1] = src[count - 1];
 }
 
 } // namespace rib_client

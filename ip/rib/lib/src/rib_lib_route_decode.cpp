@@ -59,25 +59,47 @@ bool has_any(const zidl_rib_ecomm_array &ecomm)
            zidl_rib_ecomm_array_has_ecomm_value_3(&ecomm);
 }
 
-// Makes the bits of the blocks say all, as they do in a decoded path. A block that gives nothing when it is empty may be
-// marked whatever it holds.
-void mark_blocks(zidl_rib_path &path)
+// ---- Members of a path that are treated alike ----
+
+// Scalars that are copied without a look at their bits, which would cost more; scalars that are asked for once, all of them
+// together; and of those the ones whose place in an entry is far behind all else, and untouched without them.
+#define USUAL_PATH_SCALARS(EACH) EACH(1) EACH(2) EACH(3) EACH(10) EACH(11)
+#define OTHER_PATH_SCALARS(EACH) EACH(8) EACH(12) EACH(13) EACH(16) EACH(28)
+#define FAR_PATH_SCALARS(EACH) EACH(22) EACH(25) EACH(31)
+// Blocks that give nothing when they are empty.
+#define PATH_BLOCKS(EACH)                                                                                              \
+    EACH(iid_attr)                                                                                                     \
+    EACH(l2_info)                                                                                                      \
+    EACH(via_srv6_sid)                                                                                                 \
+    EACH(grouping_info)                                                                                                \
+    EACH(ip_tunnel_info)                                                                                               \
+    EACH(via_aft_id)                                                                                                   \
+    EACH(sl_id_info)
+
+// What a decoded path is like: the bits of its blocks say all, and a scalar without its bit is 0.
+zidl_rib_path completed(const zidl_rib_path &src)
 {
-#define MARK(block, holds)                                                                                             \
-    if (holds)                                                                                                         \
+    zidl_rib_path path = src;
+#define CLEAR(number)                                                                                                  \
+    if (!zidl_rib_path_has_path_value_##number(&path))                                                                 \
+        path.path_value_##number = 0;
+    USUAL_PATH_SCALARS(CLEAR)
+    OTHER_PATH_SCALARS(CLEAR)
+    FAR_PATH_SCALARS(CLEAR)
+#undef CLEAR
+#define MARK_IF_ANY(block)                                                                                             \
+    if (has_any(path.block))                                                                                           \
         zidl_rib_path_mark_##block(&path);
-    MARK(path_address_4, has_any(path.path_address_4))
-    MARK(path_address_5, has_any(path.path_address_5))
-    MARK(path_prefix, has_any(path.path_prefix))
-    MARK(path_ipv6_address, has_any(path.path_ipv6_address))
-    MARK(ecomm, has_any(path.ecomm))
-    MARK(iid_attr, true)
-    MARK(l2_info, true)
-    MARK(grouping_info, true)
-    MARK(ip_tunnel_info, true)
-    MARK(via_aft_id, true)
-    MARK(sl_id_info, true)
+    MARK_IF_ANY(path_address_4)
+    MARK_IF_ANY(path_address_5)
+    MARK_IF_ANY(path_prefix)
+    MARK_IF_ANY(path_ipv6_address)
+    MARK_IF_ANY(ecomm)
+#undef MARK_IF_ANY
+#define MARK(block) zidl_rib_path_mark_##block(&path);
+    PATH_BLOCKS(MARK)
 #undef MARK
+    return path;
 }
 
 // ---- Addresses and prefixes ----
@@ -122,7 +144,8 @@ zerrno unpack_prefix(const zidl_rib_prefix &prefix, uint8_t *out16, uint32_t *le
     return ZERRNO_OK;
 }
 
-// ---- One path, whose blocks' bits say all. The entry is all zero before ----
+// ---- One path, decoded or completed. The entry is all zero before, and no part of the message: what has been read of
+// that need not be read again after a store ----
 
 void unpack_ecomm(const zidl_rib_path &path, rib_path_entry &entry)
 {
@@ -137,27 +160,23 @@ void unpack_ecomm(const zidl_rib_path &path, rib_path_entry &entry)
     copy_bytes(&entry + 1, ecomm.ecomm_values, ecomm.ecomm_count * sizeof(uint64_t));
 }
 
-void unpack_scalars(const zidl_rib_path &path, rib_path_entry &entry)
+void unpack_scalars(const zidl_rib_path &__restrict path, rib_path_entry &__restrict entry)
 {
     constexpr uint32_t VALUE_3_MASK = 0x0FFFF7FF; // drops bit 11 and the top four, deliberately
-    entry.pe_value_19 = RIB_NO_LABEL;
-#define COPY(member, field) copy_if(zidl_rib_path_has_##field(&path), entry.member, path.field)
-    COPY(pe_value_1, path_value_1);
-    COPY(pe_value_2, path_value_2);
-    COPY(pe_value_3, path_value_3);
-    COPY(pe_value_8, path_value_8);
-    COPY(pe_value_10, path_value_10);
-    COPY(pe_value_11, path_value_11);
-    COPY(pe_value_12, path_value_12);
-    COPY(pe_value_13, path_value_13);
-    COPY(pe_value_16, path_value_16);
-    COPY(pe_value_19, path_value_19);
-    COPY(pe_value_22, path_value_22);
-    COPY(pe_value_25, path_value_25);
-    COPY(pe_value_28, path_value_28);
-    COPY(pe_value_31, path_value_31);
-#undef COPY
+#define OR_HAS(number) || zidl_rib_path_has_path_value_##number(&path)
+#define COPY(number) copy(entry.pe_value_##number, path.path_value_##number);
+    USUAL_PATH_SCALARS(COPY)
     entry.pe_value_3 &= VALUE_3_MASK;
+    entry.pe_value_19 = RIB_NO_LABEL;
+    if (!(false OR_HAS(19) OTHER_PATH_SCALARS(OR_HAS) FAR_PATH_SCALARS(OR_HAS)))
+        return;
+    copy_if(zidl_rib_path_has_path_value_19(&path), entry.pe_value_19, path.path_value_19);
+    OTHER_PATH_SCALARS(COPY)
+    if (false FAR_PATH_SCALARS(OR_HAS)) {
+        FAR_PATH_SCALARS(COPY)
+    }
+#undef COPY
+#undef OR_HAS
 }
 
 bool unpack_addresses(const zidl_rib_path &path, rib_path_entry &entry)
@@ -199,7 +218,7 @@ bool unpack_labels(const zidl_rib_path &path, rib_path_entry &entry)
     if (count > RIB_MAX_PATH_LABELS)
         return false;
     entry.pe_label_count = count;
-    copy_bytes(entry.pe_labels, path.path_values_9, count * sizeof entry.pe_labels[0]);
+    copy_few(entry.pe_labels, path.path_values_9, count);
     return true;
 }
 
@@ -317,13 +336,16 @@ void unpack_sl_id_info(const zidl_rib_path_sl_id_info &sl_id, rib_path_entry &en
 }
 
 // The value is 1 also when the whole block is absent, but 0 when value 1 rules the block out, deliberately.
+constexpr uint8_t VIA_SID_VALUE_OF_ABSENT = 1;
+
 void unpack_via_srv6_sid(const zidl_rib_path_via_srv6_sid &via, rib_path_entry &entry)
 {
-    if (zidl_rib_path_via_srv6_sid_has_via_sid_value_1(&via))
+    if (zidl_rib_path_via_srv6_sid_has_via_sid_value_1(&via)) {
+        entry.pe_via_sid_value = 0;
         return;
+    }
     if (zidl_rib_ipv6_address_has_half0(&via.via_sid))
         copy_ipv6(entry.pe_via_sid, via.via_sid);
-    entry.pe_via_sid_value = 1;
     copy_if(zidl_rib_path_via_srv6_sid_has_via_sid_value_3(&via), entry.pe_via_sid_value, via.via_sid_value_3);
 }
 
@@ -359,35 +381,46 @@ bool unpack_sid_infos(const zidl_rib_path &path, rib_path_entry &entry)
     return true;
 }
 
-size_t entry_size(const zidl_rib_path &path)
+// Of the values behind an entry whose path has an ecomm block.
+size_t ecomm_size(const zidl_rib_path &path)
 {
-    return sizeof(rib_path_entry) + (zidl_rib_path_has_ecomm(&path) ? path.ecomm.ecomm_count * sizeof(uint64_t) : 0);
+    return path.ecomm.ecomm_count * sizeof(uint64_t);
 }
 
-// Converts a path into `place`, which is all zero. False when the path is rejected; the place is then partly filled.
-bool unpack_path(const zidl_rib_path &path, void *place, void **ecomm_out)
+size_t entry_size(const zidl_rib_path &path)
 {
-    rib_path_entry &entry = *static_cast<rib_path_entry *>(place);
-    unpack_ecomm(path, entry);
-    if (zidl_rib_path_has_ecomm(&path) && ecomm_out != nullptr)
-        *ecomm_out = &entry.pe_ecomm_count;
-    unpack_scalars(path, entry);
-    if (!unpack_addresses(path, entry) || !unpack_ipv6(path, entry) || !unpack_path_prefix(path, entry) ||
-        !unpack_labels(path, entry))
-        return false;
+    return sizeof(rib_path_entry) + (zidl_rib_path_has_ecomm(&path) ? ecomm_size(path) : 0);
+}
+
+bool has_extras(const zidl_rib_path &path)
+{
+#define OR_HAS(block) || zidl_rib_path_has_##block(&path)
+    return false PATH_BLOCKS(OR_HAS) OR_HAS(nnh_entries) OR_HAS(path_addresses) OR_HAS(srv6_sid_infos);
+#undef OR_HAS
+}
+
+// Out of line, so that a path without extras does not pay for them.
+__attribute__((noinline)) bool unpack_extras(const zidl_rib_path &path, rib_path_entry &entry)
+{
     unpack_next_next_hops(path, entry);
 #define UNPACK(block)                                                                                                  \
     if (zidl_rib_path_has_##block(&path))                                                                              \
         unpack_##block(path.block, entry);
-    UNPACK(iid_attr)
-    UNPACK(l2_info)
-    UNPACK(via_aft_id)
-    UNPACK(grouping_info)
-    UNPACK(ip_tunnel_info)
-    UNPACK(sl_id_info)
+    PATH_BLOCKS(UNPACK)
 #undef UNPACK
-    unpack_via_srv6_sid(path.via_srv6_sid, entry);
     return unpack_address_list(path, entry) && unpack_sid_infos(path, entry);
+}
+
+// False when the path is rejected; the entry is then partly filled.
+bool unpack_path(const zidl_rib_path &__restrict path, rib_path_entry &__restrict entry)
+{
+    unpack_ecomm(path, entry);
+    unpack_scalars(path, entry);
+    if (!unpack_addresses(path, entry) || !unpack_ipv6(path, entry) || !unpack_path_prefix(path, entry) ||
+        !unpack_labels(path, entry))
+        return false;
+    entry.pe_via_sid_value = VIA_SID_VALUE_OF_ABSENT;
+    return !has_extras(path) || unpack_extras(path, entry);
 }
 
 // ---- Side blocks ----
@@ -449,10 +482,14 @@ zerrno unpack_advertisement(const zidl_rib_client_advertisement &advertisement, 
 
 size_t record_size(const zidl_rib_route &msg)
 {
-    size_t size = sizeof(struct rib_routetype_);
-    for (uint32_t i = 0; i < msg.paths_count; i++)
-        if (!zidl_rib_path_has_path_value_27(&msg.paths[i])) // never converted
-            size += entry_size(msg.paths[i]);
+    size_t size = sizeof(struct rib_routetype_) + msg.paths_count * sizeof(rib_path_entry);
+    for (uint32_t i = 0; i < msg.paths_count; i++) {
+        const zidl_rib_path &path = msg.paths[i];
+        if (zidl_rib_path_has_path_value_27(&path)) // never converted
+            size -= sizeof(rib_path_entry);
+        else if (zidl_rib_path_has_ecomm(&path))
+            size += ecomm_size(path);
+    }
     return size;
 }
 
@@ -469,35 +506,25 @@ bool unpack_destination(const zidl_rib_route &msg, struct rib_routetype_ &route)
     return true;
 }
 
-void unpack_scalars(const zidl_rib_route &msg, struct rib_routetype_ &route)
+// A decoded scalar without its bit is 0: the first are copied without a look at their bits, which would cost more, and the
+// others are asked for once, all of them together.
+void unpack_scalars(const zidl_rib_route &__restrict msg, struct rib_routetype_ &__restrict route)
 {
-#define COPY(member, field) copy_if(zidl_rib_route_has_##field(&msg), route.member, msg.field)
-    COPY(rt_value_2, route_value_2);
-    COPY(rt_value_3, route_value_3);
-    COPY(rt_value_4, route_value_4);
-    COPY(rt_value_5, route_value_5);
-    COPY(rt_value_6, route_value_6);
-    COPY(rt_value_7, route_value_7);
-    COPY(rt_value_8, route_value_8);
-    COPY(rt_value_9, route_value_9);
-    COPY(rt_value_10, route_value_10);
-    COPY(rt_value_11, route_value_11);
-    COPY(rt_value_12, route_value_12);
-    COPY(rt_value_13, route_value_13);
-    COPY(rt_value_14, route_value_14);
-    COPY(rt_value_15, route_value_15);
-    COPY(rt_value_16, route_value_16);
-    COPY(rt_value_18, route_value_18);
-    COPY(rt_value_19, route_value_19);
-    COPY(rt_value_20, route_value_20);
-    COPY(rt_value_21, route_value_21);
-    COPY(rt_value_22, route_value_22);
-    COPY(rt_value_25, route_value_25);
-    COPY(rt_value_37, route_value_37);
-    COPY(rt_value_38, route_value_38);
-    COPY(rt_value_40, route_value_40);
-    COPY(rt_value_41, route_value_41);
+#define USUAL(EACH)                                                                                                    \
+    EACH(2) EACH(3) EACH(5) EACH(9) EACH(10) EACH(12) EACH(13) EACH(14) EACH(15) EACH(16) EACH(40) EACH(41)
+#define OTHERS(EACH)                                                                                                   \
+    EACH(4)                                                                                                            \
+    EACH(6) EACH(7) EACH(8) EACH(11) EACH(18) EACH(19) EACH(20) EACH(21) EACH(22) EACH(25) EACH(37) EACH(38)
+#define OR_HAS(number) || zidl_rib_route_has_route_value_##number(&msg)
+#define COPY(number) copy(route.rt_value_##number, msg.route_value_##number);
+    USUAL(COPY)
+    if (false OTHERS(OR_HAS)) {
+        OTHERS(COPY)
+    }
 #undef COPY
+#undef OR_HAS
+#undef OTHERS
+#undef USUAL
 }
 
 void unpack_algo_labels(const zidl_rib_route &msg, struct rib_routetype_ &route)
@@ -571,26 +598,48 @@ void unpack_side_blocks(const zidl_rib_route &msg, struct rib_routetype_ &route)
 #undef UNPACK
 }
 
+bool has_extras(const zidl_rib_route &msg)
+{
+#define HAS(field) zidl_rib_route_has_##field(&msg)
+    return HAS(algo_labels) || HAS(route_l2_info) || HAS(route_aft_id) || HAS(client_advertisement) ||
+           HAS(addr_generic_attrs) || HAS(generic_attrs_29) || HAS(generic_attrs_30) || HAS(generic_attrs_31) ||
+           HAS(generic_attrs_32) || HAS(generic_attrs_33);
+#undef HAS
+}
+
+// Out of line, so that a route without extras does not pay for them.
+__attribute__((noinline)) void unpack_extras(const zidl_rib_route &msg, struct rib_routetype_ &route)
+{
+    unpack_algo_labels(msg, route);
+    unpack_l2_info(msg.route_l2_info, route);
+    unpack_aft_id(msg.route_aft_id, route);
+    unpack_side_blocks(msg, route);
+}
+
 // The record has room for every path that is not skipped. Its memory is zero, so that a place needs clearing only after
 // a path that was rejected.
 void unpack_paths(const zidl_rib_route &msg, struct rib_routetype_ &route)
 {
     uint8_t *place = reinterpret_cast<uint8_t *>(&route + 1);
-    for (uint32_t i = 0; i < msg.paths_count && route.rt_path_count < RIB_MAX_PATHS; i++) {
+    uint32_t count = 0;
+    for (uint32_t i = 0; i < msg.paths_count && count < RIB_MAX_PATHS; i++) {
         const zidl_rib_path &path = msg.paths[i];
         if (zidl_rib_path_has_path_value_27(&path))
             continue;
-        const size_t size = entry_size(path);
-        void *ecomm = nullptr;
-        if (!unpack_path(path, place, &ecomm)) {
-            memset(place, 0, size);
+        rib_path_entry &entry = *reinterpret_cast<rib_path_entry *>(place);
+        if (!unpack_path(path, entry)) {
+            memset(place, 0, entry_size(path));
             continue;
         }
+        count++;
+        place += sizeof entry;
+        if (!zidl_rib_path_has_ecomm(&path))
+            continue;
+        place += ecomm_size(path);
         if (route.rt_first_ecomm == nullptr)
-            route.rt_first_ecomm = ecomm;
-        route.rt_path_count++;
-        place += size;
+            route.rt_first_ecomm = &entry.pe_ecomm_count;
     }
+    route.rt_path_count = static_cast<uint16_t>(count);
 }
 
 } // namespace
@@ -612,11 +661,9 @@ extern "C" zerrno rib_lib_route_decode(const uint8_t *buf, uint32_t len, struct 
     if (!unpack_destination(msg, *route))
         return ZERRNO_MALFORMED;
     unpack_scalars(msg, *route);
-    unpack_algo_labels(msg, *route);
     unpack_flags(msg, *route);
-    unpack_l2_info(msg.route_l2_info, *route);
-    unpack_aft_id(msg.route_aft_id, *route);
-    unpack_side_blocks(msg, *route);
+    if (has_extras(msg))
+        unpack_extras(msg, *route);
     unpack_paths(msg, *route);
     decoded.release();
     return ZERRNO_OK;
@@ -626,8 +673,7 @@ extern "C" size_t rib_lib_route_path_unpack(const zidl_rib_path *path, void **sl
 {
     if (zidl_rib_path_has_path_value_27(path))
         return 0;
-    zidl_rib_path complete = *path;
-    mark_blocks(complete);
+    const zidl_rib_path complete = completed(*path);
     const size_t size = entry_size(complete);
     if (*slot != nullptr)
         memset(*slot, 0, size);
@@ -635,7 +681,10 @@ extern "C" size_t rib_lib_route_path_unpack(const zidl_rib_path *path, void **sl
         *slot = calloc(1, size);
     if (*slot == nullptr)
         return 0;
-    return unpack_path(complete, *slot, ecomm_out) ? size : 0; // a rejected path keeps its block, deliberately
+    rib_path_entry &entry = *static_cast<rib_path_entry *>(*slot);
+    if (zidl_rib_path_has_ecomm(&complete) && ecomm_out != nullptr)
+        *ecomm_out = &entry.pe_ecomm_count;
+    return unpack_path(complete, entry) ? size : 0; // a rejected path keeps its block, deliberately
 }
 
 extern "C" zerrno rib_lib_route_address_unpack(const zidl_rib_address *addr, void *out16, uint32_t *family_out)
