@@ -190,6 +190,21 @@ TEST_F(allocation, blocks_of_an_opaque_update_stay_when_the_callback_changed_its
     EXPECT_EQ(end_watch(), left_by_decoder(2));
 }
 
+TEST_F(allocation, block_too_large_for_the_stack_stays_when_the_callback_changed_the_type)
+{
+    const bytes large_block = field({0x2A}, bytes(10000, 0xA1)); // 5 first_block
+    guarded_bytes payload(large_block);
+    updatetype_local update = stripped_update(ENCODED_OPAQUE, payload);
+    client.update = &update;
+    client.new_type = LEGACY_OPAQUE;
+    watch_heap();
+    rib_lib_pvt_parse_opaque_update(on_opaque, &update, nullptr);
+    EXPECT_EQ(client.calls, 1);
+    EXPECT_EQ(client.live, 1u) << "the block, or the arena's part that holds it";
+    EXPECT_EQ(heap().foreign_releases, 0u);
+    EXPECT_EQ(end_watch(), left_by_decoder(1));
+}
+
 TEST_F(allocation, opaque_update_that_fails_to_decode_keeps_its_blocks_allocated)
 {
     EXPECT_EQ(parse(ENCODED_OPAQUE, opaque_with_blocks + bytes{0x10}), left_by_decoder(2));
@@ -377,6 +392,40 @@ TEST_F(allocation, entry_point_releases_the_record_of_a_route_with_a_malformed_p
     const bytes label = field({0x8A, 0x01}, {0x08, 0x0A, 0x10, 0x01});
     EXPECT_EQ(parse(ENCODED_ROUTE, label + bytes{0x0A, 0x02, 0x0A, 0x00}), left_by_decoder(1));
     EXPECT_EQ(client.calls, 0);
+}
+
+// Embedded messages that come again: what is in the first ones is lost, their lists and the data in them with it.
+const bytes route_with_replaced_messages =
+    field({0x0A}, {0x0A, 0x04, 0x08, 0x01, 0x10, 0x07, 0x10, 0x18}) + // 1 route_prefix: address 7, length 24
+    field({0xDA, 0x01}, {0x08, 0x05, 0x08, 0x06}) +                   // 27 client_advertisement: values 5 and 6
+    field({0xEA, 0x01}, attribute_8) +                                // 29 generic_attrs_29: one, with its data
+    field({0xA2, 0x02}, {0x28, 0x09}) +                               // 36 route_l2_info: route_l2_value_5 = 9
+    field({0x0A}, {0x10, 0x10}) +                                     // 1 again: length 16, no address
+    field({0xDA, 0x01}, {0x08, 0x07}) +                               // 27 again: value 7
+    field({0xEA, 0x01}, {0x08, 0x03}) +                               // 29 again: array_type = 3, no attributes
+    field({0xA2, 0x02}, {});                                          // 36 again: empty
+
+TEST_F(allocation, entry_point_keeps_the_lists_of_embedded_messages_that_later_ones_replaced)
+{
+    EXPECT_EQ(parse(ENCODED_ROUTE, route_with_replaced_messages), left_by_decoder(3));
+    EXPECT_EQ(client.calls, 1);
+}
+
+TEST_F(allocation, record_is_made_of_the_embedded_messages_that_came_last)
+{
+    guarded_bytes guarded(route_with_replaced_messages);
+    rib_routetype_ *record = nullptr;
+    watch_heap();
+    ASSERT_EQ(rib_lib_route_decode(guarded.data(), static_cast<uint32_t>(guarded.size()), &record), 0u);
+    EXPECT_EQ(record->rt_family, 0u);
+    EXPECT_EQ(record->rt_prefix_len, 16);
+    EXPECT_EQ(bytes(record->rt_dest, record->rt_dest + 16), bytes(16, 0));
+    EXPECT_EQ(record->rt_l2_value, 0);
+    EXPECT_EQ(rib_advertisement_count(record->rt_advertisement), 1u);
+    EXPECT_EQ(rib_advertisement_values(record->rt_advertisement)[0], 7);
+    EXPECT_EQ(rib_attr_block_type(record->rt_attr_blocks[1]), 3);
+    EXPECT_EQ(rib_attr_block_count(record->rt_attr_blocks[1]), 0);
+    EXPECT_EQ(end_watch(), 3u + left_by_decoder(3)) << "the record and two side blocks, and what was replaced";
 }
 
 TEST_F(allocation, entry_point_releases_the_record_when_there_is_no_callback)

@@ -401,6 +401,37 @@ TEST(grid_key, three_extra_prefixes_are_refused)
     expect_key_refused(smallest_label_key + repeat(3, extra_prefix));
 }
 
+TEST(grid_key, three_extra_prefixes_leave_what_was_converted_before_them_and_their_count)
+{
+    grid_arrays arrays(0x5A);
+    const bytes values = {
+        0x35, 0x06, 0x00, 0x00, 0x00, // 6 key_value_6 = 6
+        0x40, 0x08,                   // 8 key_value_8 = 8
+        0xA2, 0x01, 0x01, 0xF1,       // 20 key_bytes_20
+    };
+    const bytes label_7 = field({0x52}, {0x08, 0x07}); // 10 label_key: 1 label_key_value = 7
+    EXPECT_EQ(arrays.decode(one_key_list(label_key_begin + label_7 + values + repeat(3, extra_prefix))), 22u);
+    EXPECT_EQ(arrays.list.count, 1u);
+    EXPECT_EQ(arrays.list.multi_key, 0);
+
+    rib_encap_id_path_key_t expected =
+        arrays.untouched; // the extra prefixes, the label key and key_bytes_20 among them
+    expected.key_value_1 = 1;
+    expected.key_value_2 = 2;
+    expected.key_prefix.family = 2;
+    expected.key_prefix.prefix_len = 24;
+    expected.key_prefix.addr.ipv4_addr = 7;
+    expected.key_value_4 = 4;
+    read_on(expected, 1);
+    expected.key_value_6 = 6;
+    expected.key_value_8 = 8;
+    expected.key_value_19 = 0;
+    expected.key_extra_prefix_count = 3;
+    EXPECT_EQ(std::memcmp(&expected, &arrays.keys[0], sizeof expected), 0);
+    EXPECT_EQ(std::memcmp(&arrays.untouched, &arrays.keys[1], sizeof expected), 0);
+    EXPECT_EQ(arrays.ids[0], 0x5A5A5A5A5A5A5A5Au);
+}
+
 TEST(grid_key, count_of_256_extra_prefixes_is_refused_by_the_full_count)
 {
     expect_key_refused(smallest_label_key + repeat(256, extra_prefix));

@@ -1029,6 +1029,20 @@ TEST(route_path_unpack, blocks_count_as_present_by_their_own_bits)
     EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
 }
 
+TEST(route_path_unpack, tunnel_flag_of_2_is_bit_0_alone)
+{
+    zidl_rib_path path = {};
+    zidl_rib_path_ip_tunnel_info_set_tunnel_flag(&path.ip_tunnel_info, true);
+    path.ip_tunnel_info.tunnel_flag = 2; // which the setter cannot store
+    zidl_rib_path_mark_ip_tunnel_info(&path);
+    dirty_place place;
+    void *slot = &place;
+    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
+    rib_path_entry expected = empty_path();
+    expected.pe_tunnel_flags = 0x01;
+    EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
+}
+
 TEST(route_path_unpack, scalar_without_its_bit_is_not_read)
 {
     zidl_rib_path path = {};
