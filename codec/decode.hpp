@@ -18,9 +18,13 @@ inline namespace ZIDL_VARIANT
 struct decode_context {
     zidl_alloc_fn alloc_fn;
     void *alloc_ctx;
-    const uint8_t *wide_end; // the last position from which eight bytes may be loaded; null when there is none
-    bool borrow;             // ZIDL_ZERO_COPY: bytes members point into the input
+    const uint8_t *wide_end;   // the last position from which eight bytes may be loaded; null when there is none
+    const uint8_t *window_end; // the last position from which window_size bytes may be loaded; null when there is none
+    bool borrow;               // ZIDL_ZERO_COPY: bytes members point into the input
 };
+
+// Sixteen bytes and a word that begins within them.
+constexpr size_t window_size = 24;
 
 // A value and the position behind it; a null position where the input ends too early.
 template <class Value>
@@ -44,7 +48,7 @@ ZIDL_COLD parsed<Value> parse_varint_bytewise(const uint8_t *pos, const uint8_t 
     return {nullptr, 0};
 }
 
-// The first byte of the varint has its continuation bit.
+// Of any length up to eight bytes, without a guess; rarely of more.
 template <class Value>
 ZIDL_INLINE parsed<Value> parse_long_varint(const uint8_t *pos, const uint8_t *end, const uint8_t *wide_end)
 {
@@ -52,7 +56,7 @@ ZIDL_INLINE parsed<Value> parse_long_varint(const uint8_t *pos, const uint8_t *e
         const uint64_t word = load<uint64_t>(pos);
         const uint64_t stops = ~word & continuation_bits;
         if (ZIDL_LIKELY(stops != 0)) {
-            pos += (static_cast<unsigned>(__builtin_ctzll(stops)) >> 3) + 1;
+            pos += (trailing_zeros(stops) >> 3) + 1;
             const uint64_t bytes = word & (stops ^ (stops - 1));
             return {ZIDL_LIKELY(pos <= end) ? pos : nullptr, static_cast<Value>(pack_groups(bytes))};
         }
@@ -78,6 +82,14 @@ ZIDL_INLINE parsed<Value> parse_varint(const uint8_t *pos, const uint8_t *end, c
     return parse_long_varint<Value>(pos, end, wide_end);
 }
 
+// A varint that ends within the input, and behind which a word is readable.
+ZIDL_INLINE uint32_t parse_ended(const uint8_t *pos)
+{
+    const uint64_t word = load<uint64_t>(pos);
+    const uint64_t stops = ~word & continuation_bits;
+    return static_cast<uint32_t>(pack_groups(word & (stops ^ (stops - 1))));
+}
+
 // Tags have one byte up to field 15 and two up to field 2047.
 ZIDL_INLINE parsed<uint32_t> parse_tag(const uint8_t *pos, const uint8_t *end)
 {
@@ -96,7 +108,7 @@ ZIDL_INLINE const uint8_t *skip_varint(const uint8_t *pos, const uint8_t *end, c
     if (ZIDL_LIKELY(pos <= wide_end)) {
         const uint64_t stops = ~load<uint64_t>(pos) & continuation_bits;
         if (ZIDL_LIKELY(stops != 0)) {
-            pos += (static_cast<unsigned>(__builtin_ctzll(stops)) >> 3) + 1;
+            pos += (trailing_zeros(stops) >> 3) + 1;
             return ZIDL_LIKELY(pos <= end) ? pos : nullptr;
         }
     }
@@ -181,6 +193,17 @@ public:
         return true;
     }
 
+    // The same for any field of a run.
+    template <uint32_t First, unsigned Count>
+    ZIDL_INLINE bool take_run()
+    {
+        uint32_t index;
+        if (!holds_tag<First>() || !take_run_tag<First, Count>(index))
+            return false;
+        tag_ = make_tag(First + index, varint);
+        return true;
+    }
+
     // A tag that no case of the schema matched: a known field with another wire type, or an unknown field.
     ZIDL_INLINE bool unknown(bool known_number)
     {
@@ -195,6 +218,38 @@ public:
 
     ZIDL_INLINE bool u32(uint32_t &member) { return read_varint(member); }
     ZIDL_INLINE bool u64(uint64_t &member) { return read_varint(member); }
+
+    // The same for messages whose values are now short, now long: nothing is guessed.
+    ZIDL_INLINE bool varied_u32(uint32_t &member) { return read_varied(member); }
+    ZIDL_INLINE bool varied_u64(uint64_t &member) { return read_varied(member); }
+
+    // `Count` u32 fields with numbers from `First`, presence bits from `Bit` and members side by side: as many of them as
+    // follow one another. Where values and tags end is looked up for sixteen bytes at once, so that neither the fields'
+    // choice nor the values' lengths have to be guessed.
+    template <uint32_t First, unsigned Count, unsigned Bit>
+    ZIDL_INLINE bool u32_run(uint8_t *members, uint64_t &seen)
+    {
+        uint32_t index = (tag_ >> 3) - First;
+        for (;;) {
+            // Bit by bit: this value's end, the next tag's, and so on.
+            const uint8_t *const base = pos_;
+            uint32_t ends = ends_in_window();
+            for (uint32_t rest; (rest = ends & (ends - 1)) != 0; ends = rest & (rest - 1)) {
+                store(members + index * sizeof(uint32_t), parse_ended(pos_));
+                seen |= bit<Bit> << index;
+                pos_ = base + trailing_zeros(ends) + 1;
+                if (!take_run_tag<First, Count>(index))
+                    return true;
+            }
+            uint32_t value;
+            if (ZIDL_UNLIKELY(!read_varint(value)))
+                return false;
+            store(members + index * sizeof(uint32_t), value);
+            seen |= bit<Bit> << index;
+            if (!holds_tag<First>() || !take_run_tag<First, Count>(index))
+                return true;
+        }
+    }
 
     ZIDL_INLINE bool u8(uint8_t &member)
     {
@@ -306,10 +361,58 @@ private:
         return false;
     }
 
+    // Whether enough bytes are left for the tag of a field.
+    template <uint32_t Number>
+    ZIDL_INLINE bool holds_tag() const
+    {
+        return end_ - pos_ >= static_cast<ptrdiff_t>(varint_size(make_tag(Number, varint)));
+    }
+
+    // Steps over the tag when it is one of a run's, all of which differ in their first byte alone: they stand eight apart.
+    template <uint32_t First, unsigned Count>
+    ZIDL_INLINE bool take_run_tag(uint32_t &index)
+    {
+        constexpr uint32_t first = make_tag(First, varint);
+        constexpr unsigned tag_len = varint_size(first);
+        static_assert(tag_len <= 2 && first >> 7 == make_tag(First + Count - 1, varint) >> 7);
+        using Tag = std::conditional_t<tag_len == 1, uint8_t, uint16_t>;
+        constexpr unsigned width = 8 * tag_len;
+        const Tag distance = static_cast<Tag>(load<Tag>(pos_) - wire_tag(first));
+        const Tag steps = static_cast<Tag>(distance >> 3 | distance << (width - 3));
+        if (steps >= Count)
+            return false;
+        index = steps;
+        pos_ += tag_len;
+        return true;
+    }
+
+    // Which of the next sixteen bytes end a varint; none where the window does not lie within the input.
+    ZIDL_INLINE uint32_t ends_in_window() const
+    {
+        if (ZIDL_UNLIKELY(pos_ > context_.window_end))
+            return 0;
+        const uint32_t ends = varint_ends(pos_);
+        const size_t left = static_cast<size_t>(end_ - pos_);
+        return left < 16 ? ends & ~(~uint32_t{0} << left) : ends;
+    }
+
+    // Expects a varint of one byte.
     template <class Value>
     ZIDL_INLINE bool read_varint(Value &value)
     {
-        const auto read = parse_varint<Value>(pos_, end_, context_.wide_end);
+        return take_parsed(parse_varint<Value>(pos_, end_, context_.wide_end), value);
+    }
+
+    // Expects a varint of any length up to eight bytes.
+    template <class Value>
+    ZIDL_INLINE bool read_varied(Value &value)
+    {
+        return take_parsed(parse_long_varint<Value>(pos_, end_, context_.wide_end), value);
+    }
+
+    template <class Value>
+    ZIDL_INLINE bool take_parsed(const parsed<Value> &read, Value &value)
+    {
         if (ZIDL_UNLIKELY(read.next == nullptr))
             return fail(ZIDL_ERR_MALFORMED);
         pos_ = read.next;
@@ -461,10 +564,20 @@ private:
             break;                                                                                                     \
         seen |= bit<bit_number>
 
+// The fields of a run: their cases, the label for those who saw one of the tags coming, the read of all that follow.
+#define ZIDL_CASE(number) case make_tag(number, varint):
+#define ZIDL_RUN(number, read)                                                                                         \
+    field_##number : __attribute__((unused));                                                                          \
+    if (ZIDL_UNLIKELY(!(read)))                                                                                        \
+    break
+
 // Which field likely comes next: a test of constant bytes saves the way through the switch.
 #define ZIDL_THEN(number, type)                                                                                        \
     if (in.take<make_tag(number, type)>())                                                                             \
     goto field_##number
+#define ZIDL_THEN_RUN(first, count)                                                                                    \
+    if (in.take_run<first, count>())                                                                                   \
+    goto field_##first
 
 } // namespace ZIDL_VARIANT
 } // namespace zidl

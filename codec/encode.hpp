@@ -31,8 +31,9 @@ struct sizer {
         len += varint_size(Tag) + varint_size(value);
     }
 
-    // A varint whose field number is known when it is written; its tag takes `TagLen` bytes.
-    template <unsigned TagLen>
+    // A varint whose field number is known when it is written; its tag takes `TagLen` bytes, and at least `Behind` bytes
+    // follow.
+    template <unsigned TagLen, size_t Behind>
     ZIDL_INLINE void put_numbered(uint32_t, uint32_t value)
     {
         len += TagLen + varint_size(value);
@@ -102,7 +103,7 @@ public:
         put_tagged(Tag, value);
     }
 
-    template <unsigned>
+    template <unsigned, size_t>
     void put_numbered(uint32_t number, uint32_t value)
     {
         put_tagged(make_tag(number, varint), value);
@@ -287,16 +288,19 @@ struct fast_writer {
         if constexpr (tag_len > 2) {
             put_raw_varint(Tag);
             put_raw_varint(value);
+        } else if (ZIDL_LIKELY(value < 128)) {
+            put_tag<Tag>();
+            *pos++ = static_cast<uint8_t>(value);
         } else {
-            put_behind_tag<tag_len>(wire_tag(Tag), value);
+            put_behind_tag<tag_len, 0>(wire_tag(Tag), value);
         }
     }
 
-    template <unsigned TagLen>
+    template <unsigned TagLen, size_t Behind>
     ZIDL_INLINE void put_numbered(uint32_t number, uint32_t value)
     {
         const uint32_t tag = make_tag(number, varint);
-        put_behind_tag<TagLen>(TagLen == 1 ? tag : (tag & 127) | 128 | (tag >> 7) << 8, value);
+        put_behind_tag<TagLen, Behind>(TagLen == 1 ? tag : (tag & 127) | 128 | (tag >> 7) << 8, value);
     }
 
     template <uint32_t Tag>
@@ -305,7 +309,7 @@ struct fast_writer {
         put_tag<Tag>();
         if (ZIDL_UNLIKELY(value >> 56 != 0)) {
             // Nine or ten bytes, as addresses have.
-            store(pos, spread_groups(value & 0x00ffffffffffffff) | continuation_bits);
+            store(pos, spread_groups<0>(value & 0x00ffffffffffffff) | continuation_bits);
             const uint32_t high = static_cast<uint32_t>(value >> 56);
             pos[8] = static_cast<uint8_t>(high);
             pos += 9;
@@ -334,24 +338,24 @@ struct fast_writer {
     template <uint32_t Tag>
     ZIDL_INLINE void put_string(const char *text)
     {
-        put_bytes<Tag>(text, strlen(text));
-    }
-
-    template <uint32_t Tag>
-    ZIDL_INLINE void put_bytes(const void *data, uint64_t size)
-    {
-        constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
-        if (ZIDL_UNLIKELY(left() < max_head) || ZIDL_UNLIKELY(left() - max_head < size)) {
-            const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(size));
-            if (left() < head || left() - head < size)
-                return give_up();
-        }
+        const size_t size = strlen(text);
+        if (ZIDL_UNLIKELY(!has_room<Tag>(size)))
+            return give_up();
         put_tag<Tag>();
         put_raw_varint(static_cast<uint32_t>(size));
-        copy_short(pos, data, size);
-        pos += size;
+        put_contents(text, size);
     }
 
+    // Whether the length is one byte or two is rarely foreseen.
+    template <uint32_t Tag>
+    ZIDL_INLINE void put_bytes(const uint8_t *data, uint64_t size)
+    {
+        if (ZIDL_UNLIKELY(!has_room<Tag>(size)))
+            return give_up();
+        put_tag<Tag>();
+        put_raw_varint(static_cast<uint32_t>(size));
+        put_contents(data, size);
+    }
     // A message of bounded size; the room around it covers it.
     template <uint32_t Tag, class Record>
     ZIDL_INLINE std::enable_if_t<!shape<Record>::owns_memory> put_message(const Record &msg, bool present)
@@ -375,6 +379,23 @@ struct fast_writer {
     }
 
 private:
+    // For a tag, a length and `size` bytes.
+    template <uint32_t Tag>
+    ZIDL_INLINE bool has_room(uint64_t size) const
+    {
+        constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
+        if (ZIDL_LIKELY(left() >= max_head) && ZIDL_LIKELY(left() - max_head >= size))
+            return true;
+        const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(size));
+        return left() >= head && left() - head >= size;
+    }
+
+    ZIDL_INLINE void put_contents(const void *data, size_t size)
+    {
+        copy_short(pos, data, size);
+        pos += size;
+    }
+
     // How far a body moves up at most, in bytes: a length takes five bytes, and one was kept for it.
     static constexpr size_t max_move = max_varint32_size - 1;
 
@@ -433,36 +454,38 @@ private:
         *pos++ = static_cast<uint8_t>(value);
     }
 
-    // A tag of `TagLen` bytes, as it stands on the wire, and a value.
-    template <unsigned TagLen>
+    // A tag of `TagLen` bytes, as it stands on the wire, and a value of any length, without a branch: lengths that vary
+    // cannot be foreseen. At least `Behind` bytes follow.
+    template <unsigned TagLen, size_t Behind>
     ZIDL_INLINE void put_behind_tag(uint64_t tag, uint32_t value)
     {
-        if (ZIDL_LIKELY(value < 128)) {
-            if constexpr (TagLen == 1) {
-                store(pos, static_cast<uint16_t>(tag | value << 8));
-            } else {
-                store(pos, static_cast<uint16_t>(tag));
-                pos[2] = static_cast<uint8_t>(value);
-            }
-            pos += TagLen + 1;
-            return;
-        }
-        const unsigned value_len = varint_size(value);
-        const uint64_t bytes = spread_groups(value) | (0x8080808080 & ((uint64_t{1} << (8 * (value_len - 1))) - 1));
-        store_exact(bytes << (8 * TagLen) | tag, TagLen + value_len);
+        const unsigned len = TagLen + varint_size(value);
+        const uint64_t all_but_last_byte = (uint64_t{1} << (8 * (len - 1))) - 1;
+        const uint64_t frame = (continuation_bits << (8 * TagLen) | tag) & all_but_last_byte;
+        const uint64_t bytes = spread_groups<TagLen>(value) | frame;
+        // What a whole word stores too much is overwritten by what follows.
+        if constexpr (TagLen + 1 + Behind >= sizeof bytes)
+            store(pos, bytes);
+        else
+            store_exact<TagLen>(bytes, len);
+        pos += len;
     }
 
-    // The low `len` bytes of `bytes`, three to eight of them, in two overlapping stores.
+    // The low `len` bytes of `bytes`, a tag and one to five more, in overlapping stores of two bytes.
+    template <unsigned TagLen>
     ZIDL_INLINE void store_exact(uint64_t bytes, unsigned len)
     {
-        if (ZIDL_LIKELY(len >= 4)) {
-            store(pos, static_cast<uint32_t>(bytes));
-            store(pos + len - 4, static_cast<uint32_t>(bytes >> (8 * (len - 4))));
+        const auto store_pair = [&](unsigned at)
+                                    ZIDL_INLINE_LAMBDA { store(pos + at, static_cast<uint16_t>(bytes >> (8 * at))); };
+        const unsigned last = len - 2;
+        store_pair(0);
+        if constexpr (TagLen == 1) {
+            store_pair(last / 2);
         } else {
-            store(pos, static_cast<uint16_t>(bytes));
-            pos[2] = static_cast<uint8_t>(bytes >> 16);
+            store_pair(last < 2 ? last : 2);
+            store_pair(last - 1);
         }
-        pos += len;
+        store_pair(last);
     }
 };
 
@@ -544,11 +567,22 @@ ZIDL_INLINE void encode_u32(Sink &out, bool present, uint32_t value)
         out.template put_varint<make_tag(Number, varint)>(value);
 }
 
+// For messages whose values are now short, now long.
+template <uint32_t Number, class Sink>
+ZIDL_INLINE void encode_varied_u32(Sink &out, bool present, uint32_t value)
+{
+    if (present)
+        out.template put_numbered<varint_size(make_tag(Number, varint)), 0>(Number, value);
+}
+
 // A whole run of u32 fields: the fields' numbers and places are constants again.
 template <uint32_t Number, size_t... Index, class Sink>
 ZIDL_INLINE void encode_whole_run(Sink &out, const uint8_t *members, std::index_sequence<Index...>)
 {
-    (out.template put_varint<make_tag(Number + Index, varint)>(load<uint32_t>(members + Index * sizeof(uint32_t))),
+    constexpr unsigned tag_len = varint_size(make_tag(Number, varint));
+    constexpr size_t fields_behind_first = sizeof...(Index) - 1;
+    (out.template put_numbered<tag_len, (fields_behind_first - Index) * (tag_len + 1)>(
+         Number + Index, load<uint32_t>(members + Index * sizeof(uint32_t))),
      ...);
 }
 
@@ -565,8 +599,8 @@ ZIDL_INLINE void encode_u32_run(Sink &out, const Record &msg)
     if (present == all)
         return encode_whole_run<Number>(out, members, std::make_index_sequence<Count>());
     for (; present != 0; present &= present - 1) {
-        const unsigned i = static_cast<unsigned>(__builtin_ctzll(present));
-        out.template put_numbered<tag_len>(Number + i, load<uint32_t>(members + i * sizeof(uint32_t)));
+        const unsigned i = trailing_zeros(present);
+        out.template put_numbered<tag_len, 0>(Number + i, load<uint32_t>(members + i * sizeof(uint32_t)));
     }
 }
 

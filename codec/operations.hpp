@@ -92,8 +92,9 @@ ZIDL_INLINE int32_t decode_ext(Record &msg, const uint8_t *buf, size_t len, zidl
     reset(msg);
     if (len == 0)
         return ZIDL_OK;
-    const uint8_t *const wide_end = len >= 8 ? buf + len - 8 : nullptr;
-    const decode_context context{alloc_fn, alloc_ctx, wide_end, (flags & ZIDL_ZERO_COPY) != 0};
+    const uint8_t *const wide_end = len >= sizeof(uint64_t) ? buf + len - sizeof(uint64_t) : nullptr;
+    const uint8_t *const window_end = len >= window_size ? buf + len - window_size : nullptr;
+    const decode_context context{alloc_fn, alloc_ctx, wide_end, window_end, (flags & ZIDL_ZERO_COPY) != 0};
     return decode(msg, buf, buf + len, context);
 }
 

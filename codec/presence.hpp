@@ -45,6 +45,13 @@ ZIDL_INLINE uint64_t any_presence(const Record &msg)
     return any;
 }
 
+// Where a member begins, for what treats neighbouring members as an array.
+template <class Record>
+ZIDL_INLINE uint8_t *member_bytes(Record &msg, size_t offset)
+{
+    return reinterpret_cast<uint8_t *>(&msg) + offset;
+}
+
 // Asks for all cache lines of a large record at once: encoding looks into presence words all over it, and would else wait
 // for one line after the other.
 template <class Record>

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#ifdef __BMI2__
+#if defined(__BMI2__) || defined(__SSE2__)
 #include <immintrin.h>
 #endif
 
@@ -72,6 +72,34 @@ ZIDL_INLINE void store(uint8_t *dst, Word word)
     memcpy(dst, &word, sizeof word);
 }
 
+// The number of zero bits below the lowest set bit; `word` is not 0.
+ZIDL_INLINE unsigned trailing_zeros(uint64_t word)
+{
+#if defined(__x86_64__) && !defined(__BMI__)
+    // tzcnt where the processor knows it, bsf elsewhere: the same result, and a compiler would choose the slow one.
+    uint64_t zeros;
+    asm("rep bsfq %1, %0" : "=r"(zeros) : "r"(word) : "cc");
+    return static_cast<unsigned>(zeros);
+#else
+    return static_cast<unsigned>(__builtin_ctzll(word));
+#endif
+}
+
+// Which of the 16 bytes from `src` end a varint, lowest bit first.
+ZIDL_INLINE uint32_t varint_ends(const uint8_t *src)
+{
+#ifdef __SSE2__
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src));
+    return static_cast<uint16_t>(~_mm_movemask_epi8(bytes));
+#else
+    // Gathers the top bits of eight bytes in the top byte.
+    constexpr uint64_t gather = 0x0002040810204081;
+    const uint64_t low = (~load<uint64_t>(src) & continuation_bits) * gather >> 56;
+    const uint64_t high = (~load<uint64_t>(src + 8) & continuation_bits) * gather >> 56;
+    return static_cast<uint32_t>(low | high << 8);
+#endif
+}
+
 constexpr uint64_t group_bits = 0x7f7f7f7f7f7f7f7f;
 
 // Eight groups of seven bits, one in the low bits of each byte, pushed together into 56 bits.
@@ -86,15 +114,16 @@ ZIDL_INLINE uint64_t pack_groups(uint64_t bytes)
 #endif
 }
 
-// The reverse: the low 56 bits of `value` dealt out into eight groups of seven bits.
+// The reverse: the low 56 bits of `value` dealt out into eight groups of seven bits, from byte `Lowest` on.
+template <unsigned Lowest>
 ZIDL_INLINE uint64_t spread_groups(uint64_t value)
 {
 #ifdef __BMI2__
-    return _pdep_u64(value, group_bits);
+    return _pdep_u64(value, group_bits << (8 * Lowest));
 #else
     value = (value & 0x000000000fffffff) | (value & 0x00fffffff0000000) << 4;
     value = (value & 0x00003fff00003fff) | (value & 0x0fffc0000fffc000) << 2;
-    return (value & 0x007f007f007f007f) | (value & 0x3f803f803f803f80) << 1;
+    return ((value & 0x007f007f007f007f) | (value & 0x3f803f803f803f80) << 1) << (8 * Lowest);
 #endif
 }
 

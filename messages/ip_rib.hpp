@@ -96,10 +96,7 @@ Sink encode(Sink out, const zidl_ip_rib_opaque &msg)
 {
     {
         ZIDL_ROOM(24, out);
-        encode_u32<1>(out, has<0>(msg), msg.opaque_type);
-        encode_u32<2>(out, has<1>(msg), msg.opaque_id);
-        encode_u32<3>(out, has<2>(msg), msg.opaque_sub_id);
-        encode_u32<4>(out, has<3>(msg), msg.opaque_value);
+        encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_opaque, opaque_type)>(out, msg); // opaque_type to opaque_value
     }
     encode_bytes<5>(out, has<4>(msg), msg.first_block, msg.first_block_size);
     encode_bytes<6>(out, has<5>(msg), msg.second_block, msg.second_block_size);
@@ -112,12 +109,10 @@ inline int32_t decode(zidl_ip_rib_opaque &msg, const uint8_t *pos, const uint8_t
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.opaque_type));                                          ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);       continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.opaque_id));                                            ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited);    continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.opaque_sub_id));                                        ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.opaque_value));                                         ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited);                       continue;
-        ZIDL_FIELD(5, delimited, 4, in.bytes(msg.first_block, msg.first_block_size, seen & bit<4>));   ZIDL_THEN(6, delimited);                                                continue;
-        ZIDL_FIELD(6, delimited, 5, in.bytes(msg.second_block, msg.second_block_size, seen & bit<5>));                                                                         continue;
+        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // opaque_type to opaque_value
+        ZIDL_RUN(1, (in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_ip_rib_opaque, opaque_type)), seen))); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
+        ZIDL_FIELD(5, delimited, 4, in.bytes(msg.first_block, msg.first_block_size, seen & bit<4>));   ZIDL_THEN(6, delimited); continue;
+        ZIDL_FIELD(6, delimited, 5, in.bytes(msg.second_block, msg.second_block_size, seen & bit<5>));                          continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6>(in.tag() >> 3)))
                 continue;
@@ -355,10 +350,7 @@ Sink encode(Sink out, const zidl_ip_rib_iid_lss_ctx &msg)
     prefetch(msg.lss_prefixes, msg.lss_prefixes_count);
     {
         ZIDL_ROOM(24, out);
-        encode_u32<1>(out, has<0>(msg), msg.lss_value_1);
-        encode_u32<2>(out, has<1>(msg), msg.lss_value_2);
-        encode_u32<3>(out, has<2>(msg), msg.lss_value_3);
-        encode_u32<4>(out, has<3>(msg), msg.lss_value_4);
+        encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_1)>(out, msg); // lss_value_1 to lss_value_4
     }
     encode_bytes   <5>(out, has<4>(msg), msg.lss_bytes, msg.lss_bytes_size);
     encode_messages<6>(out, has<5>(msg), msg.lss_prefixes, msg.lss_prefixes_count);
@@ -371,12 +363,10 @@ inline int32_t decode(zidl_ip_rib_iid_lss_ctx &msg, const uint8_t *pos, const ui
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.lss_value_1));                                                 ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);       continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.lss_value_2));                                                 ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited);    continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.lss_value_3));                                                 ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.lss_value_4));                                                 ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited);                       continue;
-        ZIDL_FIELD(5, delimited, 4, in.bytes(msg.lss_bytes, msg.lss_bytes_size, seen & bit<4>));              ZIDL_THEN(6, delimited);                                                continue;
-        ZIDL_FIELD(6, delimited, 5, in.messages<6>(msg.lss_prefixes, msg.lss_prefixes_count, seen & bit<5>));                                                                         continue;
+        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // lss_value_1 to lss_value_4
+        ZIDL_RUN(1, (in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_1)), seen))); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
+        ZIDL_FIELD(5, delimited, 4, in.bytes(msg.lss_bytes, msg.lss_bytes_size, seen & bit<4>));              ZIDL_THEN(6, delimited); continue;
+        ZIDL_FIELD(6, delimited, 5, in.messages<6>(msg.lss_prefixes, msg.lss_prefixes_count, seen & bit<5>));                          continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6>(in.tag() >> 3)))
                 continue;

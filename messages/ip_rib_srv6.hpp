@@ -99,14 +99,8 @@ inline int32_t decode(zidl_ip_rib_srv6_lib_ranges &msg, const uint8_t *pos, cons
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.value_2)); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint); continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.value_3)); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); continue;
-        ZIDL_FIELD(4, varint, 3, in.u32(msg.value_4)); ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); continue;
-        ZIDL_FIELD(5, varint, 4, in.u32(msg.value_5)); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); ZIDL_THEN(8, varint); continue;
-        ZIDL_FIELD(6, varint, 5, in.u32(msg.value_6)); ZIDL_THEN(7, varint); ZIDL_THEN(8, varint);                       continue;
-        ZIDL_FIELD(7, varint, 6, in.u32(msg.value_7)); ZIDL_THEN(8, varint);                                             continue;
-        ZIDL_FIELD(8, varint, 7, in.u32(msg.value_8));                                                                   continue;
+        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) // value_1 to value_8
+        ZIDL_RUN(1, (in.u32_run<1, 8, 0>(member_bytes(msg, offsetof(zidl_ip_rib_srv6_lib_ranges, value_1)), seen))); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8>(in.tag() >> 3)))
                 continue;
@@ -148,15 +142,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_locator &msg)
     {
         ZIDL_ROOM(38, out);
         encode_u32_run<4, 3, 5, offsetof(zidl_ip_rib_srv6_locator, value_4)>(out, msg); // value_4 to value_8
-        encode_bool<10>(out, has<8>(msg), msg.flag_10);
-        encode_u32 <11>(out, has<9>(msg), msg.value_11);
+        encode_bool      <10>(out, has<8>(msg), msg.flag_10);
+        encode_varied_u32<11>(out, has<9>(msg), msg.value_11);
     }
     encode_messages<12>(out, has<10>(msg), msg.sids, msg.sids_count);
     {
         ZIDL_ROOM(58, out);
-        encode_u32    <13>(out, has<11>(msg), msg.value_13);
-        encode_message<14>(out, has<12>(msg), msg.lib_ranges);
-        encode_bool   <15>(out, has<13>(msg), msg.flag_15);
+        encode_varied_u32<13>(out, has<11>(msg), msg.value_13);
+        encode_message   <14>(out, has<12>(msg), msg.lib_ranges);
+        encode_bool      <15>(out, has<13>(msg), msg.flag_15);
     }
     return out;
 }
@@ -167,18 +161,15 @@ inline int32_t decode(zidl_ip_rib_srv6_locator &msg, const uint8_t *pos, const u
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1,  delimited, 0,  in.string(msg.name, seen & bit<0>));                        ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint);    continue;
-        ZIDL_FIELD(2,  delimited, 1,  in.message(msg.locator_prefix, seen & bit<1>));             ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint);       continue;
-        ZIDL_FIELD(3,  delimited, 2,  in.message(msg.second_prefix, seen & bit<2>));              ZIDL_THEN(4, varint); ZIDL_THEN(5, varint); ZIDL_THEN(6, varint);          continue;
-        ZIDL_FIELD(4,  varint,    3,  in.u32(msg.value_4));                                       ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint);          continue;
-        ZIDL_FIELD(5,  varint,    4,  in.u32(msg.value_5));                                       ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); ZIDL_THEN(8, varint);          continue;
-        ZIDL_FIELD(6,  varint,    5,  in.u32(msg.value_6));                                       ZIDL_THEN(7, varint); ZIDL_THEN(8, varint); ZIDL_THEN(10, varint);         continue;
-        ZIDL_FIELD(7,  varint,    6,  in.u32(msg.value_7));                                       ZIDL_THEN(8, varint); ZIDL_THEN(10, varint); ZIDL_THEN(11, varint);        continue;
-        ZIDL_FIELD(8,  varint,    7,  in.u32(msg.value_8));                                       ZIDL_THEN(10, varint); ZIDL_THEN(11, varint); ZIDL_THEN(12, delimited);    continue;
+        ZIDL_FIELD(1, delimited, 0, in.string(msg.name, seen & bit<0>));            ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); ZIDL_THEN_RUN(4, 5); continue;
+        ZIDL_FIELD(2, delimited, 1, in.message(msg.locator_prefix, seen & bit<1>)); ZIDL_THEN(3, delimited); ZIDL_THEN_RUN(4, 5); ZIDL_THEN(10, varint);   continue;
+        ZIDL_FIELD(3, delimited, 2, in.message(msg.second_prefix, seen & bit<2>));  ZIDL_THEN_RUN(4, 5); ZIDL_THEN(10, varint); ZIDL_THEN(11, varint);     continue;
+        ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) // value_4 to value_8
+        ZIDL_RUN(4, (in.u32_run<4, 5, 3>(member_bytes(msg, offsetof(zidl_ip_rib_srv6_locator, value_4)), seen))); ZIDL_THEN(10, varint); ZIDL_THEN(11, varint); ZIDL_THEN(12, delimited); continue;
         ZIDL_FIELD(10, varint,    8,  in.boolean(msg.flag_10));                                   ZIDL_THEN(11, varint); ZIDL_THEN(12, delimited); ZIDL_THEN(13, varint);    continue;
-        ZIDL_FIELD(11, varint,    9,  in.u32(msg.value_11));                                      ZIDL_THEN(12, delimited); ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited); continue;
+        ZIDL_FIELD(11, varint,    9,  in.varied_u32(msg.value_11));                               ZIDL_THEN(12, delimited); ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited); continue;
         ZIDL_FIELD(12, delimited, 10, in.messages<12>(msg.sids, msg.sids_count, seen & bit<10>)); ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint);    continue;
-        ZIDL_FIELD(13, varint,    11, in.u32(msg.value_13));                                      ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint);                           continue;
+        ZIDL_FIELD(13, varint,    11, in.varied_u32(msg.value_13));                               ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint);                           continue;
         ZIDL_FIELD(14, delimited, 12, in.message(msg.lib_ranges, seen & bit<12>));                ZIDL_THEN(15, varint);                                                     continue;
         ZIDL_FIELD(15, varint,    13, in.boolean(msg.flag_15));                                                                                                              continue;
         default:

@@ -331,10 +331,7 @@ ZIDL_INLINE void each_presence(zidl_rib_nnh &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_nnh &msg)
 {
-    encode_u32<1>(out, has<0>(msg), msg.nnh_value_1);
-    encode_u32<2>(out, has<1>(msg), msg.nnh_value_2);
-    encode_u32<3>(out, has<2>(msg), msg.nnh_value_3);
-    encode_u32<4>(out, has<3>(msg), msg.nnh_value_4);
+    encode_u32_run<1, 0, 4, offsetof(zidl_rib_nnh, nnh_value_1)>(out, msg); // nnh_value_1 to nnh_value_4
     return out;
 }
 
@@ -344,10 +341,8 @@ inline int32_t decode(zidl_rib_nnh &msg, const uint8_t *pos, const uint8_t *end,
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.nnh_value_1)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.nnh_value_2)); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);                       continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.nnh_value_3)); ZIDL_THEN(4, varint);                                             continue;
-        ZIDL_FIELD(4, varint, 3, in.u32(msg.nnh_value_4));                                                                   continue;
+        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // nnh_value_1 to nnh_value_4
+        ZIDL_RUN(1, (in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_rib_nnh, nnh_value_1)), seen))); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -377,10 +372,7 @@ ZIDL_INLINE void each_presence(zidl_rib_algo_label &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_algo_label &msg)
 {
-    encode_u32<1>(out, has<0>(msg), msg.algo_label_value_1);
-    encode_u32<2>(out, has<1>(msg), msg.algo_label_value_2);
-    encode_u32<3>(out, has<2>(msg), msg.algo_label_value_3);
-    encode_u32<4>(out, has<3>(msg), msg.algo_label_value_4);
+    encode_u32_run<1, 0, 4, offsetof(zidl_rib_algo_label, algo_label_value_1)>(out, msg); // algo_label_value_1 to algo_label_value_4
     return out;
 }
 
@@ -390,10 +382,8 @@ inline int32_t decode(zidl_rib_algo_label &msg, const uint8_t *pos, const uint8_
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.algo_label_value_1)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.algo_label_value_2)); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);                       continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.algo_label_value_3)); ZIDL_THEN(4, varint);                                             continue;
-        ZIDL_FIELD(4, varint, 3, in.u32(msg.algo_label_value_4));                                                                   continue;
+        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // algo_label_value_1 to algo_label_value_4
+        ZIDL_RUN(1, (in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_rib_algo_label, algo_label_value_1)), seen))); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -509,11 +499,8 @@ ZIDL_INLINE void each_presence(zidl_rib_path_l2_info &msg, const Visit &visit)
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_l2_info &msg)
 {
-    encode_u32<1>(out, has<0>(msg), msg.l2_value_1);
-    encode_u32<5>(out, has<1>(msg), msg.l2_value_5);
-    encode_u32<6>(out, has<2>(msg), msg.l2_value_6);
-    encode_u32<7>(out, has<3>(msg), msg.l2_value_7);
-    encode_u32<8>(out, has<4>(msg), msg.l2_value_8);
+    encode_varied_u32<1>(out, has<0>(msg), msg.l2_value_1);
+    encode_u32_run<5, 1, 4, offsetof(zidl_rib_path_l2_info, l2_value_5)>(out, msg); // l2_value_5 to l2_value_8
     return out;
 }
 
@@ -523,11 +510,9 @@ inline int32_t decode(zidl_rib_path_l2_info &msg, const uint8_t *pos, const uint
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.l2_value_1)); ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); continue;
-        ZIDL_FIELD(5, varint, 1, in.u32(msg.l2_value_5)); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); ZIDL_THEN(8, varint); continue;
-        ZIDL_FIELD(6, varint, 2, in.u32(msg.l2_value_6)); ZIDL_THEN(7, varint); ZIDL_THEN(8, varint);                       continue;
-        ZIDL_FIELD(7, varint, 3, in.u32(msg.l2_value_7)); ZIDL_THEN(8, varint);                                             continue;
-        ZIDL_FIELD(8, varint, 4, in.u32(msg.l2_value_8));                                                                   continue;
+        ZIDL_FIELD(1, varint, 0, in.varied_u32(msg.l2_value_1)); ZIDL_THEN_RUN(5, 4); continue;
+        ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) // l2_value_5 to l2_value_8
+        ZIDL_RUN(5, (in.u32_run<5, 4, 1>(member_bytes(msg, offsetof(zidl_rib_path_l2_info, l2_value_5)), seen))); continue;
         default:
             if (in.unknown(is_one_of<1, 5, 6, 7, 8>(in.tag() >> 3)))
                 continue;
@@ -603,13 +588,10 @@ ZIDL_INLINE void each_presence(zidl_rib_path_ip_tunnel_info &msg, const Visit &v
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_ip_tunnel_info &msg)
 {
-    encode_u32 <1> (out, has<0>(msg), msg.tunnel_value_1);
-    encode_bool<5> (out, has<1>(msg), msg.tunnel_flag);
-    encode_u32 <6> (out, has<2>(msg), msg.tunnel_value_6);
-    encode_u32 <7> (out, has<3>(msg), msg.tunnel_value_7);
-    encode_u32 <8> (out, has<4>(msg), msg.tunnel_value_8);
-    encode_u32 <9> (out, has<5>(msg), msg.tunnel_value_9);
-    encode_u64 <10>(out, has<6>(msg), msg.tunnel_value_10);
+    encode_varied_u32<1>(out, has<0>(msg), msg.tunnel_value_1);
+    encode_bool      <5>(out, has<1>(msg), msg.tunnel_flag);
+    encode_u32_run<6, 2, 4, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6)>(out, msg); // tunnel_value_6 to tunnel_value_9
+    encode_u64<10>(out, has<6>(msg), msg.tunnel_value_10);
     return out;
 }
 
@@ -619,13 +601,11 @@ inline int32_t decode(zidl_rib_path_ip_tunnel_info &msg, const uint8_t *pos, con
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1,  varint, 0, in.u32(msg.tunnel_value_1));  ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint);  continue;
-        ZIDL_FIELD(5,  varint, 1, in.boolean(msg.tunnel_flag)); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); ZIDL_THEN(8, varint);  continue;
-        ZIDL_FIELD(6,  varint, 2, in.u32(msg.tunnel_value_6));  ZIDL_THEN(7, varint); ZIDL_THEN(8, varint); ZIDL_THEN(9, varint);  continue;
-        ZIDL_FIELD(7,  varint, 3, in.u32(msg.tunnel_value_7));  ZIDL_THEN(8, varint); ZIDL_THEN(9, varint); ZIDL_THEN(10, varint); continue;
-        ZIDL_FIELD(8,  varint, 4, in.u32(msg.tunnel_value_8));  ZIDL_THEN(9, varint); ZIDL_THEN(10, varint);                       continue;
-        ZIDL_FIELD(9,  varint, 5, in.u32(msg.tunnel_value_9));  ZIDL_THEN(10, varint);                                             continue;
-        ZIDL_FIELD(10, varint, 6, in.u64(msg.tunnel_value_10));                                                                    continue;
+        ZIDL_FIELD(1, varint, 0, in.varied_u32(msg.tunnel_value_1)); ZIDL_THEN(5, varint); ZIDL_THEN_RUN(6, 4); ZIDL_THEN(10, varint); continue;
+        ZIDL_FIELD(5, varint, 1, in.boolean(msg.tunnel_flag));       ZIDL_THEN_RUN(6, 4); ZIDL_THEN(10, varint);                       continue;
+        ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) ZIDL_CASE(9) // tunnel_value_6 to tunnel_value_9
+        ZIDL_RUN(6, (in.u32_run<6, 4, 2>(member_bytes(msg, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6)), seen))); ZIDL_THEN(10, varint); continue;
+        ZIDL_FIELD(10, varint, 6, in.varied_u64(msg.tunnel_value_10)); continue;
         default:
             if (in.unknown(is_one_of<1, 5, 6, 7, 8, 9, 10>(in.tag() >> 3)))
                 continue;
@@ -870,45 +850,45 @@ Sink encode(Sink out, const zidl_rib_path &msg)
     prefetch(msg.srv6_sid_infos, msg.srv6_sid_infos_count);
     {
         ZIDL_ROOM(146, out);
-        encode_u32<1>(out, has<0>(msg), msg.path_value_1);
-        encode_u32<2>(out, has<1>(msg), msg.path_value_2);
-        encode_u32<3>(out, has<2>(msg), msg.path_value_3);
+        encode_varied_u32<1>(out, has<0>(msg), msg.path_value_1);
+        encode_varied_u32<2>(out, has<1>(msg), msg.path_value_2);
+        encode_varied_u32<3>(out, has<2>(msg), msg.path_value_3);
         if ((msg.presence & 0x38) | any_presence(msg.path_address_4) | any_presence(msg.path_address_5) | any_presence(msg.path_prefix)) {
             encode_message<4>(out, has<3>(msg), msg.path_address_4);
             encode_message<5>(out, has<4>(msg), msg.path_address_5);
             encode_message<6>(out, has<5>(msg), msg.path_prefix);
         }
-        encode_u32<8>(out, has<6>(msg), msg.path_value_8);
+        encode_varied_u32<8>(out, has<6>(msg), msg.path_value_8);
     }
     encode_u32s<9>(out, has<7>(msg), msg.path_values_9, msg.path_values_9_count);
     {
         ZIDL_ROOM(37, out);
         encode_u32_run<10, 8, 5, offsetof(zidl_rib_path, path_value_10)>(out, msg); // path_value_10 to path_value_14
-        encode_u32<16>(out, has<13>(msg), msg.path_value_16);
+        encode_varied_u32<16>(out, has<13>(msg), msg.path_value_16);
     }
     encode_messages<17>(out, has<14>(msg), msg.path_addresses, msg.path_addresses_count);
     {
         ZIDL_ROOM(32, out);
-        encode_message<18>(out, has<15>(msg), msg.path_ipv6_address);
-        encode_u32    <19>(out, has<16>(msg), msg.path_value_19);
+        encode_message   <18>(out, has<15>(msg), msg.path_ipv6_address);
+        encode_varied_u32<19>(out, has<16>(msg), msg.path_value_19);
     }
     encode_messages<21>(out, has<17>(msg), msg.nnh_entries, msg.nnh_entries_count);
     {
         ZIDL_ROOM(14, out);
-        encode_u32<22>(out, has<18>(msg), msg.path_value_22);
-        encode_u32<25>(out, has<19>(msg), msg.path_value_25);
+        encode_varied_u32<22>(out, has<18>(msg), msg.path_value_22);
+        encode_varied_u32<25>(out, has<19>(msg), msg.path_value_25);
     }
     encode_message<26>(out, has<20>(msg), msg.ecomm);
     {
         ZIDL_ROOM(160, out);
-        encode_u32<27>(out, has<21>(msg), msg.path_value_27);
-        encode_u32<28>(out, has<22>(msg), msg.path_value_28);
+        encode_varied_u32<27>(out, has<21>(msg), msg.path_value_27);
+        encode_varied_u32<28>(out, has<22>(msg), msg.path_value_28);
         if ((msg.presence & 0x1800000) | any_presence(msg.iid_attr) | any_presence(msg.l2_info)) {
             encode_message<29>(out, has<23>(msg), msg.iid_attr);
             encode_message<30>(out, has<24>(msg), msg.l2_info);
         }
-        encode_u32    <31>(out, has<25>(msg), msg.path_value_31);
-        encode_message<32>(out, has<26>(msg), msg.via_srv6_sid);
+        encode_varied_u32<31>(out, has<25>(msg), msg.path_value_31);
+        encode_message   <32>(out, has<26>(msg), msg.via_srv6_sid);
     }
     encode_messages<33>(out, has<27>(msg), msg.srv6_sid_infos, msg.srv6_sid_infos_count);
     {
@@ -929,32 +909,29 @@ inline int32_t decode(zidl_rib_path &msg, const uint8_t *pos, const uint8_t *end
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1,  varint,    0,  in.u32(msg.path_value_1));                                                      ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);          continue;
-        ZIDL_FIELD(2,  varint,    1,  in.u32(msg.path_value_2));                                                      ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited);       continue;
-        ZIDL_FIELD(3,  varint,    2,  in.u32(msg.path_value_3));                                                      ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited);    continue;
-        ZIDL_FIELD(4,  delimited, 3,  in.message(msg.path_address_4, seen & bit<3>));                                 ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); ZIDL_THEN(8, varint);       continue;
-        ZIDL_FIELD(5,  delimited, 4,  in.message(msg.path_address_5, seen & bit<4>));                                 ZIDL_THEN(6, delimited); ZIDL_THEN(8, varint); ZIDL_THEN(9, varint);          continue;
-        ZIDL_FIELD(6,  delimited, 5,  in.message(msg.path_prefix, seen & bit<5>));                                    ZIDL_THEN(8, varint); ZIDL_THEN(9, varint); ZIDL_THEN(10, varint);            continue;
-        ZIDL_FIELD(8,  varint,    6,  in.u32(msg.path_value_8));                                                      ZIDL_THEN(9, varint); ZIDL_THEN(10, varint); ZIDL_THEN(11, varint);           continue;
-        ZIDL_FIELD(9,  varint,    7,  in.u32s<9>(msg.path_values_9, msg.path_values_9_count, seen & bit<7>));         ZIDL_THEN(10, varint); ZIDL_THEN(11, varint); ZIDL_THEN(12, varint);          continue;
-        ZIDL_FIELD(10, varint,    8,  in.u32(msg.path_value_10));                                                     ZIDL_THEN(11, varint); ZIDL_THEN(12, varint); ZIDL_THEN(13, varint);          continue;
-        ZIDL_FIELD(11, varint,    9,  in.u32(msg.path_value_11));                                                     ZIDL_THEN(12, varint); ZIDL_THEN(13, varint); ZIDL_THEN(14, varint);          continue;
-        ZIDL_FIELD(12, varint,    10, in.u32(msg.path_value_12));                                                     ZIDL_THEN(13, varint); ZIDL_THEN(14, varint); ZIDL_THEN(16, varint);          continue;
-        ZIDL_FIELD(13, varint,    11, in.u32(msg.path_value_13));                                                     ZIDL_THEN(14, varint); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited);       continue;
-        ZIDL_FIELD(14, varint,    12, in.u32(msg.path_value_14));                                                     ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); ZIDL_THEN(18, delimited);    continue;
-        ZIDL_FIELD(16, varint,    13, in.u32(msg.path_value_16));                                                     ZIDL_THEN(17, delimited); ZIDL_THEN(18, delimited); ZIDL_THEN(19, varint);    continue;
+        ZIDL_FIELD(1, varint,    0, in.varied_u32(msg.path_value_1));                                       ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);       continue;
+        ZIDL_FIELD(2, varint,    1, in.varied_u32(msg.path_value_2));                                       ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited);    continue;
+        ZIDL_FIELD(3, varint,    2, in.varied_u32(msg.path_value_3));                                       ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
+        ZIDL_FIELD(4, delimited, 3, in.message(msg.path_address_4, seen & bit<3>));                         ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); ZIDL_THEN(8, varint);    continue;
+        ZIDL_FIELD(5, delimited, 4, in.message(msg.path_address_5, seen & bit<4>));                         ZIDL_THEN(6, delimited); ZIDL_THEN(8, varint); ZIDL_THEN(9, varint);       continue;
+        ZIDL_FIELD(6, delimited, 5, in.message(msg.path_prefix, seen & bit<5>));                            ZIDL_THEN(8, varint); ZIDL_THEN(9, varint); ZIDL_THEN_RUN(10, 5);          continue;
+        ZIDL_FIELD(8, varint,    6, in.varied_u32(msg.path_value_8));                                       ZIDL_THEN(9, varint); ZIDL_THEN_RUN(10, 5); ZIDL_THEN(16, varint);         continue;
+        ZIDL_FIELD(9, varint,    7, in.u32s<9>(msg.path_values_9, msg.path_values_9_count, seen & bit<7>)); ZIDL_THEN_RUN(10, 5); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited);     continue;
+        ZIDL_CASE(10) ZIDL_CASE(11) ZIDL_CASE(12) ZIDL_CASE(13) ZIDL_CASE(14) // path_value_10 to path_value_14
+        ZIDL_RUN(10, (in.u32_run<10, 5, 8>(member_bytes(msg, offsetof(zidl_rib_path, path_value_10)), seen))); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); ZIDL_THEN(18, delimited); continue;
+        ZIDL_FIELD(16, varint,    13, in.varied_u32(msg.path_value_16));                                              ZIDL_THEN(17, delimited); ZIDL_THEN(18, delimited); ZIDL_THEN(19, varint);    continue;
         ZIDL_FIELD(17, delimited, 14, in.messages<17>(msg.path_addresses, msg.path_addresses_count, seen & bit<14>)); ZIDL_THEN(18, delimited); ZIDL_THEN(19, varint); ZIDL_THEN(21, delimited);    continue;
         ZIDL_FIELD(18, delimited, 15, in.message(msg.path_ipv6_address, seen & bit<15>));                             ZIDL_THEN(19, varint); ZIDL_THEN(21, delimited); ZIDL_THEN(22, varint);       continue;
-        ZIDL_FIELD(19, varint,    16, in.u32(msg.path_value_19));                                                     ZIDL_THEN(21, delimited); ZIDL_THEN(22, varint); ZIDL_THEN(25, varint);       continue;
+        ZIDL_FIELD(19, varint,    16, in.varied_u32(msg.path_value_19));                                              ZIDL_THEN(21, delimited); ZIDL_THEN(22, varint); ZIDL_THEN(25, varint);       continue;
         ZIDL_FIELD(21, delimited, 17, in.messages<21>(msg.nnh_entries, msg.nnh_entries_count, seen & bit<17>));       ZIDL_THEN(22, varint); ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited);       continue;
-        ZIDL_FIELD(22, varint,    18, in.u32(msg.path_value_22));                                                     ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited); ZIDL_THEN(27, varint);       continue;
-        ZIDL_FIELD(25, varint,    19, in.u32(msg.path_value_25));                                                     ZIDL_THEN(26, delimited); ZIDL_THEN(27, varint); ZIDL_THEN(28, varint);       continue;
+        ZIDL_FIELD(22, varint,    18, in.varied_u32(msg.path_value_22));                                              ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited); ZIDL_THEN(27, varint);       continue;
+        ZIDL_FIELD(25, varint,    19, in.varied_u32(msg.path_value_25));                                              ZIDL_THEN(26, delimited); ZIDL_THEN(27, varint); ZIDL_THEN(28, varint);       continue;
         ZIDL_FIELD(26, delimited, 20, in.message(msg.ecomm, seen & bit<20>));                                         ZIDL_THEN(27, varint); ZIDL_THEN(28, varint); ZIDL_THEN(29, delimited);       continue;
-        ZIDL_FIELD(27, varint,    21, in.u32(msg.path_value_27));                                                     ZIDL_THEN(28, varint); ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited);    continue;
-        ZIDL_FIELD(28, varint,    22, in.u32(msg.path_value_28));                                                     ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); ZIDL_THEN(31, varint);    continue;
+        ZIDL_FIELD(27, varint,    21, in.varied_u32(msg.path_value_27));                                              ZIDL_THEN(28, varint); ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited);    continue;
+        ZIDL_FIELD(28, varint,    22, in.varied_u32(msg.path_value_28));                                              ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); ZIDL_THEN(31, varint);    continue;
         ZIDL_FIELD(29, delimited, 23, in.message(msg.iid_attr, seen & bit<23>));                                      ZIDL_THEN(30, delimited); ZIDL_THEN(31, varint); ZIDL_THEN(32, delimited);    continue;
         ZIDL_FIELD(30, delimited, 24, in.message(msg.l2_info, seen & bit<24>));                                       ZIDL_THEN(31, varint); ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited);    continue;
-        ZIDL_FIELD(31, varint,    25, in.u32(msg.path_value_31));                                                     ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); ZIDL_THEN(40, delimited); continue;
+        ZIDL_FIELD(31, varint,    25, in.varied_u32(msg.path_value_31));                                              ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); ZIDL_THEN(40, delimited); continue;
         ZIDL_FIELD(32, delimited, 26, in.message(msg.via_srv6_sid, seen & bit<26>));                                  ZIDL_THEN(33, delimited); ZIDL_THEN(40, delimited); ZIDL_THEN(34, delimited); continue;
         ZIDL_FIELD(33, delimited, 27, in.messages<33>(msg.srv6_sid_infos, msg.srv6_sid_infos_count, seen & bit<27>)); ZIDL_THEN(40, delimited); ZIDL_THEN(34, delimited); ZIDL_THEN(35, delimited); continue;
         ZIDL_FIELD(40, delimited, 28, in.message(msg.grouping_info, seen & bit<28>));                                 ZIDL_THEN(34, delimited); ZIDL_THEN(35, delimited); ZIDL_THEN(36, delimited); continue;
@@ -1277,14 +1254,14 @@ Sink encode(Sink out, const zidl_rib_route &msg)
         ZIDL_ROOM(137, out);
         encode_message<1>(out, has<0>(msg), msg.route_prefix);
         encode_u32_run<2, 1, 14, offsetof(zidl_rib_route, route_value_2)>(out, msg); // route_value_2 to route_value_15
-        encode_u32<16>(out, has<15>(msg), msg.route_value_16);
+        encode_varied_u32<16>(out, has<15>(msg), msg.route_value_16);
     }
     encode_messages<17>(out, has<16>(msg), msg.algo_labels, msg.algo_labels_count);
     {
         ZIDL_ROOM(61, out);
         encode_u32_run<18, 17, 6, offsetof(zidl_rib_route, route_value_18)>(out, msg); // route_value_18 to route_value_23
-        encode_u64<24>(out, has<23>(msg), msg.route_flags);
-        encode_u32<25>(out, has<24>(msg), msg.route_value_25);
+        encode_u64       <24>(out, has<23>(msg), msg.route_flags);
+        encode_varied_u32<25>(out, has<24>(msg), msg.route_value_25);
     }
     encode_messages<26>(out, has<25>(msg), msg.paths, msg.paths_count);
     if ((msg.presence & 0x1fc000000) | any_presence(msg.client_advertisement) | any_presence(msg.addr_generic_attrs) | any_presence(msg.generic_attrs_29) | any_presence(msg.generic_attrs_30) | any_presence(msg.generic_attrs_31) | any_presence(msg.generic_attrs_32) | any_presence(msg.generic_attrs_33)) {
@@ -1298,14 +1275,14 @@ Sink encode(Sink out, const zidl_rib_route &msg)
     }
     {
         ZIDL_ROOM(104, out);
-        encode_u32    <34>(out, has<33>(msg), msg.route_value_34);
-        encode_u32    <35>(out, has<34>(msg), msg.route_value_35);
-        encode_message<36>(out, has<35>(msg), msg.route_l2_info);
-        encode_u32    <37>(out, has<36>(msg), msg.route_value_37);
-        encode_u32    <38>(out, has<37>(msg), msg.route_value_38);
-        encode_message<39>(out, has<38>(msg), msg.route_aft_id);
-        encode_u64    <40>(out, has<39>(msg), msg.route_value_40);
-        encode_u64    <41>(out, has<40>(msg), msg.route_value_41);
+        encode_varied_u32<34>(out, has<33>(msg), msg.route_value_34);
+        encode_varied_u32<35>(out, has<34>(msg), msg.route_value_35);
+        encode_message   <36>(out, has<35>(msg), msg.route_l2_info);
+        encode_varied_u32<37>(out, has<36>(msg), msg.route_value_37);
+        encode_varied_u32<38>(out, has<37>(msg), msg.route_value_38);
+        encode_message   <39>(out, has<38>(msg), msg.route_aft_id);
+        encode_u64       <40>(out, has<39>(msg), msg.route_value_40);
+        encode_u64       <41>(out, has<40>(msg), msg.route_value_41);
     }
     return out;
 }
@@ -1316,47 +1293,31 @@ inline int32_t decode(zidl_rib_route &msg, const uint8_t *pos, const uint8_t *en
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1,  delimited, 0,  in.message(msg.route_prefix, seen & bit<0>));                             ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);             continue;
-        ZIDL_FIELD(2,  varint,    1,  in.u32(msg.route_value_2));                                               ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint);             continue;
-        ZIDL_FIELD(3,  varint,    2,  in.u32(msg.route_value_3));                                               ZIDL_THEN(4, varint); ZIDL_THEN(5, varint); ZIDL_THEN(6, varint);             continue;
-        ZIDL_FIELD(4,  varint,    3,  in.u32(msg.route_value_4));                                               ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint);             continue;
-        ZIDL_FIELD(5,  varint,    4,  in.u32(msg.route_value_5));                                               ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); ZIDL_THEN(8, varint);             continue;
-        ZIDL_FIELD(6,  varint,    5,  in.u32(msg.route_value_6));                                               ZIDL_THEN(7, varint); ZIDL_THEN(8, varint); ZIDL_THEN(9, varint);             continue;
-        ZIDL_FIELD(7,  varint,    6,  in.u32(msg.route_value_7));                                               ZIDL_THEN(8, varint); ZIDL_THEN(9, varint); ZIDL_THEN(10, varint);            continue;
-        ZIDL_FIELD(8,  varint,    7,  in.u32(msg.route_value_8));                                               ZIDL_THEN(9, varint); ZIDL_THEN(10, varint); ZIDL_THEN(11, varint);           continue;
-        ZIDL_FIELD(9,  varint,    8,  in.u32(msg.route_value_9));                                               ZIDL_THEN(10, varint); ZIDL_THEN(11, varint); ZIDL_THEN(12, varint);          continue;
-        ZIDL_FIELD(10, varint,    9,  in.u32(msg.route_value_10));                                              ZIDL_THEN(11, varint); ZIDL_THEN(12, varint); ZIDL_THEN(13, varint);          continue;
-        ZIDL_FIELD(11, varint,    10, in.u32(msg.route_value_11));                                              ZIDL_THEN(12, varint); ZIDL_THEN(13, varint); ZIDL_THEN(14, varint);          continue;
-        ZIDL_FIELD(12, varint,    11, in.u32(msg.route_value_12));                                              ZIDL_THEN(13, varint); ZIDL_THEN(14, varint); ZIDL_THEN(15, varint);          continue;
-        ZIDL_FIELD(13, varint,    12, in.u32(msg.route_value_13));                                              ZIDL_THEN(14, varint); ZIDL_THEN(15, varint); ZIDL_THEN(16, varint);          continue;
-        ZIDL_FIELD(14, varint,    13, in.u32(msg.route_value_14));                                              ZIDL_THEN(15, varint); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited);       continue;
-        ZIDL_FIELD(15, varint,    14, in.u32(msg.route_value_15));                                              ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); ZIDL_THEN(18, varint);       continue;
-        ZIDL_FIELD(16, varint,    15, in.u32(msg.route_value_16));                                              ZIDL_THEN(17, delimited); ZIDL_THEN(18, varint); ZIDL_THEN(19, varint);       continue;
-        ZIDL_FIELD(17, delimited, 16, in.messages<17>(msg.algo_labels, msg.algo_labels_count, seen & bit<16>)); ZIDL_THEN(18, varint); ZIDL_THEN(19, varint); ZIDL_THEN(20, varint);          continue;
-        ZIDL_FIELD(18, varint,    17, in.u32(msg.route_value_18));                                              ZIDL_THEN(19, varint); ZIDL_THEN(20, varint); ZIDL_THEN(21, varint);          continue;
-        ZIDL_FIELD(19, varint,    18, in.u32(msg.route_value_19));                                              ZIDL_THEN(20, varint); ZIDL_THEN(21, varint); ZIDL_THEN(22, varint);          continue;
-        ZIDL_FIELD(20, varint,    19, in.u32(msg.route_value_20));                                              ZIDL_THEN(21, varint); ZIDL_THEN(22, varint); ZIDL_THEN(23, varint);          continue;
-        ZIDL_FIELD(21, varint,    20, in.u32(msg.route_value_21));                                              ZIDL_THEN(22, varint); ZIDL_THEN(23, varint); ZIDL_THEN(24, varint);          continue;
-        ZIDL_FIELD(22, varint,    21, in.u32(msg.route_value_22));                                              ZIDL_THEN(23, varint); ZIDL_THEN(24, varint); ZIDL_THEN(25, varint);          continue;
-        ZIDL_FIELD(23, varint,    22, in.u32(msg.route_value_23));                                              ZIDL_THEN(24, varint); ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited);       continue;
-        ZIDL_FIELD(24, varint,    23, in.u64(msg.route_flags));                                                 ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited); ZIDL_THEN(27, delimited);    continue;
-        ZIDL_FIELD(25, varint,    24, in.u32(msg.route_value_25));                                              ZIDL_THEN(26, delimited); ZIDL_THEN(27, delimited); ZIDL_THEN(28, delimited); continue;
-        ZIDL_FIELD(26, delimited, 25, in.messages<26>(msg.paths, msg.paths_count, seen & bit<25>));             ZIDL_THEN(27, delimited); ZIDL_THEN(28, delimited); ZIDL_THEN(29, delimited); continue;
-        ZIDL_FIELD(27, delimited, 26, in.message(msg.client_advertisement, seen & bit<26>));                    ZIDL_THEN(28, delimited); ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); continue;
-        ZIDL_FIELD(28, delimited, 27, in.message(msg.addr_generic_attrs, seen & bit<27>));                      ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); ZIDL_THEN(31, delimited); continue;
-        ZIDL_FIELD(29, delimited, 28, in.message(msg.generic_attrs_29, seen & bit<28>));                        ZIDL_THEN(30, delimited); ZIDL_THEN(31, delimited); ZIDL_THEN(32, delimited); continue;
-        ZIDL_FIELD(30, delimited, 29, in.message(msg.generic_attrs_30, seen & bit<29>));                        ZIDL_THEN(31, delimited); ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); continue;
-        ZIDL_FIELD(31, delimited, 30, in.message(msg.generic_attrs_31, seen & bit<30>));                        ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); ZIDL_THEN(34, varint);    continue;
-        ZIDL_FIELD(32, delimited, 31, in.message(msg.generic_attrs_32, seen & bit<31>));                        ZIDL_THEN(33, delimited); ZIDL_THEN(34, varint); ZIDL_THEN(35, varint);       continue;
-        ZIDL_FIELD(33, delimited, 32, in.message(msg.generic_attrs_33, seen & bit<32>));                        ZIDL_THEN(34, varint); ZIDL_THEN(35, varint); ZIDL_THEN(36, delimited);       continue;
-        ZIDL_FIELD(34, varint,    33, in.u32(msg.route_value_34));                                              ZIDL_THEN(35, varint); ZIDL_THEN(36, delimited); ZIDL_THEN(37, varint);       continue;
-        ZIDL_FIELD(35, varint,    34, in.u32(msg.route_value_35));                                              ZIDL_THEN(36, delimited); ZIDL_THEN(37, varint); ZIDL_THEN(38, varint);       continue;
-        ZIDL_FIELD(36, delimited, 35, in.message(msg.route_l2_info, seen & bit<35>));                           ZIDL_THEN(37, varint); ZIDL_THEN(38, varint); ZIDL_THEN(39, delimited);       continue;
-        ZIDL_FIELD(37, varint,    36, in.u32(msg.route_value_37));                                              ZIDL_THEN(38, varint); ZIDL_THEN(39, delimited); ZIDL_THEN(40, varint);       continue;
-        ZIDL_FIELD(38, varint,    37, in.u32(msg.route_value_38));                                              ZIDL_THEN(39, delimited); ZIDL_THEN(40, varint); ZIDL_THEN(41, varint);       continue;
-        ZIDL_FIELD(39, delimited, 38, in.message(msg.route_aft_id, seen & bit<38>));                            ZIDL_THEN(40, varint); ZIDL_THEN(41, varint);                                 continue;
-        ZIDL_FIELD(40, varint,    39, in.u64(msg.route_value_40));                                              ZIDL_THEN(41, varint);                                                        continue;
-        ZIDL_FIELD(41, varint,    40, in.u64(msg.route_value_41));                                                                                                                            continue;
+        ZIDL_FIELD(1, delimited, 0, in.message(msg.route_prefix, seen & bit<0>)); ZIDL_THEN_RUN(2, 14); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); continue;
+        ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) ZIDL_CASE(9) ZIDL_CASE(10) ZIDL_CASE(11) ZIDL_CASE(12) ZIDL_CASE(13) ZIDL_CASE(14) ZIDL_CASE(15) // route_value_2 to route_value_15
+        ZIDL_RUN(2, (in.u32_run<2, 14, 1>(member_bytes(msg, offsetof(zidl_rib_route, route_value_2)), seen))); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); ZIDL_THEN_RUN(18, 6); continue;
+        ZIDL_FIELD(16, varint,    15, in.varied_u32(msg.route_value_16));                                       ZIDL_THEN(17, delimited); ZIDL_THEN_RUN(18, 6); ZIDL_THEN(24, varint); continue;
+        ZIDL_FIELD(17, delimited, 16, in.messages<17>(msg.algo_labels, msg.algo_labels_count, seen & bit<16>)); ZIDL_THEN_RUN(18, 6); ZIDL_THEN(24, varint); ZIDL_THEN(25, varint);    continue;
+        ZIDL_CASE(18) ZIDL_CASE(19) ZIDL_CASE(20) ZIDL_CASE(21) ZIDL_CASE(22) ZIDL_CASE(23) // route_value_18 to route_value_23
+        ZIDL_RUN(18, (in.u32_run<18, 6, 17>(member_bytes(msg, offsetof(zidl_rib_route, route_value_18)), seen))); ZIDL_THEN(24, varint); ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited); continue;
+        ZIDL_FIELD(24, varint,    23, in.varied_u64(msg.route_flags));                              ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited); ZIDL_THEN(27, delimited);    continue;
+        ZIDL_FIELD(25, varint,    24, in.varied_u32(msg.route_value_25));                           ZIDL_THEN(26, delimited); ZIDL_THEN(27, delimited); ZIDL_THEN(28, delimited); continue;
+        ZIDL_FIELD(26, delimited, 25, in.messages<26>(msg.paths, msg.paths_count, seen & bit<25>)); ZIDL_THEN(27, delimited); ZIDL_THEN(28, delimited); ZIDL_THEN(29, delimited); continue;
+        ZIDL_FIELD(27, delimited, 26, in.message(msg.client_advertisement, seen & bit<26>));        ZIDL_THEN(28, delimited); ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); continue;
+        ZIDL_FIELD(28, delimited, 27, in.message(msg.addr_generic_attrs, seen & bit<27>));          ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); ZIDL_THEN(31, delimited); continue;
+        ZIDL_FIELD(29, delimited, 28, in.message(msg.generic_attrs_29, seen & bit<28>));            ZIDL_THEN(30, delimited); ZIDL_THEN(31, delimited); ZIDL_THEN(32, delimited); continue;
+        ZIDL_FIELD(30, delimited, 29, in.message(msg.generic_attrs_30, seen & bit<29>));            ZIDL_THEN(31, delimited); ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); continue;
+        ZIDL_FIELD(31, delimited, 30, in.message(msg.generic_attrs_31, seen & bit<30>));            ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); ZIDL_THEN(34, varint);    continue;
+        ZIDL_FIELD(32, delimited, 31, in.message(msg.generic_attrs_32, seen & bit<31>));            ZIDL_THEN(33, delimited); ZIDL_THEN(34, varint); ZIDL_THEN(35, varint);       continue;
+        ZIDL_FIELD(33, delimited, 32, in.message(msg.generic_attrs_33, seen & bit<32>));            ZIDL_THEN(34, varint); ZIDL_THEN(35, varint); ZIDL_THEN(36, delimited);       continue;
+        ZIDL_FIELD(34, varint,    33, in.varied_u32(msg.route_value_34));                           ZIDL_THEN(35, varint); ZIDL_THEN(36, delimited); ZIDL_THEN(37, varint);       continue;
+        ZIDL_FIELD(35, varint,    34, in.varied_u32(msg.route_value_35));                           ZIDL_THEN(36, delimited); ZIDL_THEN(37, varint); ZIDL_THEN(38, varint);       continue;
+        ZIDL_FIELD(36, delimited, 35, in.message(msg.route_l2_info, seen & bit<35>));               ZIDL_THEN(37, varint); ZIDL_THEN(38, varint); ZIDL_THEN(39, delimited);       continue;
+        ZIDL_FIELD(37, varint,    36, in.varied_u32(msg.route_value_37));                           ZIDL_THEN(38, varint); ZIDL_THEN(39, delimited); ZIDL_THEN(40, varint);       continue;
+        ZIDL_FIELD(38, varint,    37, in.varied_u32(msg.route_value_38));                           ZIDL_THEN(39, delimited); ZIDL_THEN(40, varint); ZIDL_THEN(41, varint);       continue;
+        ZIDL_FIELD(39, delimited, 38, in.message(msg.route_aft_id, seen & bit<38>));                ZIDL_THEN(40, varint); ZIDL_THEN(41, varint);                                 continue;
+        ZIDL_FIELD(40, varint,    39, in.varied_u64(msg.route_value_40));                           ZIDL_THEN(41, varint);                                                        continue;
+        ZIDL_FIELD(41, varint,    40, in.varied_u64(msg.route_value_41));                                                                                                         continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41>(in.tag() >> 3)))
                 continue;

@@ -311,20 +311,20 @@ Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
     prefetch(msg.key_extra_prefixes, msg.key_extra_prefixes_count);
     {
         ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.key_value_1);
-        encode_u32<2>(out, has<1>(msg), msg.key_value_2);
+        encode_varied_u32<1>(out, has<0>(msg), msg.key_value_1);
+        encode_varied_u32<2>(out, has<1>(msg), msg.key_value_2);
     }
     encode_message<3>(out, has<2>(msg), msg.key_prefix);
     {
         ZIDL_ROOM(17, out);
-        encode_u32    <4>(out, has<3>(msg), msg.key_value_4);
-        encode_u32    <5>(out, has<4>(msg), msg.key_type);
-        encode_fixed32<6>(out, has<5>(msg), msg.key_value_6);
+        encode_varied_u32<4>(out, has<3>(msg), msg.key_value_4);
+        encode_varied_u32<5>(out, has<4>(msg), msg.key_type);
+        encode_fixed32   <6>(out, has<5>(msg), msg.key_value_6);
     }
     encode_message<7>(out, has<6>(msg), msg.key_second_prefix);
     {
         ZIDL_ROOM(6, out);
-        encode_u32<8>(out, has<7>(msg), msg.key_value_8);
+        encode_varied_u32<8>(out, has<7>(msg), msg.key_value_8);
     }
     encode_messages<9>(out, has<8>(msg), msg.key_extra_prefixes, msg.key_extra_prefixes_count);
     if ((msg.presence & 0x600) | any_presence(msg.label_key) | any_presence(msg.srv6_key)) {
@@ -333,17 +333,14 @@ Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
     }
     {
         ZIDL_ROOM(12, out);
-        encode_u32<12>(out, has<11>(msg), msg.key_value_12);
-        encode_u32<13>(out, has<12>(msg), msg.key_value_13);
+        encode_varied_u32<12>(out, has<11>(msg), msg.key_value_12);
+        encode_varied_u32<13>(out, has<12>(msg), msg.key_value_13);
     }
     encode_message<14>(out, has<13>(msg), msg.srv6_carriers);
     {
         ZIDL_ROOM(34, out);
-        encode_u32<15>(out, has<14>(msg), msg.key_value_15);
-        encode_u32<16>(out, has<15>(msg), msg.key_value_16);
-        encode_u32<17>(out, has<16>(msg), msg.key_value_17);
-        encode_u32<18>(out, has<17>(msg), msg.key_value_18);
-        encode_u32<19>(out, has<18>(msg), msg.key_value_19);
+        encode_varied_u32<15>(out, has<14>(msg), msg.key_value_15);
+        encode_u32_run<16, 15, 4, offsetof(zidl_rib_encap_id_key, key_value_16)>(out, msg); // key_value_16 to key_value_19
     }
     encode_bytes<20>(out, has<19>(msg), msg.key_bytes_20, msg.key_bytes_20_size);
     return out;
@@ -355,26 +352,24 @@ inline int32_t decode(zidl_rib_encap_id_key &msg, const uint8_t *pos, const uint
     uint64_t seen = 0;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1,  varint,    0,  in.u32(msg.key_value_1));                                                             ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint);         continue;
-        ZIDL_FIELD(2,  varint,    1,  in.u32(msg.key_value_2));                                                             ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint);         continue;
+        ZIDL_FIELD(1,  varint,    0,  in.varied_u32(msg.key_value_1));                                                      ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint);         continue;
+        ZIDL_FIELD(2,  varint,    1,  in.varied_u32(msg.key_value_2));                                                      ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint);         continue;
         ZIDL_FIELD(3,  delimited, 2,  in.message(msg.key_prefix, seen & bit<2>));                                           ZIDL_THEN(4, varint); ZIDL_THEN(5, varint); ZIDL_THEN(6, fixed32);           continue;
-        ZIDL_FIELD(4,  varint,    3,  in.u32(msg.key_value_4));                                                             ZIDL_THEN(5, varint); ZIDL_THEN(6, fixed32); ZIDL_THEN(7, delimited);        continue;
-        ZIDL_FIELD(5,  varint,    4,  in.u32(msg.key_type));                                                                ZIDL_THEN(6, fixed32); ZIDL_THEN(7, delimited); ZIDL_THEN(8, varint);        continue;
+        ZIDL_FIELD(4,  varint,    3,  in.varied_u32(msg.key_value_4));                                                      ZIDL_THEN(5, varint); ZIDL_THEN(6, fixed32); ZIDL_THEN(7, delimited);        continue;
+        ZIDL_FIELD(5,  varint,    4,  in.varied_u32(msg.key_type));                                                         ZIDL_THEN(6, fixed32); ZIDL_THEN(7, delimited); ZIDL_THEN(8, varint);        continue;
         ZIDL_FIELD(6,  fixed32,   5,  in.fixed(msg.key_value_6));                                                           ZIDL_THEN(7, delimited); ZIDL_THEN(8, varint); ZIDL_THEN(9, delimited);      continue;
         ZIDL_FIELD(7,  delimited, 6,  in.message(msg.key_second_prefix, seen & bit<6>));                                    ZIDL_THEN(8, varint); ZIDL_THEN(9, delimited); ZIDL_THEN(10, delimited);     continue;
-        ZIDL_FIELD(8,  varint,    7,  in.u32(msg.key_value_8));                                                             ZIDL_THEN(9, delimited); ZIDL_THEN(10, delimited); ZIDL_THEN(11, delimited); continue;
+        ZIDL_FIELD(8,  varint,    7,  in.varied_u32(msg.key_value_8));                                                      ZIDL_THEN(9, delimited); ZIDL_THEN(10, delimited); ZIDL_THEN(11, delimited); continue;
         ZIDL_FIELD(9,  delimited, 8,  in.messages<9>(msg.key_extra_prefixes, msg.key_extra_prefixes_count, seen & bit<8>)); ZIDL_THEN(10, delimited); ZIDL_THEN(11, delimited); ZIDL_THEN(12, varint);   continue;
         ZIDL_FIELD(10, delimited, 9,  in.message(msg.label_key, seen & bit<9>));                                            ZIDL_THEN(11, delimited); ZIDL_THEN(12, varint); ZIDL_THEN(13, varint);      continue;
         ZIDL_FIELD(11, delimited, 10, in.message(msg.srv6_key, seen & bit<10>));                                            ZIDL_THEN(12, varint); ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited);      continue;
-        ZIDL_FIELD(12, varint,    11, in.u32(msg.key_value_12));                                                            ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint);      continue;
-        ZIDL_FIELD(13, varint,    12, in.u32(msg.key_value_13));                                                            ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint); ZIDL_THEN(16, varint);      continue;
-        ZIDL_FIELD(14, delimited, 13, in.message(msg.srv6_carriers, seen & bit<13>));                                       ZIDL_THEN(15, varint); ZIDL_THEN(16, varint); ZIDL_THEN(17, varint);         continue;
-        ZIDL_FIELD(15, varint,    14, in.u32(msg.key_value_15));                                                            ZIDL_THEN(16, varint); ZIDL_THEN(17, varint); ZIDL_THEN(18, varint);         continue;
-        ZIDL_FIELD(16, varint,    15, in.u32(msg.key_value_16));                                                            ZIDL_THEN(17, varint); ZIDL_THEN(18, varint); ZIDL_THEN(19, varint);         continue;
-        ZIDL_FIELD(17, varint,    16, in.u32(msg.key_value_17));                                                            ZIDL_THEN(18, varint); ZIDL_THEN(19, varint); ZIDL_THEN(20, delimited);      continue;
-        ZIDL_FIELD(18, varint,    17, in.u32(msg.key_value_18));                                                            ZIDL_THEN(19, varint); ZIDL_THEN(20, delimited);                             continue;
-        ZIDL_FIELD(19, varint,    18, in.u32(msg.key_value_19));                                                            ZIDL_THEN(20, delimited);                                                    continue;
-        ZIDL_FIELD(20, delimited, 19, in.bytes(msg.key_bytes_20, msg.key_bytes_20_size, seen & bit<19>));                                                                                                continue;
+        ZIDL_FIELD(12, varint,    11, in.varied_u32(msg.key_value_12));                                                     ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint);      continue;
+        ZIDL_FIELD(13, varint,    12, in.varied_u32(msg.key_value_13));                                                     ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint); ZIDL_THEN_RUN(16, 4);       continue;
+        ZIDL_FIELD(14, delimited, 13, in.message(msg.srv6_carriers, seen & bit<13>));                                       ZIDL_THEN(15, varint); ZIDL_THEN_RUN(16, 4); ZIDL_THEN(20, delimited);       continue;
+        ZIDL_FIELD(15, varint,    14, in.varied_u32(msg.key_value_15));                                                     ZIDL_THEN_RUN(16, 4); ZIDL_THEN(20, delimited);                              continue;
+        ZIDL_CASE(16) ZIDL_CASE(17) ZIDL_CASE(18) ZIDL_CASE(19) // key_value_16 to key_value_19
+        ZIDL_RUN(16, (in.u32_run<16, 4, 15>(member_bytes(msg, offsetof(zidl_rib_encap_id_key, key_value_16)), seen))); ZIDL_THEN(20, delimited); continue;
+        ZIDL_FIELD(20, delimited, 19, in.bytes(msg.key_bytes_20, msg.key_bytes_20_size, seen & bit<19>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20>(in.tag() >> 3)))
                 continue;

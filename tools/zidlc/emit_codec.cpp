@@ -14,8 +14,9 @@ namespace
 // How many of the fields declared next a decoder tests for before it asks the switch.
 constexpr size_t lookahead = 3;
 
-// How many neighbouring u32 fields an encoder takes in a loop over their presence bits.
-constexpr ptrdiff_t shortest_run = 5;
+// How many neighbouring u32 fields make a run: an encoder takes it in a loop over the presence bits, a decoder in a loop
+// over the tags.
+constexpr ptrdiff_t shortest_run = 4;
 
 using field_iterator = std::vector<field>::const_iterator;
 
@@ -130,9 +131,33 @@ void emit_named_reset(printer &out, const message &msg)
     out.line();
 }
 
-void add_encode_row(table &rows, const field &f)
+// Where the run of u32 fields that starts at `first` ends: numbers one after another, tags that differ in their first byte
+// alone.
+field_iterator end_of_run(field_iterator first, field_iterator last)
 {
-    rows.add("encode_{}\t<{}>\t(out, has<{}>(msg),\t {});", helper_kind(f), f.number, f.bit, members(f, "msg"));
+    auto after = first;
+    while (after != last && after->type == kind::u32 && !after->repeated && after->number / 16 == first->number / 16 &&
+           after->tag_size <= 2 && after->number - first->number == after->bit - first->bit)
+        ++after;
+    return after;
+}
+
+// Messages with runs are many-sided: how long their values are cannot be foreseen. The small ones, an address or an id, look
+// the same nearly every time.
+bool has_varied_values(const message &msg)
+{
+    for (auto first = msg.fields.begin(); first != msg.fields.end(); ++first) {
+        if (end_of_run(first, msg.fields.end()) - first >= shortest_run)
+            return true;
+    }
+    return false;
+}
+
+void add_encode_row(table &rows, const message &msg, const field &f)
+{
+    const char *const varied = f.type == kind::u32 && !f.repeated && has_varied_values(msg) ? "varied_" : "";
+    rows.add("encode_{}{}\t<{}>\t(out, has<{}>(msg),\t {});", varied, helper_kind(f), f.number, f.bit,
+             members(f, "msg"));
 }
 
 // Neighbouring embedded messages are mostly absent together: one test passes them all.
@@ -145,16 +170,6 @@ std::string absent_test(field_iterator first, field_iterator last)
         words += fmt::format(" | any_presence(msg.{})", f->name);
     }
     return fmt::format("(msg.presence & {:#x}){}", bits, words);
-}
-
-// Where the run of u32 fields that starts at `first` ends: numbers one after another, tags of one size.
-field_iterator end_of_run(field_iterator first, field_iterator last)
-{
-    auto after = first;
-    while (after != last && after->type == kind::u32 && !after->repeated && after->tag_size == first->tag_size &&
-           after->tag_size <= 2 && after->number - first->number == after->bit - first->bit)
-        ++after;
-    return after;
 }
 
 // One line for a run that is long enough to be worth a loop over its set presence bits; the fields by name beside it.
@@ -178,13 +193,13 @@ void emit_encode_rows(printer &out, const message &msg, field_iterator first, fi
         }
         const auto after = std::find_if_not(first, last, is_embedded);
         if (after - first < 2) {
-            add_encode_row(rows, *first++);
+            add_encode_row(rows, msg, *first++);
             continue;
         }
         out.block(std::exchange(rows, {}), indent);
         out.line("{}if ({}) {{", indent, absent_test(first, after));
         for (; first != after; ++first)
-            add_encode_row(rows, *first);
+            add_encode_row(rows, msg, *first);
         out.block(std::exchange(rows, {}), indent + "    ");
         out.line("{}}}", indent);
     }
@@ -235,7 +250,7 @@ void emit_encode(printer &out, const message &msg)
     out.line();
 }
 
-std::string read_call(const field &f)
+std::string read_call(const message &msg, const field &f)
 {
     if (f.repeated)
         return fmt::format("in.{}<{}>({}, seen & bit<{}>)", helper_kind(f), f.number, members(f, "msg"), f.bit);
@@ -248,18 +263,74 @@ std::string read_call(const field &f)
     case kind::bytes:
     case kind::message:
         return fmt::format("in.{}({}, seen & bit<{}>)", helper_kind(f), members(f, "msg"), f.bit);
+    case kind::u32:
+    case kind::u64:
+        return fmt::format("in.{}{}(msg.{})", has_varied_values(msg) ? "varied_" : "", helper_kind(f), f.name);
     default:
         return fmt::format("in.{}(msg.{})", helper_kind(f), f.name);
     }
 }
 
-// The fields that likely come behind one.
-std::string predictions(const message &msg, size_t index)
+// What a decoder reads with one line: a field, or a run of u32 fields.
+struct read_group {
+    field_iterator first;
+    field_iterator last; // behind the last field
+
+    bool is_run() const { return last - first >= shortest_run; }
+};
+
+std::vector<read_group> read_groups(const message &msg)
+{
+    std::vector<read_group> groups;
+    for (auto first = msg.fields.begin(); first != msg.fields.end(); first = groups.back().last) {
+        const read_group run{first, end_of_run(first, msg.fields.end())};
+        groups.push_back(run.is_run() ? run : read_group{first, first + 1});
+    }
+    return groups;
+}
+
+// What likely comes behind a group.
+std::string predictions(const std::vector<read_group> &groups, size_t index)
 {
     std::string tests;
-    for (size_t next = index + 1; next < msg.fields.size() && next <= index + lookahead; ++next)
-        tests += fmt::format("ZIDL_THEN({}, {}); ", msg.fields[next].number, wire_type_name(msg.fields[next]));
+    for (size_t next = index + 1; next < groups.size() && next <= index + lookahead; ++next) {
+        const auto &[first, last] = groups[next];
+        if (groups[next].is_run())
+            tests += fmt::format("ZIDL_THEN_RUN({}, {}); ", first->number, last - first);
+        else
+            tests += fmt::format("ZIDL_THEN({}, {}); ", first->number, wire_type_name(*first));
+    }
     return tests;
+}
+
+// One line for a run, and above it the cases, with the fields by name.
+void emit_read_run(printer &out, const message &msg, const read_group &run, const std::string &behind)
+{
+    std::string cases;
+    for (auto f = run.first; f != run.last; ++f)
+        cases += fmt::format("ZIDL_CASE({}) ", f->number);
+    const field &first = *run.first;
+    out.line("        {}// {} to {}", cases, first.name, std::prev(run.last)->name);
+    out.line(
+        "        ZIDL_RUN({0}, (in.u32_run<{0}, {1}, {2}>(member_bytes(msg, offsetof({3}, {4})), seen))); {5}continue;",
+        first.number, run.last - run.first, first.bit, record_type(msg), first.name, behind);
+}
+
+void emit_read_rows(printer &out, const message &msg)
+{
+    const auto groups = read_groups(msg);
+    table rows;
+    for (size_t i = 0; i < groups.size(); ++i) {
+        const field &f = *groups[i].first;
+        if (groups[i].is_run()) {
+            out.block(std::exchange(rows, {}), "        ");
+            emit_read_run(out, msg, groups[i], predictions(groups, i));
+        } else {
+            rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, wire_type_name(f), f.bit,
+                     read_call(msg, f), predictions(groups, i));
+        }
+    }
+    out.block(rows, "        ");
 }
 
 std::string field_numbers(const message &msg)
@@ -272,12 +343,6 @@ std::string field_numbers(const message &msg)
 
 void emit_decode(printer &out, const message &msg)
 {
-    table rows;
-    for (size_t i = 0; i < msg.fields.size(); ++i) {
-        const field &f = msg.fields[i];
-        rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, wire_type_name(f), f.bit, read_call(f),
-                 predictions(msg, i));
-    }
     out.line("inline int32_t decode({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)",
              record_type(msg));
     out.line("{{");
@@ -285,7 +350,7 @@ void emit_decode(printer &out, const message &msg)
     out.line("    uint64_t seen = 0;");
     out.line("    while (in.next_tag()) {{");
     out.line("        switch (in.tag()) {{");
-    out.block(rows, "        ");
+    emit_read_rows(out, msg);
     out.line("        default:");
     out.line("            if (in.unknown(is_one_of<{}>(in.tag() >> 3)))", field_numbers(msg));
     out.line("                continue;");
