@@ -4,6 +4,9 @@
 #   rib::rib, rib::rib_static     with the reference platform libraries: enough to link any program
 
 set(rib_objects $<TARGET_OBJECTS:rib_codec> $<TARGET_OBJECTS:rib_client>)
+if(RIB_DISPATCH)
+  list(APPEND rib_objects $<TARGET_OBJECTS:rib_codec_bmi2>)
+endif()
 
 add_library(rib SHARED ${rib_objects})
 add_library(rib_static STATIC ${rib_objects})

@@ -6,6 +6,7 @@ option(RIB_BUILD_BENCH "Build the benchmarks" OFF)
 option(RIB_BUILD_FUZZ "Build the fuzzers (clang only)" OFF)
 option(RIB_WERROR "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
 option(RIB_CLIENT_ARENA "Decode updates out of an arena that lives for one call" OFF)
+option(RIB_DISPATCH "Build the hottest code also for BMI2, and choose when the library is loaded (x86-64 with ifunc)" ON)
 set(RIB_SANITIZE "" CACHE STRING "Sanitizers for everything, for example address,undefined")
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
@@ -45,3 +46,25 @@ function(rib_library_objects target)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE rib_warnings)
 endfunction()
+
+# The codec is straight-line code: what -O3 adds makes it larger, not faster, and vectors made of neighbouring scalars make
+# the measuring of messages slower.
+function(rib_codec_objects target)
+  rib_library_objects(${target})
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O2> $<$<CXX_COMPILER_ID:Clang>:-fno-slp-vectorize>)
+endfunction()
+
+# Choosing takes indirect functions, and a baseline below what is chosen. Sanitizers are not ready when the linker asks.
+if(RIB_DISPATCH)
+  include(CheckCXXSourceCompiles)
+  check_cxx_source_compiles("
+    #if !defined(__x86_64__) || defined(__BMI2__)
+    #error no choice
+    #endif
+    extern \"C\" { int baseline() { return 0; } }
+    extern \"C\" { decltype(&baseline) chosen() { return baseline; } int dispatched() __attribute__((ifunc(\"chosen\"))); }
+    int main() { return dispatched(); }" RIB_CAN_DISPATCH)
+  if(RIB_SANITIZE OR NOT RIB_CAN_DISPATCH)
+    set(RIB_DISPATCH OFF)
+  endif()
+endif()

@@ -66,23 +66,30 @@ ZIDL_INLINE fast_writer encode_fast(const Record &msg, uint8_t *buf, size_t bufl
     }
 }
 
-// The fast writer tries every call that lists no segments; where the buffer does not suffice the exact one starts over.
+constexpr size_t not_written = SIZE_MAX;
+
+// The encoding's length, unless segments are listed, bytes are borrowed or the buffer does not suffice: `not_written` then.
+template <class Record>
+ZIDL_INLINE size_t encode_quickly(const Record &msg, uint8_t *buf, size_t buflen, const uint32_t *nsegs, uint32_t flags)
+{
+    const bool borrow = shape<Record>::holds_bytes && (flags & ZIDL_ZERO_COPY) != 0;
+    prefetch(&msg, 1);
+    if (ZIDL_UNLIKELY(nsegs != nullptr))
+        return not_written;
+    if (buflen == 0)
+        return encoded_size(msg, flags);
+    if (ZIDL_UNLIKELY(borrow))
+        return not_written;
+    const fast_writer out = encode_fast(msg, buf, buflen);
+    return ZIDL_LIKELY(!out.failed()) ? static_cast<size_t>(out.pos - buf) : not_written;
+}
+
 template <class Record>
 ZIDL_INLINE size_t encode_ext(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                               uint32_t flags)
 {
-    const bool borrow = shape<Record>::holds_bytes && (flags & ZIDL_ZERO_COPY) != 0;
-    prefetch(&msg, 1);
-    if (ZIDL_LIKELY(nsegs == nullptr)) {
-        if (buflen == 0)
-            return encoded_size(msg, flags);
-        if (ZIDL_LIKELY(!borrow)) {
-            const fast_writer out = encode_fast(msg, buf, buflen);
-            if (ZIDL_LIKELY(!out.failed()))
-                return static_cast<size_t>(out.pos - buf);
-        }
-    }
-    return encode_exact(msg, buf, buflen, segs, nsegs, flags);
+    const size_t len = encode_quickly(msg, buf, buflen, nsegs, flags);
+    return ZIDL_LIKELY(len != not_written) ? len : encode_exact(msg, buf, buflen, segs, nsegs, flags);
 }
 
 template <class Record>

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <atomic>
+#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -31,7 +32,7 @@ namespace
 {
 
 struct options {
-    uint64_t count = 10000;
+    uint64_t count = 13000;
     uint64_t seed = 20150401;
     const char *type = nullptr;
     std::optional<uint64_t> only_case;
@@ -330,12 +331,12 @@ private:
     std::mutex output_;
 };
 
-void read_environment(options &chosen)
+// The whole text as a number.
+bool read_number(const char *text, uint64_t &number)
 {
-    if (const char *count = std::getenv("RIB_DIFFERENTIAL_COUNT"))
-        chosen.count = std::strtoull(count, nullptr, 10);
-    if (const char *seed = std::getenv("RIB_DIFFERENTIAL_SEED"))
-        chosen.seed = std::strtoull(seed, nullptr, 10);
+    const char *const end = text + std::strlen(text);
+    const auto [stop, error] = std::from_chars(text, end, number);
+    return error == std::errc{} && stop == end;
 }
 
 bool read_option(options &chosen, const std::string &name, const char *value)
@@ -344,17 +345,36 @@ bool read_option(options &chosen, const std::string &name, const char *value)
         chosen.type = value;
         return zidl::find_message(value) != nullptr;
     }
-    const uint64_t number = std::strtoull(value, nullptr, 10);
-    if (name == "--count")
+    uint64_t number;
+    if (!read_number(value, number))
+        return false;
+    if (name == "--count" && number > 0)
         chosen.count = number;
     else if (name == "--seed")
         chosen.seed = number;
     else if (name == "--case")
         chosen.only_case = number;
-    else if (name == "--threads")
-        chosen.threads = std::max(1u, static_cast<unsigned>(number));
+    else if (name == "--threads" && number > 0)
+        chosen.threads = static_cast<unsigned>(number);
     else
         return false;
+    return true;
+}
+
+bool read_environment(options &chosen)
+{
+    const char *const count = std::getenv("RIB_DIFFERENTIAL_COUNT");
+    const char *const seed = std::getenv("RIB_DIFFERENTIAL_SEED");
+    return (count == nullptr || read_option(chosen, "--count", count)) &&
+           (seed == nullptr || read_option(chosen, "--seed", seed));
+}
+
+bool read_arguments(options &chosen, int argc, char **argv)
+{
+    for (int i = 1; i < argc; i += 2) {
+        if (i + 1 == argc || !read_option(chosen, argv[i], argv[i + 1]))
+            return false;
+    }
     return true;
 }
 
@@ -363,13 +383,10 @@ bool read_option(options &chosen, const std::string &name, const char *value)
 int main(int argc, char **argv)
 {
     options chosen;
-    read_environment(chosen);
-    for (int i = 1; i < argc; i += 2) {
-        if (i + 1 == argc || !read_option(chosen, argv[i], argv[i + 1])) {
-            std::fprintf(stderr,
-                         "usage: differential_test [--count N] [--seed N] [--type NAME] [--case N] [--threads N]\n");
-            return 2;
-        }
+    if (!read_environment(chosen) || !read_arguments(chosen, argc, argv)) {
+        std::fprintf(stderr, "usage: differential_test [--count N] [--seed N] [--type NAME] [--case N] [--threads N]\n"
+                             "RIB_DIFFERENTIAL_COUNT and RIB_DIFFERENTIAL_SEED take numbers, too\n");
+        return 2;
     }
     for (const int fatal : {SIGSEGV, SIGBUS, SIGFPE, SIGABRT})
         std::signal(fatal, report_fatal_signal);

@@ -78,10 +78,23 @@ TEST_F(zidlc_emitters, the_codec_defines_the_four_operations_of_every_message)
 {
     const std::vector<generated_file> files = generated({golden / "schema/weather.zidl"}, {artefact::codec});
     ASSERT_EQ(paths(files), (std::vector<std::string>{"messages/weather.hpp", "messages/weather.cpp"}));
-    for (const char *name : {"instrument", "reading", "archive", "day", "history"}) {
+    for (const char *name : {"instrument", "reading", "archive", "day"}) {
         for (const char *operation : {"encode_ext", "decode_ext", "duplicate", "free_ext"})
             EXPECT_NE(files[1].text.find(fmt::format(" zidl_{}_{}(", name, operation)), std::string::npos) << operation;
     }
+}
+
+TEST_F(zidlc_emitters, the_codec_dispatches_what_no_other_message_of_its_group_embeds)
+{
+    const std::string text = generated({golden / "schema/weather.zidl"}, {artefact::codec}).at(1).text;
+    for (const char *operation : {"encode_ext", "decode_ext"}) {
+        EXPECT_NE(text.find(fmt::format(" ZIDL_BASELINE(zidl_history_{})(", operation)), std::string::npos);
+        EXPECT_NE(text.find(fmt::format("ZIDL_DISPATCHED(zidl_history_{})", operation)), std::string::npos);
+        EXPECT_NE(text.find(fmt::format(" zidl_history_{}_bmi2(", operation)), std::string::npos);
+        EXPECT_EQ(text.find(fmt::format("zidl_day_{}_bmi2", operation)), std::string::npos) << "within history";
+    }
+    for (const char *operation : {"duplicate", "free_ext"})
+        EXPECT_NE(text.find(fmt::format(" zidl_history_{}(", operation)), std::string::npos) << "in one build alone";
 }
 
 TEST_F(zidlc_emitters, two_runs_give_the_same_bytes)

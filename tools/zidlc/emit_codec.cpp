@@ -415,29 +415,84 @@ void emit_message(printer &out, const message &msg)
     }
 }
 
-// One call of the operation that all types share, with a neutral value for every argument that this type leaves out.
-void emit_exported(printer &out, const operation &exported, const std::string &call)
+// Whether no other message of the group embeds this one: what programs encode and decode most.
+bool is_dispatched(const group &source, const message &msg)
 {
-    out.line("{}", exported.prototype());
+    for (const auto &other : source.messages) {
+        for (const field &f : other->fields) {
+            if (f.nested == &msg)
+                return false;
+        }
+    }
+    return true;
+}
+
+void emit_function(printer &out, const operation &defined, const std::string &name,
+                   const std::vector<std::string> &body)
+{
+    out.line("{} {}({})", defined.result, name, defined.parameter_list());
     out.line("{{");
-    out.line("    {}zidl::{};", exported.result == "void" ? "" : "return ", call);
+    for (const std::string &line : body)
+        out.line("    {}", line);
     out.line("}}");
     out.line();
 }
 
-void emit_exports(printer &out, const message &msg)
+// The calls of the operations that all types share, with a neutral value for every argument that this type leaves out.
+
+std::string encode_flags(const message &msg)
 {
-    const omissions &omit = msg.omit;
-    emit_exported(out, encode_operation(msg),
-                  fmt::format("encode_ext(*msg, buf, buflen, segs, nsegs, {})", omit.encode_flags ? "0" : "flags"));
-    emit_exported(out, decode_operation(msg),
-                  fmt::format("decode_ext(*msg, buf, len, {}, {})",
-                              omit.decode_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx",
-                              omit.decode_flags ? "0" : "flags"));
-    emit_exported(
-        out, duplicate_operation(msg),
-        fmt::format("duplicate(*dst, *src, {})", omit.duplicate_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx"));
-    emit_exported(out, release_operation(msg), "free_ext(*msg, free_fn, free_ctx, flags)");
+    return msg.omit.encode_flags ? "0" : "flags";
+}
+
+std::string decode_call(const message &msg)
+{
+    return fmt::format("return zidl::decode_ext(*msg, buf, len, {}, {});",
+                       msg.omit.decode_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx",
+                       msg.omit.decode_flags ? "0" : "flags");
+}
+
+void emit_baseline(printer &out, const message &msg, bool dispatched)
+{
+    const auto build_of = [&](const operation &defined) {
+        return dispatched ? fmt::format("ZIDL_BASELINE({})", defined.name) : defined.name;
+    };
+    const operation encode = encode_operation(msg);
+    const operation decode = decode_operation(msg);
+    const operation duplicate = duplicate_operation(msg);
+    const operation release = release_operation(msg);
+    out.line("// {}", msg.name);
+    out.line();
+    emit_function(out, encode, build_of(encode),
+                  {fmt::format("return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, {});", encode_flags(msg))});
+    emit_function(out, decode, build_of(decode), {decode_call(msg)});
+    if (dispatched) {
+        out.line("ZIDL_DISPATCHED({})", encode.name);
+        out.line("ZIDL_DISPATCHED({})", decode.name);
+        out.line();
+    }
+    emit_function(out, duplicate, duplicate.name,
+                  {fmt::format("return zidl::duplicate(*dst, *src, {});",
+                               msg.omit.duplicate_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx")});
+    emit_function(out, release, release.name, {"zidl::free_ext(*msg, free_fn, free_ctx, flags);"});
+}
+
+// The quick paths alone; the rest is the baseline's.
+void emit_bmi2(printer &out, const message &msg)
+{
+    const operation encode = encode_operation(msg);
+    const operation decode = decode_operation(msg);
+    out.line("// {}", msg.name);
+    out.line();
+    out.line("decltype({0}) {0}_baseline;", encode.name);
+    out.line();
+    emit_function(
+        out, encode, encode.name + "_bmi2",
+        {fmt::format("const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, {});", encode_flags(msg)),
+         fmt::format("return ZIDL_LIKELY(len != zidl::not_written) ? len : {}_baseline(msg, buf, buflen, segs, "
+                     "nsegs{});",
+                     encode.name, msg.omit.encode_flags ? "" : ", flags")});
+    emit_function(out, decode, decode.name + "_bmi2", {decode_call(msg)});
 }
 
 } // namespace
@@ -472,12 +527,23 @@ std::string emit_codec_source(const group &source)
     out.line("// {}", generated_line(source));
     out.line();
     out.line("#include \"{}\"", codec_header_path(source.name));
+    out.line("#include \"codec/variants.hpp\"");
+    out.line();
+    out.line("extern \"C\" {{");
+    out.line();
+    out.line("#ifndef ZIDL_BMI2_BUILD");
+    out.line();
+    for (const auto &msg : source.messages)
+        emit_baseline(out, *msg, is_dispatched(source, *msg));
+    out.line("#else");
+    out.line();
     for (const auto &msg : source.messages) {
-        out.line();
-        out.line("// {}", msg->name);
-        out.line();
-        emit_exports(out, *msg);
+        if (is_dispatched(source, *msg))
+            emit_bmi2(out, *msg);
     }
+    out.line("#endif");
+    out.line();
+    out.line("}} // extern \"C\"");
     return out.take();
 }
 
