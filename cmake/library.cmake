@@ -13,7 +13,7 @@ add_library(rib_static STATIC ${rib_objects})
 set_target_properties(rib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 1 LINKER_LANGUAGE C EXPORT_NAME core)
 set_target_properties(rib_static PROPERTIES OUTPUT_NAME rib LINKER_LANGUAGE C EXPORT_NAME core_static)
 # CMake links the C++ runtime on its own account; nothing here uses it, so it does not become a dependency.
-target_link_options(rib PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/librib.map -Wl,--as-needed)
+target_link_options(rib PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/librib.map -Wl,--as-needed -Wl,--hash-style=gnu)
 set_property(TARGET rib APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/librib.map)
 
 foreach(library rib rib_static)

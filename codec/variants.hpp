@@ -1,9 +1,9 @@
 // Two builds of the same operation in one library, and the choice between them.
 //   baseline  for every processor
 //   bmi2      for those that deal out and gather bits in one instruction
-// Messages that no other one of their group embeds are dispatched: their encoder and decoder exist in both builds, under
-// names of their own, and the exported name is bound to one of them by the dynamic linker, which asks once. Nothing is
-// kept, nothing is asked later. Everything else is in the baseline build alone.
+// Messages that their schema says to dispatch have an encoder and a decoder in both builds, under names of their own, and
+// the dynamic linker binds the exported name to one of them; it asks once. Nothing is kept, nothing is asked later.
+// Everything else is in the baseline build alone.
 //
 // With ZIDL_DISPATCH a group's source is compiled twice, the second time for BMI2; without, once, and then the exported
 // functions are what the compiler's flags make of them.

@@ -213,18 +213,15 @@ void zidl_ip_rib_iid_ctx_free_ext(zidl_ip_rib_iid_ctx *msg, zidl_free_fn free_fn
 
 // ip_rib_iid_update
 
-size_t ZIDL_BASELINE(zidl_ip_rib_iid_update_encode_ext)(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_iid_update_encode_ext(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_ip_rib_iid_update_decode_ext)(zidl_ip_rib_iid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_iid_update_decode_ext(zidl_ip_rib_iid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
-
-ZIDL_DISPATCHED(zidl_ip_rib_iid_update_encode_ext)
-ZIDL_DISPATCHED(zidl_ip_rib_iid_update_decode_ext)
 
 int32_t zidl_ip_rib_iid_update_duplicate(zidl_ip_rib_iid_update *dst, const zidl_ip_rib_iid_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
@@ -264,21 +261,6 @@ size_t zidl_ip_rib_opaque_encode_ext_bmi2(const zidl_ip_rib_opaque *msg, uint8_t
 }
 
 int32_t zidl_ip_rib_opaque_decode_ext_bmi2(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
-
-// ip_rib_iid_update
-
-decltype(zidl_ip_rib_iid_update_encode_ext) zidl_ip_rib_iid_update_encode_ext_baseline;
-
-size_t zidl_ip_rib_iid_update_encode_ext_bmi2(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
-{
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_ip_rib_iid_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t zidl_ip_rib_iid_update_decode_ext_bmi2(zidl_ip_rib_iid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

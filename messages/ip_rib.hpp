@@ -380,6 +380,7 @@ inline int32_t decode(zidl_ip_rib_iid_lss_ctx &msg, const uint8_t *pos, const ui
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_ip_rib_iid_lss_ctx &dst, const zidl_ip_rib_iid_lss_ctx &src)
 {
+    prefetch(src.lss_prefixes, src.lss_prefixes_count);
     mem.bytes   <4>(dst, dst.lss_bytes, dst.lss_bytes_size,        src.lss_bytes);
     mem.messages<5>(dst, dst.lss_prefixes, dst.lss_prefixes_count, src.lss_prefixes);
 }

@@ -207,15 +207,18 @@ void zidl_ip_rib_srv6_glb_info_free_ext(zidl_ip_rib_srv6_glb_info *msg, zidl_fre
 
 // ip_rib_srv6_cfg_update
 
-size_t zidl_ip_rib_srv6_cfg_update_encode_ext(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_encode_ext)(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_cfg_update_decode_ext(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_decode_ext)(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
+
+ZIDL_DISPATCHED(zidl_ip_rib_srv6_cfg_update_encode_ext)
+ZIDL_DISPATCHED(zidl_ip_rib_srv6_cfg_update_decode_ext)
 
 int32_t zidl_ip_rib_srv6_cfg_update_duplicate(zidl_ip_rib_srv6_cfg_update *dst, const zidl_ip_rib_srv6_cfg_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
@@ -669,18 +672,15 @@ void zidl_ip_rib_srv6_static_endpoint_update_free_ext(zidl_ip_rib_srv6_static_en
 
 // ip_rib_srv6_update
 
-size_t ZIDL_BASELINE(zidl_ip_rib_srv6_update_encode_ext)(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_update_encode_ext(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_ip_rib_srv6_update_decode_ext)(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_update_decode_ext(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
-
-ZIDL_DISPATCHED(zidl_ip_rib_srv6_update_encode_ext)
-ZIDL_DISPATCHED(zidl_ip_rib_srv6_update_decode_ext)
 
 int32_t zidl_ip_rib_srv6_update_duplicate(zidl_ip_rib_srv6_update *dst, const zidl_ip_rib_srv6_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
@@ -694,17 +694,17 @@ void zidl_ip_rib_srv6_update_free_ext(zidl_ip_rib_srv6_update *msg, zidl_free_fn
 
 #else
 
-// ip_rib_srv6_update
+// ip_rib_srv6_cfg_update
 
-decltype(zidl_ip_rib_srv6_update_encode_ext) zidl_ip_rib_srv6_update_encode_ext_baseline;
+decltype(zidl_ip_rib_srv6_cfg_update_encode_ext) zidl_ip_rib_srv6_cfg_update_encode_ext_baseline;
 
-size_t zidl_ip_rib_srv6_update_encode_ext_bmi2(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_cfg_update_encode_ext_bmi2(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_ip_rib_srv6_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_ip_rib_srv6_cfg_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_update_decode_ext_bmi2(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_cfg_update_decode_ext_bmi2(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

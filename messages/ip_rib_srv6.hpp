@@ -185,6 +185,7 @@ inline int32_t decode(zidl_ip_rib_srv6_locator &msg, const uint8_t *pos, const u
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_ip_rib_srv6_locator &dst, const zidl_ip_rib_srv6_locator &src)
 {
+    prefetch(src.sids, src.sids_count);
     mem.string     <0>(dst,  dst.name,                 src.name);
     duplicate_owned(mem,     dst.locator_prefix,       src.locator_prefix);
     duplicate_owned(mem,     dst.second_prefix,        src.second_prefix);
@@ -524,6 +525,8 @@ inline int32_t decode(zidl_ip_rib_srv6_glb_info &msg, const uint8_t *pos, const 
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_ip_rib_srv6_glb_info &dst, const zidl_ip_rib_srv6_glb_info &src)
 {
+    prefetch(src.modes, src.modes_count);
+    prefetch(src.formats, src.formats_count);
     duplicate_owned(mem,    dst.encap_info,                 src.encap_info);
     mem.messages   <3>(dst, dst.modes, dst.modes_count,     src.modes);
     mem.messages   <5>(dst, dst.formats, dst.formats_count, src.formats);
@@ -583,6 +586,7 @@ inline int32_t decode(zidl_ip_rib_srv6_cfg_update &msg, const uint8_t *pos, cons
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_ip_rib_srv6_cfg_update &dst, const zidl_ip_rib_srv6_cfg_update &src)
 {
+    prefetch(src.locators, src.locators_count);
     duplicate_owned(mem,    dst.global_info,                  src.global_info);
     mem.messages   <1>(dst, dst.locators, dst.locators_count, src.locators);
 }

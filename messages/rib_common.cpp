@@ -75,18 +75,15 @@ void zidl_rib_prefix_free_ext(zidl_rib_prefix *msg, zidl_free_fn free_fn, void *
 
 // rib_msg_prefix
 
-size_t ZIDL_BASELINE(zidl_rib_msg_prefix_encode_ext)(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_msg_prefix_encode_ext(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_rib_msg_prefix_decode_ext)(zidl_rib_msg_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_msg_prefix_decode_ext(zidl_rib_msg_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
-
-ZIDL_DISPATCHED(zidl_rib_msg_prefix_encode_ext)
-ZIDL_DISPATCHED(zidl_rib_msg_prefix_decode_ext)
 
 int32_t zidl_rib_msg_prefix_duplicate(zidl_rib_msg_prefix *dst, const zidl_rib_msg_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
@@ -100,18 +97,15 @@ void zidl_rib_msg_prefix_free_ext(zidl_rib_msg_prefix *msg, zidl_free_fn free_fn
 
 // srv6_prefix
 
-size_t ZIDL_BASELINE(zidl_srv6_prefix_encode_ext)(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_srv6_prefix_encode_ext(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_srv6_prefix_decode_ext)(zidl_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_srv6_prefix_decode_ext(zidl_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
-
-ZIDL_DISPATCHED(zidl_srv6_prefix_encode_ext)
-ZIDL_DISPATCHED(zidl_srv6_prefix_decode_ext)
 
 int32_t zidl_srv6_prefix_duplicate(zidl_srv6_prefix *dst, const zidl_srv6_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
@@ -125,18 +119,15 @@ void zidl_srv6_prefix_free_ext(zidl_srv6_prefix *msg, zidl_free_fn free_fn, void
 
 // ip_rib_srv6_prefix
 
-size_t ZIDL_BASELINE(zidl_ip_rib_srv6_prefix_encode_ext)(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_prefix_encode_ext(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_ip_rib_srv6_prefix_decode_ext)(zidl_ip_rib_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_prefix_decode_ext(zidl_ip_rib_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
-
-ZIDL_DISPATCHED(zidl_ip_rib_srv6_prefix_encode_ext)
-ZIDL_DISPATCHED(zidl_ip_rib_srv6_prefix_decode_ext)
 
 int32_t zidl_ip_rib_srv6_prefix_duplicate(zidl_ip_rib_srv6_prefix *dst, const zidl_ip_rib_srv6_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
@@ -549,18 +540,15 @@ void zidl_rib_route_free_ext(zidl_rib_route *msg, zidl_free_fn free_fn, void *fr
 
 // rib_bind_reply
 
-size_t ZIDL_BASELINE(zidl_rib_bind_reply_encode_ext)(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_bind_reply_encode_ext(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_rib_bind_reply_decode_ext)(zidl_rib_bind_reply *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_bind_reply_decode_ext(zidl_rib_bind_reply *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
-
-ZIDL_DISPATCHED(zidl_rib_bind_reply_encode_ext)
-ZIDL_DISPATCHED(zidl_rib_bind_reply_decode_ext)
 
 int32_t zidl_rib_bind_reply_duplicate(zidl_rib_bind_reply *dst, const zidl_rib_bind_reply *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
@@ -574,51 +562,6 @@ void zidl_rib_bind_reply_free_ext(zidl_rib_bind_reply *msg, zidl_free_fn free_fn
 
 #else
 
-// rib_msg_prefix
-
-decltype(zidl_rib_msg_prefix_encode_ext) zidl_rib_msg_prefix_encode_ext_baseline;
-
-size_t zidl_rib_msg_prefix_encode_ext_bmi2(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
-{
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_rib_msg_prefix_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t zidl_rib_msg_prefix_decode_ext_bmi2(zidl_rib_msg_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
-
-// srv6_prefix
-
-decltype(zidl_srv6_prefix_encode_ext) zidl_srv6_prefix_encode_ext_baseline;
-
-size_t zidl_srv6_prefix_encode_ext_bmi2(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
-{
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_srv6_prefix_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t zidl_srv6_prefix_decode_ext_bmi2(zidl_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
-
-// ip_rib_srv6_prefix
-
-decltype(zidl_ip_rib_srv6_prefix_encode_ext) zidl_ip_rib_srv6_prefix_encode_ext_baseline;
-
-size_t zidl_ip_rib_srv6_prefix_encode_ext_bmi2(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
-{
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_ip_rib_srv6_prefix_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t zidl_ip_rib_srv6_prefix_decode_ext_bmi2(zidl_ip_rib_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
-
 // rib_route
 
 decltype(zidl_rib_route_encode_ext) zidl_rib_route_encode_ext_baseline;
@@ -630,21 +573,6 @@ size_t zidl_rib_route_encode_ext_bmi2(const zidl_rib_route *msg, uint8_t *buf, s
 }
 
 int32_t zidl_rib_route_decode_ext_bmi2(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
-
-// rib_bind_reply
-
-decltype(zidl_rib_bind_reply_encode_ext) zidl_rib_bind_reply_encode_ext_baseline;
-
-size_t zidl_rib_bind_reply_encode_ext_bmi2(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
-{
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_rib_bind_reply_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t zidl_rib_bind_reply_decode_ext_bmi2(zidl_rib_bind_reply *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

@@ -951,6 +951,9 @@ inline int32_t decode(zidl_rib_path &msg, const uint8_t *pos, const uint8_t *end
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_rib_path &dst, const zidl_rib_path &src)
 {
+    prefetch(src.path_addresses, src.path_addresses_count);
+    prefetch(src.nnh_entries, src.nnh_entries_count);
+    prefetch(src.srv6_sid_infos, src.srv6_sid_infos_count);
     mem.array      <7>(dst,  dst.path_values_9, dst.path_values_9_count,   src.path_values_9);
     mem.messages   <14>(dst, dst.path_addresses, dst.path_addresses_count, src.path_addresses);
     mem.messages   <17>(dst, dst.nnh_entries, dst.nnh_entries_count,       src.nnh_entries);
@@ -1160,6 +1163,7 @@ inline int32_t decode(zidl_rib_generic_attr_array &msg, const uint8_t *pos, cons
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_rib_generic_attr_array &dst, const zidl_rib_generic_attr_array &src)
 {
+    prefetch(src.attrs, src.attrs_count);
     mem.messages<1>(dst, dst.attrs, dst.attrs_count, src.attrs);
 }
 
@@ -1331,6 +1335,8 @@ inline int32_t decode(zidl_rib_route &msg, const uint8_t *pos, const uint8_t *en
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_rib_route &dst, const zidl_rib_route &src)
 {
+    prefetch(src.algo_labels, src.algo_labels_count);
+    prefetch(src.paths, src.paths_count);
     mem.messages   <16>(dst, dst.algo_labels, dst.algo_labels_count, src.algo_labels);
     mem.messages   <25>(dst, dst.paths, dst.paths_count,             src.paths);
     duplicate_owned(mem,     dst.client_advertisement,               src.client_advertisement);

@@ -276,6 +276,7 @@ inline int32_t decode(zidl_rib_encap_id_path_key_srv6_carriers &msg, const uint8
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_rib_encap_id_path_key_srv6_carriers &dst, const zidl_rib_encap_id_path_key_srv6_carriers &src)
 {
+    prefetch(src.carriers, src.carriers_count);
     mem.messages<1>(dst, dst.carriers, dst.carriers_count, src.carriers);
 }
 
@@ -383,6 +384,7 @@ inline int32_t decode(zidl_rib_encap_id_key &msg, const uint8_t *pos, const uint
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_rib_encap_id_key &dst, const zidl_rib_encap_id_key &src)
 {
+    prefetch(src.key_extra_prefixes, src.key_extra_prefixes_count);
     duplicate_owned(mem,     dst.key_prefix,                                       src.key_prefix);
     duplicate_owned(mem,     dst.key_second_prefix,                                src.key_second_prefix);
     mem.messages   <8>(dst,  dst.key_extra_prefixes, dst.key_extra_prefixes_count, src.key_extra_prefixes);
@@ -495,6 +497,8 @@ inline int32_t decode(zidl_rib_grid_sync_list &msg, const uint8_t *pos, const ui
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_rib_grid_sync_list &dst, const zidl_rib_grid_sync_list &src)
 {
+    prefetch(src.encap_ids, src.encap_ids_count);
+    prefetch(src.keys, src.keys_count);
     mem.messages<0>(dst, dst.encap_ids, dst.encap_ids_count, src.encap_ids);
     mem.messages<1>(dst, dst.keys, dst.keys_count,           src.keys);
 }

@@ -106,6 +106,16 @@ TEST(zidlc_parser, omissions_and_a_reset_function_stand_before_the_rows)
     EXPECT_EQ(m.reset->text, "m_clear");
 }
 
+TEST(zidlc_parser, a_message_is_dispatched_when_it_says_so)
+{
+    const parsed text("group a;\n"
+                      "message m { dispatch; 1 x : u32; }\n"
+                      "message n { 1 dispatch : u32; }\n");
+    EXPECT_EQ(text.errors.text(), "");
+    EXPECT_TRUE(text.tree.messages.at(0).dispatch);
+    EXPECT_FALSE(text.tree.messages.at(1).dispatch) << "a member of that name";
+}
+
 TEST(zidlc_parser, layout_does_not_matter)
 {
     const parsed text("group\na\n;message m{1x:u32;}");
@@ -301,6 +311,26 @@ TEST(zidlc_parser, a_reset_function_is_named_once_before_the_rows)
               "a.zidl:7:5: error: 'reset' stands once, before the rows\n"
               "    reset three;\n"
               "    ^~~~~\n");
+}
+
+TEST(zidlc_parser, dispatch_is_said_once_before_the_rows)
+{
+    EXPECT_EQ(errors_in("group a;\n"
+                        "message m {\n"
+                        "    dispatch;\n"
+                        "    dispatch;\n"
+                        "    1 x : u32;\n"
+                        "}\n"
+                        "message n {\n"
+                        "    1 x : u32;\n"
+                        "    dispatch;\n"
+                        "}\n"),
+              "a.zidl:4:5: error: 'dispatch' stands once, before the rows\n"
+              "    dispatch;\n"
+              "    ^~~~~~~~\n"
+              "a.zidl:9:5: error: 'dispatch' stands once, before the rows\n"
+              "    dispatch;\n"
+              "    ^~~~~~~~\n");
 }
 
 TEST(zidlc_parser, a_semicolon_forgotten_at_a_line_end_is_reported_there_and_costs_nothing_else)

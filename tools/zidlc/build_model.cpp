@@ -148,6 +148,7 @@ private:
         m.name = syntax.name.text;
         m.group = d.home->name;
         m.comment = syntax.comment;
+        m.dispatch = syntax.dispatch;
         set_reset_name(syntax, m);
         check_numbering(syntax, errors_);
         add_rows(d, m);

@@ -235,15 +235,20 @@ void emit_encode_body(printer &out, const message &msg)
     }
 }
 
+void emit_prefetches(printer &out, const message &msg, const std::string &object)
+{
+    for (const field &f : msg.fields) {
+        if (f.repeated && f.type == kind::message)
+            out.line("    prefetch({0}.{1}, {0}.{2});", object, f.name, f.count_name);
+    }
+}
+
 void emit_encode(printer &out, const message &msg)
 {
     out.line("template <class Sink>");
     out.line("Sink encode(Sink out, const {} &msg)", record_type(msg));
     out.line("{{");
-    for (const field &f : msg.fields) {
-        if (f.repeated && f.type == kind::message)
-            out.line("    prefetch(msg.{}, msg.{});", f.name, f.count_name);
-    }
+    emit_prefetches(out, msg, "msg");
     emit_encode_body(out, msg);
     out.line("    return out;");
     out.line("}}");
@@ -376,6 +381,7 @@ void emit_duplicate(printer &out, const message &msg)
     out.line("// What `dst` shares with `src` becomes its own.");
     out.line("inline void duplicate_owned(copier &mem, {0} &dst, const {0} &src)", record_type(msg));
     out.line("{{");
+    emit_prefetches(out, msg, "src");
     out.block(rows, "    ");
     out.line("}}");
     out.line();
@@ -415,18 +421,6 @@ void emit_message(printer &out, const message &msg)
     }
 }
 
-// Whether no other message of the group embeds this one: what programs encode and decode most.
-bool is_dispatched(const group &source, const message &msg)
-{
-    for (const auto &other : source.messages) {
-        for (const field &f : other->fields) {
-            if (f.nested == &msg)
-                return false;
-        }
-    }
-    return true;
-}
-
 void emit_function(printer &out, const operation &defined, const std::string &name,
                    const std::vector<std::string> &body)
 {
@@ -452,10 +446,10 @@ std::string decode_call(const message &msg)
                        msg.omit.decode_flags ? "0" : "flags");
 }
 
-void emit_baseline(printer &out, const message &msg, bool dispatched)
+void emit_baseline(printer &out, const message &msg)
 {
     const auto build_of = [&](const operation &defined) {
-        return dispatched ? fmt::format("ZIDL_BASELINE({})", defined.name) : defined.name;
+        return msg.dispatch ? fmt::format("ZIDL_BASELINE({})", defined.name) : defined.name;
     };
     const operation encode = encode_operation(msg);
     const operation decode = decode_operation(msg);
@@ -466,7 +460,7 @@ void emit_baseline(printer &out, const message &msg, bool dispatched)
     emit_function(out, encode, build_of(encode),
                   {fmt::format("return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, {});", encode_flags(msg))});
     emit_function(out, decode, build_of(decode), {decode_call(msg)});
-    if (dispatched) {
+    if (msg.dispatch) {
         out.line("ZIDL_DISPATCHED({})", encode.name);
         out.line("ZIDL_DISPATCHED({})", decode.name);
         out.line();
@@ -534,11 +528,11 @@ std::string emit_codec_source(const group &source)
     out.line("#ifndef ZIDL_BMI2_BUILD");
     out.line();
     for (const auto &msg : source.messages)
-        emit_baseline(out, *msg, is_dispatched(source, *msg));
+        emit_baseline(out, *msg);
     out.line("#else");
     out.line();
     for (const auto &msg : source.messages) {
-        if (is_dispatched(source, *msg))
+        if (msg->dispatch)
             emit_bmi2(out, *msg);
     }
     out.line("#endif");

@@ -55,6 +55,7 @@ struct message {
     std::vector<field> fields;        // in declaration order
     omissions omit;
     std::string reset_name;     // of the function that resets the record, where it carries one of its own; else empty
+    bool dispatch = false;      // encoder and decoder exist for newer processors, too
     unsigned presence_bits = 8; // width of the presence word: 8, 16, 32 or 64
     uint64_t presence_mask = 0; // the bits that fields use
     bool has_bytes = false;     // a bytes member, here or below: flags matter

@@ -84,7 +84,7 @@ private:
         return group;
     }
 
-    // message = "message" name "{" [ omit ] [ reset ] { row } "}"
+    // message = "message" name "{" [ omit ] [ reset ] [ dispatch ] { row } "}"
     message_syntax message()
     {
         message_syntax m;
@@ -103,6 +103,8 @@ private:
             omit_statement(m);
         else if (at("reset"))
             reset_statement(m);
+        else if (at("dispatch"))
+            dispatch_statement(m);
         else if (peek().kind == token_kind::number)
             row(m);
         else
@@ -131,6 +133,16 @@ private:
             errors_.error(peek().where, "'reset' stands once, before the rows");
         take();
         m.reset = name("the name of a function");
+        end_statement();
+    }
+
+    // dispatch = "dispatch" ";"
+    void dispatch_statement(message_syntax &m)
+    {
+        if (m.dispatch || !m.rows.empty())
+            errors_.error(peek().where, "'dispatch' stands once, before the rows");
+        take();
+        m.dispatch = true;
         end_statement();
     }
 

@@ -55,6 +55,7 @@ struct message_syntax {
     std::vector<std::string> comment;
     std::vector<omission_syntax> omissions;
     std::optional<name_syntax> reset; // reset NAME;
+    bool dispatch = false;            // dispatch;
     std::vector<std::variant<field_syntax, unassigned_syntax>> rows;
 };
 
