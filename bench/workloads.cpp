@@ -46,11 +46,12 @@ uint64_t mix(uint64_t a, uint64_t b)
     return random_source(a * 0x100000001b3 ^ b).next();
 }
 
-// What a workload decides: whether a field is present (`place` tells it from all others in the tree), and how many
-// elements an array has.
+// What a workload decides: whether a field is present (`place` tells it from all others in the tree), how many elements an
+// array has, and how many bytes a bytes member.
 struct recipe {
     std::function<bool(const zidl::message_descriptor &, const zidl::field_descriptor &, uint64_t place)> present;
     std::function<uint32_t(const zidl::field_descriptor &)> count;
+    std::function<uint32_t()> size;
 };
 
 class record_filler
@@ -124,7 +125,7 @@ private:
             return put(member, text);
         }
         case zidl::kind::bytes: {
-            const uint32_t len = how_.count(field);
+            const uint32_t len = how_.size();
             put(member, random_bytes(len));
             return put(record + field.extent_offset, uint64_t{len});
         }
@@ -203,17 +204,22 @@ uint32_t percent_present(const zidl::message_descriptor &type, const zidl::field
     return message == "rib_prefix" || message == "rib_ipv6_address" ? 100 : 60;
 }
 
-uint32_t route_count(const zidl::field_descriptor &field, uint32_t paths)
+// Arrays have two elements but for those that a workload is about: they have `elements`.
+std::function<uint32_t(const zidl::field_descriptor &)> two_but(std::initializer_list<std::string_view> members,
+                                                                uint32_t elements)
 {
-    if (std::string_view(field.member) == "paths")
-        return paths;
-    return field.type == zidl::kind::bytes ? 8 : 2;
+    return [members = std::vector<std::string_view>(members), elements](const zidl::field_descriptor &field) {
+        return std::find(members.begin(), members.end(), field.member) != members.end() ? elements : 2;
+    };
 }
 
-uint32_t one_path_count(const zidl::field_descriptor &field)
+std::function<uint32_t()> always_bytes(uint32_t size)
 {
-    return route_count(field, 1);
+    return [size] { return size; };
 }
+
+constexpr uint32_t route_bytes = 8;
+constexpr uint32_t address_bytes = 16;
 
 constexpr size_t route_total = 130'000;
 constexpr size_t update_total = 10'000;
@@ -224,7 +230,7 @@ void make_full(workload &made, random_source &random, size_t total)
 {
     const recipe how{
         [&](const auto &type, const auto &field, uint64_t) { return random.below(100) < percent_present(type, field); },
-        one_path_count};
+        two_but({"paths"}, 1), always_bytes(route_bytes)};
     record_filler filler(random, how);
     for (size_t i = 0; i < total; ++i)
         made.messages.push_back(filler.make(*made.type));
@@ -237,7 +243,7 @@ void make_mixed(workload &made, random_source &random, size_t total)
     const recipe how{[&](const auto &type, const auto &field, uint64_t place) {
                          return mix(route_class, place) % 100 < percent_present(type, field);
                      },
-                     one_path_count};
+                     two_but({"paths"}, 1), always_bytes(route_bytes)};
     record_filler filler(random, how);
     while (made.messages.size() < total) {
         route_class = 1000 + random.below(class_total);
@@ -250,11 +256,6 @@ bytes make_one(const char *type, uint64_t seed, const recipe &how)
 {
     random_source random(seed);
     return record_filler(random, how).make(*zidl::find_message(type));
-}
-
-bytes make_whole(const char *type, uint64_t seed, std::function<uint32_t(const zidl::field_descriptor &)> count)
-{
-    return make_one(type, seed, {always, std::move(count)});
 }
 
 // A protocol update with a name and an extra name, 27 bytes.
@@ -276,7 +277,7 @@ void make_proto(workload &made, random_source &random, size_t total)
 
 void make_opaque(workload &made, random_source &random, size_t total)
 {
-    const recipe how{always, [&](const zidl::field_descriptor &) { return 24 + random.below(200); }};
+    const recipe how{always, two_but({}, 2), [&] { return 24 + random.below(200); }};
     record_filler filler(random, how);
     for (size_t i = 0; i < total; ++i)
         made.messages.push_back(filler.make(*made.type));
@@ -330,16 +331,14 @@ workload make_workload(std::string_view name, size_t limit)
     else if (name == "opaque")
         make_opaque(made, random, std::min(limit, update_total));
     else
-        made.messages.push_back(make_whole("ip_rib_srv6_cfg_update", 3, [](const zidl::field_descriptor &field) {
-            const std::string_view member = field.member;
-            return member == "locators" ? 256U : field.type == zidl::kind::bytes ? 16U : 2U;
-        }));
+        made.messages.push_back(
+            make_one("ip_rib_srv6_cfg_update", 3, {always, two_but({"locators"}, 256), always_bytes(address_bytes)}));
     return made;
 }
 
 bytes make_route(uint32_t paths)
 {
-    return make_whole("rib_route", 1, [paths](const auto &field) { return route_count(field, paths); });
+    return make_one("rib_route", 1, {always, two_but({"paths"}, paths), always_bytes(route_bytes)});
 }
 
 bytes make_convertible_route(uint32_t paths)
@@ -348,15 +347,13 @@ bytes make_convertible_route(uint32_t paths)
         const std::string_view member = field.member;
         return member != "route_value_34" && member != "path_value_27";
     };
-    return make_one("rib_route", 1, {convertible, [paths](const auto &field) { return route_count(field, paths); }});
+    return make_one("rib_route", 1, {convertible, two_but({"paths"}, paths), always_bytes(route_bytes)});
 }
 
 bytes make_grid(uint32_t keys)
 {
-    return make_whole("rib_grid_sync_list", 2, [keys](const zidl::field_descriptor &field) {
-        const std::string_view member = field.member;
-        return member == "keys" || member == "encap_ids" ? keys : field.type == zidl::kind::bytes ? 16U : 2U;
-    });
+    return make_one("rib_grid_sync_list", 2,
+                    {always, two_but({"keys", "encap_ids"}, keys), always_bytes(address_bytes)});
 }
 
 } // namespace bench
