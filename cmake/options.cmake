@@ -47,11 +47,14 @@ function(rib_library_objects target)
   target_link_libraries(${target} PRIVATE rib_warnings)
 endfunction()
 
-# The codec is straight-line code: what -O3 adds makes it larger, not faster, and vectors made of neighbouring scalars make
-# the measuring of messages slower.
+# The codec is straight-line code: what -O3 adds makes it larger, not faster, and so does alignment within functions. Vectors
+# that clang makes of neighbouring scalars make the measuring of messages slower.
 function(rib_codec_objects target)
   rib_library_objects(${target})
-  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O2> $<$<CXX_COMPILER_ID:Clang>:-fno-slp-vectorize>)
+  target_compile_options(${target} PRIVATE
+    $<$<CONFIG:Release>:-O2>
+    $<$<CXX_COMPILER_ID:Clang>:-fno-slp-vectorize>
+    $<$<CXX_COMPILER_ID:GNU>:-falign-jumps=1 -falign-loops=1 -falign-labels=1>)
 endfunction()
 
 # Choosing takes indirect functions, and a baseline below what is chosen. Sanitizers are not ready when the linker asks.

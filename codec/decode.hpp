@@ -541,12 +541,17 @@ private:
     {
         if (ZIDL_UNLIKELY((!allocate_run<Number, true>(array, count, filled))))
             return false;
-        // One element is the usual case and gets a clear of fixed size.
-        if (ZIDL_LIKELY(count == 1))
-            memset(array, 0, sizeof(Element));
-        else
-            memset(array, 0, count * sizeof(Element));
-        return fill_run<Number, true>(array, count, read);
+        // Each element is cleared just before it is filled, while it is in the cache.
+        Element *behind = array;
+        const auto clear_and_read = [&](Element &element) ZIDL_INLINE_LAMBDA {
+            memset(&element, 0, sizeof element);
+            behind = &element + 1;
+            return read(element);
+        };
+        if (ZIDL_LIKELY((fill_run<Number, true>(array, count, clear_and_read))))
+            return true;
+        memset(behind, 0, static_cast<size_t>(array + count - behind) * sizeof(Element));
+        return false;
     }
 
     const uint8_t *pos_;
