@@ -143,7 +143,7 @@ int main(int argc, char **argv)
             const std::string name = "entry/" + std::string(kind) + "/librib:" + std::to_string(threads) + build;
             benchmark::RegisterBenchmark(name.c_str(), [kind](benchmark::State &state) {
                 run(state, kind);
-            })->Threads(threads);
+            })->Threads(threads)->UseRealTime();
         }
     }
     benchmark::RunSpecifiedBenchmarks();
