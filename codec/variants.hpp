@@ -41,14 +41,11 @@ namespace zidl
 ZIDL_INLINE bool moves_bits_quickly()
 {
     constexpr unsigned features = 7;
-    constexpr unsigned extended = 0x80000000;
-    constexpr unsigned bmi = 1U << 3, bmi2 = 1U << 8, lzcnt = 1U << 5;
+    constexpr unsigned bmi = 1U << 3;
+    constexpr unsigned bmi2 = 1U << 8;
     unsigned eax, ebx, ecx, edx;
     __cpuid(0, eax, ebx, ecx, edx);
     if (eax < features)
-        return false;
-    __cpuid(extended, eax, ebx, ecx, edx);
-    if (eax <= extended)
         return false;
     // Families 17h and 18h have the instructions, too, but take up to three hundred cycles for one.
     __cpuid(1, eax, ebx, ecx, edx);
@@ -56,10 +53,7 @@ ZIDL_INLINE bool moves_bits_quickly()
     if (family == 0x17 || family == 0x18)
         return false;
     __cpuid_count(features, 0, eax, ebx, ecx, edx);
-    if ((ebx & bmi) == 0 || (ebx & bmi2) == 0)
-        return false;
-    __cpuid(extended + 1, eax, ebx, ecx, edx);
-    return (ecx & lzcnt) != 0;
+    return (ebx & bmi) != 0 && (ebx & bmi2) != 0;
 }
 
 } // namespace zidl
