@@ -231,7 +231,7 @@ public:
     {
         uint32_t index = (tag_ >> 3) - First;
         for (;;) {
-            // Bit by bit: this value's end, the next tag's, and so on.
+            // The lowest bit is this value's end, the next one that of the tag behind it.
             const uint8_t *const base = pos_;
             uint32_t ends = ends_in_window();
             for (uint32_t rest; (rest = ends & (ends - 1)) != 0; ends = rest & (rest - 1)) {
@@ -241,6 +241,7 @@ public:
                 if (!take_run_tag<First, Count>(index))
                     return true;
             }
+            // The window ends with this value, or within it; the next one begins behind the next tag.
             uint32_t value;
             if (ZIDL_UNLIKELY(!read_varint(value)))
                 return false;

@@ -338,23 +338,18 @@ struct fast_writer {
     template <uint32_t Tag>
     ZIDL_INLINE void put_string(const char *text)
     {
-        const size_t size = strlen(text);
-        if (ZIDL_UNLIKELY(!has_room<Tag>(size)))
-            return give_up();
-        put_tag<Tag>();
-        put_raw_varint(static_cast<uint32_t>(size));
-        put_contents(text, size);
+        put_bytes<Tag>(text, strlen(text));
     }
 
-    // Whether the length is one byte or two is rarely foreseen.
     template <uint32_t Tag>
-    ZIDL_INLINE void put_bytes(const uint8_t *data, uint64_t size)
+    ZIDL_INLINE void put_bytes(const void *data, uint64_t size)
     {
         if (ZIDL_UNLIKELY(!has_room<Tag>(size)))
             return give_up();
         put_tag<Tag>();
         put_raw_varint(static_cast<uint32_t>(size));
-        put_contents(data, size);
+        copy_short(pos, data, size);
+        pos += size;
     }
     // A message of bounded size; the room around it covers it.
     template <uint32_t Tag, class Record>
@@ -388,12 +383,6 @@ private:
             return true;
         const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(size));
         return left() >= head && left() - head >= size;
-    }
-
-    ZIDL_INLINE void put_contents(const void *data, size_t size)
-    {
-        copy_short(pos, data, size);
-        pos += size;
     }
 
     // How far a body moves up at most, in bytes: a length takes five bytes, and one was kept for it.
@@ -575,7 +564,7 @@ ZIDL_INLINE void encode_varied_u32(Sink &out, bool present, uint32_t value)
         out.template put_numbered<varint_size(make_tag(Number, varint)), 0>(Number, value);
 }
 
-// A whole run of u32 fields: the fields' numbers and places are constants again.
+// A whole run of u32 fields: the fields' numbers and places are constants again, and how many bytes follow at least.
 template <uint32_t Number, size_t... Index, class Sink>
 ZIDL_INLINE void encode_whole_run(Sink &out, const uint8_t *members, std::index_sequence<Index...>)
 {

@@ -68,7 +68,7 @@ ZIDL_INLINE fast_writer encode_fast(const Record &msg, uint8_t *buf, size_t bufl
 
 constexpr size_t not_written = SIZE_MAX;
 
-// The encoding's length, unless segments are listed, bytes are borrowed or the buffer does not suffice: `not_written` then.
+// What does without the exact writer. The encoding's length, unless segments are listed, bytes are borrowed or the buffer does not suffice: `not_written` then.
 template <class Record>
 ZIDL_INLINE size_t encode_quickly(const Record &msg, uint8_t *buf, size_t buflen, const uint32_t *nsegs, uint32_t flags)
 {
