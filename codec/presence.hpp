@@ -53,7 +53,7 @@ ZIDL_INLINE uint8_t *member_bytes(Record &msg, size_t offset)
 }
 
 // Asks for all cache lines of a large record at once: encoding looks into presence words all over it, and would else wait
-// for one line after the other.
+// for one line after the other. An absent array may have any address, so none is computed as a pointer.
 template <class Record>
 ZIDL_INLINE void prefetch(const Record *msg, uint32_t count)
 {
@@ -62,7 +62,7 @@ ZIDL_INLINE void prefetch(const Record *msg, uint32_t count)
         if (count == 0)
             return;
         for (size_t offset = 0; offset < sizeof(Record); offset += line)
-            __builtin_prefetch(reinterpret_cast<const uint8_t *>(msg) + offset);
+            __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(msg) + offset));
     }
 }
 

@@ -27,8 +27,8 @@
 
 #define ZIDL_BASELINE(name) name##_baseline
 #define ZIDL_DISPATCHED(name)                                                                                          \
-    decltype(name) name##_bmi2;                                                                                        \
-    decltype(&name) name##_chosen()                                                                                    \
+    decltype(name) name##_bmi2 __attribute__((visibility("hidden")));                                                  \
+    __attribute__((used, no_stack_protector)) decltype(&name) name##_chosen()                                          \
     {                                                                                                                  \
         return zidl::moves_bits_quickly() ? name##_bmi2 : name##_baseline;                                             \
     }                                                                                                                  \
@@ -37,7 +37,7 @@
 namespace zidl
 {
 
-// In registers alone: the linker asks before the program is set up.
+// In registers alone and unguarded: the linker asks before the program is set up.
 ZIDL_INLINE bool moves_bits_quickly()
 {
     constexpr unsigned features = 7;

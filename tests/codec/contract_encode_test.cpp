@@ -88,6 +88,16 @@ TEST(contract_encode, scalar_without_its_bit_is_not_written)
     EXPECT_EQ(encode<rib_bind_reply>(msg), bytes{});
 }
 
+TEST(contract_encode, array_without_its_bit_is_not_looked_at)
+{
+    zidl_rib_route msg = {};
+    msg.paths_count = 5; // and no array
+    msg.algo_labels_count = 3;
+    EXPECT_EQ(encode<rib_route>(msg), bytes{});
+    bytes large(5000);
+    EXPECT_EQ(zidl_rib_route_encode_ext(&msg, large.data(), large.size(), nullptr, nullptr, 0), 0u);
+}
+
 TEST(contract_encode, scalar_of_value_zero_is_written)
 {
     const bytes expected = {
