@@ -177,8 +177,7 @@ def entry_table(found):
                 entry = found.get(("entry", kind, "librib", f"{threads}{build}"))
                 if len(row) == 1:
                     row.append(f"{entry['bytes']:.0f}" if entry else "")
-                # The rate counts the time of all threads together.
-                row.append(number(threads * entry["items_per_second"]) if entry else "")
+                row.append(number(entry["items_per_second"]) if entry else "")
         rows.append(row)
     return table(rows)
 
