@@ -45,6 +45,7 @@ inline int32_t decode(zidl_ip_rib_proto_update &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.proto_id));                           ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);    continue;
@@ -107,6 +108,7 @@ inline int32_t decode(zidl_ip_rib_opaque &msg, const uint8_t *pos, const uint8_t
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN_RUN(1, 4);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // opaque_type to opaque_value
@@ -165,6 +167,7 @@ inline int32_t decode(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const uint8_t *pos, co
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.vpws_value_1)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); continue;
@@ -222,6 +225,7 @@ inline int32_t decode(zidl_ip_rib_iid_evpn_elan_ctx &msg, const uint8_t *pos, co
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.ctx_value_1));                                        ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
@@ -296,6 +300,7 @@ inline int32_t decode(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg, const uint8_t *p
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.ctx_value_1));                                        ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
@@ -361,6 +366,7 @@ inline int32_t decode(zidl_ip_rib_iid_lss_ctx &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN_RUN(1, 4);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // lss_value_1 to lss_value_4
@@ -419,6 +425,7 @@ inline int32_t decode(zidl_ip_rib_iid_aft_nhg_ctx &msg, const uint8_t *pos, cons
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.aft_nhg_value_1)); ZIDL_THEN(2, varint); continue;
@@ -466,6 +473,7 @@ inline int32_t decode(zidl_ip_rib_iid_sl_id_ctx &msg, const uint8_t *pos, const 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.sl_id_value_1));                ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); continue;
@@ -542,6 +550,7 @@ inline int32_t decode(zidl_ip_rib_iid_ctx &msg, const uint8_t *pos, const uint8_
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.iid_ctx_kind));                       ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited); continue;
@@ -613,6 +622,7 @@ inline int32_t decode(zidl_ip_rib_iid_update &msg, const uint8_t *pos, const uin
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.message(msg.iid_ctx, seen & bit<0>)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;

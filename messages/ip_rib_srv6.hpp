@@ -44,6 +44,7 @@ inline int32_t decode(zidl_ip_rib_srv6_sid_info &msg, const uint8_t *pos, const 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -97,6 +98,7 @@ inline int32_t decode(zidl_ip_rib_srv6_lib_ranges &msg, const uint8_t *pos, cons
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN_RUN(1, 8);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) // value_1 to value_8
@@ -159,6 +161,7 @@ inline int32_t decode(zidl_ip_rib_srv6_locator &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.string(msg.name, seen & bit<0>));            ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); ZIDL_THEN_RUN(4, 5); continue;
@@ -242,6 +245,7 @@ inline int32_t decode(zidl_ip_rib_srv6_glb_encap_info &msg, const uint8_t *pos, 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.message(msg.encap_prefix_1, seen & bit<0>)); ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
@@ -304,6 +308,7 @@ inline int32_t decode(zidl_ip_rib_srv6_usid_lib_ranges &msg, const uint8_t *pos,
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); ZIDL_THEN(2, varint); continue;
@@ -345,6 +350,7 @@ inline int32_t decode(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const uint8_t *pos
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); continue;
@@ -390,6 +396,7 @@ inline int32_t decode(zidl_ip_rib_srv6_mode_info &msg, const uint8_t *pos, const
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                     ZIDL_THEN(2, delimited); continue;
@@ -448,6 +455,7 @@ inline int32_t decode(zidl_ip_rib_srv6_fmt_config_info &msg, const uint8_t *pos,
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.format));                              ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); continue;
@@ -504,6 +512,7 @@ inline int32_t decode(zidl_ip_rib_srv6_glb_info &msg, const uint8_t *pos, const 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                                           ZIDL_THEN(2, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(6, delimited); continue;
@@ -569,6 +578,7 @@ inline int32_t decode(zidl_ip_rib_srv6_cfg_update &msg, const uint8_t *pos, cons
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.message(msg.global_info, seen & bit<0>));                      ZIDL_THEN(2, delimited); continue;
@@ -629,6 +639,7 @@ inline int32_t decode(zidl_ip_rib_srv6_e_ctx &msg, const uint8_t *pos, const uin
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -691,6 +702,7 @@ inline int32_t decode(zidl_ip_rib_srv6_x_ctx &msg, const uint8_t *pos, const uin
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                        ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);       continue;
@@ -756,6 +768,7 @@ inline int32_t decode(zidl_ip_rib_srv6_dx_ctx &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -813,6 +826,7 @@ inline int32_t decode(zidl_ip_rib_srv6_dt_ctx &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, delimited); continue;
@@ -870,6 +884,7 @@ inline int32_t decode(zidl_ip_rib_srv6_dx2_ctx &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -928,6 +943,7 @@ inline int32_t decode(zidl_ip_rib_srv6_dt2u_ctx &msg, const uint8_t *pos, const 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -986,6 +1002,7 @@ inline int32_t decode(zidl_ip_rib_srv6_dt2m_ctx &msg, const uint8_t *pos, const 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -1040,6 +1057,7 @@ inline int32_t decode(zidl_ip_rib_srv6_dt_named_ctx &msg, const uint8_t *pos, co
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>)); ZIDL_THEN(2, delimited); continue;
@@ -1099,6 +1117,7 @@ inline int32_t decode(zidl_ip_rib_srv6_un_ctx &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -1165,6 +1184,7 @@ inline int32_t decode(zidl_ip_rib_srv6_ua_ctx &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                        ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);    continue;
@@ -1230,6 +1250,7 @@ inline int32_t decode(zidl_ip_rib_srv6_udt_ctx &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, delimited); continue;
@@ -1283,6 +1304,7 @@ inline int32_t decode(zidl_ip_rib_srv6_udt_named_ctx &msg, const uint8_t *pos, c
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>)); ZIDL_THEN(2, delimited); continue;
@@ -1346,6 +1368,7 @@ inline int32_t decode(zidl_ip_rib_srv6_ub6_ctx &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>));          ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);       continue;
@@ -1411,6 +1434,7 @@ inline int32_t decode(zidl_ip_rib_srv6_udx2_ctx &msg, const uint8_t *pos, const 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -1469,6 +1493,7 @@ inline int32_t decode(zidl_ip_rib_srv6_udt2u_ctx &msg, const uint8_t *pos, const
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -1527,6 +1552,7 @@ inline int32_t decode(zidl_ip_rib_srv6_udt2m_ctx &msg, const uint8_t *pos, const
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -1585,6 +1611,7 @@ inline int32_t decode(zidl_ip_rib_srv6_udx_ctx &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -1692,6 +1719,7 @@ inline int32_t decode(zidl_ip_rib_srv6_sid_ctx &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1,  varint,    0,  in.u32(msg.value_1));                                        ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited);       continue;
@@ -1806,6 +1834,7 @@ inline int32_t decode(zidl_ip_rib_srv6_opcode_update &msg, const uint8_t *pos, c
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                    ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); continue;
@@ -1871,6 +1900,7 @@ inline int32_t decode(zidl_ip_rib_srv6_static_endpoint_update &msg, const uint8_
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.message(msg.sid, seen & bit<0>));     ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
@@ -1938,6 +1968,7 @@ inline int32_t decode(zidl_ip_rib_srv6_update &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                                   ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited); continue;

@@ -38,6 +38,7 @@ inline int32_t decode(zidl_rib_ipv6_address &msg, const uint8_t *pos, const uint
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u64(msg.half0)); ZIDL_THEN(2, varint); continue;
@@ -82,6 +83,7 @@ inline int32_t decode(zidl_rib_address &msg, const uint8_t *pos, const uint8_t *
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.family));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -126,6 +128,7 @@ inline int32_t decode(zidl_rib_prefix &msg, const uint8_t *pos, const uint8_t *e
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.message(msg.address, seen & bit<0>)); ZIDL_THEN(2, varint); continue;
@@ -173,6 +176,7 @@ inline int32_t decode(zidl_rib_msg_prefix &msg, const uint8_t *pos, const uint8_
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.family));                               ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); continue;
@@ -231,6 +235,7 @@ inline int32_t decode(zidl_srv6_prefix &msg, const uint8_t *pos, const uint8_t *
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.bytes(msg.prefix, msg.prefix_size, seen & bit<0>)); ZIDL_THEN(2, varint); continue;
@@ -287,6 +292,7 @@ inline int32_t decode(zidl_ip_rib_srv6_prefix &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.bytes(msg.prefix, msg.prefix_size, seen & bit<0>)); ZIDL_THEN(2, varint); continue;
@@ -339,6 +345,7 @@ inline int32_t decode(zidl_rib_nnh &msg, const uint8_t *pos, const uint8_t *end,
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN_RUN(1, 4);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // nnh_value_1 to nnh_value_4
@@ -380,6 +387,7 @@ inline int32_t decode(zidl_rib_algo_label &msg, const uint8_t *pos, const uint8_
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN_RUN(1, 4);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // algo_label_value_1 to algo_label_value_4
@@ -422,6 +430,7 @@ inline int32_t decode(zidl_rib_path_grouping_info &msg, const uint8_t *pos, cons
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.grouping_value_1)); ZIDL_THEN(2, varint); continue;
@@ -465,6 +474,7 @@ inline int32_t decode(zidl_rib_path_sl_id_info &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.sl_id_value_1)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); continue;
@@ -508,6 +518,7 @@ inline int32_t decode(zidl_rib_path_l2_info &msg, const uint8_t *pos, const uint
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.varied_u32(msg.l2_value_1)); ZIDL_THEN_RUN(5, 4); continue;
@@ -553,6 +564,7 @@ inline int32_t decode(zidl_rib_path_via_aft_id &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.via_aft_value_1)); ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); continue;
@@ -599,6 +611,7 @@ inline int32_t decode(zidl_rib_path_ip_tunnel_info &msg, const uint8_t *pos, con
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.varied_u32(msg.tunnel_value_1)); ZIDL_THEN(5, varint); ZIDL_THEN_RUN(6, 4); ZIDL_THEN(10, varint); continue;
@@ -647,6 +660,7 @@ inline int32_t decode(zidl_rib_path_iid_attr &msg, const uint8_t *pos, const uin
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.iid_attr_value_1));                   ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint); continue;
@@ -693,6 +707,7 @@ inline int32_t decode(zidl_rib_path_via_srv6_sid &msg, const uint8_t *pos, const
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.via_sid_value_1));            ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); continue;
@@ -738,6 +753,7 @@ inline int32_t decode(zidl_rib_path_srv6_sid_info &msg, const uint8_t *pos, cons
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.sid_info_value_1));                   ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); continue;
@@ -788,6 +804,7 @@ inline int32_t decode(zidl_rib_ecomm_array &msg, const uint8_t *pos, const uint8
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.ecomm_value_1));                                    ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); continue;
@@ -907,6 +924,7 @@ inline int32_t decode(zidl_rib_path &msg, const uint8_t *pos, const uint8_t *end
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.varied_u32(msg.path_value_1));                                       ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);       continue;
@@ -998,6 +1016,7 @@ inline int32_t decode(zidl_rib_route_l2_info &msg, const uint8_t *pos, const uin
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.route_l2_value_1)); ZIDL_THEN(5, varint); continue;
@@ -1042,6 +1061,7 @@ inline int32_t decode(zidl_rib_route_aft_id &msg, const uint8_t *pos, const uint
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.route_aft_value_1));  ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); continue;
@@ -1089,6 +1109,7 @@ inline int32_t decode(zidl_rib_generic_attr_info &msg, const uint8_t *pos, const
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.attr_type));                                      ZIDL_THEN(2, delimited); continue;
@@ -1146,6 +1167,7 @@ inline int32_t decode(zidl_rib_generic_attr_array &msg, const uint8_t *pos, cons
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.array_type));                                    ZIDL_THEN(2, delimited); continue;
@@ -1199,6 +1221,7 @@ inline int32_t decode(zidl_rib_client_advertisement &msg, const uint8_t *pos, co
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32s<1>(msg.advertised_values, msg.advertised_values_count, seen & bit<0>)); continue;
@@ -1295,6 +1318,7 @@ inline int32_t decode(zidl_rib_route &msg, const uint8_t *pos, const uint8_t *en
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.message(msg.route_prefix, seen & bit<0>)); ZIDL_THEN_RUN(2, 14); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); continue;
@@ -1388,6 +1412,7 @@ inline int32_t decode(zidl_rib_bind_reply &msg, const uint8_t *pos, const uint8_
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.bind_value)); continue;

@@ -40,6 +40,7 @@ inline int32_t decode(zidl_rib_srv6_oper_type &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.boolean(msg.oper_selector)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); continue;
@@ -86,6 +87,7 @@ inline int32_t decode(zidl_rib_encap_id_path_key_label &msg, const uint8_t *pos,
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.label_key_value));                             ZIDL_THEN(2, varint); continue;
@@ -143,6 +145,7 @@ inline int32_t decode(zidl_rib_encap_id_path_key_srv6 &msg, const uint8_t *pos, 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.message(msg.oper_type, seen & bit<0>));                         ZIDL_THEN(2, delimited); continue;
@@ -200,6 +203,7 @@ inline int32_t decode(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.carrier_value_1));                                        ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
@@ -259,6 +263,7 @@ inline int32_t decode(zidl_rib_encap_id_path_key_srv6_carriers &msg, const uint8
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.message(msg.oper_type, seen & bit<0>));                        ZIDL_THEN(2, delimited); continue;
@@ -351,6 +356,7 @@ inline int32_t decode(zidl_rib_encap_id_key &msg, const uint8_t *pos, const uint
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1,  varint,    0,  in.varied_u32(msg.key_value_1));                                                      ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint);         continue;
@@ -432,6 +438,7 @@ inline int32_t decode(zidl_rib_encap_id &msg, const uint8_t *pos, const uint8_t 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u64(msg.encap_id)); continue;
@@ -479,6 +486,7 @@ inline int32_t decode(zidl_rib_grid_sync_list &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, delimited, 0, in.messages<1>(msg.encap_ids, msg.encap_ids_count, seen & bit<0>)); ZIDL_THEN(2, delimited); ZIDL_THEN(4, varint); continue;
@@ -540,6 +548,7 @@ inline int32_t decode(zidl_rib_nhid_encap_key &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.nhid_key_value_1));                    ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
@@ -586,6 +595,7 @@ inline int32_t decode(zidl_rib_nhid_update &msg, const uint8_t *pos, const uint8
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
+    ZIDL_THEN(1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint,    0, in.u32(msg.nhid_update_value_1));               ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); continue;

@@ -294,17 +294,19 @@ std::vector<read_group> read_groups(const message &msg)
     return groups;
 }
 
+std::string prediction(const read_group &group)
+{
+    if (group.is_run())
+        return fmt::format("ZIDL_THEN_RUN({}, {});", group.first->number, group.last - group.first);
+    return fmt::format("ZIDL_THEN({}, {});", group.first->number, wire_type_name(*group.first));
+}
+
 // What likely comes behind a group.
 std::string predictions(const std::vector<read_group> &groups, size_t index)
 {
     std::string tests;
-    for (size_t next = index + 1; next < groups.size() && next <= index + lookahead; ++next) {
-        const auto &[first, last] = groups[next];
-        if (groups[next].is_run())
-            tests += fmt::format("ZIDL_THEN_RUN({}, {}); ", first->number, last - first);
-        else
-            tests += fmt::format("ZIDL_THEN({}, {}); ", first->number, wire_type_name(*first));
-    }
+    for (size_t next = index + 1; next < groups.size() && next <= index + lookahead; ++next)
+        tests += prediction(groups[next]) + " ";
     return tests;
 }
 
@@ -353,6 +355,7 @@ void emit_decode(printer &out, const message &msg)
     out.line("{{");
     out.line("    reader in(pos, end, context);");
     out.line("    uint64_t seen = 0;");
+    out.line("    {}", prediction(read_groups(msg).front()));
     out.line("    while (in.next_tag()) {{");
     out.line("        switch (in.tag()) {{");
     emit_read_rows(out, msg);
