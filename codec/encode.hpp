@@ -560,8 +560,11 @@ ZIDL_INLINE void encode_u32(Sink &out, bool present, uint32_t value)
 template <uint32_t Number, class Sink>
 ZIDL_INLINE void encode_varied_u32(Sink &out, bool present, uint32_t value)
 {
-    if (present)
-        out.template put_numbered<varint_size(make_tag(Number, varint)), 0>(Number, value);
+    constexpr unsigned tag_len = varint_size(make_tag(Number, varint));
+    if constexpr (tag_len > 2)
+        encode_u32<Number>(out, present, value);
+    else if (present)
+        out.template put_numbered<tag_len, 0>(Number, value);
 }
 
 // A whole run of u32 fields: the fields' numbers and places are constants again, and how many bytes follow at least.

@@ -1,7 +1,8 @@
 // The way of another project: a schema of its own, compiled by zidlc while building, and used from C++ like from C.
-// The schema is golden/schema/, the code was generated into the build folder.
+// The schemas are golden/schema/ and schema/, the code was generated into the build folder.
 
 #include "messages/descriptors.hpp"
+#include "messages/far.h"
 #include "messages/weather.h"
 
 #include <gtest/gtest.h>
@@ -134,7 +135,7 @@ TEST(zidlc_own_project, omitted_arguments_are_omitted)
 
 TEST(zidlc_own_project, descriptors_tell_the_layout_of_the_records)
 {
-    EXPECT_EQ(zidl::message_count, 6u);
+    EXPECT_EQ(zidl::message_count, 7u);
     EXPECT_EQ(zidl::find_message("nothing"), nullptr);
     const zidl::message_descriptor *reading = zidl::find_message("reading");
     ASSERT_NE(reading, nullptr);
@@ -169,4 +170,27 @@ TEST(zidlc_own_project, descriptors_call_the_operations_whatever_their_arguments
     EXPECT_EQ(position.encode(&copy, nullptr, 0, nullptr, nullptr, 0), input.size());
     position.release(&copy, nullptr, nullptr, 0);
     EXPECT_EQ(copy.latitude, 1u);
+}
+
+TEST(zidlc_own_project, tags_of_three_bytes_beside_a_run_are_written_and_read)
+{
+    const bytes expected = {
+        0x08, 0x80, 0x01,             // 1 first = 128
+        0x20, 0x07,                   // 4 fourth = 7
+        0xf8, 0x7f, 0xac, 0x02,       // 2047 last_of_two_bytes = 300
+        0x80, 0x80, 0x01, 0xad, 0x02, // 2048 first_of_three_bytes = 301
+        0x88, 0x80, 0x01, 0x05,       // 2049 wide = 5
+    };
+    zidl_far_sample msg = {};
+    ASSERT_EQ(zidl_far_sample_decode_ext(&msg, expected.data(), expected.size(), allocate, nullptr, 0), ZIDL_OK);
+    EXPECT_EQ(msg.first, 128u);
+    EXPECT_EQ(msg.fourth, 7u);
+    EXPECT_EQ(msg.last_of_two_bytes, 300u);
+    EXPECT_EQ(msg.first_of_three_bytes, 301u);
+    EXPECT_EQ(msg.wide, 5u);
+    bytes large(5000, 0xee);
+    const size_t len = zidl_far_sample_encode_ext(&msg, large.data(), large.size(), nullptr, nullptr, 0);
+    ASSERT_EQ(len, expected.size());
+    EXPECT_EQ(bytes(large.begin(), large.begin() + static_cast<ptrdiff_t>(len)), expected);
+    EXPECT_EQ(large[len], 0xee) << "nothing is stored behind the encoding";
 }
