@@ -48,12 +48,13 @@ function(rib_library_objects target)
 endfunction()
 
 # The codec is straight-line code: what -O3 adds makes it larger, not faster, and so does alignment within functions. Vectors
-# that clang makes of neighbouring scalars make the measuring of messages slower.
+# that clang makes of neighbouring scalars make the measuring of messages slower. Functions that begin anywhere make small
+# messages slower by up to a fifth, by chance.
 function(rib_codec_objects target)
   rib_library_objects(${target})
   target_compile_options(${target} PRIVATE
     $<$<CONFIG:Release>:-O2>
-    $<$<CXX_COMPILER_ID:Clang>:-fno-slp-vectorize>
+    "$<$<CXX_COMPILER_ID:Clang>:-fno-slp-vectorize;-falign-functions=32>"
     $<$<CXX_COMPILER_ID:GNU>:-falign-jumps=1 -falign-loops=1 -falign-labels=1>)
 endfunction()
 

@@ -48,30 +48,38 @@ ZIDL_COLD parsed<Value> parse_varint_bytewise(const uint8_t *pos, const uint8_t 
     return {nullptr, 0};
 }
 
-// Of any length up to eight bytes, without a guess; rarely of more.
+// Of any length up to ten bytes, without a guess; null also where the input is too short for words.
+template <class Value>
+ZIDL_INLINE parsed<Value> parse_word_varint(const uint8_t *pos, const uint8_t *end, const uint8_t *wide_end)
+{
+    if (ZIDL_UNLIKELY(pos > wide_end))
+        return {nullptr, 0};
+    const uint64_t word = load<uint64_t>(pos);
+    const uint64_t stops = ~word & continuation_bits;
+    if (ZIDL_LIKELY(stops != 0)) {
+        pos += (trailing_zeros(stops) >> 3) + 1;
+        const uint64_t bytes = word & (stops ^ (stops - 1));
+        return {ZIDL_LIKELY(pos <= end) ? pos : nullptr, pack_groups<Value>(bytes)};
+    }
+    // Nine or ten bytes, as addresses and other full 64-bit values have: which of them cannot be foreseen.
+    if (sizeof(Value) < 8 || ZIDL_UNLIKELY(end - pos < 9))
+        return {nullptr, 0};
+    const uint64_t ninth = pos[8];
+    const unsigned more = static_cast<unsigned>(ninth >> 7);
+    if (ZIDL_UNLIKELY(end - pos < 9 + static_cast<ptrdiff_t>(more)))
+        return {nullptr, 0};
+    const uint64_t last = pos[8 + more];
+    if (ZIDL_UNLIKELY(last > 127))
+        return {nullptr, 0};
+    const uint64_t top = more != 0 ? last << 63 : 0;
+    return {pos + 9 + more, static_cast<Value>(pack_groups<uint64_t>(word) | (ninth & 127) << 56 | top)};
+}
+
 template <class Value>
 ZIDL_INLINE parsed<Value> parse_long_varint(const uint8_t *pos, const uint8_t *end, const uint8_t *wide_end)
 {
-    if (ZIDL_LIKELY(pos <= wide_end)) {
-        const uint64_t word = load<uint64_t>(pos);
-        const uint64_t stops = ~word & continuation_bits;
-        if (ZIDL_LIKELY(stops != 0)) {
-            pos += (trailing_zeros(stops) >> 3) + 1;
-            const uint64_t bytes = word & (stops ^ (stops - 1));
-            return {ZIDL_LIKELY(pos <= end) ? pos : nullptr, static_cast<Value>(pack_groups(bytes))};
-        }
-        // Nine or ten bytes, as addresses and other full 64-bit values have.
-        if (sizeof(Value) == 8 && ZIDL_LIKELY(end - pos >= 10)) {
-            const uint64_t low = pack_groups(word);
-            const uint64_t ninth = pos[8];
-            const uint64_t tenth = pos[9];
-            if (ninth < 128)
-                return {pos + 9, static_cast<Value>(low | ninth << 56)};
-            if (tenth < 128)
-                return {pos + 10, static_cast<Value>(low | (ninth & 127) << 56 | tenth << 63)};
-        }
-    }
-    return parse_varint_bytewise<Value>(pos, end);
+    const auto read = parse_word_varint<Value>(pos, end, wide_end);
+    return ZIDL_LIKELY(read.next != nullptr) ? read : parse_varint_bytewise<Value>(pos, end);
 }
 
 template <class Value>
@@ -87,7 +95,7 @@ ZIDL_INLINE uint32_t parse_ended(const uint8_t *pos)
 {
     const uint64_t word = load<uint64_t>(pos);
     const uint64_t stops = ~word & continuation_bits;
-    return static_cast<uint32_t>(pack_groups(word & (stops ^ (stops - 1))));
+    return pack_groups<uint32_t>(word & (stops ^ (stops - 1)));
 }
 
 // Tags have one byte up to field 15 and two up to field 2047.
@@ -105,14 +113,7 @@ ZIDL_INLINE const uint8_t *skip_varint(const uint8_t *pos, const uint8_t *end, c
 {
     if (ZIDL_LIKELY(pos < end) && ZIDL_LIKELY(*pos < 128))
         return pos + 1;
-    if (ZIDL_LIKELY(pos <= wide_end)) {
-        const uint64_t stops = ~load<uint64_t>(pos) & continuation_bits;
-        if (ZIDL_LIKELY(stops != 0)) {
-            pos += (trailing_zeros(stops) >> 3) + 1;
-            return ZIDL_LIKELY(pos <= end) ? pos : nullptr;
-        }
-    }
-    return parse_varint_bytewise<uint64_t>(pos, end).next;
+    return parse_long_varint<uint64_t>(pos, end, wide_end).next;
 }
 
 // Skips the value of an unknown field: the position behind it, or null and the reason. A fixed or delimited value that

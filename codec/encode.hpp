@@ -88,65 +88,74 @@ size_t encoded_size(const Record &msg, uint32_t flags)
     return encode(sizer{0, flags & ZIDL_ZERO_COPY}, msg).len;
 }
 
+// Where an exact writer has come to: what fits is written, what does not is left out, and segments are listed.
 // Out of line and out of the way: what runs here is short of room, or lists segments.
-class exact_writer
+class exact_output
 {
 public:
-    exact_writer(uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t capacity, bool listing, uint32_t flags)
+    exact_output(uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t capacity, bool listing, uint32_t flags)
         : buf_(buf), buflen_(buflen), segs_(segs), capacity_(capacity), listing_(listing), flags_(flags)
     {
     }
 
-    template <uint32_t Tag>
-    void put_varint(uint64_t value)
+    size_t len() const { return pos_; }
+    uint32_t flags() const { return flags_; }
+
+    ZIDL_COLD void put_tagged(uint32_t tag, uint64_t value)
     {
-        put_tagged(Tag, value);
+        put_raw_varint(tag);
+        put_raw_varint(value);
     }
 
-    template <unsigned, size_t>
-    void put_numbered(uint32_t number, uint32_t value)
+    ZIDL_COLD void put_byte(uint32_t tag, uint8_t byte)
     {
-        put_tagged(make_tag(number, varint), value);
-    }
-
-    template <uint32_t Tag>
-    void put_byte(uint8_t byte)
-    {
-        put_raw_varint(Tag);
+        put_raw_varint(tag);
         put(byte);
     }
 
-    template <uint32_t Tag>
-    void put_fixed32(uint32_t value)
+    ZIDL_COLD void put_fixed32(uint32_t tag, uint32_t value)
     {
-        put_raw_varint(Tag);
+        put_raw_varint(tag);
         for (unsigned shift = 0; shift < 32; shift += 8)
             put(static_cast<uint8_t>(value >> shift));
     }
 
-    template <uint32_t Tag>
-    void put_string(const char *text)
+    ZIDL_COLD void put_string(uint32_t tag, const char *text)
     {
         const size_t size = strlen(text);
-        put_length(Tag, size);
+        put_length(tag, size);
         put_whole(text, size);
     }
 
-    template <uint32_t Tag>
-    void put_bytes(const uint8_t *data, uint64_t size)
+    // Borrowed contents are listed, not copied and not counted.
+    ZIDL_COLD void put_bytes(uint32_t tag, const uint8_t *data, uint64_t size)
     {
-        put_block(Tag, data, size);
+        put_length(tag, size);
+        if ((flags_ & ZIDL_ZERO_COPY) == 0) {
+            put_whole(data, size);
+        } else if (listing_ && size > 0) {
+            list(segment_base(run_), pos_ - run_);
+            list(data, size);
+            run_ = pos_;
+        }
     }
 
-    // The length first, then the message on the rest of the buffer and of the list.
-    template <uint32_t Tag, class Record>
-    void put_message(const Record &msg, bool present)
+    // Writes the tag and the length of an embedded message; its output is what is left of the buffer and of the list.
+    ZIDL_COLD exact_output begin_message(uint32_t tag, size_t len)
     {
-        const size_t len = encoded_size(msg, flags_);
-        if (len == 0 && !present)
-            return;
-        put_length(Tag, len);
-        exact_writer inner = encode(rest(), msg);
+        put_length(tag, len);
+        const bool room = pos_ < buflen_;
+        const uint32_t left = capacity_ > listed_ ? capacity_ - listed_ : 0;
+        return {room ? buf_ + pos_ : nullptr,
+                room ? buflen_ - pos_ : 0,
+                left > 0 ? segs_ + listed_ : nullptr,
+                left,
+                listing_,
+                flags_};
+    }
+
+    ZIDL_COLD void end_message(exact_output &inner, size_t len)
+    {
         listed_ += inner.close();
         pos_ += len;
     }
@@ -159,56 +168,22 @@ public:
         return listed_;
     }
 
-    size_t len() const { return pos_; }
-
 private:
-    ZIDL_COLD void put(uint8_t byte)
+    void put(uint8_t byte)
     {
         if (pos_ < buflen_)
             buf_[pos_] = byte;
         ++pos_;
     }
 
-    ZIDL_COLD void put_raw_varint(uint64_t value)
+    void put_raw_varint(uint64_t value)
     {
         for (; value > 127; value >>= 7)
             put(static_cast<uint8_t>(value | 128));
         put(static_cast<uint8_t>(value));
     }
 
-    ZIDL_COLD void put_tagged(uint32_t tag, uint64_t value)
-    {
-        put_raw_varint(tag);
-        put_raw_varint(value);
-    }
-
     ZIDL_COLD void put_length(uint32_t tag, uint64_t len) { put_tagged(tag, static_cast<uint32_t>(len)); }
-
-    // A writer on what is left of the buffer and of the list.
-    ZIDL_COLD exact_writer rest() const
-    {
-        const bool room = pos_ < buflen_;
-        const uint32_t left = capacity_ > listed_ ? capacity_ - listed_ : 0;
-        return {room ? buf_ + pos_ : nullptr,
-                room ? buflen_ - pos_ : 0,
-                left > 0 ? segs_ + listed_ : nullptr,
-                left,
-                listing_,
-                flags_};
-    }
-
-    // Borrowed contents are listed, not copied and not counted.
-    ZIDL_COLD void put_block(uint32_t tag, const uint8_t *data, uint64_t size)
-    {
-        put_length(tag, size);
-        if ((flags_ & ZIDL_ZERO_COPY) == 0) {
-            put_whole(data, size);
-        } else if (listing_ && size > 0) {
-            list(segment_base(run_), pos_ - run_);
-            list(data, size);
-            run_ = pos_;
-        }
-    }
 
     // Strings and bytes are written whole or not at all.
     ZIDL_COLD void put_whole(const void *data, size_t size)
@@ -242,6 +217,65 @@ private:
     uint32_t flags_;
 };
 
+struct exact_writer {
+    exact_output *out;
+
+    template <uint32_t Tag>
+    void put_varint(uint64_t value)
+    {
+        out->put_tagged(Tag, value);
+    }
+
+    template <unsigned, size_t>
+    void put_numbered(uint32_t number, uint32_t value)
+    {
+        out->put_tagged(make_tag(number, varint), value);
+    }
+
+    template <uint32_t Tag>
+    void put_byte(uint8_t byte)
+    {
+        out->put_byte(Tag, byte);
+    }
+
+    template <uint32_t Tag>
+    void put_fixed32(uint32_t value)
+    {
+        out->put_fixed32(Tag, value);
+    }
+
+    template <uint32_t Tag>
+    void put_string(const char *text)
+    {
+        out->put_string(Tag, text);
+    }
+
+    template <uint32_t Tag>
+    void put_bytes(const uint8_t *data, uint64_t size)
+    {
+        out->put_bytes(Tag, data, size);
+    }
+
+    template <uint32_t Tag, class Record>
+    void put_message(const Record &msg, bool present)
+    {
+        put_message(Tag, msg, present);
+    }
+
+private:
+    // The length first, then the message.
+    template <class Record>
+    ZIDL_COLD void put_message(uint32_t tag, const Record &msg, bool present)
+    {
+        const size_t len = encoded_size(msg, out->flags());
+        if (len == 0 && !present)
+            return;
+        exact_output inner = out->begin_message(tag, len);
+        encode(exact_writer{&inner}, msg);
+        out->end_message(inner, len);
+    }
+};
+
 // Moves at least sixteen bytes up by at most sixteen, the last ones first. The first ones are taken along and stored in the
 // end, over what has arrived there of them already.
 ZIDL_INLINE void move_up(uint8_t *src, size_t len, unsigned distance)
@@ -257,29 +291,9 @@ ZIDL_INLINE void move_up(uint8_t *src, size_t len, unsigned distance)
     store(src + distance, head);
 }
 
-// So close to the end of the buffer messages are measured before they are written, in bytes.
-constexpr size_t measured_below = 4096;
-
-// Writes in one pass, and gives up where the buffer turns out to be too small: `pos` and `limit` are null from then on.
-//
-// The length of an embedded message stands before it and is known after it: its body is stored a few bytes too low and
-// moves up in the end. Where a string does not fit, the bytes that it would take must stay as they are, so nothing may be
-// stored there by mistake: a body written this way keeps clear of the end of the buffer by what it and the bodies around
-// it may still move. Close to the end messages are measured first instead.
-//
-// Inside a `room` stores are not checked, and `limit` says nothing.
-struct fast_writer {
+// Writes what is known to fit: fields of bounded size, and messages whose bound was compared with the room that is left.
+struct unchecked_writer {
     uint8_t *pos;
-    uint8_t *limit;
-
-    size_t left() const { return static_cast<size_t>(limit - pos); }
-    bool failed() const { return pos == nullptr; }
-
-    void give_up()
-    {
-        pos = nullptr;
-        limit = nullptr;
-    }
 
     template <uint32_t Tag>
     ZIDL_INLINE void put_varint(uint32_t value)
@@ -307,16 +321,10 @@ struct fast_writer {
     ZIDL_INLINE void put_varint(uint64_t value)
     {
         put_tag<Tag>();
-        if (ZIDL_UNLIKELY(value >> 56 != 0)) {
-            // Nine or ten bytes, as addresses have.
-            store(pos, spread_groups<0>(value & 0x00ffffffffffffff) | continuation_bits);
-            const uint32_t high = static_cast<uint32_t>(value >> 56);
-            pos[8] = static_cast<uint8_t>(high);
-            pos += 9;
-            if (high > 127)
-                *pos++ = 1;
-            return;
-        }
+        if (ZIDL_UNLIKELY(value >> 56 != 0))
+            return put_long_varint(value);
+        if (value >> 21 != 0)
+            return put_word_varint(value);
         put_raw_varint(value);
     }
 
@@ -336,91 +344,53 @@ struct fast_writer {
     }
 
     template <uint32_t Tag>
-    ZIDL_INLINE void put_string(const char *text)
-    {
-        put_bytes<Tag>(text, strlen(text));
-    }
-
-    template <uint32_t Tag>
     ZIDL_INLINE void put_bytes(const void *data, uint64_t size)
     {
-        if (ZIDL_UNLIKELY(!has_room<Tag>(size)))
-            return give_up();
         put_tag<Tag>();
         put_raw_varint(static_cast<uint32_t>(size));
         copy_short(pos, data, size);
         pos += size;
     }
-    // A message of bounded size; the room around it covers it.
-    template <uint32_t Tag, class Record>
-    ZIDL_INLINE std::enable_if_t<!shape<Record>::owns_memory> put_message(const Record &msg, bool present)
-    {
-        uint8_t *const body = pos + varint_size(Tag) + 1;
-        put_moved_body<Tag>(body, encode(fast_writer{body, limit}, msg).pos, present);
-    }
 
     template <uint32_t Tag, class Record>
-    ZIDL_INLINE std::enable_if_t<shape<Record>::owns_memory> put_message(const Record &msg, bool present)
+    ZIDL_INLINE void put_message(const Record &msg, bool present)
     {
-        if (ZIDL_UNLIKELY(left() < measured_below)) {
-            *this = put_measured<Tag>(*this, msg, present);
-            return;
-        }
         uint8_t *const body = pos + varint_size(Tag) + 1;
-        const fast_writer end = encode(fast_writer{body, limit - max_move}, msg);
-        if (ZIDL_UNLIKELY(end.failed()))
-            return give_up();
-        put_moved_body<Tag>(body, end.pos, present);
+        uint8_t *const end = encode(unchecked_writer{body}, msg).pos;
+        if constexpr (!shape<Record>::owns_memory && shape<Record>::fixed_bound < 128)
+            put_short_body<Tag>(body, end, present);
+        else
+            put_moved_body<Tag>(body, end, present);
     }
 
-private:
-    // For a tag, a length and `size` bytes.
-    template <uint32_t Tag>
-    ZIDL_INLINE bool has_room(uint64_t size) const
-    {
-        constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
-        if (ZIDL_LIKELY(left() >= max_head) && ZIDL_LIKELY(left() - max_head >= size))
-            return true;
-        const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(size));
-        return left() >= head && left() - head >= size;
-    }
-
+protected:
     // How far a body moves up at most, in bytes: a length takes five bytes, and one was kept for it.
     static constexpr size_t max_move = max_varint32_size - 1;
+
+    // One byte was kept for the length of the body, and is enough for it.
+    template <uint32_t Tag>
+    ZIDL_INLINE void put_short_body(uint8_t *body, uint8_t *end, bool present)
+    {
+        const size_t len = static_cast<size_t>(end - body);
+        if (len == 0 && !present)
+            return;
+        put_tag<Tag>();
+        *pos = static_cast<uint8_t>(len);
+        pos = end;
+    }
 
     // One byte was kept for the length of the body.
     template <uint32_t Tag>
     ZIDL_INLINE void put_moved_body(uint8_t *body, uint8_t *end, bool present)
     {
         const size_t len = static_cast<size_t>(end - body);
-        if (len == 0 && !present)
-            return;
+        if (ZIDL_LIKELY(len < 128))
+            return put_short_body<Tag>(body, end, present);
         put_tag<Tag>();
-        if (ZIDL_LIKELY(len < 128)) {
-            *pos = static_cast<uint8_t>(len);
-            pos = end;
-            return;
-        }
         const unsigned extra = varint_size(static_cast<uint32_t>(len)) - 1;
         move_up(body, len, extra);
         put_raw_varint(static_cast<uint32_t>(len));
         pos = end + extra;
-    }
-
-    // The length first. All that is in the message fits then, unless sizes wrap: that is found out on the way. By value,
-    // since the writer that calls must stay in registers.
-    template <uint32_t Tag, class Record>
-    ZIDL_COLD static fast_writer put_measured(fast_writer out, const Record &msg, bool present)
-    {
-        const size_t len = encoded_size(msg, 0);
-        if (len == 0 && !present)
-            return out;
-        const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(len));
-        if (out.left() < head || out.left() - head < len)
-            return {nullptr, nullptr};
-        out.put_tag<Tag>();
-        out.put_raw_varint(static_cast<uint32_t>(len));
-        return encode(out, msg);
     }
 
     template <uint32_t Tag>
@@ -443,15 +413,39 @@ private:
         *pos++ = static_cast<uint8_t>(value);
     }
 
+private:
+    // A value of nine or ten bytes, as addresses have: which of them cannot be foreseen.
+    ZIDL_INLINE void put_long_varint(uint64_t value)
+    {
+        store(pos, spread_groups<0>(value & 0x00ffffffffffffff) | continuation_bits);
+        const uint8_t ninth = static_cast<uint8_t>(value >> 56);
+        const unsigned more = ninth >> 7;
+        pos[8] = ninth;
+        pos[8 + more] = more != 0 ? 1 : ninth;
+        pos += 9 + more;
+    }
+
+    // A value of four to eight bytes.
+    ZIDL_INLINE void put_word_varint(uint64_t value)
+    {
+        const uint64_t groups = spread_groups<0>(value);
+        const unsigned last_byte_bit = top_bit(groups) & ~7U;
+        const uint64_t bytes = groups | (continuation_bits & ((uint64_t{1} << last_byte_bit) - 1));
+        store(pos, static_cast<uint32_t>(bytes));
+        pos += last_byte_bit / 8 + 1;
+        store(pos - 4, static_cast<uint32_t>(bytes >> (last_byte_bit - 24)));
+    }
+
     // A tag of `TagLen` bytes, as it stands on the wire, and a value of any length, without a branch: lengths that vary
     // cannot be foreseen. At least `Behind` bytes follow.
     template <unsigned TagLen, size_t Behind>
     ZIDL_INLINE void put_behind_tag(uint64_t tag, uint32_t value)
     {
-        const unsigned len = TagLen + varint_size(value);
-        const uint64_t all_but_last_byte = (uint64_t{1} << (8 * (len - 1))) - 1;
-        const uint64_t frame = (continuation_bits << (8 * TagLen) | tag) & all_but_last_byte;
-        const uint64_t bytes = spread_groups<TagLen>(value) | frame;
+        const uint64_t groups = spread_groups<TagLen>(value);
+        const unsigned last_byte_bit = top_bit(groups | uint64_t{1} << (8 * TagLen)) & ~7U;
+        const unsigned len = last_byte_bit / 8 + 1;
+        const uint64_t all_but_last_byte = (uint64_t{1} << last_byte_bit) - 1;
+        const uint64_t bytes = groups | ((continuation_bits << (8 * TagLen) | tag) & all_but_last_byte);
         // What a whole word stores too much is overwritten by what follows.
         if constexpr (TagLen + 1 + Behind >= sizeof bytes)
             store(pos, bytes);
@@ -475,6 +469,134 @@ private:
             store_pair(last - 1);
         }
         store_pair(last);
+    }
+};
+
+// Sizes of the bytes members that are present: what they take on the wire at most, and the bits that any of them has.
+struct content_sizes {
+    uint64_t bound;
+    uint64_t bits;
+
+    template <uint32_t Number>
+    ZIDL_INLINE void add(bool present, uint64_t size)
+    {
+        const uint64_t contents = present ? size : 0;
+        bound += varint_size(make_tag(Number, delimited)) + max_varint32_size + contents;
+        bits |= contents;
+    }
+};
+
+// What a message of bounded size takes on the wire at most, in bytes.
+template <class Record>
+ZIDL_INLINE size_t size_bound(const Record &msg)
+{
+    content_sizes sizes{shape<Record>::fixed_bound, 0};
+    if constexpr (shape<Record>::owns_memory)
+        add_sizes(sizes, msg);
+    return ZIDL_LIKELY(sizes.bits < suspicious_size) ? sizes.bound : SIZE_MAX;
+}
+
+// Whether the whole encoding fits into `buflen` bytes.
+template <class Record>
+bool certainly_fits(const Record &msg, size_t buflen)
+{
+    const sizer measured = encode(sizer{0, 0}, msg);
+    return measured.len <= buflen && measured.notes < suspicious_size;
+}
+
+// So close to the end of the buffer messages are measured before they are written, in bytes.
+constexpr size_t measured_below = 4096;
+
+// Writes in one pass, and gives up where the buffer turns out to be too small: `pos` and `limit` are null from then on.
+//
+// The length of an embedded message stands before it and is known after it: its body is stored a few bytes too low and
+// moves up in the end. Where a string does not fit, the bytes that it would take must stay as they are, so nothing may be
+// stored there by mistake: a body written this way keeps clear of the end of the buffer by what it and the bodies around
+// it may still move. Close to the end messages are measured first instead.
+//
+// Inside a `room` stores are not checked, and `limit` says nothing.
+struct fast_writer : unchecked_writer {
+    uint8_t *limit;
+
+    ZIDL_INLINE fast_writer(uint8_t *from, uint8_t *to) : unchecked_writer{from}, limit(to) {}
+
+    size_t left() const { return static_cast<size_t>(limit - pos); }
+    bool failed() const { return pos == nullptr; }
+
+    void give_up()
+    {
+        pos = nullptr;
+        limit = nullptr;
+    }
+
+    template <uint32_t Tag>
+    ZIDL_INLINE void put_string(const char *text)
+    {
+        put_bytes<Tag>(text, strlen(text));
+    }
+
+    template <uint32_t Tag>
+    ZIDL_INLINE void put_bytes(const void *data, uint64_t size)
+    {
+        if (ZIDL_UNLIKELY(!has_room<Tag>(size)))
+            return give_up();
+        unchecked_writer::put_bytes<Tag>(data, size);
+    }
+
+    template <uint32_t Tag, class Record>
+    ZIDL_INLINE void put_message(const Record &msg, bool present)
+    {
+        if constexpr (!shape<Record>::owns_memory) {
+            // The room around it covers it.
+            unchecked_writer::put_message<Tag>(msg, present);
+        } else if constexpr (shape<Record>::is_bounded) {
+            constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
+            if (ZIDL_LIKELY(left() >= measured_below) && ZIDL_LIKELY(left() - max_head >= size_bound(msg)))
+                unchecked_writer::put_message<Tag>(msg, present);
+            else
+                *this = put_measured<Tag>(*this, msg, present);
+        } else if (ZIDL_LIKELY(left() >= measured_below)) {
+            uint8_t *const body = pos + varint_size(Tag) + 1;
+            const fast_writer end = encode(fast_writer{body, limit - max_move}, msg);
+            if (ZIDL_UNLIKELY(end.failed()))
+                return give_up();
+            put_moved_body<Tag>(body, end.pos, present);
+        } else {
+            *this = put_measured<Tag>(*this, msg, present);
+        }
+    }
+
+private:
+    // For a tag, a length and `size` bytes.
+    template <uint32_t Tag>
+    ZIDL_INLINE bool has_room(uint64_t size) const
+    {
+        constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
+        if (ZIDL_LIKELY(left() >= max_head) && ZIDL_LIKELY(left() - max_head >= size))
+            return true;
+        const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(size));
+        return left() >= head && left() - head >= size;
+    }
+
+    // The length first. All that is in the message fits then, unless sizes wrap: that is found out on the way, or before it
+    // where nothing is checked on the way. By value, since the writer that calls must stay in registers.
+    template <uint32_t Tag, class Record>
+    ZIDL_COLD static fast_writer put_measured(fast_writer out, const Record &msg, bool present)
+    {
+        const size_t len = encoded_size(msg, 0);
+        if (len == 0 && !present)
+            return out;
+        const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(len));
+        if (out.left() < head || out.left() - head < len)
+            return {nullptr, nullptr};
+        out.put_tag<Tag>();
+        out.put_raw_varint(static_cast<uint32_t>(len));
+        if constexpr (!shape<Record>::is_bounded)
+            return encode(out, msg);
+        else if (certainly_fits(msg, out.left()))
+            return {encode(unchecked_writer{out.pos}, msg).pos, out.limit};
+        else
+            return {nullptr, nullptr};
     }
 };
 
@@ -588,7 +710,7 @@ ZIDL_INLINE void encode_u32_run(Sink &out, const Record &msg)
     constexpr uint64_t all = (uint64_t{1} << Count) - 1;
     const uint8_t *const members = reinterpret_cast<const uint8_t *>(&msg) + Offset;
     uint64_t present = uint64_t{msg.presence} >> Bit & all;
-    if (present == all)
+    if (!std::is_same<Sink, exact_writer>::value && present == all)
         return encode_whole_run<Number>(out, members, std::make_index_sequence<Count>());
     for (; present != 0; present &= present - 1) {
         const unsigned i = trailing_zeros(present);

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "codec/decode.hpp"
+#include "codec/decode_in_order.hpp"
 #include "codec/duplicate.hpp"
 #include "codec/encode.hpp"
 #include "codec/release.hpp"
@@ -21,19 +21,11 @@ ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zi
                               uint32_t flags)
 {
     const bool listing = nsegs != nullptr;
-    exact_writer out(buf, buflen, segs, listing ? *nsegs : 0, listing, flags);
-    out = encode(out, msg);
+    exact_output out(buf, buflen, segs, listing ? *nsegs : 0, listing, flags);
+    encode(exact_writer{&out}, msg);
     if (listing)
         *nsegs = out.close();
     return out.len();
-}
-
-// Whether the whole encoding fits into `buflen` bytes.
-template <class Record>
-bool certainly_fits(const Record &msg, size_t buflen)
-{
-    const sizer measured = encode(sizer{0, 0}, msg);
-    return measured.len <= buflen && measured.notes < suspicious_size;
 }
 
 // Where the fast writer may write to. Into a small buffer it writes only what is known to fit, and then without looking at
@@ -48,21 +40,16 @@ ZIDL_INLINE fast_writer writer_for(const Record &msg, uint8_t *buf, size_t bufle
     return {nullptr, nullptr};
 }
 
+// The end of the encoding; null where the buffer does not suffice.
 template <class Record>
-ZIDL_INLINE fast_writer encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
+ZIDL_INLINE uint8_t *encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
 {
-    if constexpr (shape<Record>::owns_memory) {
-        const fast_writer out = writer_for(msg, buf, buflen);
-        return ZIDL_LIKELY(!out.failed()) ? encode(out, msg) : out;
+    if constexpr (shape<Record>::is_bounded) {
+        const bool fits = ZIDL_LIKELY(buflen >= size_bound(msg)) || certainly_fits(msg, buflen);
+        return ZIDL_LIKELY(fits) ? encode(unchecked_writer{buf}, msg).pos : nullptr;
     } else {
-        // A message of bounded size makes no room of its own.
-        using Sink = fast_writer;
-        fast_writer out{buf, buf + buflen};
-        {
-            ZIDL_ROOM(shape<Record>::fixed_bound, out);
-            out = encode(out, msg);
-        }
-        return out;
+        const fast_writer out = writer_for(msg, buf, buflen);
+        return ZIDL_LIKELY(!out.failed()) ? encode(out, msg).pos : nullptr;
     }
 }
 
@@ -80,8 +67,8 @@ ZIDL_INLINE size_t encode_quickly(const Record &msg, uint8_t *buf, size_t buflen
         return encoded_size(msg, flags);
     if (ZIDL_UNLIKELY(borrow))
         return not_written;
-    const fast_writer out = encode_fast(msg, buf, buflen);
-    return ZIDL_LIKELY(!out.failed()) ? static_cast<size_t>(out.pos - buf) : not_written;
+    const uint8_t *const end = encode_fast(msg, buf, buflen);
+    return ZIDL_LIKELY(end != nullptr) ? static_cast<size_t>(end - buf) : not_written;
 }
 
 template <class Record>

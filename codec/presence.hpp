@@ -16,6 +16,7 @@ inline namespace ZIDL_VARIANT
 //   presence_words  presence words of the record, embedded records included
 //   fixed_bound     bytes that the encoding takes at most, strings, bytes and repeated members left out
 //   owns_memory     some member, here or below, points to memory
+//   is_bounded      what the encoding takes at most is known from fixed_bound and the sizes of bytes members
 //   holds_bytes     some member, here or below, is a bytes member
 template <class Record>
 struct shape;

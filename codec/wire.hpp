@@ -40,11 +40,16 @@ constexpr uint32_t make_tag(uint32_t number, wire_type type)
     return number << 3 | type;
 }
 
+// The place of the highest bit that is set; `word` is not 0.
+constexpr unsigned top_bit(uint64_t word)
+{
+    return 63U - static_cast<unsigned>(__builtin_clzll(word));
+}
+
 // Bytes that a varint of `value` takes: one for every seven bits begun.
 constexpr unsigned varint_size(uint64_t value)
 {
-    const unsigned top_bit = 63U - static_cast<unsigned>(__builtin_clzll(value | 1));
-    return (top_bit * 9 + 73) >> 6;
+    return (top_bit(value | 1) * 9 + 73) >> 6;
 }
 
 // Bytes of a varint that holds a tag or a length, at most.
@@ -106,28 +111,42 @@ ZIDL_INLINE uint32_t varint_ends(const uint8_t *src)
 
 constexpr uint64_t group_bits = 0x7f7f7f7f7f7f7f7f;
 
-// Eight groups of seven bits, one in the low bits of each byte, pushed together into 56 bits.
-ZIDL_INLINE uint64_t pack_groups(uint64_t bytes)
+// Eight groups of seven bits, one in the low bits of each byte, pushed together into 56 bits. Five groups are enough for
+// a value of 32 bits.
+template <class Value>
+ZIDL_INLINE Value pack_groups(uint64_t bytes)
 {
 #ifdef __BMI2__
-    return _pext_u64(bytes, group_bits);
+    return static_cast<Value>(_pext_u64(bytes, group_bits));
 #else
-    bytes = (bytes & 0x007f007f007f007f) | (bytes & 0x7f007f007f007f00) >> 1;
-    bytes = (bytes & 0x00003fff00003fff) | (bytes & 0x3fff00003fff0000) >> 2;
-    return (bytes & 0x000000000fffffff) | (bytes & 0x0fffffff00000000) >> 4;
+    if constexpr (sizeof(Value) <= sizeof(uint32_t)) {
+        return static_cast<Value>((bytes & 0x7f) | (bytes >> 1 & 0x3f80) | (bytes >> 2 & 0x1fc000) |
+                                  (bytes >> 3 & 0xfe00000) | (bytes >> 4 & 0xf0000000));
+    } else {
+        bytes = (bytes & 0x007f007f007f007f) | (bytes & 0x7f007f007f007f00) >> 1;
+        bytes = (bytes & 0x00003fff00003fff) | (bytes & 0x3fff00003fff0000) >> 2;
+        return (bytes & 0x000000000fffffff) | (bytes & 0x0fffffff00000000) >> 4;
+    }
 #endif
 }
 
 // The reverse: the low 56 bits of `value` dealt out into eight groups of seven bits, from byte `Lowest` on.
-template <unsigned Lowest>
-ZIDL_INLINE uint64_t spread_groups(uint64_t value)
+template <unsigned Lowest, class Value>
+ZIDL_INLINE uint64_t spread_groups(Value value)
 {
 #ifdef __BMI2__
     return _pdep_u64(value, group_bits << (8 * Lowest));
 #else
-    value = (value & 0x000000000fffffff) | (value & 0x00fffffff0000000) << 4;
-    value = (value & 0x00003fff00003fff) | (value & 0x0fffc0000fffc000) << 2;
-    return ((value & 0x007f007f007f007f) | (value & 0x3f803f803f803f80) << 1) << (8 * Lowest);
+    if constexpr (sizeof(Value) <= sizeof(uint32_t)) {
+        const uint64_t groups = (value & 0x7f) | (value & 0x3f80) << 1 | (value & 0x1fc000) << 2 |
+                                static_cast<uint64_t>(value & 0xfe00000) << 3 |
+                                static_cast<uint64_t>(value & 0xf0000000) << 4;
+        return groups << (8 * Lowest);
+    } else {
+        value = (value & 0x000000000fffffff) | (value & 0x00fffffff0000000) << 4;
+        value = (value & 0x00003fff00003fff) | (value & 0x0fffc0000fffc000) << 2;
+        return ((value & 0x007f007f007f007f) | (value & 0x3f803f803f803f80) << 1) << (8 * Lowest);
+    }
 #endif
 }
 

@@ -18,6 +18,7 @@ struct shape<zidl_ip_rib_proto_update> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 23;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -41,18 +42,17 @@ Sink encode(Sink out, const zidl_ip_rib_proto_update &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_proto_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_proto_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.proto_id));                           ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);    continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.proto_sub_id));                       ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited); continue;
-        ZIDL_FIELD(3, varint,    2, in.u64(msg.proto_value));                        ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited);                       continue;
-        ZIDL_FIELD(4, delimited, 3, in.string(msg.proto_name, seen & bit<3>));       ZIDL_THEN(5, delimited);                                                continue;
-        ZIDL_FIELD(5, delimited, 4, in.string(msg.proto_extra_name, seen & bit<4>));                                                                         continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.proto_id));                           continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.proto_sub_id));                       continue;
+        ZIDL_FIELD(3, varint,    2, in.u64(msg.proto_value));                        continue;
+        ZIDL_FIELD(4, delimited, 3, in.string(msg.proto_name, seen & bit<3>));       continue;
+        ZIDL_FIELD(5, delimited, 4, in.string(msg.proto_extra_name, seen & bit<4>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5>(in.tag() >> 3)))
                 continue;
@@ -61,6 +61,22 @@ inline int32_t decode(zidl_ip_rib_proto_update &msg, const uint8_t *pos, const u
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_proto_update &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.proto_id))            seen |= bit<0>;
+    if (in.u32<2>(msg.proto_sub_id))        seen |= bit<1>;
+    if (in.u64<3>(msg.proto_value))         seen |= bit<2>;
+    if (in.string<4>(msg.proto_name))       seen |= bit<3>;
+    if (in.string<5>(msg.proto_extra_name)) seen |= bit<4>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_proto_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -83,6 +99,7 @@ struct shape<zidl_ip_rib_opaque> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -145,6 +162,7 @@ struct shape<zidl_ip_rib_iid_evpn_vpws_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -163,16 +181,15 @@ Sink encode(Sink out, const zidl_ip_rib_iid_evpn_vpws_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.vpws_value_1)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.vpws_value_2)); ZIDL_THEN(3, varint);                       continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.vpws_value_3));                                             continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.vpws_value_1)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u32(msg.vpws_value_2)); continue;
+        ZIDL_FIELD(3, varint, 2, in.u32(msg.vpws_value_3)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -183,6 +200,20 @@ inline int32_t decode(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const uint8_t *pos, co
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_iid_evpn_vpws_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.vpws_value_1)) seen |= bit<0>;
+    if (in.u32<2>(msg.vpws_value_2)) seen |= bit<1>;
+    if (in.u32<3>(msg.vpws_value_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // ip_rib_iid_evpn_elan_ctx
 
 template <>
@@ -190,6 +221,7 @@ struct shape<zidl_ip_rib_iid_evpn_elan_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -265,6 +297,7 @@ struct shape<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -340,6 +373,7 @@ struct shape<zidl_ip_rib_iid_lss_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -404,6 +438,7 @@ struct shape<zidl_ip_rib_iid_aft_nhg_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 17;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -421,15 +456,14 @@ Sink encode(Sink out, const zidl_ip_rib_iid_aft_nhg_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_iid_aft_nhg_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_iid_aft_nhg_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.aft_nhg_value_1)); ZIDL_THEN(2, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u64(msg.aft_nhg_id));                            continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.aft_nhg_value_1)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u64(msg.aft_nhg_id));      continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -440,6 +474,19 @@ inline int32_t decode(zidl_ip_rib_iid_aft_nhg_ctx &msg, const uint8_t *pos, cons
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_iid_aft_nhg_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.aft_nhg_value_1)) seen |= bit<0>;
+    if (in.u64<2>(msg.aft_nhg_id))      seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_iid_aft_nhg_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // ip_rib_iid_sl_id_ctx
 
 template <>
@@ -447,6 +494,7 @@ struct shape<zidl_ip_rib_iid_sl_id_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -469,17 +517,16 @@ Sink encode(Sink out, const zidl_ip_rib_iid_sl_id_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_iid_sl_id_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_iid_sl_id_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.sl_id_value_1));                ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.sl_id_value_2));                ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);                       continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.sl_id_value_3));                ZIDL_THEN(4, delimited);                                             continue;
-        ZIDL_FIELD(4, delimited, 3, in.string(msg.sl_id_name, seen & bit<3>));                                                                      continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.sl_id_value_1));                continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.sl_id_value_2));                continue;
+        ZIDL_FIELD(3, varint,    2, in.u32(msg.sl_id_value_3));                continue;
+        ZIDL_FIELD(4, delimited, 3, in.string(msg.sl_id_name, seen & bit<3>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -488,6 +535,21 @@ inline int32_t decode(zidl_ip_rib_iid_sl_id_ctx &msg, const uint8_t *pos, const 
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_iid_sl_id_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.sl_id_value_1)) seen |= bit<0>;
+    if (in.u32<2>(msg.sl_id_value_2)) seen |= bit<1>;
+    if (in.u32<3>(msg.sl_id_value_3)) seen |= bit<2>;
+    if (in.string<4>(msg.sl_id_name)) seen |= bit<3>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_iid_sl_id_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -508,6 +570,7 @@ struct shape<zidl_ip_rib_iid_ctx> {
     static constexpr unsigned presence_words = 7;
     static constexpr size_t fixed_bound = 171;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -594,6 +657,7 @@ struct shape<zidl_ip_rib_iid_update> {
     static constexpr unsigned presence_words = 8;
     static constexpr size_t fixed_bound = 193;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 

@@ -18,6 +18,7 @@ struct shape<zidl_ip_rib_srv6_sid_info> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
@@ -26,6 +27,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_sid_info &msg, const Visit &visi
 {
     each_presence(msg.sid, visit);
     visit(msg.presence, 0x7);
+}
+
+ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_sid_info &msg)
+{
+    add_sizes(sizes, msg.sid);
 }
 
 template <class Sink>
@@ -40,16 +46,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_sid_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.sid, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                continue;
+        ZIDL_FIELD(3, delimited, 2, in.message(msg.sid, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -58,6 +63,20 @@ inline int32_t decode(zidl_ip_rib_srv6_sid_info &msg, const uint8_t *pos, const 
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_sid_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1)) seen |= bit<0>;
+    if (in.u32<2>(msg.value_2)) seen |= bit<1>;
+    if (in.message<3>(msg.sid)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -78,6 +97,7 @@ struct shape<zidl_ip_rib_srv6_lib_ranges> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 48;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -120,6 +140,7 @@ struct shape<zidl_ip_rib_srv6_locator> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 120;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -210,6 +231,7 @@ struct shape<zidl_ip_rib_srv6_glb_encap_info> {
     static constexpr unsigned presence_words = 3;
     static constexpr size_t fixed_bound = 50;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -287,6 +309,7 @@ struct shape<zidl_ip_rib_srv6_usid_lib_ranges> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -304,15 +327,14 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_usid_lib_ranges &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_usid_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_usid_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); ZIDL_THEN(2, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.value_2));                       continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u32(msg.value_2)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -323,6 +345,19 @@ inline int32_t decode(zidl_ip_rib_srv6_usid_lib_ranges &msg, const uint8_t *pos,
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_usid_lib_ranges &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1)) seen |= bit<0>;
+    if (in.u32<2>(msg.value_2)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_usid_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // ip_rib_srv6_usid_wlib_ranges
 
 template <>
@@ -330,6 +365,7 @@ struct shape<zidl_ip_rib_srv6_usid_wlib_ranges> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -346,11 +382,10 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_usid_wlib_ranges &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); continue;
@@ -364,6 +399,18 @@ inline int32_t decode(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const uint8_t *pos
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_usid_wlib_ranges &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1)) seen |= bit<0>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // ip_rib_srv6_mode_info
 
 template <>
@@ -371,6 +418,7 @@ struct shape<zidl_ip_rib_srv6_mode_info> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 14;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
@@ -379,6 +427,11 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_mode_info &msg, const Visit &vis
 {
     each_presence(msg.mode_prefix, visit);
     visit(msg.presence, 0x3);
+}
+
+ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_mode_info &msg)
+{
+    add_sizes(sizes, msg.mode_prefix);
 }
 
 template <class Sink>
@@ -392,15 +445,14 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_mode_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_mode_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_mode_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                     ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.mode_prefix, seen & bit<1>));                          continue;
+        ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                     continue;
+        ZIDL_FIELD(2, delimited, 1, in.message(msg.mode_prefix, seen & bit<1>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -409,6 +461,19 @@ inline int32_t decode(zidl_ip_rib_srv6_mode_info &msg, const uint8_t *pos, const
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_mode_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.boolean<1>(msg.flag_1))      seen |= bit<0>;
+    if (in.message<2>(msg.mode_prefix)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_mode_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -429,6 +494,7 @@ struct shape<zidl_ip_rib_srv6_fmt_config_info> {
     static constexpr unsigned presence_words = 3;
     static constexpr size_t fixed_bound = 28;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -451,16 +517,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_fmt_config_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_fmt_config_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_fmt_config_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.format));                              ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.usid_lib_ranges, seen & bit<1>));  ZIDL_THEN(3, delimited);                          continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.usid_wlib_ranges, seen & bit<2>));                                                   continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.format));                              continue;
+        ZIDL_FIELD(2, delimited, 1, in.message(msg.usid_lib_ranges, seen & bit<1>));  continue;
+        ZIDL_FIELD(3, delimited, 2, in.message(msg.usid_wlib_ranges, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -471,6 +536,20 @@ inline int32_t decode(zidl_ip_rib_srv6_fmt_config_info &msg, const uint8_t *pos,
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_fmt_config_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.format))               seen |= bit<0>;
+    if (in.message<2>(msg.usid_lib_ranges))  seen |= bit<1>;
+    if (in.message<3>(msg.usid_wlib_ranges)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_fmt_config_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // ip_rib_srv6_glb_info
 
 template <>
@@ -478,6 +557,7 @@ struct shape<zidl_ip_rib_srv6_glb_info> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 74;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -555,6 +635,7 @@ struct shape<zidl_ip_rib_srv6_cfg_update> {
     static constexpr unsigned presence_words = 5;
     static constexpr size_t fixed_bound = 80;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -614,6 +695,7 @@ struct shape<zidl_ip_rib_srv6_e_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -635,16 +717,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_e_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_e_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_e_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -653,6 +734,20 @@ inline int32_t decode(zidl_ip_rib_srv6_e_ctx &msg, const uint8_t *pos, const uin
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_e_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_e_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -673,6 +768,7 @@ struct shape<zidl_ip_rib_srv6_x_ctx> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 26;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -698,19 +794,18 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_x_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_x_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_x_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                        ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);       continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                           ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited);    continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.value_3));                           ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(4, delimited, 3, in.message(msg.context_prefix, seen & bit<3>)); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited);                          continue;
-        ZIDL_FIELD(5, delimited, 4, in.string(msg.name_5, seen & bit<4>));          ZIDL_THEN(6, delimited);                                                   continue;
-        ZIDL_FIELD(6, delimited, 5, in.string(msg.name_6, seen & bit<5>));                                                                                     continue;
+        ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                        continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                           continue;
+        ZIDL_FIELD(3, varint,    2, in.u32(msg.value_3));                           continue;
+        ZIDL_FIELD(4, delimited, 3, in.message(msg.context_prefix, seen & bit<3>)); continue;
+        ZIDL_FIELD(5, delimited, 4, in.string(msg.name_5, seen & bit<4>));          continue;
+        ZIDL_FIELD(6, delimited, 5, in.string(msg.name_6, seen & bit<5>));          continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6>(in.tag() >> 3)))
                 continue;
@@ -719,6 +814,23 @@ inline int32_t decode(zidl_ip_rib_srv6_x_ctx &msg, const uint8_t *pos, const uin
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_x_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.boolean<1>(msg.flag_1))         seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))            seen |= bit<1>;
+    if (in.u32<3>(msg.value_3))            seen |= bit<2>;
+    if (in.message<4>(msg.context_prefix)) seen |= bit<3>;
+    if (in.string<5>(msg.name_5))          seen |= bit<4>;
+    if (in.string<6>(msg.name_6))          seen |= bit<5>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_x_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -743,6 +855,7 @@ struct shape<zidl_ip_rib_srv6_dx_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -764,16 +877,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_dx_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_dx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -782,6 +894,20 @@ inline int32_t decode(zidl_ip_rib_srv6_dx_ctx &msg, const uint8_t *pos, const ui
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dx_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -802,6 +928,7 @@ struct shape<zidl_ip_rib_srv6_dt_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -822,15 +949,14 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_dt_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_dt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>));                          continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -839,6 +965,19 @@ inline int32_t decode(zidl_ip_rib_srv6_dt_ctx &msg, const uint8_t *pos, const ui
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dt_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.string<2>(msg.name_2)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -859,6 +998,7 @@ struct shape<zidl_ip_rib_srv6_dx2_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -880,16 +1020,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_dx2_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_dx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -898,6 +1037,20 @@ inline int32_t decode(zidl_ip_rib_srv6_dx2_ctx &msg, const uint8_t *pos, const u
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dx2_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -918,6 +1071,7 @@ struct shape<zidl_ip_rib_srv6_dt2u_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -939,16 +1093,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_dt2u_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_dt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -957,6 +1110,20 @@ inline int32_t decode(zidl_ip_rib_srv6_dt2u_ctx &msg, const uint8_t *pos, const 
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dt2u_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -977,6 +1144,7 @@ struct shape<zidl_ip_rib_srv6_dt2m_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -998,16 +1166,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_dt2m_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_dt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -1016,6 +1183,20 @@ inline int32_t decode(zidl_ip_rib_srv6_dt2m_ctx &msg, const uint8_t *pos, const 
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dt2m_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1036,6 +1217,7 @@ struct shape<zidl_ip_rib_srv6_dt_named_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1053,15 +1235,14 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_dt_named_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_dt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>)); ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>));                          continue;
+        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>)); continue;
+        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -1070,6 +1251,19 @@ inline int32_t decode(zidl_ip_rib_srv6_dt_named_ctx &msg, const uint8_t *pos, co
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dt_named_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.string<1>(msg.name_1)) seen |= bit<0>;
+    if (in.string<2>(msg.name_2)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1092,6 +1286,7 @@ struct shape<zidl_ip_rib_srv6_un_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1113,16 +1308,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_un_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_un_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_un_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -1131,6 +1325,20 @@ inline int32_t decode(zidl_ip_rib_srv6_un_ctx &msg, const uint8_t *pos, const ui
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_un_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_un_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1151,6 +1359,7 @@ struct shape<zidl_ip_rib_srv6_ua_ctx> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 32;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -1226,6 +1435,7 @@ struct shape<zidl_ip_rib_srv6_udt_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1246,15 +1456,14 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_udt_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_udt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>));                          continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -1263,6 +1472,19 @@ inline int32_t decode(zidl_ip_rib_srv6_udt_ctx &msg, const uint8_t *pos, const u
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udt_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.string<2>(msg.name_2)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1283,6 +1505,7 @@ struct shape<zidl_ip_rib_srv6_udt_named_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1300,15 +1523,14 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_udt_named_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_udt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>)); ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>));                          continue;
+        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>)); continue;
+        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -1317,6 +1539,19 @@ inline int32_t decode(zidl_ip_rib_srv6_udt_named_ctx &msg, const uint8_t *pos, c
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udt_named_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.string<1>(msg.name_1)) seen |= bit<0>;
+    if (in.string<2>(msg.name_2)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1339,6 +1574,7 @@ struct shape<zidl_ip_rib_srv6_ub6_ctx> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -1364,19 +1600,18 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_ub6_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_ub6_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_ub6_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>));          ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);       continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                           ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited);    continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.value_3));                           ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.value_4));                           ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited);                       continue;
-        ZIDL_FIELD(5, delimited, 4, in.message(msg.context_prefix, seen & bit<4>)); ZIDL_THEN(6, delimited);                                                continue;
-        ZIDL_FIELD(6, delimited, 5, in.string(msg.name_6, seen & bit<5>));                                                                                  continue;
+        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>));          continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                           continue;
+        ZIDL_FIELD(3, varint,    2, in.u32(msg.value_3));                           continue;
+        ZIDL_FIELD(4, varint,    3, in.u32(msg.value_4));                           continue;
+        ZIDL_FIELD(5, delimited, 4, in.message(msg.context_prefix, seen & bit<4>)); continue;
+        ZIDL_FIELD(6, delimited, 5, in.string(msg.name_6, seen & bit<5>));          continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6>(in.tag() >> 3)))
                 continue;
@@ -1385,6 +1620,23 @@ inline int32_t decode(zidl_ip_rib_srv6_ub6_ctx &msg, const uint8_t *pos, const u
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_ub6_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.string<1>(msg.name_1))          seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))            seen |= bit<1>;
+    if (in.u32<3>(msg.value_3))            seen |= bit<2>;
+    if (in.u32<4>(msg.value_4))            seen |= bit<3>;
+    if (in.message<5>(msg.context_prefix)) seen |= bit<4>;
+    if (in.string<6>(msg.name_6))          seen |= bit<5>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_ub6_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1409,6 +1661,7 @@ struct shape<zidl_ip_rib_srv6_udx2_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1430,16 +1683,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_udx2_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_udx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -1448,6 +1700,20 @@ inline int32_t decode(zidl_ip_rib_srv6_udx2_ctx &msg, const uint8_t *pos, const 
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udx2_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1468,6 +1734,7 @@ struct shape<zidl_ip_rib_srv6_udt2u_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1489,16 +1756,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_udt2u_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_udt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -1507,6 +1773,20 @@ inline int32_t decode(zidl_ip_rib_srv6_udt2u_ctx &msg, const uint8_t *pos, const
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udt2u_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1527,6 +1807,7 @@ struct shape<zidl_ip_rib_srv6_udt2m_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1548,16 +1829,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_udt2m_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_udt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -1566,6 +1846,20 @@ inline int32_t decode(zidl_ip_rib_srv6_udt2m_ctx &msg, const uint8_t *pos, const
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udt2m_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1586,6 +1880,7 @@ struct shape<zidl_ip_rib_srv6_udx_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1607,16 +1902,15 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_udx_ctx &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_udx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
+        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -1625,6 +1919,20 @@ inline int32_t decode(zidl_ip_rib_srv6_udx_ctx &msg, const uint8_t *pos, const u
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udx_ctx &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
+    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
+    if (in.string<3>(msg.name_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1645,6 +1953,7 @@ struct shape<zidl_ip_rib_srv6_sid_ctx> {
     static constexpr unsigned presence_words = 21;
     static constexpr size_t fixed_bound = 334;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -1803,6 +2112,7 @@ struct shape<zidl_ip_rib_srv6_opcode_update> {
     static constexpr unsigned presence_words = 22;
     static constexpr size_t fixed_bound = 360;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -1870,6 +2180,7 @@ struct shape<zidl_ip_rib_srv6_static_endpoint_update> {
     static constexpr unsigned presence_words = 23;
     static constexpr size_t fixed_bound = 360;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -1937,6 +2248,7 @@ struct shape<zidl_ip_rib_srv6_update> {
     static constexpr unsigned presence_words = 51;
     static constexpr size_t fixed_bound = 824;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 

@@ -17,6 +17,7 @@ struct shape<zidl_rib_ipv6_address> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 22;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -34,15 +35,14 @@ Sink encode(Sink out, const zidl_rib_ipv6_address &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_ipv6_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_ipv6_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u64(msg.half0)); ZIDL_THEN(2, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u64(msg.half1));                       continue;
+        ZIDL_FIELD(1, varint, 0, in.u64(msg.half0)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u64(msg.half1)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -53,6 +53,19 @@ inline int32_t decode(zidl_rib_ipv6_address &msg, const uint8_t *pos, const uint
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_ipv6_address &msg)
+{
+    uint64_t seen = 0;
+    if (in.u64<1>(msg.half0)) seen |= bit<0>;
+    if (in.u64<2>(msg.half1)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_ipv6_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_address
 
 template <>
@@ -60,6 +73,7 @@ struct shape<zidl_rib_address> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 36;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -79,16 +93,15 @@ Sink encode(Sink out, const zidl_rib_address &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.family));                  ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.ipv4));                    ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.ipv6, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.family));                  continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.ipv4));                    continue;
+        ZIDL_FIELD(3, delimited, 2, in.message(msg.ipv6, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -99,6 +112,20 @@ inline int32_t decode(zidl_rib_address &msg, const uint8_t *pos, const uint8_t *
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_address &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.family))   seen |= bit<0>;
+    if (in.u32<2>(msg.ipv4))     seen |= bit<1>;
+    if (in.message<3>(msg.ipv6)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_prefix
 
 template <>
@@ -106,6 +133,7 @@ struct shape<zidl_rib_prefix> {
     static constexpr unsigned presence_words = 3;
     static constexpr size_t fixed_bound = 44;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -124,15 +152,14 @@ Sink encode(Sink out, const zidl_rib_prefix &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.address, seen & bit<0>)); ZIDL_THEN(2, varint); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                                       continue;
+        ZIDL_FIELD(1, delimited, 0, in.message(msg.address, seen & bit<0>)); continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                 continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -143,6 +170,19 @@ inline int32_t decode(zidl_rib_prefix &msg, const uint8_t *pos, const uint8_t *e
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_prefix &msg)
+{
+    uint64_t seen = 0;
+    if (in.message<1>(msg.address)) seen |= bit<0>;
+    if (in.u32<2>(msg.prefix_len))  seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_msg_prefix
 
 template <>
@@ -150,6 +190,7 @@ struct shape<zidl_rib_msg_prefix> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
@@ -157,6 +198,11 @@ template <class Visit>
 ZIDL_INLINE void each_presence(zidl_rib_msg_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
+}
+
+ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_msg_prefix &msg)
+{
+    sizes.add<4>(has<3>(msg), msg.ipv6_size);
 }
 
 template <class Sink>
@@ -172,17 +218,16 @@ Sink encode(Sink out, const zidl_rib_msg_prefix &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_msg_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_msg_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.family));                               ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                           ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);                       continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.ipv4));                                 ZIDL_THEN(4, delimited);                                             continue;
-        ZIDL_FIELD(4, delimited, 3, in.bytes(msg.ipv6, msg.ipv6_size, seen & bit<3>));                                                                      continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.family));                               continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                           continue;
+        ZIDL_FIELD(3, varint,    2, in.u32(msg.ipv4));                                 continue;
+        ZIDL_FIELD(4, delimited, 3, in.bytes(msg.ipv6, msg.ipv6_size, seen & bit<3>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -191,6 +236,21 @@ inline int32_t decode(zidl_rib_msg_prefix &msg, const uint8_t *pos, const uint8_
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_msg_prefix &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.family))                seen |= bit<0>;
+    if (in.u32<2>(msg.prefix_len))            seen |= bit<1>;
+    if (in.u32<3>(msg.ipv4))                  seen |= bit<2>;
+    if (in.bytes<4>(msg.ipv6, msg.ipv6_size)) seen |= bit<3>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_msg_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -211,6 +271,7 @@ struct shape<zidl_srv6_prefix> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
@@ -218,6 +279,11 @@ template <class Visit>
 ZIDL_INLINE void each_presence(zidl_srv6_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
+}
+
+ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_srv6_prefix &msg)
+{
+    sizes.add<1>(has<0>(msg), msg.prefix_size);
 }
 
 template <class Sink>
@@ -231,15 +297,14 @@ Sink encode(Sink out, const zidl_srv6_prefix &msg)
     return out;
 }
 
-inline int32_t decode(zidl_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.bytes(msg.prefix, msg.prefix_size, seen & bit<0>)); ZIDL_THEN(2, varint); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                                                     continue;
+        ZIDL_FIELD(1, delimited, 0, in.bytes(msg.prefix, msg.prefix_size, seen & bit<0>)); continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                               continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -248,6 +313,19 @@ inline int32_t decode(zidl_srv6_prefix &msg, const uint8_t *pos, const uint8_t *
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_srv6_prefix &msg)
+{
+    uint64_t seen = 0;
+    if (in.bytes<1>(msg.prefix, msg.prefix_size)) seen |= bit<0>;
+    if (in.u32<2>(msg.prefix_len))                seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -268,6 +346,7 @@ struct shape<zidl_ip_rib_srv6_prefix> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
@@ -275,6 +354,11 @@ template <class Visit>
 ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
+}
+
+ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_prefix &msg)
+{
+    sizes.add<1>(has<0>(msg), msg.prefix_size);
 }
 
 template <class Sink>
@@ -288,15 +372,14 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_prefix &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.bytes(msg.prefix, msg.prefix_size, seen & bit<0>)); ZIDL_THEN(2, varint); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                                                     continue;
+        ZIDL_FIELD(1, delimited, 0, in.bytes(msg.prefix, msg.prefix_size, seen & bit<0>)); continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                               continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -305,6 +388,19 @@ inline int32_t decode(zidl_ip_rib_srv6_prefix &msg, const uint8_t *pos, const ui
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_prefix &msg)
+{
+    uint64_t seen = 0;
+    if (in.bytes<1>(msg.prefix, msg.prefix_size)) seen |= bit<0>;
+    if (in.u32<2>(msg.prefix_len))                seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -325,6 +421,7 @@ struct shape<zidl_rib_nnh> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -367,6 +464,7 @@ struct shape<zidl_rib_algo_label> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -409,6 +507,7 @@ struct shape<zidl_rib_path_grouping_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -426,15 +525,14 @@ Sink encode(Sink out, const zidl_rib_path_grouping_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_path_grouping_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_grouping_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.grouping_value_1)); ZIDL_THEN(2, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.grouping_value_2));                       continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.grouping_value_1)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u32(msg.grouping_value_2)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -445,6 +543,19 @@ inline int32_t decode(zidl_rib_path_grouping_info &msg, const uint8_t *pos, cons
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_grouping_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.grouping_value_1)) seen |= bit<0>;
+    if (in.u32<2>(msg.grouping_value_2)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_path_grouping_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_path_sl_id_info
 
 template <>
@@ -452,6 +563,7 @@ struct shape<zidl_rib_path_sl_id_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -470,16 +582,15 @@ Sink encode(Sink out, const zidl_rib_path_sl_id_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_path_sl_id_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_sl_id_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.sl_id_value_1)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.sl_id_value_2)); ZIDL_THEN(3, varint);                       continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.sl_id_value_3));                                             continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.sl_id_value_1)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u32(msg.sl_id_value_2)); continue;
+        ZIDL_FIELD(3, varint, 2, in.u32(msg.sl_id_value_3)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -490,6 +601,20 @@ inline int32_t decode(zidl_rib_path_sl_id_info &msg, const uint8_t *pos, const u
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_sl_id_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.sl_id_value_1)) seen |= bit<0>;
+    if (in.u32<2>(msg.sl_id_value_2)) seen |= bit<1>;
+    if (in.u32<3>(msg.sl_id_value_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_path_sl_id_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_path_l2_info
 
 template <>
@@ -497,6 +622,7 @@ struct shape<zidl_rib_path_l2_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -541,6 +667,7 @@ struct shape<zidl_rib_path_via_aft_id> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 29;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -560,17 +687,16 @@ Sink encode(Sink out, const zidl_rib_path_via_aft_id &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_path_via_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_via_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.via_aft_value_1)); ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); continue;
-        ZIDL_FIELD(5, varint, 1, in.u64(msg.via_aft_id));      ZIDL_THEN(6, varint); ZIDL_THEN(7, varint);                       continue;
-        ZIDL_FIELD(6, varint, 2, in.u32(msg.via_aft_value_6)); ZIDL_THEN(7, varint);                                             continue;
-        ZIDL_FIELD(7, varint, 3, in.u32(msg.via_aft_value_7));                                                                   continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.via_aft_value_1)); continue;
+        ZIDL_FIELD(5, varint, 1, in.u64(msg.via_aft_id));      continue;
+        ZIDL_FIELD(6, varint, 2, in.u32(msg.via_aft_value_6)); continue;
+        ZIDL_FIELD(7, varint, 3, in.u32(msg.via_aft_value_7)); continue;
         default:
             if (in.unknown(is_one_of<1, 5, 6, 7>(in.tag() >> 3)))
                 continue;
@@ -581,6 +707,21 @@ inline int32_t decode(zidl_rib_path_via_aft_id &msg, const uint8_t *pos, const u
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_via_aft_id &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.via_aft_value_1)) seen |= bit<0>;
+    if (in.u64<5>(msg.via_aft_id))      seen |= bit<1>;
+    if (in.u32<6>(msg.via_aft_value_6)) seen |= bit<2>;
+    if (in.u32<7>(msg.via_aft_value_7)) seen |= bit<3>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_path_via_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_path_ip_tunnel_info
 
 template <>
@@ -588,6 +729,7 @@ struct shape<zidl_rib_path_ip_tunnel_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 43;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -636,6 +778,7 @@ struct shape<zidl_rib_path_iid_attr> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 64;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -656,17 +799,16 @@ Sink encode(Sink out, const zidl_rib_path_iid_attr &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_path_iid_attr &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_iid_attr &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.iid_attr_value_1));                   ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.iid_attr_value_2));                   ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.iid_attr_prefix, seen & bit<2>)); ZIDL_THEN(4, varint);                                                continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.iid_attr_value_4));                                                                                        continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.iid_attr_value_1));                   continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.iid_attr_value_2));                   continue;
+        ZIDL_FIELD(3, delimited, 2, in.message(msg.iid_attr_prefix, seen & bit<2>)); continue;
+        ZIDL_FIELD(4, varint,    3, in.u32(msg.iid_attr_value_4));                   continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -677,6 +819,21 @@ inline int32_t decode(zidl_rib_path_iid_attr &msg, const uint8_t *pos, const uin
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_iid_attr &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.iid_attr_value_1))    seen |= bit<0>;
+    if (in.u32<2>(msg.iid_attr_value_2))    seen |= bit<1>;
+    if (in.message<3>(msg.iid_attr_prefix)) seen |= bit<2>;
+    if (in.u32<4>(msg.iid_attr_value_4))    seen |= bit<3>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_path_iid_attr &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_path_via_srv6_sid
 
 template <>
@@ -684,6 +841,7 @@ struct shape<zidl_rib_path_via_srv6_sid> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 36;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -703,16 +861,15 @@ Sink encode(Sink out, const zidl_rib_path_via_srv6_sid &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_path_via_srv6_sid &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_via_srv6_sid &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.via_sid_value_1));            ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.via_sid, seen & bit<1>)); ZIDL_THEN(3, varint);                          continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.via_sid_value_3));                                                           continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.via_sid_value_1));            continue;
+        ZIDL_FIELD(2, delimited, 1, in.message(msg.via_sid, seen & bit<1>)); continue;
+        ZIDL_FIELD(3, varint,    2, in.u32(msg.via_sid_value_3));            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -723,6 +880,20 @@ inline int32_t decode(zidl_rib_path_via_srv6_sid &msg, const uint8_t *pos, const
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_via_srv6_sid &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.via_sid_value_1)) seen |= bit<0>;
+    if (in.message<2>(msg.via_sid))     seen |= bit<1>;
+    if (in.u32<3>(msg.via_sid_value_3)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_path_via_srv6_sid &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_path_srv6_sid_info
 
 template <>
@@ -730,6 +901,7 @@ struct shape<zidl_rib_path_srv6_sid_info> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 58;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -749,16 +921,15 @@ Sink encode(Sink out, const zidl_rib_path_srv6_sid_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_path_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.sid_info_value_1));                   ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.sid_info_prefix, seen & bit<1>)); ZIDL_THEN(3, varint);                          continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.sid_info_value_3));                                                                  continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.sid_info_value_1));                   continue;
+        ZIDL_FIELD(2, delimited, 1, in.message(msg.sid_info_prefix, seen & bit<1>)); continue;
+        ZIDL_FIELD(3, varint,    2, in.u32(msg.sid_info_value_3));                   continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -769,6 +940,20 @@ inline int32_t decode(zidl_rib_path_srv6_sid_info &msg, const uint8_t *pos, cons
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_srv6_sid_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.sid_info_value_1))    seen |= bit<0>;
+    if (in.message<2>(msg.sid_info_prefix)) seen |= bit<1>;
+    if (in.u32<3>(msg.sid_info_value_3))    seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_path_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_ecomm_array
 
 template <>
@@ -776,6 +961,7 @@ struct shape<zidl_rib_ecomm_array> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -838,6 +1024,7 @@ struct shape<zidl_rib_path> {
     static constexpr unsigned presence_words = 21;
     static constexpr size_t fixed_bound = 522;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -995,6 +1182,7 @@ struct shape<zidl_rib_route_l2_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1012,15 +1200,14 @@ Sink encode(Sink out, const zidl_rib_route_l2_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_route_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_route_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.route_l2_value_1)); ZIDL_THEN(5, varint); continue;
-        ZIDL_FIELD(5, varint, 1, in.u32(msg.route_l2_value_5));                       continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.route_l2_value_1)); continue;
+        ZIDL_FIELD(5, varint, 1, in.u32(msg.route_l2_value_5)); continue;
         default:
             if (in.unknown(is_one_of<1, 5>(in.tag() >> 3)))
                 continue;
@@ -1031,6 +1218,19 @@ inline int32_t decode(zidl_rib_route_l2_info &msg, const uint8_t *pos, const uin
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_route_l2_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.route_l2_value_1)) seen |= bit<0>;
+    if (in.u32<5>(msg.route_l2_value_5)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_route_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_route_aft_id
 
 template <>
@@ -1038,6 +1238,7 @@ struct shape<zidl_rib_route_aft_id> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 34;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1057,17 +1258,16 @@ Sink encode(Sink out, const zidl_rib_route_aft_id &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_route_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_route_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.route_aft_value_1));  ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); continue;
-        ZIDL_FIELD(5, varint, 1, in.u64(msg.route_aft_id_value)); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint);                       continue;
-        ZIDL_FIELD(6, varint, 2, in.u32(msg.route_aft_value_6));  ZIDL_THEN(7, varint);                                             continue;
-        ZIDL_FIELD(7, varint, 3, in.u64(msg.route_aft_value_7));                                                                    continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.route_aft_value_1));  continue;
+        ZIDL_FIELD(5, varint, 1, in.u64(msg.route_aft_id_value)); continue;
+        ZIDL_FIELD(6, varint, 2, in.u32(msg.route_aft_value_6));  continue;
+        ZIDL_FIELD(7, varint, 3, in.u64(msg.route_aft_value_7));  continue;
         default:
             if (in.unknown(is_one_of<1, 5, 6, 7>(in.tag() >> 3)))
                 continue;
@@ -1078,6 +1278,21 @@ inline int32_t decode(zidl_rib_route_aft_id &msg, const uint8_t *pos, const uint
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_route_aft_id &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.route_aft_value_1))  seen |= bit<0>;
+    if (in.u64<5>(msg.route_aft_id_value)) seen |= bit<1>;
+    if (in.u32<6>(msg.route_aft_value_6))  seen |= bit<2>;
+    if (in.u64<7>(msg.route_aft_value_7))  seen |= bit<3>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_route_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_generic_attr_info
 
 template <>
@@ -1085,6 +1300,7 @@ struct shape<zidl_rib_generic_attr_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
@@ -1092,6 +1308,11 @@ template <class Visit>
 ZIDL_INLINE void each_presence(zidl_rib_generic_attr_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
+}
+
+ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_generic_attr_info &msg)
+{
+    sizes.add<2>(has<1>(msg), msg.attr_data_size);
 }
 
 template <class Sink>
@@ -1105,15 +1326,14 @@ Sink encode(Sink out, const zidl_rib_generic_attr_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_generic_attr_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_generic_attr_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.attr_type));                                      ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.bytes(msg.attr_data, msg.attr_data_size, seen & bit<1>));                          continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.attr_type));                                      continue;
+        ZIDL_FIELD(2, delimited, 1, in.bytes(msg.attr_data, msg.attr_data_size, seen & bit<1>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -1122,6 +1342,19 @@ inline int32_t decode(zidl_rib_generic_attr_info &msg, const uint8_t *pos, const
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_generic_attr_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.attr_type))                       seen |= bit<0>;
+    if (in.bytes<2>(msg.attr_data, msg.attr_data_size)) seen |= bit<1>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_generic_attr_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1142,6 +1375,7 @@ struct shape<zidl_rib_generic_attr_array> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -1201,6 +1435,7 @@ struct shape<zidl_rib_client_advertisement> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1253,6 +1488,7 @@ struct shape<zidl_rib_route> {
     static constexpr unsigned presence_words = 13;
     static constexpr size_t fixed_bound = 387;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -1392,6 +1628,7 @@ struct shape<zidl_rib_bind_reply> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -1408,11 +1645,10 @@ Sink encode(Sink out, const zidl_rib_bind_reply &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_bind_reply &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_bind_reply &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u32(msg.bind_value)); continue;
@@ -1424,6 +1660,18 @@ inline int32_t decode(zidl_rib_bind_reply &msg, const uint8_t *pos, const uint8_
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_bind_reply &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.bind_value)) seen |= bit<0>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_bind_reply &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 } // namespace ZIDL_VARIANT

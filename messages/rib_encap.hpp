@@ -18,6 +18,7 @@ struct shape<zidl_rib_srv6_oper_type> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 14;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -36,16 +37,15 @@ Sink encode(Sink out, const zidl_rib_srv6_oper_type &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_srv6_oper_type &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_srv6_oper_type &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.boolean(msg.oper_selector)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.oper_when_set));     ZIDL_THEN(3, varint);                       continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.oper_when_clear));                                               continue;
+        ZIDL_FIELD(1, varint, 0, in.boolean(msg.oper_selector)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u32(msg.oper_when_set));     continue;
+        ZIDL_FIELD(3, varint, 2, in.u32(msg.oper_when_clear));   continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -56,6 +56,20 @@ inline int32_t decode(zidl_rib_srv6_oper_type &msg, const uint8_t *pos, const ui
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_srv6_oper_type &msg)
+{
+    uint64_t seen = 0;
+    if (in.boolean<1>(msg.oper_selector)) seen |= bit<0>;
+    if (in.u32<2>(msg.oper_when_set))     seen |= bit<1>;
+    if (in.u32<3>(msg.oper_when_clear))   seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_srv6_oper_type &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_encap_id_path_key_label
 
 template <>
@@ -63,6 +77,7 @@ struct shape<zidl_rib_encap_id_path_key_label> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
@@ -120,6 +135,7 @@ struct shape<zidl_rib_encap_id_path_key_srv6> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 16;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -178,6 +194,7 @@ struct shape<zidl_rib_encap_id_path_key_srv6_carrier_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
@@ -185,6 +202,11 @@ template <class Visit>
 ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
+}
+
+ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
+{
+    sizes.add<3>(has<2>(msg), msg.carrier_bytes_size);
 }
 
 template <class Sink>
@@ -199,16 +221,15 @@ Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.carrier_value_1));                                        ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.carrier_value_2));                                        ZIDL_THEN(3, delimited);                       continue;
-        ZIDL_FIELD(3, delimited, 2, in.bytes(msg.carrier_bytes, msg.carrier_bytes_size, seen & bit<2>));                                                continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.carrier_value_1));                                        continue;
+        ZIDL_FIELD(2, varint,    1, in.u32(msg.carrier_value_2));                                        continue;
+        ZIDL_FIELD(3, delimited, 2, in.bytes(msg.carrier_bytes, msg.carrier_bytes_size, seen & bit<2>)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -217,6 +238,20 @@ inline int32_t decode(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const u
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.carrier_value_1))                         seen |= bit<0>;
+    if (in.u32<2>(msg.carrier_value_2))                         seen |= bit<1>;
+    if (in.bytes<3>(msg.carrier_bytes, msg.carrier_bytes_size)) seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -237,6 +272,7 @@ struct shape<zidl_rib_encap_id_path_key_srv6_carriers> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 16;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -297,6 +333,7 @@ struct shape<zidl_rib_encap_id_key> {
     static constexpr unsigned presence_words = 8;
     static constexpr size_t fixed_bound = 185;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -418,6 +455,7 @@ struct shape<zidl_rib_encap_id> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 11;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -434,11 +472,10 @@ Sink encode(Sink out, const zidl_rib_encap_id &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_encap_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_encap_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
         ZIDL_FIELD(1, varint, 0, in.u64(msg.encap_id)); continue;
@@ -452,6 +489,18 @@ inline int32_t decode(zidl_rib_encap_id &msg, const uint8_t *pos, const uint8_t 
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_encap_id &msg)
+{
+    uint64_t seen = 0;
+    if (in.u64<1>(msg.encap_id)) seen |= bit<0>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_encap_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_grid_sync_list
 
 template <>
@@ -459,6 +508,7 @@ struct shape<zidl_rib_grid_sync_list> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 2;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
@@ -524,6 +574,7 @@ struct shape<zidl_rib_nhid_encap_key> {
     static constexpr unsigned presence_words = 3;
     static constexpr size_t fixed_bound = 56;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -544,17 +595,16 @@ Sink encode(Sink out, const zidl_rib_nhid_encap_key &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_nhid_encap_key &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_nhid_encap_key &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.nhid_key_value_1));                    ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.nhid_key_address, seen & bit<1>)); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);                          continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.nhid_key_value_3));                    ZIDL_THEN(4, varint);                                                continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.nhid_key_value_4));                                                                                         continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.nhid_key_value_1));                    continue;
+        ZIDL_FIELD(2, delimited, 1, in.message(msg.nhid_key_address, seen & bit<1>)); continue;
+        ZIDL_FIELD(3, varint,    2, in.u32(msg.nhid_key_value_3));                    continue;
+        ZIDL_FIELD(4, varint,    3, in.u32(msg.nhid_key_value_4));                    continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -565,6 +615,21 @@ inline int32_t decode(zidl_rib_nhid_encap_key &msg, const uint8_t *pos, const ui
     return in.status();
 }
 
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_nhid_encap_key &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.nhid_key_value_1))     seen |= bit<0>;
+    if (in.message<2>(msg.nhid_key_address)) seen |= bit<1>;
+    if (in.u32<3>(msg.nhid_key_value_3))     seen |= bit<2>;
+    if (in.u32<4>(msg.nhid_key_value_4))     seen |= bit<3>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_nhid_encap_key &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
+}
+
 // rib_nhid_update
 
 template <>
@@ -572,6 +637,7 @@ struct shape<zidl_rib_nhid_update> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 75;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
@@ -591,16 +657,15 @@ Sink encode(Sink out, const zidl_rib_nhid_update &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_nhid_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_nhid_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.nhid_update_value_1));               ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.nhid_encap_key, seen & bit<1>)); ZIDL_THEN(3, varint);                          continue;
-        ZIDL_FIELD(3, varint,    2, in.u64(msg.nhid));                                                                             continue;
+        ZIDL_FIELD(1, varint,    0, in.u32(msg.nhid_update_value_1));               continue;
+        ZIDL_FIELD(2, delimited, 1, in.message(msg.nhid_encap_key, seen & bit<1>)); continue;
+        ZIDL_FIELD(3, varint,    2, in.u64(msg.nhid));                              continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -609,6 +674,20 @@ inline int32_t decode(zidl_rib_nhid_update &msg, const uint8_t *pos, const uint8
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_nhid_update &msg)
+{
+    uint64_t seen = 0;
+    if (in.u32<1>(msg.nhid_update_value_1)) seen |= bit<0>;
+    if (in.message<2>(msg.nhid_encap_key))  seen |= bit<1>;
+    if (in.u64<3>(msg.nhid))                seen |= bit<2>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_nhid_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 } // namespace ZIDL_VARIANT

@@ -87,18 +87,6 @@ unsigned presence_words(const message &msg)
     return words;
 }
 
-void emit_shape(printer &out, const message &msg)
-{
-    out.line("template <>");
-    out.line("struct shape<{}> {{", record_type(msg));
-    out.line("    static constexpr unsigned presence_words = {};", presence_words(msg));
-    out.line("    static constexpr size_t fixed_bound = {};", msg.fixed_bound);
-    out.line("    static constexpr bool owns_memory = {};", msg.owns_memory);
-    out.line("    static constexpr bool holds_bytes = {};", msg.has_bytes);
-    out.line("}};");
-    out.line();
-}
-
 void emit_presence(printer &out, const message &msg)
 {
     out.line("template <class Visit>");
@@ -151,6 +139,54 @@ bool has_varied_values(const message &msg)
             return true;
     }
     return false;
+}
+
+// Small messages are read in order first.
+constexpr size_t small = 6;
+
+bool is_small(const message &msg)
+{
+    return msg.fields.size() <= small && !has_varied_values(msg) &&
+           std::all_of(msg.fields.begin(), msg.fields.end(),
+                       [](const field &f) { return !f.repeated && (f.nested == nullptr || is_small(*f.nested)); });
+}
+
+// Whether the sizes of its bytes members bound what the message takes on the wire: nothing has to be looked at, and no string
+// to be measured.
+bool is_bounded(const message &msg)
+{
+    return !msg.owns_memory || (is_small(msg) && std::all_of(msg.fields.begin(), msg.fields.end(), [](const field &f) {
+                                    return f.type != kind::string && (f.nested == nullptr || is_bounded(*f.nested));
+                                }));
+}
+
+void emit_shape(printer &out, const message &msg)
+{
+    out.line("template <>");
+    out.line("struct shape<{}> {{", record_type(msg));
+    out.line("    static constexpr unsigned presence_words = {};", presence_words(msg));
+    out.line("    static constexpr size_t fixed_bound = {};", msg.fixed_bound);
+    out.line("    static constexpr bool owns_memory = {};", msg.owns_memory);
+    out.line("    static constexpr bool is_bounded = {};", is_bounded(msg));
+    out.line("    static constexpr bool holds_bytes = {};", msg.has_bytes);
+    out.line("}};");
+    out.line();
+}
+
+void emit_sizes(printer &out, const message &msg)
+{
+    table rows;
+    for (const field &f : msg.fields) {
+        if (f.type == kind::bytes)
+            rows.add("sizes.add<{}>\t(has<{}>(msg), msg.{});", f.number, f.bit, f.count_name);
+        else if (f.nested != nullptr && f.nested->owns_memory)
+            rows.add("add_sizes\t(sizes, msg.{});", f.name);
+    }
+    out.line("ZIDL_INLINE void add_sizes(content_sizes &sizes, const {} &msg)", record_type(msg));
+    out.line("{{");
+    out.block(rows, "    ");
+    out.line("}}");
+    out.line();
 }
 
 void add_encode_row(table &rows, const message &msg, const field &f)
@@ -302,9 +338,11 @@ std::string prediction(const read_group &group)
 }
 
 // What likely comes behind a group.
-std::string predictions(const std::vector<read_group> &groups, size_t index)
+std::string predictions(const message &msg, const std::vector<read_group> &groups, size_t index)
 {
     std::string tests;
+    if (is_small(msg))
+        return tests;
     for (size_t next = index + 1; next < groups.size() && next <= index + lookahead; ++next)
         tests += prediction(groups[next]) + " ";
     return tests;
@@ -331,10 +369,10 @@ void emit_read_rows(printer &out, const message &msg)
         const field &f = *groups[i].first;
         if (groups[i].is_run()) {
             out.block(std::exchange(rows, {}), "        ");
-            emit_read_run(out, msg, groups[i], predictions(groups, i));
+            emit_read_run(out, msg, groups[i], predictions(msg, groups, i));
         } else {
             rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, wire_type_name(f), f.bit,
-                     read_call(msg, f), predictions(groups, i));
+                     read_call(msg, f), predictions(msg, groups, i));
         }
     }
     out.block(rows, "        ");
@@ -348,14 +386,40 @@ std::string field_numbers(const message &msg)
     return numbers;
 }
 
+std::string ordered_read_call(const field &f)
+{
+    const std::string name = f.type == kind::boolean ? "boolean" : f.type == kind::fixed32 ? "fixed" : helper_kind(f);
+    return fmt::format("in.{}<{}>({})", name, f.number, members(f, "msg"));
+}
+
+void emit_decode_in_order(printer &out, const message &msg)
+{
+    table rows;
+    for (const field &f : msg.fields)
+        rows.add("if ({})\t seen |= bit<{}>;", ordered_read_call(f), f.bit);
+    out.line("ZIDL_INLINE void decode_in_order(ordered_reader &in, {} &msg)", record_type(msg));
+    out.line("{{");
+    out.line("    uint64_t seen = 0;");
+    out.block(rows, "    ");
+    out.line("    msg.presence = static_cast<{}>(msg.presence | seen);", presence_type(msg));
+    out.line("}}");
+    out.line();
+}
+
 void emit_decode(printer &out, const message &msg)
 {
-    out.line("inline int32_t decode({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)",
+    const bool in_order_first = is_small(msg);
+    out.line("{} int32_t {}({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)",
+             in_order_first ? "ZIDL_COLD inline" : "inline", in_order_first ? "decode_in_any_order" : "decode",
              record_type(msg));
     out.line("{{");
-    out.line("    reader in(pos, end, context);");
-    out.line("    uint64_t seen = 0;");
-    out.line("    {}", prediction(read_groups(msg).front()));
+    out.line("    {} in(pos, end, context);", in_order_first ? "patient_reader" : "reader");
+    if (in_order_first) {
+        out.line("    uint64_t seen = msg.presence;");
+    } else {
+        out.line("    uint64_t seen = 0;");
+        out.line("    {}", prediction(read_groups(msg).front()));
+    }
     out.line("    while (in.next_tag()) {{");
     out.line("        switch (in.tag()) {{");
     emit_read_rows(out, msg);
@@ -367,6 +431,16 @@ void emit_decode(printer &out, const message &msg)
     out.line("    }}");
     out.line("    msg.presence = static_cast<{}>(msg.presence | seen);", presence_type(msg));
     out.line("    return in.status();");
+    out.line("}}");
+    out.line();
+    if (!in_order_first)
+        return;
+    emit_decode_in_order(out, msg);
+    out.line(
+        "ZIDL_SMALL int32_t decode({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)",
+        record_type(msg));
+    out.line("{{");
+    out.line("    return decode_small(msg, pos, end, context);");
     out.line("}}");
     out.line();
 }
@@ -416,6 +490,8 @@ void emit_message(printer &out, const message &msg)
     emit_presence(out, msg);
     if (!msg.reset_name.empty())
         emit_named_reset(out, msg);
+    if (msg.owns_memory && is_bounded(msg))
+        emit_sizes(out, msg);
     emit_encode(out, msg);
     emit_decode(out, msg);
     if (msg.owns_memory) {
