@@ -30,6 +30,12 @@
 extern "C" {
 #endif
 
+#ifdef __GNUC__
+#define ZIDL_ARENA_RARE __attribute__((noinline, cold, unused))
+#else
+#define ZIDL_ARENA_RARE
+#endif
+
 /* What every pointer handed out is a multiple of: enough for all members of all records. */
 enum { ZIDL_ARENA_ALIGNMENT = 8 };
 
@@ -44,9 +50,9 @@ typedef struct zidl_arena_block {
 
 /* Members are the functions' own business. */
 typedef struct zidl_arena {
-    uint8_t *free_begin; /* the unused rest of the current block */
+    uint8_t *free_begin; /* the unused rest of the current block, whole multiples of the alignment */
     uint8_t *free_end;
-    uint8_t *caller_begin; /* the caller's block, aligned; null when there is none */
+    uint8_t *caller_begin; /* the caller's block, aligned; empty when there is none */
     uint8_t *caller_end;
     zidl_arena_block *newest; /* of the blocks from malloc that are in use, the largest; null when there is none */
     zidl_arena_block *spare;  /* a block from malloc that waits for its use; null when there is none */
@@ -58,11 +64,12 @@ static inline void zidl_arena_init(zidl_arena *arena, void *block, size_t size)
 {
     const size_t misaligned = (size_t)((uintptr_t)block % ZIDL_ARENA_ALIGNMENT);
     const size_t skipped = misaligned == 0 ? 0 : ZIDL_ARENA_ALIGNMENT - misaligned;
-    arena->caller_begin = NULL;
-    arena->caller_end = NULL;
+    /* No room, but a place that is not null, for sizes of 0. */
+    arena->caller_begin = (uint8_t *)arena;
+    arena->caller_end = (uint8_t *)arena;
     if (block != NULL && size > skipped) {
         arena->caller_begin = (uint8_t *)block + skipped;
-        arena->caller_end = (uint8_t *)block + size;
+        arena->caller_end = arena->caller_begin + (size - skipped) / ZIDL_ARENA_ALIGNMENT * ZIDL_ARENA_ALIGNMENT;
     }
     arena->free_begin = arena->caller_begin;
     arena->free_end = arena->caller_end;
@@ -103,21 +110,32 @@ static inline int zidl_arena_grow(zidl_arena *arena, size_t size)
     return 1;
 }
 
-/* A zidl_alloc_fn; `arena` is the zidl_arena. Returns `size` bytes of undefined content that stay valid until the arena is
- * reset or destroyed, or null when malloc has no more. A size of 0 is allowed. */
-static inline void *zidl_arena_alloc(size_t size, void *arena)
+/* The same as zidl_arena_alloc where the current block does not suffice; a function of its own, so that the usual way needs
+ * few registers. */
+ZIDL_ARENA_RARE static void *zidl_arena_alloc_grown(size_t size, void *arena)
 {
     zidl_arena *const self = (zidl_arena *)arena;
     uint8_t *memory;
     if (size > SIZE_MAX / 4)
         return NULL;
     size = (size + (ZIDL_ARENA_ALIGNMENT - 1)) & ~(size_t)(ZIDL_ARENA_ALIGNMENT - 1);
-    if (self->free_begin == NULL || size > (size_t)(self->free_end - self->free_begin)) {
-        if (!zidl_arena_grow(self, size))
-            return NULL;
-    }
+    if (!zidl_arena_grow(self, size))
+        return NULL;
     memory = self->free_begin;
     self->free_begin += size;
+    return memory;
+}
+
+/* A zidl_alloc_fn; `arena` is the zidl_arena. Returns `size` bytes of undefined content that stay valid until the arena is
+ * reset or destroyed, or null when malloc has no more. A size of 0 is allowed. */
+static inline void *zidl_arena_alloc(size_t size, void *arena)
+{
+    zidl_arena *const self = (zidl_arena *)arena;
+    uint8_t *const memory = self->free_begin;
+    /* The room is a multiple of the alignment: what fits as it is fits rounded up, too. */
+    if (size > (size_t)(self->free_end - memory))
+        return zidl_arena_alloc_grown(size, arena);
+    self->free_begin = memory + ((size + (ZIDL_ARENA_ALIGNMENT - 1)) & ~(size_t)(ZIDL_ARENA_ALIGNMENT - 1));
     return memory;
 }
 
