@@ -179,18 +179,9 @@ public:
     template <uint32_t Tag>
     ZIDL_INLINE bool take()
     {
-        constexpr uint64_t wire = wire_tag(Tag);
-        if constexpr (wire < 0x100) {
-            if (pos_ >= end_ || *pos_ != wire)
-                return false;
-            pos_ += 1;
-        } else if constexpr (wire < 0x10000) {
-            if (end_ - pos_ < 2 || load<uint16_t>(pos_) != wire)
-                return false;
-            pos_ += 2;
-        } else {
+        if (!is_tag<Tag>(pos_))
             return false;
-        }
+        pos_ += varint_size(Tag);
         return true;
     }
 
@@ -363,6 +354,19 @@ private:
         return false;
     }
 
+    // Whether exactly this tag stands there; tags of more than two bytes are not looked for.
+    template <uint32_t Tag>
+    ZIDL_INLINE bool is_tag(const uint8_t *pos) const
+    {
+        constexpr uint64_t wire = wire_tag(Tag);
+        if constexpr (wire < 0x100)
+            return pos < end_ && *pos == wire;
+        else if constexpr (wire < 0x10000)
+            return end_ - pos >= 2 && load<uint16_t>(pos) == wire;
+        else
+            return false;
+    }
+
     // Whether enough bytes are left for the tag of a field.
     template <uint32_t Number>
     ZIDL_INLINE bool holds_tag() const
@@ -488,6 +492,10 @@ private:
                     return false;
             }
             ++elements;
+            if (ZIDL_LIKELY(is_tag<make_tag(Number, Delimited ? delimited : varint)>(pos))) {
+                pos += varint_size(make_tag(Number, varint));
+                continue;
+            }
             if (pos >= end_)
                 break;
             const auto tag = parse_tag(pos, end_);

@@ -768,31 +768,78 @@ template <uint32_t Number, class Record>
 constexpr size_t max_message_size = varint_size(make_tag(Number, delimited)) +
                                     varint_size(shape<Record>::fixed_bound) + shape<Record>::fixed_bound;
 
+// One element of an array, whose size is bounded, and what it takes at most.
+template <uint32_t Number, class Sink, class Value>
+ZIDL_INLINE std::enable_if_t<std::is_integral<Value>::value> put_element(Sink &out, Value value)
+{
+    using Written = std::conditional_t<sizeof(Value) <= sizeof(uint32_t), uint32_t, uint64_t>;
+    out.template put_varint<make_tag(Number, varint)>(Written{value});
+}
+
+template <uint32_t Number, class Sink, class Record>
+ZIDL_INLINE std::enable_if_t<std::is_class<Record>::value> put_element(Sink &out, const Record &msg)
+{
+    out.template put_message<make_tag(Number, delimited)>(msg, true);
+}
+
+template <uint32_t Number, class Element>
+constexpr size_t max_element_size()
+{
+    if constexpr (std::is_integral<Element>::value)
+        return max_scalar_size<Number, Element>;
+    else
+        return max_message_size<Number, Element>;
+}
+
+// Where the buffer may end within the array: the last elements are measured before they are written. By value, since the
+// writer that calls must stay in registers.
+template <uint32_t Number, class Element>
+ZIDL_COLD fast_writer encode_near_end(fast_writer out, const Element *array, uint32_t count)
+{
+    for (uint32_t i = 0; i < count; ++i) {
+        if (out.left() < max_element_size<Number, Element>()) {
+            sizer measured{0, 0};
+            put_element<Number>(measured, array[i]);
+            if (out.left() < measured.len)
+                return {nullptr, nullptr};
+        }
+        put_element<Number>(out, array[i]);
+    }
+    return out;
+}
+
+template <uint32_t Number, class Sink, class Element>
+ZIDL_INLINE void encode_bounded_elements(Sink &out, bool present, const Element *array, uint32_t count)
+{
+    if (!present)
+        return;
+    if constexpr (std::is_same<Sink, fast_writer>::value) {
+        constexpr size_t bound = max_element_size<Number, Element>();
+        if (ZIDL_UNLIKELY(out.left() < count * bound)) {
+            out = encode_near_end<Number>(out, array, count);
+            return;
+        }
+    }
+    for (uint32_t i = 0; i < count; ++i)
+        put_element<Number>(out, array[i]);
+}
+
 template <uint32_t Number, class Sink>
 ZIDL_INLINE void encode_u8s(Sink &out, bool present, const uint8_t *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i) {
-        ZIDL_ROOM((max_scalar_size<Number, uint8_t>), out);
-        out.template put_varint<make_tag(Number, varint)>(uint32_t{array[i]});
-    }
+    encode_bounded_elements<Number>(out, present, array, count);
 }
 
 template <uint32_t Number, class Sink>
 ZIDL_INLINE void encode_u32s(Sink &out, bool present, const uint32_t *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i) {
-        ZIDL_ROOM((max_scalar_size<Number, uint32_t>), out);
-        out.template put_varint<make_tag(Number, varint)>(array[i]);
-    }
+    encode_bounded_elements<Number>(out, present, array, count);
 }
 
 template <uint32_t Number, class Sink>
 ZIDL_INLINE void encode_u64s(Sink &out, bool present, const uint64_t *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i) {
-        ZIDL_ROOM((max_scalar_size<Number, uint64_t>), out);
-        out.template put_varint<make_tag(Number, varint)>(array[i]);
-    }
+    encode_bounded_elements<Number>(out, present, array, count);
 }
 
 template <uint32_t Number, class Sink>
@@ -805,13 +852,11 @@ ZIDL_INLINE void encode_byte_blocks(Sink &out, bool present, const zidl_bytes *a
 template <uint32_t Number, class Sink, class Record>
 ZIDL_INLINE void encode_messages(Sink &out, bool present, const Record *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i) {
-        if constexpr (shape<Record>::owns_memory) {
-            out.template put_message<make_tag(Number, delimited)>(array[i], true);
-        } else {
-            ZIDL_ROOM((max_message_size<Number, Record>), out);
-            out.template put_message<make_tag(Number, delimited)>(array[i], true);
-        }
+    if constexpr (shape<Record>::owns_memory) {
+        for (uint32_t i = 0; present && i < count; ++i)
+            put_element<Number>(out, array[i]);
+    } else {
+        encode_bounded_elements<Number>(out, present, array, count);
     }
 }
 

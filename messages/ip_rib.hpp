@@ -594,7 +594,7 @@ Sink encode(Sink out, const zidl_ip_rib_iid_ctx &msg)
         encode_u32    <1>(out, has<0>(msg), msg.iid_ctx_kind);
         encode_message<2>(out, has<1>(msg), msg.evpn_vpws);
     }
-    if ((msg.presence & 0xc) | any_presence(msg.lss) | any_presence(msg.evpn_elan)) {
+    if ((msg.presence & 0xc) != 0 || (any_presence(msg.lss) | any_presence(msg.evpn_elan)) != 0) {
         encode_message<3>(out, has<2>(msg), msg.lss);
         encode_message<4>(out, has<3>(msg), msg.evpn_elan);
     }
@@ -602,7 +602,7 @@ Sink encode(Sink out, const zidl_ip_rib_iid_ctx &msg)
         ZIDL_ROOM(19, out);
         encode_message<5>(out, has<4>(msg), msg.aft_nhg);
     }
-    if ((msg.presence & 0x60) | any_presence(msg.l2vpn_ip_tunnel) | any_presence(msg.sl_id)) {
+    if ((msg.presence & 0x60) != 0 || (any_presence(msg.l2vpn_ip_tunnel) | any_presence(msg.sl_id)) != 0) {
         encode_message<6>(out, has<5>(msg), msg.l2vpn_ip_tunnel);
         encode_message<7>(out, has<6>(msg), msg.sl_id);
     }

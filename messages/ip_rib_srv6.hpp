@@ -158,7 +158,7 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_locator &msg)
 {
     prefetch(msg.sids, msg.sids_count);
     encode_string<1>(out, has<0>(msg), msg.name);
-    if ((msg.presence & 0x6) | any_presence(msg.locator_prefix) | any_presence(msg.second_prefix)) {
+    if ((msg.presence & 0x6) != 0 || (any_presence(msg.locator_prefix) | any_presence(msg.second_prefix)) != 0) {
         encode_message<2>(out, has<1>(msg), msg.locator_prefix);
         encode_message<3>(out, has<2>(msg), msg.second_prefix);
     }
@@ -246,7 +246,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_glb_encap_info &msg, const Visit
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_glb_encap_info &msg)
 {
-    if ((msg.presence & 0x3) | any_presence(msg.encap_prefix_1) | any_presence(msg.encap_prefix_2)) {
+    if ((msg.presence & 0x3) != 0 || (any_presence(msg.encap_prefix_1) | any_presence(msg.encap_prefix_2)) != 0) {
         encode_message<1>(out, has<0>(msg), msg.encap_prefix_1);
         encode_message<2>(out, has<1>(msg), msg.encap_prefix_2);
     }
@@ -510,7 +510,7 @@ template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_fmt_config_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.format);
-    if ((msg.presence & 0x6) | any_presence(msg.usid_lib_ranges) | any_presence(msg.usid_wlib_ranges)) {
+    if ((msg.presence & 0x6) != 0 || (any_presence(msg.usid_lib_ranges) | any_presence(msg.usid_wlib_ranges)) != 0) {
         encode_message<2>(out, has<1>(msg), msg.usid_lib_ranges);
         encode_message<3>(out, has<2>(msg), msg.usid_wlib_ranges);
     }
@@ -2002,7 +2002,7 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_sid_ctx &msg)
         encode_u32<1>(out, has<0>(msg), msg.value_1);
     }
     encode_u8s<2>(out, has<1>(msg), msg.values_2, msg.values_2_count);
-    if ((msg.presence & 0x7fffc) | any_presence(msg.e_ctx) | any_presence(msg.x_ctx) | any_presence(msg.dx_ctx) | any_presence(msg.dt_ctx) | any_presence(msg.dx2_ctx) | any_presence(msg.un_ctx) | any_presence(msg.ua_ctx) | any_presence(msg.udt_ctx) | any_presence(msg.ub6_ctx) | any_presence(msg.udx2_ctx) | any_presence(msg.dt2u_ctx) | any_presence(msg.dt2m_ctx) | any_presence(msg.udt2u_ctx) | any_presence(msg.udt2m_ctx) | any_presence(msg.udx_ctx) | any_presence(msg.udt_named_ctx) | any_presence(msg.dt_named_ctx)) {
+    if ((msg.presence & 0x7fffc) != 0 || (any_presence(msg.e_ctx) | any_presence(msg.x_ctx) | any_presence(msg.dx_ctx) | any_presence(msg.dt_ctx) | any_presence(msg.dx2_ctx) | any_presence(msg.un_ctx) | any_presence(msg.ua_ctx) | any_presence(msg.udt_ctx) | any_presence(msg.ub6_ctx) | any_presence(msg.udx2_ctx) | any_presence(msg.dt2u_ctx) | any_presence(msg.dt2m_ctx) | any_presence(msg.udt2u_ctx) | any_presence(msg.udt2m_ctx) | any_presence(msg.udx_ctx) | any_presence(msg.udt_named_ctx) | any_presence(msg.dt_named_ctx)) != 0) {
         encode_message<3> (out, has<2>(msg),  msg.e_ctx);
         encode_message<4> (out, has<3>(msg),  msg.x_ctx);
         encode_message<5> (out, has<4>(msg),  msg.dx_ctx);
@@ -2195,7 +2195,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_static_endpoint_update &msg, con
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_static_endpoint_update &msg)
 {
-    if ((msg.presence & 0x3) | any_presence(msg.sid) | any_presence(msg.sid_ctx)) {
+    if ((msg.presence & 0x3) != 0 || (any_presence(msg.sid) | any_presence(msg.sid_ctx)) != 0) {
         encode_message<1>(out, has<0>(msg), msg.sid);
         encode_message<2>(out, has<1>(msg), msg.sid_ctx);
     }
@@ -2268,7 +2268,7 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_update &msg)
         ZIDL_ROOM(6, out);
         encode_u32<1>(out, has<0>(msg), msg.value_1);
     }
-    if ((msg.presence & 0xe) | any_presence(msg.cfg_update) | any_presence(msg.opcode_update) | any_presence(msg.static_endpoint_update)) {
+    if ((msg.presence & 0xe) != 0 || (any_presence(msg.cfg_update) | any_presence(msg.opcode_update) | any_presence(msg.static_endpoint_update)) != 0) {
         encode_message<2>(out, has<1>(msg), msg.cfg_update);
         encode_message<3>(out, has<2>(msg), msg.opcode_update);
         encode_message<4>(out, has<3>(msg), msg.static_endpoint_update);

@@ -1057,7 +1057,7 @@ Sink encode(Sink out, const zidl_rib_path &msg)
         encode_varied_u32<1>(out, has<0>(msg), msg.path_value_1);
         encode_varied_u32<2>(out, has<1>(msg), msg.path_value_2);
         encode_varied_u32<3>(out, has<2>(msg), msg.path_value_3);
-        if ((msg.presence & 0x38) | any_presence(msg.path_address_4) | any_presence(msg.path_address_5) | any_presence(msg.path_prefix)) {
+        if ((msg.presence & 0x38) != 0 || (any_presence(msg.path_address_4) | any_presence(msg.path_address_5) | any_presence(msg.path_prefix)) != 0) {
             encode_message<4>(out, has<3>(msg), msg.path_address_4);
             encode_message<5>(out, has<4>(msg), msg.path_address_5);
             encode_message<6>(out, has<5>(msg), msg.path_prefix);
@@ -1087,7 +1087,7 @@ Sink encode(Sink out, const zidl_rib_path &msg)
         ZIDL_ROOM(160, out);
         encode_varied_u32<27>(out, has<21>(msg), msg.path_value_27);
         encode_varied_u32<28>(out, has<22>(msg), msg.path_value_28);
-        if ((msg.presence & 0x1800000) | any_presence(msg.iid_attr) | any_presence(msg.l2_info)) {
+        if ((msg.presence & 0x1800000) != 0 || (any_presence(msg.iid_attr) | any_presence(msg.l2_info)) != 0) {
             encode_message<29>(out, has<23>(msg), msg.iid_attr);
             encode_message<30>(out, has<24>(msg), msg.l2_info);
         }
@@ -1097,7 +1097,7 @@ Sink encode(Sink out, const zidl_rib_path &msg)
     encode_messages<33>(out, has<27>(msg), msg.srv6_sid_infos, msg.srv6_sid_infos_count);
     {
         ZIDL_ROOM(114, out);
-        if ((msg.presence & 0xf0000000) | any_presence(msg.grouping_info) | any_presence(msg.ip_tunnel_info) | any_presence(msg.via_aft_id) | any_presence(msg.sl_id_info)) {
+        if ((msg.presence & 0xf0000000) != 0 || (any_presence(msg.grouping_info) | any_presence(msg.ip_tunnel_info) | any_presence(msg.via_aft_id) | any_presence(msg.sl_id_info)) != 0) {
             encode_message<40>(out, has<28>(msg), msg.grouping_info);
             encode_message<34>(out, has<29>(msg), msg.ip_tunnel_info);
             encode_message<35>(out, has<30>(msg), msg.via_aft_id);
@@ -1527,7 +1527,7 @@ Sink encode(Sink out, const zidl_rib_route &msg)
         encode_varied_u32<25>(out, has<24>(msg), msg.route_value_25);
     }
     encode_messages<26>(out, has<25>(msg), msg.paths, msg.paths_count);
-    if ((msg.presence & 0x1fc000000) | any_presence(msg.client_advertisement) | any_presence(msg.addr_generic_attrs) | any_presence(msg.generic_attrs_29) | any_presence(msg.generic_attrs_30) | any_presence(msg.generic_attrs_31) | any_presence(msg.generic_attrs_32) | any_presence(msg.generic_attrs_33)) {
+    if ((msg.presence & 0x1fc000000) != 0 || (any_presence(msg.client_advertisement) | any_presence(msg.addr_generic_attrs) | any_presence(msg.generic_attrs_29) | any_presence(msg.generic_attrs_30) | any_presence(msg.generic_attrs_31) | any_presence(msg.generic_attrs_32) | any_presence(msg.generic_attrs_33)) != 0) {
         encode_message<27>(out, has<26>(msg), msg.client_advertisement);
         encode_message<28>(out, has<27>(msg), msg.addr_generic_attrs);
         encode_message<29>(out, has<28>(msg), msg.generic_attrs_29);

@@ -370,7 +370,7 @@ Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
         encode_varied_u32<8>(out, has<7>(msg), msg.key_value_8);
     }
     encode_messages<9>(out, has<8>(msg), msg.key_extra_prefixes, msg.key_extra_prefixes_count);
-    if ((msg.presence & 0x600) | any_presence(msg.label_key) | any_presence(msg.srv6_key)) {
+    if ((msg.presence & 0x600) != 0 || (any_presence(msg.label_key) | any_presence(msg.srv6_key)) != 0) {
         encode_message<10>(out, has<9>(msg),  msg.label_key);
         encode_message<11>(out, has<10>(msg), msg.srv6_key);
     }

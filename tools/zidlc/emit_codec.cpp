@@ -203,9 +203,9 @@ std::string absent_test(field_iterator first, field_iterator last)
     std::string words;
     for (auto f = first; f != last; ++f) {
         bits |= uint64_t{1} << f->bit;
-        words += fmt::format(" | any_presence(msg.{})", f->name);
+        words += fmt::format("{}any_presence(msg.{})", words.empty() ? "" : " | ", f->name);
     }
-    return fmt::format("(msg.presence & {:#x}){}", bits, words);
+    return fmt::format("(msg.presence & {:#x}) != 0 || ({}) != 0", bits, words);
 }
 
 // One line for a run that is long enough to be worth a loop over its set presence bits; the fields by name beside it.
