@@ -55,7 +55,7 @@ function(rib_codec_objects target)
   target_compile_options(${target} PRIVATE
     $<$<CONFIG:Release>:-O2>
     "$<$<CXX_COMPILER_ID:Clang>:-fno-slp-vectorize;-falign-functions=32>"
-    $<$<CXX_COMPILER_ID:GNU>:-falign-jumps=1 -falign-loops=1 -falign-labels=1>)
+    "$<$<CXX_COMPILER_ID:GNU>:-falign-jumps=1;-falign-loops=1;-falign-labels=1;-fno-reorder-blocks-and-partition>")
 endfunction()
 
 # Choosing takes indirect functions, and a baseline below what is chosen. Sanitizers are not ready when the linker asks.
