@@ -306,7 +306,7 @@ struct unchecked_writer {
             put_tag<Tag>();
             *pos++ = static_cast<uint8_t>(value);
         } else {
-            put_behind_tag<tag_len, 0>(wire_tag(Tag), value);
+            put_behind_tag<tag_len, 2, 0>(wire_tag(Tag), value);
         }
     }
 
@@ -314,7 +314,7 @@ struct unchecked_writer {
     ZIDL_INLINE void put_numbered(uint32_t number, uint32_t value)
     {
         const uint32_t tag = make_tag(number, varint);
-        put_behind_tag<TagLen, Behind>(TagLen == 1 ? tag : (tag & 127) | 128 | (tag >> 7) << 8, value);
+        put_behind_tag<TagLen, 1, Behind>(TagLen == 1 ? tag : (tag & 127) | 128 | (tag >> 7) << 8, value);
     }
 
     template <uint32_t Tag>
@@ -437,38 +437,51 @@ private:
     }
 
     // A tag of `TagLen` bytes, as it stands on the wire, and a value of any length, without a branch: lengths that vary
-    // cannot be foreseen. At least `Behind` bytes follow.
-    template <unsigned TagLen, size_t Behind>
+    // cannot be foreseen. The value takes at least `MinLen` bytes, and at least `Behind` bytes follow.
+    template <unsigned TagLen, unsigned MinLen, size_t Behind>
     ZIDL_INLINE void put_behind_tag(uint64_t tag, uint32_t value)
     {
+        constexpr size_t sure = TagLen + MinLen + Behind;
         const uint64_t groups = spread_groups<TagLen>(value);
-        const unsigned last_byte_bit = top_bit(groups | uint64_t{1} << (8 * TagLen)) & ~7U;
+        const uint64_t not_zero = MinLen > 1 ? groups : groups | uint64_t{1} << (8 * TagLen);
+        const unsigned last_byte_bit = top_bit(not_zero) & ~7U;
         const unsigned len = last_byte_bit / 8 + 1;
         const uint64_t all_but_last_byte = (uint64_t{1} << last_byte_bit) - 1;
-        const uint64_t bytes = groups | ((continuation_bits << (8 * TagLen) | tag) & all_but_last_byte);
-        // What a whole word stores too much is overwritten by what follows.
-        if constexpr (TagLen + 1 + Behind >= sizeof bytes)
-            store(pos, bytes);
-        else
-            store_exact<TagLen>(bytes, len);
+        store_low<TagLen, sure>(groups | ((continuation_bits << (8 * TagLen) | tag) & all_but_last_byte), len);
         pos += len;
     }
 
-    // The low `len` bytes of `bytes`, a tag and one to five more, in overlapping stores of two bytes.
-    template <unsigned TagLen>
-    ZIDL_INLINE void store_exact(uint64_t bytes, unsigned len)
+    // The low `len` bytes of `bytes`, a tag and one to five more, in few stores that overlap. At least `Sure` bytes are there
+    // for them and what follows: what is stored too much is overwritten by it.
+    template <unsigned TagLen, size_t Sure>
+    ZIDL_INLINE void store_low(uint64_t bytes, unsigned len)
     {
-        const auto store_pair = [&](unsigned at)
-                                    ZIDL_INLINE_LAMBDA { store(pos + at, static_cast<uint16_t>(bytes >> (8 * at))); };
+        const auto store_part = [&](auto part, unsigned at) ZIDL_INLINE_LAMBDA {
+            store(pos + at, static_cast<decltype(part)>(bytes >> (8 * at)));
+        };
+        const auto pair = uint16_t{};
+        const auto four = uint32_t{};
         const unsigned last = len - 2;
-        store_pair(0);
-        if constexpr (TagLen == 1) {
-            store_pair(last / 2);
+        if constexpr (Sure >= sizeof bytes) {
+            store(pos, bytes);
+        } else if constexpr (TagLen == 1 && Sure >= 6) {
+            store_part(four, 0);
+            store_part(pair, 4);
+        } else if constexpr (Sure >= 4) {
+            store_part(four, 0);
+            if constexpr (TagLen > 1)
+                store_part(pair, last < 4 ? last : 4);
+            store_part(pair, last);
         } else {
-            store_pair(last < 2 ? last : 2);
-            store_pair(last - 1);
+            store_part(pair, 0);
+            if constexpr (TagLen == 1) {
+                store_part(pair, last / 2);
+            } else {
+                store_part(pair, last < 2 ? last : 2);
+                store_part(pair, last - 1);
+            }
+            store_part(pair, last);
         }
-        store_pair(last);
     }
 };
 
