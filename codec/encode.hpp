@@ -596,20 +596,29 @@ private:
     template <uint32_t Tag, class Record>
     ZIDL_COLD static fast_writer put_measured(fast_writer out, const Record &msg, bool present)
     {
-        const size_t len = encoded_size(msg, 0);
-        if (len == 0 && !present)
+        const sizer measured = encode(sizer{0, 0}, msg);
+        if (measured.len == 0 && !present)
             return out;
-        const size_t head = varint_size(Tag) + varint_size(static_cast<uint32_t>(len));
-        if (out.left() < head || out.left() - head < len)
-            return {nullptr, nullptr};
-        out.put_tag<Tag>();
-        out.put_raw_varint(static_cast<uint32_t>(len));
+        out = put_head(out, Tag, measured.len);
+        if (out.failed())
+            return out;
         if constexpr (!shape<Record>::is_bounded)
             return encode(out, msg);
-        else if (certainly_fits(msg, out.left()))
+        else if (measured.notes < suspicious_size)
             return {encode(unchecked_writer{out.pos}, msg).pos, out.limit};
         else
             return {nullptr, nullptr};
+    }
+
+    // A tag and a length, where there is room for them and for what they announce.
+    ZIDL_COLD static fast_writer put_head(fast_writer out, uint32_t tag, size_t len)
+    {
+        const size_t head = varint_size(tag) + varint_size(static_cast<uint32_t>(len));
+        if (out.left() < head || out.left() - head < len)
+            return {nullptr, nullptr};
+        out.put_raw_varint(tag);
+        out.put_raw_varint(static_cast<uint32_t>(len));
+        return out;
     }
 };
 
