@@ -109,6 +109,31 @@ ZIDL_INLINE parsed<uint32_t> parse_tag(const uint8_t *pos, const uint8_t *end)
     return parse_varint_bytewise<uint32_t>(pos, end);
 }
 
+// Whether the tag at `pos` is one of a run's, and which. They differ in their first byte alone, and stand eight apart.
+template <uint32_t First, unsigned Count>
+ZIDL_INLINE bool run_index(const uint8_t *pos, uint32_t &index)
+{
+    constexpr uint32_t first = make_tag(First, varint);
+    constexpr unsigned tag_len = varint_size(first);
+    static_assert(tag_len <= 2 && first >> 7 == make_tag(First + Count - 1, varint) >> 7);
+    using Tag = std::conditional_t<tag_len == 1, uint8_t, uint16_t>;
+    constexpr unsigned width = 8 * tag_len;
+    const Tag distance = static_cast<Tag>(load<Tag>(pos) - wire_tag(first));
+    const Tag steps = static_cast<Tag>(distance >> 3 | distance << (width - 3));
+    index = steps;
+    return steps < Count;
+}
+
+// Which of the next sixteen bytes of a message end a varint; none where the window does not lie within the input.
+ZIDL_INLINE uint32_t ends_in_window(const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    if (ZIDL_UNLIKELY(pos > context.window_end))
+        return 0;
+    const uint32_t ends = varint_ends(pos);
+    const size_t left = static_cast<size_t>(end - pos);
+    return left < 16 ? ends & ~(~uint32_t{0} << left) : ends;
+}
+
 ZIDL_INLINE const uint8_t *skip_varint(const uint8_t *pos, const uint8_t *end, const uint8_t *wide_end)
 {
     if (ZIDL_LIKELY(pos < end) && ZIDL_LIKELY(*pos < 128))
@@ -225,7 +250,7 @@ public:
         for (;;) {
             // The lowest bit is this value's end, the next one that of the tag behind it.
             const uint8_t *const base = pos_;
-            uint32_t ends = ends_in_window();
+            uint32_t ends = ends_in_window(pos_, end_, context_);
             for (uint32_t rest; (rest = ends & (ends - 1)) != 0; ends = rest & (rest - 1)) {
                 store(members + index * sizeof(uint32_t), parse_ended(pos_));
                 seen |= bit<Bit> << index;
@@ -374,32 +399,14 @@ private:
         return end_ - pos_ >= static_cast<ptrdiff_t>(varint_size(make_tag(Number, varint)));
     }
 
-    // Steps over the tag when it is one of a run's, all of which differ in their first byte alone: they stand eight apart.
+    // Steps over the tag when it is one of a run's.
     template <uint32_t First, unsigned Count>
     ZIDL_INLINE bool take_run_tag(uint32_t &index)
     {
-        constexpr uint32_t first = make_tag(First, varint);
-        constexpr unsigned tag_len = varint_size(first);
-        static_assert(tag_len <= 2 && first >> 7 == make_tag(First + Count - 1, varint) >> 7);
-        using Tag = std::conditional_t<tag_len == 1, uint8_t, uint16_t>;
-        constexpr unsigned width = 8 * tag_len;
-        const Tag distance = static_cast<Tag>(load<Tag>(pos_) - wire_tag(first));
-        const Tag steps = static_cast<Tag>(distance >> 3 | distance << (width - 3));
-        if (steps >= Count)
+        if (!run_index<First, Count>(pos_, index))
             return false;
-        index = steps;
-        pos_ += tag_len;
+        pos_ += varint_size(make_tag(First, varint));
         return true;
-    }
-
-    // Which of the next sixteen bytes end a varint; none where the window does not lie within the input.
-    ZIDL_INLINE uint32_t ends_in_window() const
-    {
-        if (ZIDL_UNLIKELY(pos_ > context_.window_end))
-            return 0;
-        const uint32_t ends = varint_ends(pos_);
-        const size_t left = static_cast<size_t>(end_ - pos_);
-        return left < 16 ? ends & ~(~uint32_t{0} << left) : ends;
     }
 
     // Expects a varint of one byte.

@@ -48,6 +48,47 @@ public:
         return comes<make_tag(Number, varint)>() && read_varint<make_tag(Number, varint)>(member);
     }
 
+    // The same for messages whose values are now short, now long: nothing is guessed.
+    template <uint32_t Number>
+    ZIDL_INLINE bool varied_u32(uint32_t &member)
+    {
+        return comes<make_tag(Number, varint)>() && read_varied<make_tag(Number, varint)>(member);
+    }
+
+    template <uint32_t Number>
+    ZIDL_INLINE bool varied_u64(uint64_t &member)
+    {
+        return comes<make_tag(Number, varint)>() && read_varied<make_tag(Number, varint)>(member);
+    }
+
+    // `Count` u32 fields with numbers from `First`, presence bits from `Bit` and members side by side: as many of them as
+    // follow one another, sixteen bytes at a time.
+    template <uint32_t First, unsigned Count, unsigned Bit>
+    ZIDL_INLINE void u32_run(uint8_t *members, uint64_t &seen)
+    {
+        constexpr ptrdiff_t tag_len = varint_size(make_tag(First, varint));
+        uint32_t index;
+        while (end_ - pos_ > tag_len && run_index<First, Count>(pos_, index)) {
+            const uint8_t *const base = pos_;
+            // Ends of a tag and of its value by turns.
+            for (uint32_t ends = ends_in_window(pos_, end_, context_); (ends &= ends - 1) != 0;) {
+                store(members + index * sizeof(uint32_t), parse_ended(pos_ + tag_len));
+                seen |= bit<Bit> << index;
+                pos_ = base + trailing_zeros(ends) + 1;
+                ends &= ends - 1;
+                if (ends == 0 || !run_index<First, Count>(pos_, index))
+                    break;
+            }
+            if (ZIDL_LIKELY(pos_ != base))
+                continue;
+            uint32_t value;
+            if (!read_varint<make_tag(First, varint)>(value))
+                return;
+            store(members + index * sizeof(uint32_t), value);
+            seen |= bit<Bit> << index;
+        }
+    }
+
     template <uint32_t Number>
     ZIDL_INLINE bool u8(uint8_t &member)
     {
@@ -178,6 +219,17 @@ private:
         const auto read = parse_word_varint<Value>(pos, end_, context_.wide_end);
         if (ZIDL_UNLIKELY(read.next == nullptr))
             return false;
+        member = read.value;
+        pos_ = read.next;
+        return true;
+    }
+
+    template <uint32_t Tag, class Value>
+    ZIDL_INLINE bool read_varied(Value &member)
+    {
+        const auto read = parse_word_varint<Value>(pos_ + varint_size(Tag), end_, context_.wide_end);
+        if (ZIDL_UNLIKELY(read.next == nullptr))
+            return read_varint<Tag>(member);
         member = read.value;
         pos_ = read.next;
         return true;

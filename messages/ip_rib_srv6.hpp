@@ -114,15 +114,20 @@ Sink encode(Sink out, const zidl_ip_rib_srv6_lib_ranges &msg)
     return out;
 }
 
-inline int32_t decode(zidl_ip_rib_srv6_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN_RUN(1, 8);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) // value_1 to value_8
-        ZIDL_RUN(1, (in.u32_run<1, 8, 0>(member_bytes(msg, offsetof(zidl_ip_rib_srv6_lib_ranges, value_1)), seen))); continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u32(msg.value_2)); continue;
+        ZIDL_FIELD(3, varint, 2, in.u32(msg.value_3)); continue;
+        ZIDL_FIELD(4, varint, 3, in.u32(msg.value_4)); continue;
+        ZIDL_FIELD(5, varint, 4, in.u32(msg.value_5)); continue;
+        ZIDL_FIELD(6, varint, 5, in.u32(msg.value_6)); continue;
+        ZIDL_FIELD(7, varint, 6, in.u32(msg.value_7)); continue;
+        ZIDL_FIELD(8, varint, 7, in.u32(msg.value_8)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8>(in.tag() >> 3)))
                 continue;
@@ -131,6 +136,18 @@ inline int32_t decode(zidl_ip_rib_srv6_lib_ranges &msg, const uint8_t *pos, cons
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_lib_ranges &msg)
+{
+    uint64_t seen = 0;
+    in.u32_run<1, 8, 0>(member_bytes(msg, offsetof(zidl_ip_rib_srv6_lib_ranges, value_1)), seen);
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // ip_rib_srv6_locator

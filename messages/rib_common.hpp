@@ -438,15 +438,16 @@ Sink encode(Sink out, const zidl_rib_nnh &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_nnh &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_nnh &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN_RUN(1, 4);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // nnh_value_1 to nnh_value_4
-        ZIDL_RUN(1, (in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_rib_nnh, nnh_value_1)), seen))); continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.nnh_value_1)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u32(msg.nnh_value_2)); continue;
+        ZIDL_FIELD(3, varint, 2, in.u32(msg.nnh_value_3)); continue;
+        ZIDL_FIELD(4, varint, 3, in.u32(msg.nnh_value_4)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -455,6 +456,18 @@ inline int32_t decode(zidl_rib_nnh &msg, const uint8_t *pos, const uint8_t *end,
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_nnh &msg)
+{
+    uint64_t seen = 0;
+    in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_rib_nnh, nnh_value_1)), seen);
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_nnh &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // rib_algo_label
@@ -481,15 +494,16 @@ Sink encode(Sink out, const zidl_rib_algo_label &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_algo_label &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_algo_label &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN_RUN(1, 4);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // algo_label_value_1 to algo_label_value_4
-        ZIDL_RUN(1, (in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_rib_algo_label, algo_label_value_1)), seen))); continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.algo_label_value_1)); continue;
+        ZIDL_FIELD(2, varint, 1, in.u32(msg.algo_label_value_2)); continue;
+        ZIDL_FIELD(3, varint, 2, in.u32(msg.algo_label_value_3)); continue;
+        ZIDL_FIELD(4, varint, 3, in.u32(msg.algo_label_value_4)); continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -498,6 +512,18 @@ inline int32_t decode(zidl_rib_algo_label &msg, const uint8_t *pos, const uint8_
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_algo_label &msg)
+{
+    uint64_t seen = 0;
+    in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_rib_algo_label, algo_label_value_1)), seen);
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_algo_label &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // rib_path_grouping_info
@@ -640,16 +666,17 @@ Sink encode(Sink out, const zidl_rib_path_l2_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_path_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.varied_u32(msg.l2_value_1)); ZIDL_THEN_RUN(5, 4); continue;
-        ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) // l2_value_5 to l2_value_8
-        ZIDL_RUN(5, (in.u32_run<5, 4, 1>(member_bytes(msg, offsetof(zidl_rib_path_l2_info, l2_value_5)), seen))); continue;
+        ZIDL_FIELD(1, varint, 0, in.u32(msg.l2_value_1)); continue;
+        ZIDL_FIELD(5, varint, 1, in.u32(msg.l2_value_5)); continue;
+        ZIDL_FIELD(6, varint, 2, in.u32(msg.l2_value_6)); continue;
+        ZIDL_FIELD(7, varint, 3, in.u32(msg.l2_value_7)); continue;
+        ZIDL_FIELD(8, varint, 4, in.u32(msg.l2_value_8)); continue;
         default:
             if (in.unknown(is_one_of<1, 5, 6, 7, 8>(in.tag() >> 3)))
                 continue;
@@ -658,6 +685,19 @@ inline int32_t decode(zidl_rib_path_l2_info &msg, const uint8_t *pos, const uint
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_l2_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.varied_u32<1>(msg.l2_value_1))                                                      seen |= bit<0>;
+    in.u32_run<5, 4, 1>(member_bytes(msg, offsetof(zidl_rib_path_l2_info, l2_value_5)), seen);
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_path_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // rib_path_via_aft_id
@@ -749,18 +789,19 @@ Sink encode(Sink out, const zidl_rib_path_ip_tunnel_info &msg)
     return out;
 }
 
-inline int32_t decode(zidl_rib_path_ip_tunnel_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_ip_tunnel_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
-    reader in(pos, end, context);
-    uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    patient_reader in(pos, end, context);
+    uint64_t seen = msg.presence;
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.varied_u32(msg.tunnel_value_1)); ZIDL_THEN(5, varint); ZIDL_THEN_RUN(6, 4); ZIDL_THEN(10, varint); continue;
-        ZIDL_FIELD(5, varint, 1, in.boolean(msg.tunnel_flag));       ZIDL_THEN_RUN(6, 4); ZIDL_THEN(10, varint);                       continue;
-        ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) ZIDL_CASE(9) // tunnel_value_6 to tunnel_value_9
-        ZIDL_RUN(6, (in.u32_run<6, 4, 2>(member_bytes(msg, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6)), seen))); ZIDL_THEN(10, varint); continue;
-        ZIDL_FIELD(10, varint, 6, in.varied_u64(msg.tunnel_value_10)); continue;
+        ZIDL_FIELD(1,  varint, 0, in.u32(msg.tunnel_value_1));  continue;
+        ZIDL_FIELD(5,  varint, 1, in.boolean(msg.tunnel_flag)); continue;
+        ZIDL_FIELD(6,  varint, 2, in.u32(msg.tunnel_value_6));  continue;
+        ZIDL_FIELD(7,  varint, 3, in.u32(msg.tunnel_value_7));  continue;
+        ZIDL_FIELD(8,  varint, 4, in.u32(msg.tunnel_value_8));  continue;
+        ZIDL_FIELD(9,  varint, 5, in.u32(msg.tunnel_value_9));  continue;
+        ZIDL_FIELD(10, varint, 6, in.u64(msg.tunnel_value_10)); continue;
         default:
             if (in.unknown(is_one_of<1, 5, 6, 7, 8, 9, 10>(in.tag() >> 3)))
                 continue;
@@ -769,6 +810,21 @@ inline int32_t decode(zidl_rib_path_ip_tunnel_info &msg, const uint8_t *pos, con
     }
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
+}
+
+ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_ip_tunnel_info &msg)
+{
+    uint64_t seen = 0;
+    if (in.varied_u32<1>(msg.tunnel_value_1))                                                             seen |= bit<0>;
+    if (in.boolean<5>(msg.tunnel_flag))                                                                   seen |= bit<1>;
+    in.u32_run<6, 4, 2>(member_bytes(msg, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6)), seen);
+    if (in.varied_u64<10>(msg.tunnel_value_10))                                                           seen |= bit<6>;
+    msg.presence = static_cast<uint8_t>(msg.presence | seen);
+}
+
+ZIDL_SMALL int32_t decode(zidl_rib_path_ip_tunnel_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+{
+    return decode_small(msg, pos, end, context);
 }
 
 // rib_path_iid_attr

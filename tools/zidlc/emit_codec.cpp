@@ -141,12 +141,15 @@ bool has_varied_values(const message &msg)
     return false;
 }
 
-// Small messages are read in order first.
-constexpr size_t small = 6;
+// How many fields a small message has at most, and one that is mostly a run of values.
+constexpr size_t few_fields = 6;
+constexpr size_t few_values = 8;
 
+// Small messages are read in the schema's order first: a few singular fields, or one run without memory around it.
 bool is_small(const message &msg)
 {
-    return msg.fields.size() <= small && !has_varied_values(msg) &&
+    const bool is_run = has_varied_values(msg) && !msg.owns_memory;
+    return msg.fields.size() <= (is_run ? few_values : few_fields) && is_run == has_varied_values(msg) &&
            std::all_of(msg.fields.begin(), msg.fields.end(),
                        [](const field &f) { return !f.repeated && (f.nested == nullptr || is_small(*f.nested)); });
 }
@@ -291,25 +294,22 @@ void emit_encode(printer &out, const message &msg)
     out.line();
 }
 
-std::string read_call(const message &msg, const field &f)
+// The kind as readers name it; numbers in messages with varied values are read without a guess.
+std::string reader_kind(const field &f, bool varied)
 {
-    if (f.repeated)
-        return fmt::format("in.{}<{}>({}, seen & bit<{}>)", helper_kind(f), f.number, members(f, "msg"), f.bit);
-    switch (f.type) {
-    case kind::boolean:
-        return fmt::format("in.boolean(msg.{})", f.name);
-    case kind::fixed32:
-        return fmt::format("in.fixed(msg.{})", f.name);
-    case kind::string:
-    case kind::bytes:
-    case kind::message:
-        return fmt::format("in.{}({}, seen & bit<{}>)", helper_kind(f), members(f, "msg"), f.bit);
-    case kind::u32:
-    case kind::u64:
-        return fmt::format("in.{}{}(msg.{})", has_varied_values(msg) ? "varied_" : "", helper_kind(f), f.name);
-    default:
-        return fmt::format("in.{}(msg.{})", helper_kind(f), f.name);
-    }
+    if (f.type == kind::boolean)
+        return "boolean";
+    if (f.type == kind::fixed32)
+        return "fixed";
+    const bool is_number = (f.type == kind::u32 || f.type == kind::u64) && !f.repeated;
+    return (varied && is_number ? "varied_" : "") + helper_kind(f);
+}
+
+std::string read_call(const field &f, bool varied)
+{
+    const std::string number = f.repeated ? fmt::format("<{}>", f.number) : "";
+    const std::string filled = f.repeated || !f.is_scalar() ? fmt::format(", seen & bit<{}>", f.bit) : "";
+    return fmt::format("in.{}{}({}{})", reader_kind(f, varied), number, members(f, "msg"), filled);
 }
 
 // What a decoder reads with one line: a field, or a run of u32 fields.
@@ -338,11 +338,9 @@ std::string prediction(const read_group &group)
 }
 
 // What likely comes behind a group.
-std::string predictions(const message &msg, const std::vector<read_group> &groups, size_t index)
+std::string predictions(const std::vector<read_group> &groups, size_t index)
 {
     std::string tests;
-    if (is_small(msg))
-        return tests;
     for (size_t next = index + 1; next < groups.size() && next <= index + lookahead; ++next)
         tests += prediction(groups[next]) + " ";
     return tests;
@@ -361,20 +359,34 @@ void emit_read_run(printer &out, const message &msg, const read_group &run, cons
         first.number, run.last - run.first, first.bit, record_type(msg), first.name, behind);
 }
 
+void add_read_row(table &rows, const field &f, bool varied, const std::string &behind)
+{
+    rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, wire_type_name(f), f.bit,
+             read_call(f, varied), behind);
+}
+
 void emit_read_rows(printer &out, const message &msg)
 {
     const auto groups = read_groups(msg);
+    const bool varied = has_varied_values(msg);
     table rows;
     for (size_t i = 0; i < groups.size(); ++i) {
-        const field &f = *groups[i].first;
         if (groups[i].is_run()) {
             out.block(std::exchange(rows, {}), "        ");
-            emit_read_run(out, msg, groups[i], predictions(msg, groups, i));
+            emit_read_run(out, msg, groups[i], predictions(groups, i));
         } else {
-            rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, wire_type_name(f), f.bit,
-                     read_call(msg, f), predictions(msg, groups, i));
+            add_read_row(rows, *groups[i].first, varied, predictions(groups, i));
         }
     }
+    out.block(rows, "        ");
+}
+
+// The same for what is seldom read this way: nothing is foreseen.
+void emit_patient_rows(printer &out, const message &msg)
+{
+    table rows;
+    for (const field &f : msg.fields)
+        add_read_row(rows, f, false, "");
     out.block(rows, "        ");
 }
 
@@ -386,17 +398,26 @@ std::string field_numbers(const message &msg)
     return numbers;
 }
 
-std::string ordered_read_call(const field &f)
+std::string ordered_read_call(const message &msg, const field &f)
 {
-    const std::string name = f.type == kind::boolean ? "boolean" : f.type == kind::fixed32 ? "fixed" : helper_kind(f);
-    return fmt::format("in.{}<{}>({})", name, f.number, members(f, "msg"));
+    return fmt::format("in.{}<{}>({})", reader_kind(f, has_varied_values(msg)), f.number, members(f, "msg"));
+}
+
+void add_ordered_row(table &rows, const message &msg, const read_group &group)
+{
+    const field &first = *group.first;
+    if (group.is_run())
+        rows.add("in.u32_run<{}, {}, {}>(member_bytes(msg, offsetof({}, {})), seen);", first.number,
+                 group.last - group.first, first.bit, record_type(msg), first.name);
+    else
+        rows.add("if ({})\t seen |= bit<{}>;", ordered_read_call(msg, first), first.bit);
 }
 
 void emit_decode_in_order(printer &out, const message &msg)
 {
     table rows;
-    for (const field &f : msg.fields)
-        rows.add("if ({})\t seen |= bit<{}>;", ordered_read_call(f), f.bit);
+    for (const read_group &group : read_groups(msg))
+        add_ordered_row(rows, msg, group);
     out.line("ZIDL_INLINE void decode_in_order(ordered_reader &in, {} &msg)", record_type(msg));
     out.line("{{");
     out.line("    uint64_t seen = 0;");
@@ -406,23 +427,19 @@ void emit_decode_in_order(printer &out, const message &msg)
     out.line();
 }
 
-void emit_decode(printer &out, const message &msg)
+void emit_decoder_head(printer &out, const message &msg, const std::string &linkage_and_name)
 {
-    const bool in_order_first = is_small(msg);
-    out.line("{} int32_t {}({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)",
-             in_order_first ? "ZIDL_COLD inline" : "inline", in_order_first ? "decode_in_any_order" : "decode",
+    out.line("{}({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)", linkage_and_name,
              record_type(msg));
     out.line("{{");
-    out.line("    {} in(pos, end, context);", in_order_first ? "patient_reader" : "reader");
-    if (in_order_first) {
-        out.line("    uint64_t seen = msg.presence;");
-    } else {
-        out.line("    uint64_t seen = 0;");
-        out.line("    {}", prediction(read_groups(msg).front()));
-    }
+}
+
+// Field after field, whatever comes, until the message ends.
+void emit_field_loop(printer &out, const message &msg)
+{
     out.line("    while (in.next_tag()) {{");
     out.line("        switch (in.tag()) {{");
-    emit_read_rows(out, msg);
+    is_small(msg) ? emit_patient_rows(out, msg) : emit_read_rows(out, msg);
     out.line("        default:");
     out.line("            if (in.unknown(is_one_of<{}>(in.tag() >> 3)))", field_numbers(msg));
     out.line("                continue;");
@@ -433,16 +450,30 @@ void emit_decode(printer &out, const message &msg)
     out.line("    return in.status();");
     out.line("}}");
     out.line();
-    if (!in_order_first)
-        return;
+}
+
+void emit_decode_small(printer &out, const message &msg)
+{
+    emit_decoder_head(out, msg, "ZIDL_COLD inline int32_t decode_in_any_order");
+    out.line("    patient_reader in(pos, end, context);");
+    out.line("    uint64_t seen = msg.presence;");
+    emit_field_loop(out, msg);
     emit_decode_in_order(out, msg);
-    out.line(
-        "ZIDL_SMALL int32_t decode({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)",
-        record_type(msg));
-    out.line("{{");
+    emit_decoder_head(out, msg, "ZIDL_SMALL int32_t decode");
     out.line("    return decode_small(msg, pos, end, context);");
     out.line("}}");
     out.line();
+}
+
+void emit_decode(printer &out, const message &msg)
+{
+    if (is_small(msg))
+        return emit_decode_small(out, msg);
+    emit_decoder_head(out, msg, "inline int32_t decode");
+    out.line("    reader in(pos, end, context);");
+    out.line("    uint64_t seen = 0;");
+    out.line("    {}", prediction(read_groups(msg).front()));
+    emit_field_loop(out, msg);
 }
 
 void emit_duplicate(printer &out, const message &msg)
