@@ -20,6 +20,7 @@ RIB_TEST_CODEC(ip_rib_srv6_glb_encap_info);
 RIB_TEST_CODEC(ip_rib_srv6_locator);
 RIB_TEST_CODEC(ip_rib_srv6_mode_info);
 RIB_TEST_CODEC(ip_rib_srv6_prefix);
+RIB_TEST_CODEC(ip_rib_srv6_sid_ctx);
 RIB_TEST_CODEC(ip_rib_srv6_sid_info);
 RIB_TEST_CODEC(ip_rib_srv6_x_ctx);
 RIB_TEST_CODEC(rib_address);
@@ -54,6 +55,14 @@ std::vector<bytes> in_every_order(const std::vector<bytes> &pieces)
         inputs.push_back(input);
     } while (std::next_permutation(places.begin(), places.end()));
     return inputs;
+}
+
+// What lies behind a field decides how it is read: here an unknown field of more bytes than any look ahead takes.
+bytes far_from_the_end(bytes input)
+{
+    input.insert(input.end(), {0x7A, 0x18}); // 15, 24 bytes
+    input.insert(input.end(), 24, 0xFF);
+    return input;
 }
 
 // In front of the first piece, between any two of them, and behind the last.
@@ -554,6 +563,42 @@ TEST(contract_order, small_message_with_bytes_needs_no_memory_to_borrow_them)
     EXPECT_EQ(msg.sid.prefix, nullptr);
 }
 
+TEST(contract_order, small_message_in_order_cannot_do_without_memory_for_what_it_copies)
+{
+    const bytes whole_prefix = {
+        0x10, 0x18,       // 2 prefix_len = 24
+        0x22, 0x01, 0xD1, // 4 ipv6
+    };
+    zidl_rib_msg_prefix prefix = {};
+    EXPECT_EQ(decode_without_memory<rib_msg_prefix>(prefix, whole_prefix), ZIDL_ERR_NO_MEMORY);
+    EXPECT_EQ(prefix.presence, 0x02); // prefix_len
+    EXPECT_EQ(prefix.ipv6, nullptr);
+    EXPECT_EQ(prefix.ipv6_size, 0u);
+
+    const bytes whole_ctx = {
+        0x10, 0x07,      // 2
+        0x2A, 0x01, 'a', // 5 name_5
+    };
+    zidl_ip_rib_srv6_x_ctx ctx = {};
+    EXPECT_EQ(decode_without_memory<ip_rib_srv6_x_ctx>(ctx, whole_ctx), ZIDL_ERR_NO_MEMORY);
+    EXPECT_EQ(decode_without_memory<ip_rib_srv6_x_ctx>(ctx, whole_ctx, ZIDL_ZERO_COPY), ZIDL_ERR_NO_MEMORY);
+    EXPECT_EQ(ctx.presence & 0x30, 0x00); // neither name
+    EXPECT_EQ(ctx.name_5, nullptr);
+}
+
+TEST(contract_order, empty_bytes_and_strings_of_a_small_message_are_requested_with_their_sizes)
+{
+    memory mem;
+    zidl_rib_msg_prefix prefix = {};
+    EXPECT_EQ(decode<rib_msg_prefix>(prefix, {0x22, 0x00}, mem), ZIDL_OK); // 4 ipv6
+    EXPECT_EQ(mem.requests, sizes{0});
+    zidl_ip_rib_srv6_x_ctx ctx = {};
+    EXPECT_EQ(decode<ip_rib_srv6_x_ctx>(ctx, {0x2A, 0x00, 0x32, 0x00}, mem), ZIDL_OK); // 5 name_5, 6 name_6
+    EXPECT_EQ(mem.requests, (sizes{0, 1, 1}));
+    EXPECT_STREQ(ctx.name_5, "");
+    EXPECT_STREQ(ctx.name_6, "");
+}
+
 TEST(contract_order, missing_memory_is_found_before_a_length_and_a_length_before_the_request)
 {
     const bytes bytes_past_the_end = {
@@ -695,11 +740,15 @@ TEST(contract_order, wide_value_is_malformed_wherever_its_message_ends_within_it
 TEST(contract_order, bool_of_a_small_message_is_one_when_any_of_its_64_bits_is_set)
 {
     const auto selector = [](const bytes &varint) {
-        auto msg = rubbish<rib_srv6_oper_type>();
         const bytes tail = {0x10, 0x07}; // 2 oper_when_set = 7
-        EXPECT_EQ(decode_without_memory<rib_srv6_oper_type>(msg, joined({{0x08}, varint, tail})), ZIDL_OK);
-        EXPECT_EQ(msg.oper_when_set, 7u);
-        return msg.oper_selector;
+        const bytes input = joined({{0x08}, varint, tail});
+        auto near = rubbish<rib_srv6_oper_type>();
+        auto far = rubbish<rib_srv6_oper_type>();
+        EXPECT_EQ(decode_without_memory<rib_srv6_oper_type>(near, input), ZIDL_OK);
+        EXPECT_EQ(decode_without_memory<rib_srv6_oper_type>(far, far_from_the_end(input)), ZIDL_OK);
+        EXPECT_EQ(std::memcmp(&near, &far, sizeof near), 0);
+        EXPECT_EQ(near.oper_when_set, 7u);
+        return near.oper_selector;
     };
     EXPECT_EQ(selector({0x80, 0x80, 0x80, 0x80, 0x10}), 1);                               // 2^32
     EXPECT_EQ(selector({0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x01}), 1);       // 2^56
@@ -713,11 +762,13 @@ TEST(contract_order, bool_of_a_small_message_is_one_when_any_of_its_64_bits_is_s
 TEST(contract_order, value_of_a_small_message_keeps_its_low_32_bits_whatever_its_length)
 {
     for (const wide_value &each : all_wide_values()) {
-        zidl_rib_prefix msg = {};
-        const bytes input = joined({{0x10}, each.varint, {0x0A, 0x00}}); // 2 prefix_len, 1 address
-        EXPECT_EQ(decode_without_memory<rib_prefix>(msg, input), ZIDL_OK);
-        EXPECT_EQ(msg.prefix_len, static_cast<uint32_t>(each.value)) << each.varint.size();
-        EXPECT_EQ(msg.presence, 0x03);
+        const bytes near = joined({{0x10}, each.varint, {0x0A, 0x00}}); // 2 prefix_len, 1 address
+        for (const bytes &input : {near, far_from_the_end(near)}) {
+            zidl_rib_prefix msg = {};
+            EXPECT_EQ(decode_without_memory<rib_prefix>(msg, input), ZIDL_OK);
+            EXPECT_EQ(msg.prefix_len, static_cast<uint32_t>(each.value)) << each.varint.size();
+            EXPECT_EQ(msg.presence, 0x03);
+        }
     }
 }
 
@@ -926,6 +977,16 @@ TEST(contract_order, largest_values_of_a_bounded_message_fit_into_a_buffer_of_ju
         0x18, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, // 3 nhid
     };
     expect_start_whatever_the_buffer<rib_nhid_update>(msg, whole, whole.size(), 0);
+}
+
+TEST(contract_order, message_whose_only_string_is_null_is_written_where_its_own_bit_says_so_alone)
+{
+    zidl_ip_rib_srv6_sid_ctx msg = {};
+    msg.e_ctx.presence = 0x04;  // name_3, which is null
+    msg.dt_ctx.presence = 0x02; // name_2, likewise
+    expect_start_whatever_the_buffer<ip_rib_srv6_sid_ctx>(msg, {}, 0, 0);
+    msg.presence = 0x04;                                                            // e_ctx
+    expect_start_whatever_the_buffer<ip_rib_srv6_sid_ctx>(msg, {0x1A, 0x00}, 2, 0); // 3 e_ctx, empty
 }
 
 // Hostile sizes
