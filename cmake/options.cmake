@@ -45,6 +45,12 @@ function(rib_library_objects target)
   target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE rib_warnings)
+  # Records are cleared and copied by the C library. The string instructions that g++ would write take longer to start than
+  # a record takes to clear.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|amd64|AMD64|i[3-6]86")
+    set(strategy unrolled_loop:64:noalign,libcall:-1:noalign)
+    target_compile_options(${target} PRIVATE -mmemset-strategy=${strategy} -mmemcpy-strategy=${strategy})
+  endif()
 endfunction()
 
 # The codec is straight-line code: what -O3 adds makes it larger, not faster, and so does alignment within functions. Vectors
