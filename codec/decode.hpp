@@ -416,7 +416,7 @@ private:
         return take_parsed(parse_varint<Value>(pos_, end_, context_.wide_end), value);
     }
 
-    // Expects a varint of any length up to eight bytes.
+    // Expects a varint of any length.
     template <class Value>
     ZIDL_INLINE bool read_varied(Value &value)
     {

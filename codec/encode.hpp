@@ -499,14 +499,14 @@ struct content_sizes {
     }
 };
 
-// What a message of bounded size takes on the wire at most, in bytes.
+// Whether what a message of bounded size takes on the wire at most fits into `room` bytes, and its sizes are to be trusted.
 template <class Record>
-ZIDL_INLINE size_t size_bound(const Record &msg)
+ZIDL_INLINE bool bound_fits(const Record &msg, size_t room)
 {
     content_sizes sizes{shape<Record>::fixed_bound, 0};
     if constexpr (shape<Record>::owns_memory)
         add_sizes(sizes, msg);
-    return ZIDL_LIKELY(sizes.bits < suspicious_size) ? sizes.bound : SIZE_MAX;
+    return ZIDL_LIKELY(sizes.bound <= room) && ZIDL_LIKELY(sizes.bits < suspicious_size);
 }
 
 // Whether the whole encoding fits into `buflen` bytes.
@@ -564,7 +564,7 @@ struct fast_writer : unchecked_writer {
             unchecked_writer::put_message<Tag>(msg, present);
         } else if constexpr (shape<Record>::is_bounded) {
             constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
-            if (ZIDL_LIKELY(left() >= measured_below) && ZIDL_LIKELY(left() - max_head >= size_bound(msg)))
+            if (ZIDL_LIKELY(left() >= measured_below) && ZIDL_LIKELY(bound_fits(msg, left() - max_head)))
                 unchecked_writer::put_message<Tag>(msg, present);
             else
                 *this = put_measured<Tag>(*this, msg, present);

@@ -45,7 +45,7 @@ template <class Record>
 ZIDL_INLINE uint8_t *encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
 {
     if constexpr (shape<Record>::is_bounded) {
-        const bool fits = ZIDL_LIKELY(buflen >= size_bound(msg)) || certainly_fits(msg, buflen);
+        const bool fits = ZIDL_LIKELY(bound_fits(msg, buflen)) || certainly_fits(msg, buflen);
         return ZIDL_LIKELY(fits) ? encode(unchecked_writer{buf}, msg).pos : nullptr;
     } else {
         const fast_writer out = writer_for(msg, buf, buflen);
@@ -55,7 +55,8 @@ ZIDL_INLINE uint8_t *encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
 
 constexpr size_t not_written = SIZE_MAX;
 
-// What does without the exact writer. The encoding's length, unless segments are listed, bytes are borrowed or the buffer does not suffice: `not_written` then.
+// What does without the exact writer. The encoding's length, unless segments are listed, bytes are borrowed or the buffer
+// does not suffice: `not_written` then.
 template <class Record>
 ZIDL_INLINE size_t encode_quickly(const Record &msg, uint8_t *buf, size_t buflen, const uint32_t *nsegs, uint32_t flags)
 {

@@ -1068,6 +1068,19 @@ TEST(contract_order, position_that_wraps_over_a_hostile_size_writes_on_from_ther
     expect_only<ip_rib_srv6_glb_encap_info>(encap, 11, joined({{0x12, 0x07}, prefix, {0x18, 0x01}})); // 2, 3 flag_3
 }
 
+TEST(contract_order, buffer_said_to_have_all_of_memory_does_not_make_a_hostile_size_fit)
+{
+    const zidl_ip_rib_srv6_prefix msg = prefix_of_size(UINT64_MAX);
+    const bytes expected = {
+        0x0A, 0xFF, 0xFF, 0xFF, 0xFF, // 1 prefix, 2^32 - 1 bytes, but for the last byte of the length
+        0x10, 0x18,                   // 2 prefix_len = 24, from one byte before
+    };
+    bytes buf(64, 0xEE);
+    ASSERT_EQ(zidl_ip_rib_srv6_prefix_encode_ext(&msg, buf.data(), SIZE_MAX, nullptr, nullptr, 0), expected.size());
+    EXPECT_EQ(bytes(buf.begin(), buf.begin() + 7), expected);
+    EXPECT_EQ(bytes(buf.begin() + 7, buf.end()), bytes(57, 0xEE));
+}
+
 TEST(contract_order, two_sizes_that_cancel_each_other_out_are_not_taken_for_small_ones)
 {
     zidl_ip_rib_srv6_glb_encap_info msg = {};

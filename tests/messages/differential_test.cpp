@@ -121,9 +121,12 @@ public:
 private:
     std::string run_record()
     {
-        prepare_record();
+        std::string found = random_.percent(10) ? encode_hostile_record() : "";
+        if (!found.empty())
+            return found;
+        prepare_record(fill_at_random);
         input_ = encoding();
-        std::string found = encode_in_some_ways(input_.size());
+        found = encode_in_some_ways(input_.size());
         if (found.empty())
             found = check_.duplicate(some_memory(), some_fill());
         if (found.empty())
@@ -137,12 +140,26 @@ private:
         return decode_and_use();
     }
 
-    void prepare_record()
+    // Into buffers that none of the hostile sizes fits.
+    std::string encode_hostile_record()
+    {
+        prepare_record(fill_with_hostile_sizes);
+        const uint32_t flags = some_flags();
+        std::string found = check_.encode({std::nullopt, std::nullopt, flags});
+        if (found.empty()) // a fast writer tries buffers of some thousand bytes
+            found = check_.encode({random_.below(random_.percent(50) ? 200 : 20000), std::nullopt, flags});
+        if (found.empty())
+            found = check_.encode({random_.below(200), some_capacity(), some_flags()});
+        return found;
+    }
+
+    template <class Fill>
+    void prepare_record(Fill fill)
     {
         const random_source start = random_;
         check_.prepare([&](uint8_t *msg, test_arena &memory) {
             random_ = start;
-            fill_at_random(*type_, msg, random_, memory);
+            fill(*type_, msg, random_, memory);
         });
     }
 
@@ -206,7 +223,7 @@ private:
             if (random_.percent(60))
                 return bytes;
         } else {
-            prepare_record();
+            prepare_record(fill_at_random);
             bytes = encoding();
         }
         mutate(bytes, random_fields(*type_, random_), random_);

@@ -14,9 +14,9 @@ using namespace record_access;
 class record_filler
 {
 public:
-    record_filler(random_source &random, test_arena &memory)
-        : random_(random), memory_(memory), density_(DENSITIES[random.below(std::size(DENSITIES))]),
-          elements_left_(random.below(24))
+    record_filler(random_source &random, test_arena &memory, unsigned percent_hostile)
+        : random_(random), memory_(memory), percent_hostile_(percent_hostile),
+          density_(DENSITIES[random.below(std::size(DENSITIES))]), elements_left_(random.below(24))
     {
     }
 
@@ -116,8 +116,18 @@ private:
         return data;
     }
 
+    uint64_t hostile_size()
+    {
+        constexpr uint64_t SIZES[] = {0x0fffffff, 0x10000000, 0xffffffff, 0x100000000, 0x8000000000000000};
+        if (random_.percent(50))
+            return SIZES[random_.below(std::size(SIZES))] + random_.below(3);
+        return random_.percent(70) ? UINT64_MAX - random_.below(200) : random_.next() | 0x10000000;
+    }
+
     zidl_bytes contents()
     {
+        if (random_.percent(percent_hostile_))
+            return {block(1), hostile_size()};
         const size_t size = length();
         if (size == 0 && random_.percent(50))
             return {nullptr, 0};
@@ -126,6 +136,7 @@ private:
 
     random_source &random_;
     test_arena &memory_;
+    unsigned percent_hostile_; // of bytes members
     unsigned density_;
     size_t elements_left_; // of messages, all arrays of the record together
 };
@@ -134,5 +145,10 @@ private:
 
 void fill_at_random(const message_descriptor &type, void *msg, random_source &random, test_arena &memory)
 {
-    record_filler(random, memory).fill(type, msg);
+    record_filler(random, memory, 0).fill(type, msg);
+}
+
+void fill_with_hostile_sizes(const message_descriptor &type, void *msg, random_source &random, test_arena &memory)
+{
+    record_filler(random, memory, 30).fill(type, msg);
 }

@@ -135,7 +135,7 @@ TEST(zidlc_own_project, omitted_arguments_are_omitted)
 
 TEST(zidlc_own_project, descriptors_tell_the_layout_of_the_records)
 {
-    EXPECT_EQ(zidl::message_count, 7u);
+    EXPECT_EQ(zidl::message_count, 8u);
     EXPECT_EQ(zidl::find_message("nothing"), nullptr);
     const zidl::message_descriptor *reading = zidl::find_message("reading");
     ASSERT_NE(reading, nullptr);
@@ -193,4 +193,43 @@ TEST(zidlc_own_project, tags_of_three_bytes_beside_a_run_are_written_and_read)
     ASSERT_EQ(len, expected.size());
     EXPECT_EQ(bytes(large.begin(), large.begin() + static_cast<ptrdiff_t>(len)), expected);
     EXPECT_EQ(large[len], 0xee) << "nothing is stored behind the encoding";
+}
+
+TEST(zidlc_own_project, small_message_of_fixed32_and_u8_is_read_in_order_and_otherwise)
+{
+    const bytes latitude = {0x0d, 0x04, 0x03, 0x02, 0x01};        // 1 latitude = 0x01020304
+    const bytes channel = {0x10, 0xc8, 0x03};                     // 2 channel = 456, whose low 8 bits count
+    const bytes longitude = {0x85, 0x01, 0xff, 0xff, 0xff, 0x7f}; // 16 longitude = 0x7fffffff
+    const std::vector<std::vector<bytes>> orders = {{latitude, channel, longitude},
+                                                    {longitude, channel, latitude},
+                                                    {channel, latitude, longitude},
+                                                    {latitude, latitude, channel, longitude}};
+    for (const std::vector<bytes> &order : orders) {
+        bytes input;
+        for (const bytes &field : order)
+            input.insert(input.end(), field.begin(), field.end());
+        zidl_far_kinds msg = {};
+        ASSERT_EQ(zidl_far_kinds_decode_ext(&msg, input.data(), input.size(), nullptr, nullptr, 0), ZIDL_OK);
+        EXPECT_EQ(msg.presence, 7);
+        EXPECT_EQ(msg.latitude, 0x01020304u);
+        EXPECT_EQ(msg.channel, 456 - 256);
+        EXPECT_EQ(msg.longitude, 0x7fffffffu);
+    }
+}
+
+TEST(zidlc_own_project, small_message_cut_off_inside_a_fixed32_is_malformed_and_keeps_what_stands_before)
+{
+    const bytes whole = {
+        0x10, 0x07,                         // 2 channel = 7
+        0x85, 0x01, 0x04, 0x03, 0x02, 0x01, // 16 longitude
+    };
+    for (size_t len = 3; len < whole.size(); ++len) {
+        const bytes input(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(len));
+        zidl_far_kinds msg = {};
+        EXPECT_EQ(zidl_far_kinds_decode_ext(&msg, input.data(), input.size(), nullptr, nullptr, 0), ZIDL_ERR_MALFORMED)
+            << len;
+        EXPECT_EQ(msg.presence, 2) << len;
+        EXPECT_EQ(msg.channel, 7) << len;
+        EXPECT_EQ(msg.longitude, 0u) << len;
+    }
 }

@@ -92,8 +92,9 @@ bool is_small(const message &msg)
     if (varied && msg.owns_memory)
         return false;
     return msg.fields.size() <= (varied ? few_values : few_fields) &&
-           std::all_of(msg.fields.begin(), msg.fields.end(),
-                       [](const field &f) { return !f.repeated && (f.nested == nullptr || is_small(*f.nested)); });
+           std::all_of(msg.fields.begin(), msg.fields.end(), [](const field &f) {
+               return !f.repeated && f.tag_size <= 2 && (f.nested == nullptr || is_small(*f.nested));
+           });
 }
 
 bool is_bounded(const message &msg)

@@ -34,7 +34,8 @@ field_iterator end_of_run(field_iterator first, field_iterator last);
 // the same nearly every time.
 bool has_varied_values(const message &msg);
 
-// Small messages are read in the schema's order first: a few singular fields, or one run without memory around it.
+// Small messages are read in the schema's order first: a few singular fields with short tags, and no memory where there is
+// a run among them.
 bool is_small(const message &msg);
 
 // Whether the sizes of its bytes members bound what the message takes on the wire: nothing has to be looked at, and no string
