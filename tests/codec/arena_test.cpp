@@ -190,4 +190,43 @@ TEST(zidl_arena, decoded_record_lies_in_the_arena_and_survives_its_release)
     EXPECT_EQ(list.keys, nullptr);
 }
 
+TEST(zidl_arena, rest_of_a_block_that_is_no_multiple_of_eight_is_not_used)
+{
+    alignas(8) uint8_t block[16];
+    arena_guard guard(block, 15);
+    EXPECT_EQ(guard.alloc(8), block);
+    EXPECT_FALSE(lies_in(guard.alloc(7), block, sizeof block));
+}
+
+TEST(zidl_arena, size_of_zero_needs_no_malloc_even_where_nothing_is_left)
+{
+    uint64_t block[1];
+    arena_guard guard(block, sizeof block);
+    guard.alloc(8);
+    EXPECT_NE(guard.alloc(0), nullptr);
+    EXPECT_EQ(guard.arena.newest, nullptr);
+}
+
+TEST(zidl_arena, refused_size_leaves_the_room_to_others)
+{
+    uint64_t block[2];
+    arena_guard guard(block, sizeof block);
+    EXPECT_EQ(guard.alloc(std::numeric_limits<size_t>::max()), nullptr);
+    EXPECT_EQ(guard.alloc(std::numeric_limits<size_t>::max() / 4), nullptr);
+    EXPECT_EQ(guard.alloc(16), reinterpret_cast<uint8_t *>(block));
+    EXPECT_EQ(guard.arena.newest, nullptr);
+}
+
+TEST(zidl_arena, reset_keeps_the_largest_block_though_a_smaller_one_was_used_after_it)
+{
+    arena_guard guard(nullptr, 0);
+    guard.alloc(100);
+    zidl_arena_reset(&guard.arena);
+    guard.alloc(3 * size_t{ZIDL_ARENA_FIRST_GROWTH});
+    guard.alloc(100);
+    zidl_arena_reset(&guard.arena);
+    ASSERT_NE(guard.arena.spare, nullptr);
+    EXPECT_EQ(guard.arena.spare->size, 3 * size_t{ZIDL_ARENA_FIRST_GROWTH});
+}
+
 } // namespace

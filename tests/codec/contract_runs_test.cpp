@@ -15,6 +15,8 @@ namespace
 using namespace rib_test;
 
 RIB_TEST_CODEC(ip_rib_srv6_lib_ranges);
+RIB_TEST_CODEC(rib_client_advertisement);
+RIB_TEST_CODEC(rib_ecomm_array);
 RIB_TEST_CODEC(rib_encap_id_key);
 RIB_TEST_CODEC(rib_grid_sync_list);
 RIB_TEST_CODEC(rib_nnh);
@@ -962,6 +964,92 @@ TEST(encoded_run, run_at_the_end_of_a_large_buffer_is_cut_where_the_buffer_ends)
         expect_encoded<rib_route>(msg, whole, buflen);
     for (const size_t buflen : {4094u, 4095u, 4096u, 4097u, 4098u})
         expect_encoded<rib_route>(msg, whole, buflen);
+}
+
+// Into buffers that end within the last elements, or little behind them.
+template <class Codec>
+void expect_encoded_near_the_end(const typename Codec::record &msg, const bytes &whole)
+{
+    for (size_t buflen = whole.size() - 60; buflen <= whole.size() + 20; buflen++)
+        expect_encoded<Codec>(msg, whole, buflen);
+    expect_encoded<Codec>(msg, whole, 4096);
+}
+
+TEST(encoded_array, values_of_32_bits_are_cut_where_a_buffer_of_any_size_ends)
+{
+    std::vector<uint32_t> values = {0, 300, 4294967295};
+    const bytes last = {
+        0x08, 0x00,                         // 1 advertised_values[n - 3] = 0
+        0x08, 0xAC, 0x02,                   // 1 advertised_values[n - 2] = 300
+        0x08, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F, // 1 advertised_values[n - 1] = 4294967295
+    };
+    zidl_rib_client_advertisement msg = {};
+    msg.advertised_values = values.data();
+    msg.advertised_values_count = 3;
+    msg.presence = 0x01; // advertised_values
+    expect_encoded_into_any_buffer<rib_client_advertisement>(msg, last);
+
+    values.insert(values.begin(), 1500, 16384);
+    msg.advertised_values = values.data();
+    msg.advertised_values_count = 1503;
+    bytes whole;
+    for (size_t i = 0; i < 1500; i++)
+        append(whole, {0x08, 0x80, 0x80, 0x01}); // 1 advertised_values[i] = 16384
+    append(whole, last);
+    ASSERT_EQ(whole.size(), 6011u);
+    expect_encoded_near_the_end<rib_client_advertisement>(msg, whole);
+}
+
+TEST(encoded_array, values_of_64_bits_are_cut_where_a_buffer_of_any_size_ends)
+{
+    std::vector<uint64_t> values = {2097152, 72057594037927936, UINT64_MAX};
+    const bytes last = {
+        0x10, 0x80, 0x80, 0x80, 0x01,                                     // 2 ecomm_values[n - 3] = 2097152
+        0x10, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x01,       // 2 ecomm_values[n - 2] = 2^56
+        0x10, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, // 2 ecomm_values[n - 1] = 2^64 - 1
+        0x18, 0x07,                                                       // 3 ecomm_value_3 = 7
+    };
+    zidl_rib_ecomm_array msg = {};
+    msg.ecomm_values = values.data();
+    msg.ecomm_count = 3;
+    msg.ecomm_value_3 = 7;
+    msg.presence = 0x06; // ecomm_values, ecomm_value_3
+    expect_encoded_into_any_buffer<rib_ecomm_array>(msg, last);
+
+    values.insert(values.begin(), 2500, 1);
+    msg.ecomm_values = values.data();
+    msg.ecomm_count = 2503;
+    bytes whole;
+    for (size_t i = 0; i < 2500; i++)
+        append(whole, {0x10, 0x01}); // 2 ecomm_values[i] = 1
+    append(whole, last);
+    ASSERT_EQ(whole.size(), 5028u);
+    expect_encoded_near_the_end<rib_ecomm_array>(msg, whole);
+}
+
+TEST(encoded_array, small_messages_of_an_embedded_message_are_cut_where_a_large_buffer_ends)
+{
+    std::vector<zidl_rib_nnh> entries(800, zidl_rib_nnh{300, 0, 0, 0, 0x01}); // nnh_value_1
+    entries.push_back(zidl_rib_nnh{0, 0, 0, 0, 0x00});
+    entries.push_back(zidl_rib_nnh{0, 300, 1, 4294967295, 0x0F}); // nnh_value_1 to nnh_value_4
+    zidl_rib_path path = {};
+    path.nnh_entries = entries.data();
+    path.nnh_entries_count = 802;
+    path.presence = 0x20000; // nnh_entries
+    zidl_rib_route msg = {};
+    msg.paths = &path;
+    msg.paths_count = 1;
+    zidl_rib_route_mark_paths(&msg);
+    bytes whole = {0xD2, 0x01, 0xD3, 0x25}; // 26 paths[0], 4819 bytes
+    for (size_t i = 0; i < 800; i++) {
+        append(whole, {0xAA, 0x01, 0x03}); //   21 nnh_entries[i], 3 bytes
+        append(whole, {0x08, 0xAC, 0x02}); //     1 nnh_value_1 = 300
+    }
+    append(whole, {0xAA, 0x01, 0x00});                         //   21 nnh_entries[800], empty
+    append(whole, {0xAA, 0x01, 0x0D});                         //   21 nnh_entries[801], 13 bytes
+    append(whole, {0x08, 0x00, 0x10, 0xAC, 0x02, 0x18, 0x01}); //     0, 300, 1
+    append(whole, {0x20, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F});       //     4294967295
+    expect_encoded_near_the_end<rib_route>(msg, whole);
 }
 
 } // namespace
