@@ -91,7 +91,7 @@ static inline int zidl_arena_grow(zidl_arena *arena, size_t size)
 {
     zidl_arena_block *block = arena->spare;
     size_t room = (size_t)ZIDL_ARENA_FIRST_GROWTH;
-    if (block != NULL && block->size >= size) {
+    if (arena->newest == NULL && block != NULL && block->size >= size) {
         arena->spare = NULL;
         zidl_arena_use(arena, block);
         return 1;

@@ -217,16 +217,18 @@ TEST(zidl_arena, refused_size_leaves_the_room_to_others)
     EXPECT_EQ(guard.arena.newest, nullptr);
 }
 
-TEST(zidl_arena, reset_keeps_the_largest_block_though_a_smaller_one_was_used_after_it)
+TEST(zidl_arena, smaller_spare_block_does_not_follow_a_larger_one)
 {
     arena_guard guard(nullptr, 0);
     guard.alloc(100);
     zidl_arena_reset(&guard.arena);
-    guard.alloc(3 * size_t{ZIDL_ARENA_FIRST_GROWTH});
-    guard.alloc(100);
+    guard.alloc(3 * size_t{ZIDL_ARENA_FIRST_GROWTH}); // beyond the spare block
+    guard.alloc(100);                                 // the spare block would do
+    ASSERT_NE(guard.arena.newest, nullptr);
+    EXPECT_EQ(guard.arena.newest->size, 6 * size_t{ZIDL_ARENA_FIRST_GROWTH});
     zidl_arena_reset(&guard.arena);
     ASSERT_NE(guard.arena.spare, nullptr);
-    EXPECT_EQ(guard.arena.spare->size, 3 * size_t{ZIDL_ARENA_FIRST_GROWTH});
+    EXPECT_EQ(guard.arena.spare->size, 6 * size_t{ZIDL_ARENA_FIRST_GROWTH});
 }
 
 } // namespace
