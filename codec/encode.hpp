@@ -499,11 +499,12 @@ struct content_sizes {
     }
 };
 
-// Whether what a message of bounded size takes on the wire at most fits into `room` bytes, and its sizes are to be trusted.
-template <class Record>
+// Whether what a message of bounded size takes on the wire at most, and `Head` bytes before it, fit into `room` bytes, and
+// its sizes are to be trusted.
+template <size_t Head, class Record>
 ZIDL_INLINE bool bound_fits(const Record &msg, size_t room)
 {
-    content_sizes sizes{shape<Record>::fixed_bound, 0};
+    content_sizes sizes{Head + shape<Record>::fixed_bound, 0};
     if constexpr (shape<Record>::owns_memory)
         add_sizes(sizes, msg);
     return ZIDL_LIKELY(sizes.bound <= room) && ZIDL_LIKELY(sizes.bits < suspicious_size);
@@ -563,8 +564,7 @@ struct fast_writer : unchecked_writer {
             // The room around it covers it.
             unchecked_writer::put_message<Tag>(msg, present);
         } else if constexpr (shape<Record>::is_bounded) {
-            constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
-            if (ZIDL_LIKELY(left() >= measured_below) && ZIDL_LIKELY(bound_fits(msg, left() - max_head)))
+            if (ZIDL_LIKELY((bound_fits<varint_size(Tag) + max_varint32_size>(msg, left()))))
                 unchecked_writer::put_message<Tag>(msg, present);
             else
                 *this = put_measured<Tag>(*this, msg, present);

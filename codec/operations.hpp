@@ -45,7 +45,7 @@ template <class Record>
 ZIDL_INLINE uint8_t *encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
 {
     if constexpr (shape<Record>::is_bounded) {
-        const bool fits = ZIDL_LIKELY(bound_fits(msg, buflen)) || certainly_fits(msg, buflen);
+        const bool fits = ZIDL_LIKELY(bound_fits<0>(msg, buflen)) || certainly_fits(msg, buflen);
         return ZIDL_LIKELY(fits) ? encode(unchecked_writer{buf}, msg).pos : nullptr;
     } else {
         const fast_writer out = writer_for(msg, buf, buflen);
