@@ -15,6 +15,7 @@
 
 #include "messages/ip_rib.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -555,22 +556,34 @@ int compare_older_opaque(uint32_t, uint32_t sub_id, rib_opaque_update *opaque, v
     return 0;
 }
 
+// The payload with each of the six numbers reversed that lies wholly inside it.
+bytes swapped_older_opaque(bytes payload)
+{
+    const size_t numbers[][2] = {{0, 2}, {4, 4}, {8, 2}, {10, 2}, {12, 4}, {16, 4}}; // offset, size
+    for (const auto &[offset, size] : numbers)
+        if (offset + size <= payload.size())
+            std::reverse(payload.begin() + static_cast<std::ptrdiff_t>(offset),
+                         payload.begin() + static_cast<std::ptrdiff_t>(offset + size));
+    return payload;
+}
+
 void check_older_opaque(const bytes &payload, bool at_start)
 {
     uint8_t *place = room.place(payload, at_start);
     older_delivery delivery = {place, &payload, 0};
     updatetype_local update = stripped_update(LEGACY_OPAQUE, place, payload.size());
     platform.delims.clear();
+    platform.delim_reads_payload = false;
     rib_lib_pvt_parse_opaque_update(compare_older_opaque, &update, &delivery);
-    const bool whole = payload.size() >= 24;
     bool fits = false;
-    if (whole) {
+    if (payload.size() >= 24) {
         const uint32_t sum = big_endian(payload, 8, 2) + big_endian(payload, 16, 4);
         fits = uint64_t{24} + sum <= payload.size();
     }
     count(fits ? "older-form opaque updates delivered" : "older-form opaque updates dropped");
     expect(delivery.calls == (fits ? 1 : 0), "the number of older-form opaque callbacks");
-    expect(platform.delims.size() == (whole ? 1 : 0), "the delimiter of an older form");
+    expect(platform.delims.size() == 1, "the delimiter of an older form");
+    expect(bytes(place, place + payload.size()) == swapped_older_opaque(payload), "an older form after its conversion");
 }
 
 int compare_older_proto(uint32_t, rib_protoid_map *map, void *ctx)

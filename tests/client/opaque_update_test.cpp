@@ -379,17 +379,107 @@ TEST_F(opaque_update, older_form_of_the_fixed_part_alone_is_delivered)
     EXPECT_EQ(calls.size(), 1u);
 }
 
-TEST_F(opaque_update, older_form_shorter_than_the_fixed_part_is_dropped_untouched)
+// What a payload that breaks off inside the fixed part holds afterwards. Every byte is told from the others, so that each
+// number shows whether it was swapped.
+struct broken_off {
+    size_t least_len;
+    size_t most_len;
+    bytes swapped; // as far as the payload reaches
+};
+
+// clang-format off
+const broken_off broken_off_payloads[] = {
+    // lengths  type      unused      identifier              first len.  sub-id      value                   second length; unused
+    { 0,  1, {0x12}},
+    { 2,  7, {0x34, 0x12, 0x56, 0x78, 0x9A, 0xBC, 0xDE}},
+    { 8,  9, {0x34, 0x12, 0x56, 0x78, 0xF0, 0xDE, 0xBC, 0x9A, 0x00}},
+    {10, 11, {0x34, 0x12, 0x56, 0x78, 0xF0, 0xDE, 0xBC, 0x9A, 0x03, 0x00, 0x43}},
+    {12, 15, {0x34, 0x12, 0x56, 0x78, 0xF0, 0xDE, 0xBC, 0x9A, 0x03, 0x00, 0x21, 0x43, 0x0F, 0x1E, 0x2D}},
+    {16, 19, {0x34, 0x12, 0x56, 0x78, 0xF0, 0xDE, 0xBC, 0x9A, 0x03, 0x00, 0x21, 0x43, 0x3C, 0x2D, 0x1E, 0x0F, 0x00, 0x00, 0x00}},
+    {20, 23, {0x34, 0x12, 0x56, 0x78, 0xF0, 0xDE, 0xBC, 0x9A, 0x03, 0x00, 0x21, 0x43, 0x3C, 0x2D, 0x1E, 0x0F, 0x02, 0x00, 0x00, 0x00,
+              0x4B, 0x5A, 0x69}},
+};
+// clang-format on
+
+bytes first_of(const bytes &all, size_t len)
 {
-    const bytes fixed = fixed_part({0x00, 0x00}, {0x00, 0x00, 0x00, 0x00});
-    for (size_t len = 0; len < 24; len++) {
-        guarded_bytes payload(bytes(fixed.begin(), fixed.begin() + static_cast<std::ptrdiff_t>(len)));
+    return bytes(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(len));
+}
+
+TEST_F(opaque_update, older_form_that_breaks_off_is_swapped_number_by_number_and_dropped)
+{
+    platform.delim_reads_payload = false;
+    for (const broken_off &expected : broken_off_payloads)
+        for (size_t len = expected.least_len; len <= expected.most_len; len++)
+            EXPECT_EQ(parse_older(first_of(older_payload, len)), first_of(expected.swapped, len)) << len;
+    EXPECT_TRUE(calls.empty());
+}
+
+TEST_F(opaque_update, older_form_that_breaks_off_before_its_first_number_ends_is_not_written_to)
+{
+    platform.delim_reads_payload = false;
+    for (size_t len = 0; len < 2; len++) {
+        guarded_bytes payload(first_of(older_payload, len));
         payload.forbid_writing();
         updatetype_local update = stripped_update(LEGACY_OPAQUE, payload);
         rib_lib_pvt_parse_opaque_update(remember, &update, &client);
     }
     EXPECT_TRUE(calls.empty());
-    EXPECT_TRUE(platform.delims.empty());
+    EXPECT_EQ(platform.delims.size(), 2u);
+}
+
+TEST_F(opaque_update, older_form_that_breaks_off_has_its_delimiter_handled_once)
+{
+    platform.delim_reads_payload = false;
+    for (size_t len = 0; len < 24; len++) {
+        platform.delims.clear();
+        parse_older(first_of(older_payload, len));
+        EXPECT_EQ(platform.delims.size(), 1u) << len;
+    }
+}
+
+TEST_F(opaque_update, older_form_that_breaks_off_in_its_last_unused_bytes_is_dropped_whatever_its_lengths)
+{
+    platform.delim_reads_payload = false;
+    // The first length and the second, both 0, are there.
+    const bytes after = parse_older(first_of(fixed_part({0x00, 0x00}, {0x00, 0x00, 0x00, 0x00}), 23));
+    EXPECT_TRUE(calls.empty());
+    EXPECT_EQ(after, bytes({
+                         0x01, 0x00,             //  0 opaque type
+                         0x00, 0x00,             //  2 not used
+                         0x02, 0x00, 0x00, 0x00, //  4 opaque identifier
+                         0x00, 0x00,             //  8 length of the first block
+                         0x03, 0x00,             // 10 sub-identifier
+                         0x04, 0x00, 0x00, 0x00, // 12 opaque value
+                         0x00, 0x00, 0x00, 0x00, // 16 length of the second block
+                         0x00, 0x00, 0x00,       // 20 not used
+                     }));
+}
+
+TEST_F(opaque_update, framed_older_form_that_breaks_off_is_judged_by_the_headers_length)
+{
+    // The payload goes on in memory, but the header says 9 bytes.
+    guarded_bytes frame(bytes{
+                            0x00, 0x00, 0x00, 0x00, // not read
+                            0x25, 0x00,             // type 37, host order
+                            0x09, 0x00,             // 9 bytes
+                        } +
+                        older_payload);
+    updatetype_local update = framed_update(frame.data());
+    rib_lib_pvt_parse_opaque_update(remember, &update, &client);
+    EXPECT_TRUE(calls.empty());
+    ASSERT_EQ(platform.delims.size(), 1u);
+    EXPECT_EQ(platform.delims[0].cursor_address, platform.strips[0].cursor_address);
+    EXPECT_EQ(platform.delims[0].payload, bytes({
+                                              0x34, 0x12,             //  0 opaque type
+                                              0x56, 0x78,             //  2 not used
+                                              0xF0, 0xDE, 0xBC, 0x9A, //  4 opaque identifier
+                                              0x00, 0x03,             //  8 length of the first block: not whole
+                                              0x43, 0x21,             // 10 from here on outside
+                                              0x0F, 0x1E, 0x2D, 0x3C, // 12
+                                              0x00, 0x00, 0x00, 0x02, // 16
+                                              0x4B, 0x5A, 0x69, 0x78, // 20
+                                          }));
 }
 
 TEST_F(opaque_update, length_of_the_older_form_is_the_updates_not_the_blocks)

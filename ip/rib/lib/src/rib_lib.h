@@ -112,9 +112,10 @@ typedef int (*rib_opaque_update_func_pointer)(uint32_t update_id, uint32_t sub_i
 /* Parses an opaque update (RIB_TLV_OPAQUE, RIB_TLV_OLD_OPAQUE); any other code stops the process. `callback` and
  * `update` are never null; `ctx` is handed on.
  *
- * An older-form payload shorter than its fixed part of 24 bytes is dropped untouched; otherwise it is converted in
- * place, and dropped after that when the blocks do not fit. A callback that changes tlv_type of an encoded update
- * keeps the blocks: they are then its own to free. In a library built with RIB_CLIENT_ARENA they go all the same. */
+ * An older-form payload is converted in place, each number that lies wholly inside it, and its delimiter is handled
+ * once; after that it is dropped when it is shorter than its fixed part of 24 bytes or its blocks do not fit. A callback
+ * that changes tlv_type of an encoded update keeps the blocks: they are then its own to free. In a library built with
+ * RIB_CLIENT_ARENA they go all the same. */
 ZIDL_API void rib_lib_pvt_parse_opaque_update(rib_opaque_update_func_pointer callback, updatetype_local *update,
                                               void *ctx);
 

@@ -122,21 +122,32 @@ enum old_opaque : uint32_t {
     OLD_OPAQUE_FIXED_LEN = 24
 };
 
-void convert_old_opaque(uint8_t *payload)
+// A payload may break off anywhere: numbers that do not lie wholly inside it stay as they are.
+void convert_old_opaque(uint8_t *payload, uint32_t payload_len)
 {
-    swap_u16(payload + OLD_OPAQUE_TYPE);
-    swap_u32(payload + OLD_OPAQUE_ID);
-    swap_u16(payload + OLD_OPAQUE_FIRST_LEN);
-    swap_u16(payload + OLD_OPAQUE_SUB_ID);
-    swap_u32(payload + OLD_OPAQUE_VALUE);
-    swap_u32(payload + OLD_OPAQUE_SECOND_LEN);
+    const auto convert_u16 = [=](uint32_t offset) {
+        if (payload_len >= offset + sizeof(uint16_t))
+            swap_u16(payload + offset);
+    };
+    const auto convert_u32 = [=](uint32_t offset) {
+        if (payload_len >= offset + sizeof(uint32_t))
+            swap_u32(payload + offset);
+    };
+    convert_u16(OLD_OPAQUE_TYPE);
+    convert_u32(OLD_OPAQUE_ID);
+    convert_u16(OLD_OPAQUE_FIRST_LEN);
+    convert_u16(OLD_OPAQUE_SUB_ID);
+    convert_u32(OLD_OPAQUE_VALUE);
+    convert_u32(OLD_OPAQUE_SECOND_LEN);
 }
 
 // The sum of the two lengths wraps at 32 bits, deliberately; only what comes out is compared with the payload.
 bool old_opaque_fits(const uint8_t *payload, uint32_t payload_len)
 {
+    if (payload_len < OLD_OPAQUE_FIXED_LEN)
+        return false;
     const uint32_t blocks_len = load_u16(payload + OLD_OPAQUE_FIRST_LEN) + load_u32(payload + OLD_OPAQUE_SECOND_LEN);
-    return uint64_t{OLD_OPAQUE_FIXED_LEN} + blocks_len <= payload_len;
+    return blocks_len <= payload_len - OLD_OPAQUE_FIXED_LEN;
 }
 
 void fill_old_opaque_update(uint8_t *payload, rib_opaque_update &opaque)
@@ -289,9 +300,7 @@ extern "C" void rib_lib_pvt_parse_opaque_update(rib_opaque_update_func_pointer c
         return;
     }
     case RIB_TLV_OLD_OPAQUE:
-        if (update->payload_len < OLD_OPAQUE_FIXED_LEN)
-            return;
-        convert_old_opaque(update->payload);
+        convert_old_opaque(update->payload, update->payload_len);
         rib_tlv_handle_delim(&cursor);
         if (!old_opaque_fits(update->payload, update->payload_len))
             return;
