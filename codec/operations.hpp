@@ -21,7 +21,7 @@ ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zi
                               uint32_t flags)
 {
     const bool listing = nsegs != nullptr;
-    exact_output out(buf, buflen, segs, listing ? *nsegs : 0, listing, flags);
+    exact_output out(buf, buflen, segs, listing && segs != nullptr ? *nsegs : 0, listing, flags);
     encode(exact_writer{&out}, msg);
     if (listing)
         *nsegs = out.close();

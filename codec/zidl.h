@@ -9,7 +9,8 @@
  *     too small: what fits is written, a string or bytes value that does not fit whole is left out whole, the rest is
  *     dropped. `buf` may be null when `buflen` is 0; with neither buffer nor segment list the call only measures.
  *     `nsegs` may be null. Otherwise it holds the capacity of `segs` and receives the number of entries needed, which
- *     may be larger; only entries below the capacity are written. docs/wire-format.md says what the entries cover.
+ *     may be larger; only entries below the capacity are written, and none where `segs` is null: a null list has
+ *     capacity 0, whatever `nsegs` holds. docs/wire-format.md says what the entries cover.
  *     Never fails, never allocates.
  *
  * int32_t zidl_T_decode_ext(msg, buf, len, alloc_fn, alloc_ctx, flags)

@@ -132,6 +132,29 @@ TEST(contract_segments, capacity_zero_needs_no_list)
     EXPECT_EQ(count, 3u);
 }
 
+TEST(contract_segments, null_list_has_capacity_zero_whatever_the_count_says)
+{
+    const zidl_rib_prefix msg = three_levels();
+    for (const uint32_t capacity : {1u, 3u, 1000u, UINT32_MAX}) {
+        uint8_t buf[16];
+        uint32_t count = capacity;
+        EXPECT_EQ(zidl_rib_prefix_encode_ext(&msg, buf, sizeof buf, nullptr, &count, 0), 10u);
+        EXPECT_EQ(count, 3u);
+        count = capacity;
+        EXPECT_EQ(zidl_rib_prefix_encode_ext(&msg, nullptr, 0, nullptr, &count, 0), 10u);
+        EXPECT_EQ(count, 3u);
+    }
+}
+
+TEST(contract_segments, null_list_has_capacity_zero_also_for_borrowed_bytes)
+{
+    const zidl_ip_rib_opaque msg = two_blocks();
+    uint8_t buf[16];
+    uint32_t count = 4;
+    EXPECT_EQ(zidl_ip_rib_opaque_encode_ext(&msg, buf, sizeof buf, nullptr, &count, ZIDL_ZERO_COPY), 6u);
+    EXPECT_EQ(count, 4u); // two heads, two contents
+}
+
 TEST(contract_segments, bool_of_0x80_and_above_is_one_byte_of_its_segment)
 {
     zidl_rib_encap_id_path_key_srv6 msg = {};

@@ -278,15 +278,17 @@ TEST_P(every_type, every_segment_capacity_gets_the_entries_that_fit)
     }
 }
 
-TEST_P(every_type, a_null_list_of_capacity_0_gets_the_number_of_entries)
+TEST_P(every_type, a_null_list_of_any_capacity_gets_the_number_of_entries)
 {
     prepare(sample::dense);
     for (const uint32_t flags : FLAGS) {
         ASSERT_EQ(check.encode({encoding(flags).size(), 0, flags}), "");
         const uint32_t needed = check.segment_count();
-        uint32_t nsegs = 0;
-        type.encode(check.record(), nullptr, 0, nullptr, &nsegs, flags);
-        EXPECT_EQ(nsegs, needed);
+        for (const uint32_t capacity : {0u, 1u, 1000u, UINT32_MAX}) {
+            uint32_t nsegs = capacity;
+            type.encode(check.record(), nullptr, 0, nullptr, &nsegs, flags);
+            EXPECT_EQ(nsegs, needed) << capacity;
+        }
     }
 }
 

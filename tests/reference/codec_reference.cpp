@@ -656,7 +656,7 @@ size_t encode(const message_descriptor &type, const void *msg, uint8_t *buf, siz
                   .run_start = 0,
                   .segs = segs,
                   .lists_segments = nsegs != nullptr,
-                  .capacity = nsegs == nullptr ? 0 : *nsegs,
+                  .capacity = nsegs == nullptr || segs == nullptr ? 0 : *nsegs,
                   .count = 0,
                   .flags = flags};
     for (const field_descriptor &field : fields_of(type))
