@@ -26,7 +26,9 @@
  *
  * void zidl_T_free_ext(msg, free_fn, free_ctx, flags)
  *     Gives back what `msg` owns, in declaration order, and sets the pointers to null; a second call does nothing.
- *     ZIDL_ZERO_COPY leaves bytes members alone. Never frees `msg` itself.
+ *     ZIDL_ZERO_COPY leaves bytes members alone. Never frees `msg` itself. A released record must not be encoded or
+ *     duplicated: presence bits, bytes sizes and some counts outlive the memory that they speak of. Decode into it, or
+ *     duplicate to it, first.
  *
  * All functions are re-entrant; concurrent calls on distinct records are safe. `msg`, `src` and `dst` are never null. */
 
@@ -60,7 +62,8 @@ enum {
  * borrowed from the input (decode), left alone (release). */
 enum { ZIDL_ZERO_COPY = 1 };
 
-/* The only memory functions that the codec calls, always with exactly these arguments. */
+/* The only memory functions that the codec calls, always with exactly these arguments. A block is aligned to 8 bytes at
+ * least, as the arrays in it need. */
 typedef void *(*zidl_alloc_fn)(size_t size, void *alloc_ctx);
 typedef void (*zidl_free_fn)(void *ptr, void *free_ctx);
 
