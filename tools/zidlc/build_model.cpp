@@ -9,7 +9,6 @@
 #include "tools/zidlc/printer.hpp"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -26,25 +25,15 @@ constexpr std::size_t most_fields = 64;      // the widest presence word
 constexpr unsigned deepest_nesting = 100;    // what protocol-buffer readers accept by default
 constexpr uint64_t largest_fixed = 1u << 20; // bytes; records are plain C values, so this is already generous
 
-std::optional<kind> scalar_or_block(std::string_view name)
+// The kinds that the codec has arrays of, in words.
+std::string array_kinds()
 {
-    static constexpr std::array<std::pair<std::string_view, kind>, 7> kinds = {{
-        {"u8", kind::u8},
-        {"u32", kind::u32},
-        {"u64", kind::u64},
-        {"bool", kind::boolean},
-        {"fixed32", kind::fixed32},
-        {"string", kind::string},
-        {"bytes", kind::bytes},
-    }};
-    const auto found = std::find_if(kinds.begin(), kinds.end(), [&](const auto &each) { return each.first == name; });
-    return found == kinds.end() ? std::nullopt : std::optional(found->second);
-}
-
-// The codec has no arrays of the other kinds.
-bool can_repeat(kind type)
-{
-    return type != kind::boolean && type != kind::fixed32 && type != kind::string;
+    std::vector<std::string> words;
+    for (const kind &each : all_kinds) {
+        if (!each.array.empty())
+            words.emplace_back(each.held == storage::record ? "messages" : each.word);
+    }
+    return enumeration(words, " or ");
 }
 
 class builder
@@ -206,13 +195,12 @@ private:
 
     void set_type(draft &d, const field_syntax &syntax, field &f)
     {
-        if (const auto simple = scalar_or_block(syntax.type.text)) {
-            f.type = *simple;
-            if (f.repeated && !can_repeat(f.type))
-                errors_.error(syntax.type.where, "'{}' does not repeat: arrays hold u8, u32, u64, bytes or messages",
-                              syntax.type.text);
+        if (const kind *const known = find_kind(syntax.type.text)) {
+            f.type = known;
+            if (f.repeated && known->array.empty())
+                errors_.error(syntax.type.where, "'{}' does not repeat: arrays hold {}", known->word, array_kinds());
         } else if (const message *nested = nested_message(d, syntax.type)) {
-            f.type = kind::message;
+            f.type = message_kind();
             f.nested = nested;
         }
     }
@@ -267,7 +255,7 @@ private:
             return syntax.counted_by->text;
         if (f.repeated)
             return f.name + "_count";
-        return f.type == kind::bytes ? f.name + "_size" : "";
+        return f.type->held == storage::block ? f.name + "_size" : "";
     }
 
     void check_members(const message_syntax &syntax, const message &m)

@@ -10,45 +10,6 @@ namespace zidlc
 namespace
 {
 
-unsigned wire_type_of(kind type)
-{
-    switch (type) {
-    case kind::fixed32:
-        return 5;
-    case kind::string:
-    case kind::bytes:
-    case kind::message:
-        return 2;
-    default:
-        return 0;
-    }
-}
-
-unsigned varint_size(uint64_t value)
-{
-    unsigned size = 1;
-    for (; value > 127; value >>= 7)
-        ++size;
-    return size;
-}
-
-// The most bytes that a value takes on the wire.
-unsigned scalar_bound(kind type)
-{
-    switch (type) {
-    case kind::u8:
-        return varint_size(UINT8_MAX);
-    case kind::boolean:
-        return 1;
-    case kind::fixed32:
-        return 4;
-    case kind::u64:
-        return varint_size(UINT64_MAX);
-    default:
-        return varint_size(UINT32_MAX);
-    }
-}
-
 // An embedded message with its tag and length. The length of a variable one can take any size.
 uint64_t embedded_bound(const field &f)
 {
@@ -71,12 +32,12 @@ uint64_t fixed_bound(const field &f)
 {
     if (is_pointer(f))
         return 0;
-    return f.nested ? embedded_bound(f) : f.tag_size + scalar_bound(f.type);
+    return f.nested ? embedded_bound(f) : f.tag_size + f.type->most_bytes;
 }
 
 bool holds_bytes(const field &f)
 {
-    return f.type == kind::bytes || (f.nested && f.nested->has_bytes);
+    return f.type->held == storage::block || (f.nested && f.nested->has_bytes);
 }
 
 bool owns_memory(const field &f)
@@ -86,7 +47,7 @@ bool owns_memory(const field &f)
 
 void derive(field &f)
 {
-    f.wire_type = wire_type_of(f.type);
+    f.wire_type = f.type->wire.number;
     f.tag = f.number << 3 | f.wire_type;
     f.tag_size = varint_size(f.tag);
 }

@@ -14,14 +14,11 @@ namespace
 constexpr size_t lookahead = 3;
 
 // The kind as readers name it; numbers in messages with varied values are read without a guess.
-std::string reader_kind(const field &f, bool varied)
+std::string_view reader_kind(const field &f, bool varied)
 {
-    if (f.type == kind::boolean)
-        return "boolean";
-    if (f.type == kind::fixed32)
-        return "fixed";
-    const bool is_number = (f.type == kind::u32 || f.type == kind::u64) && !f.repeated;
-    return (varied && is_number ? "varied_" : "") + helper_kind(f);
+    if (f.repeated)
+        return f.type->array;
+    return varied ? f.type->varied_reader : f.type->reader;
 }
 
 std::string read_call(const field &f, bool varied)
@@ -53,7 +50,7 @@ std::string prediction(const read_group &group)
 {
     if (group.is_run())
         return fmt::format("ZIDL_THEN_RUN({}, {});", group.first->number, group.last - group.first);
-    return fmt::format("ZIDL_THEN({}, {});", group.first->number, wire_type_name(*group.first));
+    return fmt::format("ZIDL_THEN({}, {});", group.first->number, group.first->type->wire.name);
 }
 
 // What likely comes behind a group.
@@ -80,7 +77,7 @@ void emit_read_run(printer &out, const message &msg, const read_group &run, cons
 
 void add_read_row(table &rows, const field &f, bool varied, const std::string &behind)
 {
-    rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, wire_type_name(f), f.bit,
+    rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, f.type->wire.name, f.bit,
              read_call(f, varied), behind);
 }
 

@@ -5,15 +5,13 @@
 #include "tools/zidlc/names.hpp"
 #include "tools/zidlc/printer.hpp"
 
-#include <array>
-
 namespace zidlc
 {
 
 namespace
 {
 
-constexpr std::string_view header_text = R"(
+constexpr std::string_view header_start = R"(
 // What every record looks like, as tables: for tools and tests. The codec itself does not use them.
 
 #pragma once
@@ -26,8 +24,9 @@ constexpr std::string_view header_text = R"(
 namespace zidl
 {
 
-enum class kind : uint8_t { u8, u32, u64, boolean, fixed32, string, bytes, message };
+)";
 
+constexpr std::string_view header_text = R"(
 struct message_descriptor;
 
 struct field_descriptor {
@@ -164,10 +163,12 @@ const message_descriptor *find_message(const char *name)
 }
 )";
 
-std::string kind_constant(const field &f)
+std::string kind_constants()
 {
-    static constexpr std::array names = {"u8", "u32", "u64", "boolean", "fixed32", "string", "bytes", "message"};
-    return fmt::format("kind::{}", names[static_cast<std::size_t>(f.type)]);
+    std::vector<std::string_view> names;
+    for (const kind &each : all_kinds)
+        names.push_back(each.constant);
+    return fmt::format("enum class kind : uint8_t {{ {} }};\n", fmt::join(names, ", "));
 }
 
 std::string table_name(const message &m)
@@ -189,7 +190,7 @@ void emit_fields(printer &out, const message &m)
 {
     table rows;
     for (const field &f : m.fields)
-        rows.add("{{\"{}\",\t {},\t {},\t {},\t {},\t {},\t {},\t {}}},", f.name, f.number, kind_constant(f),
+        rows.add("{{\"{}\",\t {},\t kind::{},\t {},\t {},\t {},\t {},\t {}}},", f.name, f.number, f.type->constant,
                  f.repeated, f.bit, offset_of(m, f.name), f.count_name.empty() ? "0" : offset_of(m, f.count_name),
                  f.nested ? fmt::format("&{}", descriptor_name(*f.nested)) : "nullptr");
     out.line("constexpr field_descriptor {}[] = {{", table_name(m));
@@ -235,6 +236,8 @@ std::string emit_descriptors_header(const model &all)
 {
     printer out;
     out.line("// {}", generated_line(all));
+    out.raw(header_start);
+    out.raw(kind_constants());
     out.raw(header_text);
     return out.take();
 }

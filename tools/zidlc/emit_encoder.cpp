@@ -13,9 +13,8 @@ namespace
 
 void add_encode_row(table &rows, const message &msg, const field &f)
 {
-    const char *const varied = f.type == kind::u32 && !f.repeated && has_varied_values(msg) ? "varied_" : "";
-    rows.add("encode_{}{}\t<{}>\t(out, has<{}>(msg),\t {});", varied, helper_kind(f), f.number, f.bit,
-             members(f, "msg"));
+    const auto helper = !f.repeated && has_varied_values(msg) ? f.type->varied_writer : helper_kind(f);
+    rows.add("encode_{}\t<{}>\t(out, has<{}>(msg),\t {});", helper, f.number, f.bit, members(f, "msg"));
 }
 
 // Neighbouring embedded messages are mostly absent together: one test passes them all.
@@ -98,7 +97,7 @@ void emit_encode_body(printer &out, const message &msg)
 void emit_prefetches(printer &out, const message &msg, const std::string &object)
 {
     for (const field &f : msg.fields) {
-        if (f.repeated && f.type == kind::message)
+        if (f.repeated && f.nested != nullptr)
             out.line("    prefetch({0}.{1}, {0}.{2});", object, f.name, f.count_name);
     }
 }
@@ -119,7 +118,7 @@ void emit_sizes(printer &out, const message &msg)
 {
     table rows;
     for (const field &f : msg.fields) {
-        if (f.type == kind::bytes)
+        if (f.type->held == storage::block)
             rows.add("sizes.add<{}>\t(has<{}>(msg), msg.{});", f.number, f.bit, f.count_name);
         else if (f.nested != nullptr && f.nested->owns_memory)
             rows.add("add_sizes\t(sizes, msg.{});", f.name);

@@ -87,7 +87,7 @@ void emit_accessors(printer &out, const message &m)
                   record, f.bit);
         if (has_setter(f))
             setters.add("static inline void {}\t({} *msg, {}\t value) {{ msg->{}\t = value; msg->presence |= {}; }}",
-                        set_accessor(m, f), record, value_type(f), f.name, bit_mask(m, f));
+                        set_accessor(m, f), record, f.type->setter, f.name, bit_mask(m, f));
         else
             marks.add("static inline void {}\t({} *msg) {{ msg->presence |= {}; }}", mark_accessor(m, f), record,
                       bit_mask(m, f));

@@ -17,26 +17,9 @@ void emit_comment(printer &out, const std::vector<std::string> &lines)
         out.line("//{}{}", line.empty() ? "" : " ", line);
 }
 
-std::string proto_type(const field &f)
+std::string_view proto_type(const field &f)
 {
-    switch (f.type) {
-    case kind::u8:
-    case kind::u32:
-        return "uint32";
-    case kind::u64:
-        return "uint64";
-    case kind::boolean:
-        return "bool";
-    case kind::fixed32:
-        return "fixed32";
-    case kind::string:
-        return "string";
-    case kind::bytes:
-        return "bytes";
-    case kind::message:
-        return f.nested->name;
-    }
-    return {};
+    return f.nested ? f.nested->name : f.type->proto;
 }
 
 // The packed form is no part of the wire format, so it is ruled out whatever the default may be.

@@ -15,49 +15,12 @@ constexpr size_t few_values = 8;
 
 bool is_embedded(const field &f)
 {
-    return f.type == kind::message && !f.repeated;
+    return f.nested != nullptr && !f.repeated;
 }
 
-std::string wire_type_name(const field &f)
+std::string_view helper_kind(const field &f)
 {
-    return f.wire_type == 0 ? "varint" : f.wire_type == 2 ? "delimited" : "fixed32";
-}
-
-std::string helper_kind(const field &f)
-{
-    if (f.repeated) {
-        switch (f.type) {
-        case kind::u8:
-            return "u8s";
-        case kind::u32:
-            return "u32s";
-        case kind::u64:
-            return "u64s";
-        case kind::bytes:
-            return "byte_blocks";
-        default:
-            return "messages";
-        }
-    }
-    switch (f.type) {
-    case kind::u8:
-        return "u8";
-    case kind::u32:
-        return "u32";
-    case kind::u64:
-        return "u64";
-    case kind::boolean:
-        return "bool";
-    case kind::fixed32:
-        return "fixed32";
-    case kind::string:
-        return "string";
-    case kind::bytes:
-        return "bytes";
-    case kind::message:
-        return "message";
-    }
-    return {};
+    return f.repeated ? f.type->array : f.type->writer;
 }
 
 std::string members(const field &f, const std::string &object)
@@ -71,7 +34,7 @@ std::string members(const field &f, const std::string &object)
 field_iterator end_of_run(field_iterator first, field_iterator last)
 {
     auto after = first;
-    while (after != last && after->type == kind::u32 && !after->repeated && after->number / 16 == first->number / 16 &&
+    while (after != last && after->type->makes_runs && !after->repeated && after->number / 16 == first->number / 16 &&
            after->tag_size <= 2 && after->number - first->number == after->bit - first->bit)
         ++after;
     return after;
@@ -99,9 +62,10 @@ bool is_small(const message &msg)
 
 bool is_bounded(const message &msg)
 {
-    return !msg.owns_memory || (is_small(msg) && std::all_of(msg.fields.begin(), msg.fields.end(), [](const field &f) {
-                                    return f.type != kind::string && (f.nested == nullptr || is_bounded(*f.nested));
-                                }));
+    return !msg.owns_memory ||
+           (is_small(msg) && std::all_of(msg.fields.begin(), msg.fields.end(), [](const field &f) {
+                return f.type->held != storage::text && (f.nested == nullptr || is_bounded(*f.nested));
+            }));
 }
 
 } // namespace zidlc

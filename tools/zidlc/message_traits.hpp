@@ -18,10 +18,9 @@ using field_iterator = std::vector<field>::const_iterator;
 constexpr ptrdiff_t shortest_run = 4;
 
 bool is_embedded(const field &f);
-std::string wire_type_name(const field &f);
 
 // The kind as helper names carry it.
-std::string helper_kind(const field &f);
+std::string_view helper_kind(const field &f);
 
 // The member, and behind it the count or size that goes with it.
 std::string members(const field &f, const std::string &object);

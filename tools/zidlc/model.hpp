@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "tools/zidlc/kinds.hpp"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -11,8 +13,6 @@
 namespace zidlc
 {
 
-enum class kind { u8, u32, u64, boolean, fixed32, string, bytes, message };
-
 struct message;
 
 struct field {
@@ -20,9 +20,9 @@ struct field {
     std::string count_name; // of the count member (repeated), or of the size member (singular bytes); else empty
     std::string comment;    // trailing comment of the row; empty when there is none
     std::vector<std::string> comment_above; // the comment lines above the row
-    kind type = kind::u32;
+    const kind *type = find_kind("u32");    // which also stands for one that is not known
     bool repeated = false;
-    const message *nested = nullptr; // the field's type when `type` is message
+    const message *nested = nullptr; // the field's type when it is a message
     uint32_t number = 0;
     unsigned bit = 0;          // presence bit: the index of the row
     unsigned wire_type = 0;    // 0, 2 or 5
@@ -30,7 +30,7 @@ struct field {
     unsigned tag_size = 0;     // bytes of the tag on the wire
     bool out_of_order = false; // declared away from its number's place
 
-    bool is_scalar() const { return type != kind::string && type != kind::bytes && type != kind::message; }
+    bool is_scalar() const { return type->held == storage::value; }
 };
 
 // Arguments that an operation does without; all false is the full list.

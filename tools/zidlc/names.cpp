@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <iterator>
 
@@ -29,8 +28,7 @@ constexpr std::string_view c_words =
     "typeof_unqual union unix unsigned using virtual void volatile wchar_t while xor xor_eq ";
 
 constexpr std::string_view language_words =
-    " by bytes counted fixed32 group message of omit order out repeated reset string u32 u64 u8 unassigned "
-    "use ";
+    " by counted group message of omit order out repeated reset unassigned use ";
 
 // Files of these names are the compiler's own: messages/descriptors.hpp, docs/messages/README.md.
 constexpr std::string_view file_words = " descriptors readme ";
@@ -89,47 +87,26 @@ std::string presence_type(const message &m)
 
 std::string element_type(const field &f)
 {
-    switch (f.type) {
-    case kind::u8:
-    case kind::boolean:
-        return "uint8_t";
-    case kind::u32:
-    case kind::fixed32:
-        return "uint32_t";
-    case kind::u64:
-        return "uint64_t";
-    case kind::string:
-        return "char";
-    case kind::bytes:
-        return f.repeated ? "zidl_bytes" : "uint8_t";
-    case kind::message:
+    if (f.nested)
         return record_type(*f.nested);
-    }
-    return {};
+    return std::string(f.repeated ? f.type->element : f.type->member);
 }
 
 bool is_pointer(const field &f)
 {
-    return f.repeated || f.type == kind::string || f.type == kind::bytes;
+    return f.repeated || f.type->held == storage::text || f.type->held == storage::block;
 }
 
 std::string count_type(const field &f)
 {
     if (f.repeated)
         return "uint32_t";
-    return f.type == kind::bytes ? "uint64_t" : "";
-}
-
-std::string value_type(const field &f)
-{
-    return f.type == kind::boolean ? "bool" : element_type(f);
+    return f.type->held == storage::block ? "uint64_t" : "";
 }
 
 std::string kind_name(const field &f)
 {
-    static constexpr std::array names = {"u8", "u32", "u64", "bool", "fixed32", "string", "bytes"};
-    const std::string name = f.type == kind::message ? f.nested->name : names[static_cast<std::size_t>(f.type)];
-    return fmt::format("{}{}", f.repeated ? "repeated " : "", name);
+    return fmt::format("{}{}", f.repeated ? "repeated " : "", f.nested ? f.nested->name : f.type->word);
 }
 
 std::string operation::parameter_list() const
@@ -186,7 +163,7 @@ std::string has_accessor(const message &m, const field &f)
 
 bool has_setter(const field &f)
 {
-    return f.is_scalar() && !f.repeated;
+    return !f.repeated && !f.type->setter.empty();
 }
 
 std::string set_accessor(const message &m, const field &f)
@@ -285,7 +262,7 @@ std::string objection_to_name(std::string_view name)
         return "names are snake_case: lower-case letters, digits and single underscores, a letter first";
     if (contains(c_words, name))
         return "the word is reserved in C or C++";
-    if (contains(language_words, name))
+    if (contains(language_words, name) || find_kind(name))
         return "the word belongs to the schema language";
     return {};
 }

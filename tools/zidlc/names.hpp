@@ -18,7 +18,6 @@ std::string presence_type(const message &m);    // uint8_t
 std::string element_type(const field &f);       // uint32_t, char, uint8_t, zidl_rib_hop; zidl_bytes for repeated bytes
 bool is_pointer(const field &f);                // strings, bytes and arrays
 std::string count_type(const field &f);         // uint32_t of an array, uint64_t of bytes; empty for other fields
-std::string value_type(const field &f);         // what a setter takes: as element_type, but bool for booleans
 std::string kind_name(const field &f);          // as the schema writes it: u32, repeated bytes, rib_hop
 
 // The exported functions.
