@@ -13,32 +13,6 @@
 namespace rib_client
 {
 
-// The decoder resets the whole message; only presence bits that no field uses keep what they were.
-#ifdef RIB_CLIENT_ARENA
-
-// Decodes out of an arena that lives as long as the object: whichever way the call ends, everything goes back. Most updates
-// fit the block on the stack.
-template <class Message, auto Decode, auto Release>
-class decoded_message
-{
-public:
-    Message msg;
-
-    decoded_message() { zidl_arena_init(&arena_, block_, sizeof block_); }
-    ~decoded_message() { zidl_arena_destroy(&arena_); }
-    decoded_message(const decoded_message &) = delete;
-    decoded_message &operator=(const decoded_message &) = delete;
-
-    int32_t decode(const uint8_t *buf, size_t len) { return Decode(&msg, buf, len, zidl_arena_alloc, &arena_, 0); }
-    void release() { zidl_arena_destroy(&arena_); }
-
-private:
-    zidl_arena arena_;
-    uint64_t block_[512];
-};
-
-#else
-
 inline void *allocate(size_t size, void *)
 {
     return malloc(size);
@@ -49,15 +23,57 @@ inline void give_back(void *ptr, void *)
     free(ptr);
 }
 
-// Nothing is released by itself: a failed decode, and a caller that returns early, keep what was allocated, on purpose.
+#ifdef RIB_CLIENT_ARENA
+constexpr bool FAILED_DECODE_KEEPS_BLOCKS = false;
+#else
+constexpr bool FAILED_DECODE_KEEPS_BLOCKS = true; // by contract
+#endif
+
+// The decoder resets the whole message; only presence bits that no field uses keep what they were.
+
+// A message in blocks of malloc, which may outlive the call: nothing that was decoded is released by itself.
 template <class Message, auto Decode, auto Release>
-struct decoded_message {
+struct heap_message {
     Message msg;
 
-    int32_t decode(const uint8_t *buf, size_t len) { return Decode(&msg, buf, len, allocate, nullptr, 0); }
+    int32_t decode(const uint8_t *buf, size_t len)
+    {
+        const int32_t status = Decode(&msg, buf, len, allocate, nullptr, 0);
+        if (!FAILED_DECODE_KEEPS_BLOCKS && status != ZIDL_OK)
+            release();
+        return status;
+    }
     void release() { Release(&msg, give_back, nullptr, 0); }
 };
 
+// A message in an arena that lives as long as the object: whichever way the call ends, everything goes back. Most updates
+// fit the block on the stack.
+template <class Message, auto Decode, auto Release>
+class arena_message
+{
+public:
+    Message msg;
+
+    arena_message() { zidl_arena_init(&arena_, block_, sizeof block_); }
+    ~arena_message() { zidl_arena_destroy(&arena_); }
+    arena_message(const arena_message &) = delete;
+    arena_message &operator=(const arena_message &) = delete;
+
+    int32_t decode(const uint8_t *buf, size_t len) { return Decode(&msg, buf, len, zidl_arena_alloc, &arena_, 0); }
+    void release() { zidl_arena_destroy(&arena_); }
+
+private:
+    zidl_arena arena_;
+    uint64_t block_[512];
+};
+
+// What updates are decoded into whose callback has no way to keep a block of the message.
+#ifdef RIB_CLIENT_ARENA
+template <class Message, auto Decode, auto Release>
+using decoded_message = arena_message<Message, Decode, Release>;
+#else
+template <class Message, auto Decode, auto Release>
+using decoded_message = heap_message<Message, Decode, Release>;
 #endif
 
 } // namespace rib_client

@@ -114,8 +114,8 @@ typedef int (*rib_opaque_update_func_pointer)(uint32_t update_id, uint32_t sub_i
  *
  * An older-form payload is converted in place, each number that lies wholly inside it, and its delimiter is handled
  * once; after that it is dropped when it is shorter than its fixed part of 24 bytes or its blocks do not fit. A callback
- * that changes tlv_type of an encoded update keeps the blocks: they are then its own to free. In a library built with
- * RIB_CLIENT_ARENA they go all the same. */
+ * that changes tlv_type of an encoded update keeps its blocks: each is then the client's, to be given to free, however
+ * the library was built. */
 ZIDL_API void rib_lib_pvt_parse_opaque_update(rib_opaque_update_func_pointer callback, updatetype_local *update,
                                               void *ctx);
 

@@ -23,9 +23,10 @@ constexpr char source_path[] = "ip/rib/lib/src/rib_lib_api_parse";
 
 using decoded_proto_update =
     decoded_message<zidl_ip_rib_proto_update, zidl_ip_rib_proto_update_decode_ext, zidl_ip_rib_proto_update_free_ext>;
-using decoded_opaque = decoded_message<zidl_ip_rib_opaque, zidl_ip_rib_opaque_decode_ext, zidl_ip_rib_opaque_free_ext>;
 using decoded_nhid_update =
     decoded_message<zidl_rib_nhid_update, zidl_rib_nhid_update_decode_ext, zidl_rib_nhid_update_free_ext>;
+// A callback may keep the blocks, and gives them to free.
+using decoded_opaque = heap_message<zidl_ip_rib_opaque, zidl_ip_rib_opaque_decode_ext, zidl_ip_rib_opaque_free_ext>;
 
 // ---- The frame ----
 
