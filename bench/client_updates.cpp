@@ -1,7 +1,10 @@
 #include "bench/client_updates.hpp"
 
 #include "tools/ribtool/encode.hpp"
-#include "tools/ribtool/random_updates.hpp"
+#include "tools/ribtool/generate/random_grids.hpp"
+#include "tools/ribtool/generate/random_routes.hpp"
+#include "tools/ribtool/generate/random_updates.hpp"
+#include "tools/ribtool/generate/table_source.hpp"
 #include "tools/ribtool/table_file.hpp"
 
 #include <cstdlib>
@@ -28,7 +31,7 @@ bytes make_client_route(uint32_t paths)
     route.paths = memory.array<zidl_rib_path>(paths);
     route.paths_count = paths;
     for (uint32_t i = 0; i < paths; ++i)
-        route.paths[i] = random_path(random, memory, ribtool::PATH_LABELS, ribtool::path_size::small);
+        route.paths[i] = random_path(random, memory, ribtool::PATH_LABELS, ribtool::extent::small);
     return ribtool::encoded(route);
 }
 
@@ -55,7 +58,7 @@ client_updates make_client_updates(std::string_view kind)
             return {RIB_TLV_ROUTE, ribtool::encoded(random_service_route(random, memory))};
         if (kind == "grid")
             return {RIB_TLV_GRID,
-                    ribtool::encoded(random_grid(random, memory, grid_keys, true, ribtool::key_size::usual))};
+                    ribtool::encoded(random_grid(random, memory, grid_keys, true, ribtool::extent::usual))};
         if (kind == "nhid")
             return ribtool::random_nhid(random);
         throw std::invalid_argument("no such kind of update: " + std::string(kind));

@@ -3,10 +3,10 @@
 #include "tools/ribtool/addresses.hpp"
 #include "tools/ribtool/assertion_guard.hpp"
 #include "tools/ribtool/capture.hpp"
-#include "tools/ribtool/histogram.hpp"
+#include "tools/ribtool/generate/histogram.hpp"
+#include "tools/ribtool/generate/random.hpp"
 #include "tools/ribtool/older_forms.hpp"
 #include "tools/ribtool/progress.hpp"
-#include "tools/ribtool/random.hpp"
 #include "tools/ribtool/replay_summary.hpp"
 
 #include <chrono>

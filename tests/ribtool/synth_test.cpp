@@ -3,9 +3,9 @@
 #include "tests/ribtool/run_ribtool.hpp"
 #include "tools/ribtool/capture.hpp"
 #include "tools/ribtool/commands.hpp"
-#include "tools/ribtool/histogram.hpp"
+#include "tools/ribtool/generate/histogram.hpp"
+#include "tools/ribtool/generate/worst_case.hpp"
 #include "tools/ribtool/older_forms.hpp"
-#include "tools/ribtool/worst_case.hpp"
 
 #include "messages/rib_encap.h"
 

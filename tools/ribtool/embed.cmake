@@ -2,7 +2,7 @@
 #   cmake -DOUTPUT=out.cpp -DDIRECTORY=folder -DFILES=a.tsv;b.tsv -P embed.cmake
 # A file name a.tsv becomes the constant ribtool::a_tsv.
 
-set(text "// Generated from the text files beside it. Do not edit.\n\n#include \"tools/ribtool/histogram.hpp\"\n\nnamespace ribtool {\n")
+set(text "// Generated from the text files beside it. Do not edit.\n\n#include \"tools/ribtool/generate/histogram.hpp\"\n\nnamespace ribtool {\n")
 foreach(name IN LISTS FILES)
   file(READ "${DIRECTORY}/${name}" contents)
   string(REPLACE "." "_" constant "${name}")

@@ -76,6 +76,11 @@ inline uint32_t read_be32(const uint8_t *bytes)
     return static_cast<uint32_t>(read_be16(bytes)) << 16 | read_be16(bytes + 2);
 }
 
+struct update {
+    uint16_t code = 0;
+    byte_vector payload;
+};
+
 // The payload holds at most MAX_PAYLOAD_LEN bytes.
 inline byte_vector framed(uint16_t code, byte_span payload)
 {

@@ -2,9 +2,12 @@
 
 #include "tools/ribtool/commands.hpp"
 #include "tools/ribtool/encode.hpp"
+#include "tools/ribtool/generate/random_grids.hpp"
+#include "tools/ribtool/generate/random_routes.hpp"
+#include "tools/ribtool/generate/random_updates.hpp"
+#include "tools/ribtool/generate/table_source.hpp"
+#include "tools/ribtool/generate/worst_case.hpp"
 #include "tools/ribtool/progress.hpp"
-#include "tools/ribtool/random_updates.hpp"
-#include "tools/ribtool/worst_case.hpp"
 
 #include <algorithm>
 
@@ -83,7 +86,7 @@ private:
         if (multi_key)
             key_count = random_.one_in(16) ? most_keys : random_.between(1, 1u << random_.below(11));
         key_count = std::min(key_count, most_keys);
-        const key_size size = key_count > MOST_USUAL_KEYS ? key_size::compact : key_size::usual;
+        const extent size = key_count > MOST_USUAL_KEYS ? extent::small : extent::usual;
         return {RIB_TLV_GRID, encoded(random_grid(random_, memory_, key_count, multi_key, size))};
     }
 

@@ -2,7 +2,11 @@
 
 #pragma once
 
-#include "tools/ribtool/random_updates.hpp"
+#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/generate/random.hpp"
+#include "tools/ribtool/scratch.hpp"
+
+#include <cstdint>
 
 namespace ribtool
 {

@@ -1,4 +1,4 @@
-#include "tools/ribtool/histogram.hpp"
+#include "tools/ribtool/generate/histogram.hpp"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "tools/ribtool/random.hpp"
+#include "tools/ribtool/generate/random.hpp"
 
 #include <cstdint>
 #include <string_view>

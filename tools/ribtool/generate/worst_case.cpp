@@ -1,6 +1,9 @@
-#include "tools/ribtool/worst_case.hpp"
+#include "tools/ribtool/generate/worst_case.hpp"
 
 #include "tools/ribtool/encode.hpp"
+#include "tools/ribtool/generate/random_grids.hpp"
+#include "tools/ribtool/generate/random_routes.hpp"
+#include "tools/ribtool/generate/random_updates.hpp"
 #include "tools/ribtool/older_forms.hpp"
 
 #include <algorithm>
@@ -57,7 +60,7 @@ update full_paths(random_source &random, scratch &memory)
 {
     zidl_rib_route route = route_with_paths(memory, 64);
     for (uint32_t index = 0; index < route.paths_count; ++index)
-        route.paths[index] = random_path(random, memory, PATH_EVERYTHING, path_size::full);
+        route.paths[index] = random_path(random, memory, PATH_EVERYTHING, extent::full);
     return {RIB_TLV_ROUTE, encoded_cut(route, route.paths_count)};
 }
 
@@ -66,7 +69,7 @@ update many_paths(random_source &random, scratch &memory)
 {
     zidl_rib_route route = route_with_paths(memory, 2 * RIB_MAX_PATHS);
     for (uint32_t index = 0; index < route.paths_count; ++index)
-        route.paths[index] = random_path(random, memory, PATH_LABELS, path_size::small);
+        route.paths[index] = random_path(random, memory, PATH_LABELS, extent::small);
     return {RIB_TLV_ROUTE, encoded_cut(route, route.paths_count)};
 }
 
@@ -160,14 +163,14 @@ update many_older_paths(random_source &random, scratch &)
 
 update most_keys(random_source &random, scratch &memory)
 {
-    const zidl_rib_grid_sync_list list = random_grid(random, memory, GRID_MAX_KEYS, true, key_size::compact);
+    const zidl_rib_grid_sync_list list = random_grid(random, memory, GRID_MAX_KEYS, true, extent::small);
     return {RIB_TLV_GRID, encoded(list)};
 }
 
 // As many keys with all their members, most labels and most carriers as fit; one ID a key.
 update largest_keys(random_source &random, scratch &memory)
 {
-    zidl_rib_grid_sync_list list = random_grid(random, memory, 512, true, key_size::full);
+    zidl_rib_grid_sync_list list = random_grid(random, memory, 512, true, extent::full);
     list.keys_count = most_that_fit(list.keys_count, [&](uint32_t tried) {
         list.keys_count = list.encap_ids_count = tried;
         return encoded_size(list);
