@@ -1,23 +1,32 @@
-/* A client of route updates: walks the paths of a route and their extended communities. */
+/* A client of route updates: walks the paths of a route and their extended communities, and takes routes of the older form
+ * besides. */
 
 #include <rib.h>
+#include <stddef.h>
 
 #include "frame.h"
 
 struct client {
     unsigned paths;
     unsigned communities;
+    unsigned older_routes;
 };
+
+static void print_destination(uint32_t update_id, const struct rib_routetype_ *route)
+{
+    uint32_t dest;
+    memcpy(&dest, route->rt_dest, sizeof dest); /* IPv4: a number in host byte order */
+    printf("update %u: %u.%u.%u.%u/%u, %u paths\n", update_id, dest >> 24, dest >> 16 & 255, dest >> 8 & 255,
+           dest & 255, route->rt_prefix_len, route->rt_path_count);
+}
+
+/* ---- Encoded routes ---- */
 
 /* The route and all that it points to are the library's, and valid only here. */
 static int on_route(uint32_t update_id, struct rib_routetype_ *route, void *ctx)
 {
     struct client *client = ctx;
-    uint32_t dest;
-    memcpy(&dest, route->rt_dest, sizeof dest); /* IPv4: a number in host byte order */
-    printf("update %u: %u.%u.%u.%u/%u, %u paths\n", update_id, dest >> 24, dest >> 16 & 255, dest >> 8 & 255,
-           dest & 255, route->rt_prefix_len, route->rt_path_count);
-
+    print_destination(update_id, route);
     const rib_path_entry *path = rib_route_first_path(route);
     for (uint32_t i = 0; i < route->rt_path_count; i++, path = rib_route_next_path(path)) {
         printf("  path %u: value 8 %u, %u labels\n", path->pe_value_1, path->pe_value_8, path->pe_label_count);
@@ -60,16 +69,78 @@ static void build_update(uint8_t *frame, size_t size)
     write_header(frame, RIB_TLV_ROUTE, len);
 }
 
+/* ---- Routes of the older form, whose layout is the client's business: here an address and its prefix length ---- */
+
+enum { OLDER_LEN = 5 };
+
+/* Null for what is no route: that reaches the callback all the same. A stripped update comes without its header, and so
+ * without its length; this client hands over none. */
+static struct rib_routetype_ *convert_older(rib_tlv_t *header, uchar_t **cursor)
+{
+    uint16_t len = 0;
+    if (header != NULL)
+        memcpy(&len, (const uint8_t *)header + offsetof(rib_tlv_t, length), sizeof len);
+    if (len != OLDER_LEN)
+        return NULL;
+    struct rib_routetype_ *route = calloc(1, sizeof *route);
+    if (route == NULL)
+        return NULL;
+    const uchar_t *payload = *cursor;
+    const uint32_t dest =
+        (uint32_t)payload[0] << 24 | (uint32_t)payload[1] << 16 | (uint32_t)payload[2] << 8 | payload[3];
+    route->rt_family = 1;
+    memcpy(route->rt_dest, &dest, sizeof dest);
+    route->rt_prefix_len = payload[4];
+    return route;
+}
+
+static void release_older(struct rib_routetype_ *route)
+{
+    free(route);
+}
+
+/* Here `ctx` is what the parse call was given: the rib_route_client, not its context. */
+static int on_older_route(uint32_t update_id, struct rib_routetype_ *route, void *ctx)
+{
+    const rib_route_client *routes = ctx;
+    struct client *client = routes->context;
+    if (route == NULL)
+        return 0;
+    print_destination(update_id, route);
+    client->older_routes++;
+    release_older(route); /* the parse call was told to keep it: otherwise it could have been released before this */
+    return 0;
+}
+
+static updatetype_local older_update(uint8_t *frame)
+{
+    static const uint8_t route[OLDER_LEN] = {198, 51, 100, 0, 24};
+    write_header(frame, RIB_TLV_OLD_ROUTE, sizeof route);
+    memcpy(frame + HEADER_LEN, route, sizeof route);
+    updatetype_local update = {.update_id = 2, .payload = frame};
+    return update;
+}
+
 int main(void)
 {
-    uint8_t frame[256];
-    build_update(frame, sizeof frame);
-
+    /* The peer chooses the form, not the client: the ctx is a rib_route_client for both. */
     struct client client = {0};
     rib_route_client routes = {.context = &client, .encoded_route = on_route};
-    updatetype_local update = {.update_id = 1, .payload = frame};
-    rib_lib_pvt_parse_route_update(&update, NULL, NULL, NULL, 0, &routes); /* no older-form routes here */
+    const int keep = 1;
+    uint8_t frame[256];
 
+    build_update(frame, sizeof frame);
+    updatetype_local update = {.update_id = 1, .payload = frame};
+    rib_lib_pvt_parse_route_update(&update, on_older_route, convert_older, release_older, keep, &routes);
     expect(client.paths == 2 && client.communities == 2, "both paths and their communities arrived");
+
+    update = older_update(frame);
+    rib_lib_pvt_parse_route_update(&update, on_older_route, convert_older, release_older, keep, &routes);
+    expect(client.older_routes == 1, "the route of the older form arrived");
+
+    /* A client without older-form routes leaves their functions null: what comes all the same is dropped. */
+    update = older_update(frame);
+    rib_lib_pvt_parse_route_update(&update, NULL, NULL, NULL, 0, &routes);
+    expect(client.older_routes == 1, "the route of the older form was dropped");
     return 0;
 }

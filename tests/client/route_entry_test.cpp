@@ -133,6 +133,25 @@ TEST_F(route_entry, null_callback_is_not_called)
     EXPECT_EQ(order(), "");
 }
 
+TEST_F(route_entry, encoded_route_without_a_client_is_dropped)
+{
+    guarded_bytes payload({0x10, 0x07}); // 2 route_value_2 = 7
+    updatetype_local update = stripped_update(ENCODED_ROUTE, payload);
+    update.update_kind = 2;
+    rib_lib_pvt_parse_route_update(&update, legacy_route, convert, release, 0, nullptr);
+    EXPECT_EQ(order(), "");
+    EXPECT_TRUE(platform.failures.empty());
+}
+
+TEST_F(route_entry, high_water_mark_rises_for_a_route_without_a_client)
+{
+    const bytes longer = repeat(rib_lib_route_payload_high_water() / 2 + 1, {0x10, 0x07});
+    guarded_bytes payload(longer);
+    updatetype_local update = stripped_update(ENCODED_ROUTE, payload);
+    rib_lib_pvt_parse_route_update(&update, nullptr, nullptr, nullptr, 0, nullptr);
+    EXPECT_EQ(rib_lib_route_payload_high_water(), longer.size());
+}
+
 TEST_F(route_entry, encoded_route_needs_none_of_the_older_forms_functions)
 {
     guarded_bytes payload({0x10, 0x07});
@@ -357,6 +376,68 @@ TEST_F(route_entry, older_form_never_looks_into_the_context)
 {
     EXPECT_EQ(parse_older(2, 0, nullptr), "convert release callback ");
     EXPECT_EQ(calls[2].ctx, nullptr);
+}
+
+// Parses a stripped older-form route with these of the client's functions, and returns who was called in which order.
+std::string parse_older_with(rib_route_func_pointer callback, decltype(&convert) converter, decltype(&release) releaser,
+                             uint16_t update_kind, int keep)
+{
+    calls.clear();
+    guarded_bytes payload({0x01, 0x02, 0x03});
+    payload.forbid_writing();
+    updatetype_local update = stripped_update(LEGACY_ROUTE, payload);
+    update.update_kind = update_kind;
+    rib_lib_pvt_parse_route_update(&update, callback, converter, releaser, keep, nullptr);
+    return order();
+}
+
+TEST_F(route_entry, older_form_without_a_converter_calls_nothing)
+{
+    EXPECT_EQ(parse_older_with(legacy_route, nullptr, release, 2, 0), "");
+    EXPECT_EQ(parse_older_with(legacy_route, nullptr, release, 2, 1), "");
+    EXPECT_EQ(parse_older_with(legacy_route, nullptr, release, 1, 0), "");
+}
+
+TEST_F(route_entry, older_form_without_a_callback_calls_nothing)
+{
+    EXPECT_EQ(parse_older_with(nullptr, convert, release, 2, 0), "");
+    EXPECT_EQ(parse_older_with(nullptr, convert, release, 2, 1), "");
+    EXPECT_EQ(parse_older_with(nullptr, convert, release, 1, 0), "");
+}
+
+TEST_F(route_entry, older_form_without_the_release_that_it_needs_calls_nothing)
+{
+    EXPECT_EQ(parse_older_with(legacy_route, convert, nullptr, 2, 0), "");
+}
+
+TEST_F(route_entry, older_form_that_is_not_released_needs_no_release)
+{
+    EXPECT_EQ(parse_older_with(legacy_route, convert, nullptr, 2, 1), "convert callback ");
+    EXPECT_EQ(parse_older_with(legacy_route, convert, nullptr, 1, 0), "convert callback ");
+}
+
+TEST_F(route_entry, older_form_without_any_of_the_functions_calls_nothing)
+{
+    EXPECT_EQ(parse_older_with(nullptr, nullptr, nullptr, 2, 0), "");
+    EXPECT_EQ(parse_older_with(nullptr, nullptr, nullptr, 1, 1), "");
+    EXPECT_TRUE(platform.failures.empty());
+}
+
+TEST_F(route_entry, older_form_that_is_dropped_has_its_frame_stripped_once)
+{
+    guarded_bytes framed({
+        0x00, 0x00, 0x00, 0x00, // not read
+        0x03, 0x00,             // type 3, host order
+        0x01, 0x00,             // 1 byte
+        0xAA,                   // payload
+    });
+    updatetype_local update = framed_update(framed.data());
+    rib_lib_pvt_parse_route_update(&update, nullptr, nullptr, nullptr, 0, &client);
+    EXPECT_EQ(order(), "");
+    EXPECT_EQ(platform.strips.size(), 1u);
+    EXPECT_EQ(update.tlv_type, LEGACY_ROUTE);
+    EXPECT_EQ(update.payload, framed.data() + 8);
+    EXPECT_EQ(update.payload_len, 1u);
 }
 
 TEST_F(route_entry, older_form_handles_no_delimiter)

@@ -351,11 +351,11 @@ static inline uint32_t rib_route_attr_size(const struct rib_routetype_ *route, u
     return route->rt_family == 2 ? 24 : 12;
 }
 
-/* For encoded routes `ctx` is the client's context value, for older-form routes the ctx of the parse call, and `route`
- * is what the client's converter returned. The result is ignored. */
+/* For encoded routes `ctx` is the client's context value. For older-form routes it is the ctx of the parse call, a
+ * rib_route_client, and `route` is what the client's converter returned. The result is ignored. */
 typedef int (*rib_route_func_pointer)(uint32_t update_id, struct rib_routetype_ *route, void *ctx);
 
-/* What the ctx of rib_lib_pvt_parse_route_update points to when encoded routes may come. */
+/* What the ctx of rib_lib_pvt_parse_route_update points to, whichever form the client expects. */
 typedef struct rib_route_client {
     void *context;                        /* handed to encoded_route */
     void *not_used;                       /* the client's own business */
@@ -364,14 +364,18 @@ typedef struct rib_route_client {
 
 /* Parses a route update (RIB_TLV_ROUTE, RIB_TLV_OLD_ROUTE); any other code stops the process.
  *
- * An encoded route is converted by rib_lib_route_decode; `ctx` then points to a rib_route_client, whose callback gets
- * (update_id, record, context) if the conversion succeeded. The record is released when it returns, with its side
- * blocks. `route_cb`, `legacy_convert` and `legacy_release` are not used.
+ * The peer chooses the form, not the client: `ctx` is always a rib_route_client or null, never a structure of the
+ * client's own, which an encoded route would have read as one. A client without older-form routes leaves the three
+ * functions null, one without encoded routes the callback inside its rib_route_client: what comes all the same is dropped.
+ *
+ * An encoded route is converted by rib_lib_route_decode, and the callback of the rib_route_client gets (update_id,
+ * record, context) if the conversion succeeded. The record is released when it returns, with its side blocks. With a
+ * null `ctx` the route is dropped. `route_cb`, `legacy_convert` and `legacy_release` are not used.
  *
  * An older-form route is converted by `legacy_convert`, called with the stripped header (null when the update came
  * already stripped) and the address of a cursor that stands at the payload. With `keep` 0 and update_kind 2 its result
  * goes to `legacy_release`, and only then, on purpose, to `route_cb`, with update_id and `ctx`. A null result is
- * handed on. */
+ * handed on. When one of the functions that would be called is null, none is, and the route is dropped. */
 ZIDL_API void rib_lib_pvt_parse_route_update(updatetype_local *update, rib_route_func_pointer route_cb,
                                              struct rib_routetype_ *(*legacy_convert)(rib_tlv_t *, uchar_t **),
                                              void (*legacy_release)(struct rib_routetype_ *), int keep, void *ctx);

@@ -327,11 +327,15 @@ extern "C" void rib_lib_pvt_parse_route_update(updatetype_local *update, rib_rou
     switch (update->tlv_type) {
     case RIB_TLV_ROUTE:
         raise_payload_high_water(update->payload_len);
-        deliver_route(*update, static_cast<const rib_route_client *>(ctx));
+        if (ctx != nullptr)
+            deliver_route(*update, static_cast<const rib_route_client *>(ctx));
         return;
     case RIB_TLV_OLD_ROUTE: {
+        const bool releases = keep == 0 && update->update_kind == RELEASED_KIND;
+        if (legacy_convert == nullptr || route_cb == nullptr || (releases && legacy_release == nullptr))
+            return; // the peer chose a form that the client does not expect
         struct rib_routetype_ *route = legacy_convert(header, &cursor);
-        if (keep == 0 && update->update_kind == RELEASED_KIND) // before the callback, deliberately
+        if (releases) // before the callback, deliberately
             legacy_release(route);
         route_cb(update->update_id, route, ctx);
         return;
