@@ -2,7 +2,8 @@
 
 #include "tools/zidlc/derived_facts.hpp"
 
-#include "tools/zidlc/names.hpp"
+#include <algorithm>
+#include <functional>
 
 namespace zidlc
 {
@@ -10,46 +11,149 @@ namespace zidlc
 namespace
 {
 
-// An embedded message with its tag and length. The length of a variable one can take any size.
-uint64_t embedded_bound(const field &f)
-{
-    const unsigned length_size = varint_size(f.nested->is_variable ? UINT32_MAX : f.nested->fixed_bound);
-    return f.tag_size + length_size + f.nested->fixed_bound;
-}
+using fields = std::span<const field>;
 
-unsigned presence_width(std::size_t fields)
+// How many neighbours make a run: an encoder takes it in a loop over the presence bits, a decoder in a loop over the tags.
+constexpr std::size_t shortest_run = 4;
+
+// How many fields a small message has at most, and one with varied values.
+constexpr std::size_t few_fields = 6;
+constexpr std::size_t few_varied_fields = 8;
+
+unsigned presence_width(std::size_t bits)
 {
     for (const unsigned width : {8u, 16u, 32u}) {
-        if (fields <= width)
+        if (bits <= width)
             return width;
     }
     return 64;
 }
 
-} // namespace
+// The length of an embedded message that owns memory can take any size.
+unsigned most_length_size(const message &m)
+{
+    return varint_size(m.owns_memory ? UINT32_MAX : m.fixed_bound);
+}
 
 uint64_t fixed_bound(const field &f)
 {
-    if (is_pointer(f))
+    if (f.is_pointer)
         return 0;
-    return f.nested ? embedded_bound(f) : f.tag_size + f.type->most_bytes;
+    return f.tag_size + (f.nested ? most_length_size(*f.nested) + f.nested->fixed_bound : f.type->most_bytes);
 }
 
-bool holds_bytes(const field &f)
+// How many of the fields make a run with the first one: numbers one after another, tags that differ in their first byte
+// alone.
+std::size_t run_length(fields rest)
 {
-    return f.type->held == storage::block || (f.nested && f.nested->has_bytes);
+    const field &first = rest.front();
+    const auto after = std::find_if_not(rest.begin(), rest.end(), [&](const field &f) {
+        return f.type->makes_runs && !f.repeated && f.number / 16 == first.number / 16 && f.tag_size <= 2 &&
+               f.number - first.number == f.bit - first.bit;
+    });
+    return static_cast<std::size_t>(after - rest.begin());
 }
 
-bool owns_memory(const field &f)
+std::size_t embedded_length(fields rest)
 {
-    return is_pointer(f) || (f.nested && f.nested->owns_memory);
+    return static_cast<std::size_t>(std::find_if_not(rest.begin(), rest.end(), std::mem_fn(&field::is_embedded)) -
+                                    rest.begin());
 }
+
+// The block at the start of the fields. Neighbouring embedded messages are mostly absent together.
+block first_block(fields rest, bool joins_embedded)
+{
+    if (const std::size_t length = run_length(rest); length >= shortest_run)
+        return {block::form::run, rest.first(length)};
+    if (const std::size_t length = embedded_length(rest); joins_embedded && length >= 2)
+        return {block::form::embedded, rest.first(length)};
+    return {block::form::single, rest.first(1)};
+}
+
+std::vector<block> blocks(fields all, bool joins_embedded)
+{
+    std::vector<block> result;
+    for (fields rest = all; !rest.empty(); rest = rest.subspan(result.back().fields.size()))
+        result.push_back(first_block(rest, joins_embedded));
+    return result;
+}
+
+uint64_t sum_of_bounds(fields all)
+{
+    uint64_t sum = 0;
+    for (const field &f : all)
+        sum += f.fixed_bound;
+    return sum;
+}
+
+// The fields from the first on that own memory, or that do not, as the first one.
+fields first_stretch(fields rest)
+{
+    const auto end = std::find_if(rest.begin(), rest.end(),
+                                  [&](const field &f) { return f.owns_memory != rest.front().owns_memory; });
+    return rest.first(static_cast<std::size_t>(end - rest.begin()));
+}
+
+// A message that owns nothing is bounded as a whole: the room for it is made around it.
+std::vector<stretch> stretches(const message &m)
+{
+    if (!m.owns_memory)
+        return {{0, blocks(m.fields, true)}};
+    std::vector<stretch> result;
+    for (fields rest = m.fields; !rest.empty();) {
+        const fields together = first_stretch(rest);
+        result.push_back({together.front().owns_memory ? 0 : sum_of_bounds(together), blocks(together, true)});
+        rest = rest.subspan(together.size());
+    }
+    return result;
+}
+
+// Messages with runs are many-sided. The small ones, an address or an id, look the same nearly every time.
+bool is_varied(const message &m)
+{
+    return std::any_of(m.reads.begin(), m.reads.end(),
+                       [](const block &each) { return each.taken_as == block::form::run; });
+}
+
+// A few singular fields with short tags, and no memory where there is a run among them.
+bool is_small(const message &m)
+{
+    if (m.is_varied && m.owns_memory)
+        return false;
+    return m.fields.size() <= (m.is_varied ? few_varied_fields : few_fields) &&
+           std::all_of(m.fields.begin(), m.fields.end(), [](const field &f) {
+               return !f.repeated && f.tag_size <= 2 && (!f.nested || f.nested->is_small);
+           });
+}
+
+bool is_bounded(const message &m)
+{
+    return !m.owns_memory || (m.is_small && std::all_of(m.fields.begin(), m.fields.end(), [](const field &f) {
+                                  return f.type->held != storage::text && (!f.nested || f.nested->is_bounded);
+                              }));
+}
+
+void choose_helpers(field &f, bool is_varied)
+{
+    f.writer = f.repeated ? f.type->array : is_varied ? f.type->varied_writer : f.type->writer;
+    f.reader = f.repeated ? f.type->array : is_varied ? f.type->varied_reader : f.type->reader;
+    f.patient_reader = f.repeated ? f.type->array : f.type->reader;
+}
+
+} // namespace
 
 void derive(field &f)
 {
     f.wire_type = f.type->wire.number;
     f.tag = f.number << 3 | f.wire_type;
     f.tag_size = varint_size(f.tag);
+    f.is_scalar = f.type->held == storage::value;
+    f.is_embedded = f.nested && !f.repeated;
+    f.is_pointer = f.repeated || f.type->held == storage::text || f.type->held == storage::block;
+    f.has_setter = f.is_scalar && !f.repeated;
+    f.holds_bytes = f.type->held == storage::block || (f.nested && f.nested->holds_bytes);
+    f.owns_memory = f.is_pointer || (f.nested && f.nested->owns_memory);
+    f.fixed_bound = fixed_bound(f);
 }
 
 void derive(message &m)
@@ -57,11 +161,18 @@ void derive(message &m)
     m.presence_bits = presence_width(m.fields.size());
     for (const field &f : m.fields) {
         m.presence_mask |= uint64_t{1} << f.bit;
-        m.has_bytes |= holds_bytes(f);
-        m.owns_memory |= owns_memory(f);
-        m.fixed_bound += fixed_bound(f);
+        m.presence_words += f.is_embedded ? f.nested->presence_words : 0;
+        m.holds_bytes |= f.holds_bytes;
+        m.owns_memory |= f.owns_memory;
+        m.fixed_bound += f.fixed_bound;
     }
-    m.is_variable = m.owns_memory;
+    m.reads = blocks(m.fields, false);
+    m.writes = stretches(m);
+    m.is_varied = is_varied(m);
+    m.is_small = is_small(m);
+    m.is_bounded = is_bounded(m);
+    for (field &f : m.fields)
+        choose_helpers(f, m.is_varied);
 }
 
 } // namespace zidlc

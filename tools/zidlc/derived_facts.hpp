@@ -7,16 +7,10 @@
 namespace zidlc
 {
 
-bool holds_bytes(const field &f); // itself or in what it holds
-bool owns_memory(const field &f);
-
-// Bytes that the field's encoding takes at most, tag and length included; 0 where what it holds has no bound.
-uint64_t fixed_bound(const field &f);
-
-// The tag of a field whose type and number are set.
+// The facts of a field that the schema's row is copied to.
 void derive(field &f);
 
-// The facts of a message whose fields are complete.
+// The facts of a message whose fields are complete, and what its fields are because of their neighbours.
 void derive(message &m);
 
 } // namespace zidlc

@@ -1,9 +1,7 @@
 #include "tools/zidlc/emit_codec.hpp"
 
-#include "tools/zidlc/derived_facts.hpp"
 #include "tools/zidlc/emit_decoder.hpp"
 #include "tools/zidlc/emit_encoder.hpp"
-#include "tools/zidlc/message_traits.hpp"
 #include "tools/zidlc/names.hpp"
 #include "tools/zidlc/printer.hpp"
 
@@ -12,23 +10,13 @@ namespace zidlc
 namespace
 {
 
-unsigned presence_words(const message &msg)
-{
-    unsigned words = 1;
-    for (const field &f : msg.fields) {
-        if (is_embedded(f))
-            words += presence_words(*f.nested);
-    }
-    return words;
-}
-
 void emit_presence(printer &out, const message &msg)
 {
     out.line("template <class Visit>");
     out.line("ZIDL_INLINE void each_presence({} &msg, const Visit &visit)", record_type(msg));
     out.line("{{");
     for (const field &f : msg.fields) {
-        if (is_embedded(f))
+        if (f.is_embedded)
             out.line("    each_presence(msg.{}, visit);", f.name);
     }
     out.line("    visit(msg.presence, {:#x});", msg.presence_mask);
@@ -58,11 +46,11 @@ void emit_shape(printer &out, const message &msg)
 {
     out.line("template <>");
     out.line("struct shape<{}> {{", record_type(msg));
-    out.line("    static constexpr unsigned presence_words = {};", presence_words(msg));
+    out.line("    static constexpr unsigned presence_words = {};", msg.presence_words);
     out.line("    static constexpr size_t fixed_bound = {};", msg.fixed_bound);
     out.line("    static constexpr bool owns_memory = {};", msg.owns_memory);
-    out.line("    static constexpr bool is_bounded = {};", is_bounded(msg));
-    out.line("    static constexpr bool holds_bytes = {};", msg.has_bytes);
+    out.line("    static constexpr bool is_bounded = {};", msg.is_bounded);
+    out.line("    static constexpr bool holds_bytes = {};", msg.holds_bytes);
     out.line("}};");
     out.line();
 }
@@ -71,11 +59,11 @@ void emit_duplicate(printer &out, const message &msg)
 {
     table rows;
     for (const field &f : msg.fields) {
-        if (is_embedded(f) && f.nested->owns_memory)
+        if (f.is_embedded && f.owns_memory)
             rows.add("duplicate_owned\t(mem,\t dst.{},\t src.{});", f.name, f.name);
-        else if (owns_memory(f))
-            rows.add("mem.{}\t<{}>(dst,\t {},\t src.{});", f.repeated && f.is_scalar() ? "array" : helper_kind(f),
-                     f.bit, members(f, "dst"), f.name);
+        else if (f.owns_memory)
+            rows.add("mem.{}\t<{}>(dst,\t {},\t src.{});", f.repeated && f.is_scalar ? "array" : f.writer, f.bit,
+                     members(f, "dst"), f.name);
     }
     out.line("// What `dst` shares with `src` becomes its own.");
     out.line("inline void duplicate_owned(copier &mem, {0} &dst, const {0} &src)", record_type(msg));
@@ -90,12 +78,12 @@ void emit_release(printer &out, const message &msg)
 {
     table rows;
     for (const field &f : msg.fields) {
-        if (is_embedded(f) && f.nested->owns_memory)
+        if (f.is_embedded && f.owns_memory)
             rows.add("release\t(mem, msg.{});", f.name);
-        else if (f.repeated && !f.is_scalar())
-            rows.add("mem.{}\t({});", helper_kind(f), members(f, "msg"));
-        else if (owns_memory(f))
-            rows.add("mem.{}\t(msg.{});", f.repeated ? "array" : helper_kind(f), f.name);
+        else if (f.repeated && !f.is_scalar)
+            rows.add("mem.{}\t({});", f.writer, members(f, "msg"));
+        else if (f.owns_memory)
+            rows.add("mem.{}\t(msg.{});", f.repeated ? "array" : f.writer, f.name);
     }
     out.line("inline void release(const releaser &mem, {} &msg)", record_type(msg));
     out.line("{{");
@@ -112,7 +100,7 @@ void emit_message(printer &out, const message &msg)
     emit_presence(out, msg);
     if (!msg.reset_name.empty())
         emit_named_reset(out, msg);
-    if (msg.owns_memory && is_bounded(msg))
+    if (msg.owns_memory && msg.is_bounded)
         emit_sizes(out, msg);
     emit_encode(out, msg);
     emit_decode(out, msg);

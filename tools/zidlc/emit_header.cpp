@@ -7,6 +7,7 @@
 #include "tools/zidlc/printer.hpp"
 
 #include <algorithm>
+#include <functional>
 
 namespace zidlc
 {
@@ -50,7 +51,7 @@ std::string bit_range(const message &m)
 // A star stands beside its member: a record with pointers has a column for it.
 std::string declarator(const message &m, std::string_view name, bool pointer)
 {
-    const bool has_stars = std::any_of(m.fields.begin(), m.fields.end(), is_pointer);
+    const bool has_stars = std::any_of(m.fields.begin(), m.fields.end(), std::mem_fn(&field::is_pointer));
     return fmt::format("{}{};", pointer ? "*" : has_stars ? " " : "", name);
 }
 
@@ -60,7 +61,7 @@ void emit_record(printer &out, const message &m)
     for (const field &f : m.fields) {
         for (const std::string &line : f.comment_above)
             rows.add_line(fmt::format("// {}", line));
-        rows.add("{}\t {}\t // {}", element_type(f), declarator(m, f.name, is_pointer(f)), number_and_comment(f));
+        rows.add("{}\t {}\t // {}", element_type(f), declarator(m, f.name, f.is_pointer), number_and_comment(f));
         if (!f.count_name.empty())
             rows.add("{}\t {}", count_type(f), declarator(m, f.count_name, false));
     }
@@ -85,7 +86,7 @@ void emit_accessors(printer &out, const message &m)
     for (const field &f : m.fields) {
         tests.add("static inline bool {}\t(const {} *msg) {{ return msg->presence >> {}\t & 1; }}", has_accessor(m, f),
                   record, f.bit);
-        if (has_setter(f))
+        if (f.has_setter)
             setters.add("static inline void {}\t({} *msg, {}\t value) {{ msg->{}\t = value; msg->presence |= {}; }}",
                         set_accessor(m, f), record, f.type->setter, f.name, bit_mask(m, f));
         else

@@ -121,7 +121,7 @@ std::string links(const std::vector<const message *> &messages, std::string_view
 
 std::string size_text(const message &m)
 {
-    if (!m.is_variable)
+    if (!m.owns_memory)
         return fmt::format("At most {} bytes on the wire.", m.fixed_bound);
     return "Of any size on the wire.";
 }

@@ -25,7 +25,7 @@ std::string_view proto_type(const field &f)
 // The packed form is no part of the wire format, so it is ruled out whatever the default may be.
 std::string options(const field &f)
 {
-    return f.repeated && f.is_scalar() ? " [packed = false]" : "";
+    return f.repeated && f.is_scalar ? " [packed = false]" : "";
 }
 
 std::string comment_behind(const std::string &comment)

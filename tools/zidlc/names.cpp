@@ -92,11 +92,6 @@ std::string element_type(const field &f)
     return std::string(f.repeated ? f.type->element : f.type->member);
 }
 
-bool is_pointer(const field &f)
-{
-    return f.repeated || f.type->held == storage::text || f.type->held == storage::block;
-}
-
 std::string count_type(const field &f)
 {
     if (f.repeated)
@@ -161,11 +156,6 @@ std::string has_accessor(const message &m, const field &f)
     return accessor(m, "has", f);
 }
 
-bool has_setter(const field &f)
-{
-    return !f.repeated && !f.type->setter.empty();
-}
-
 std::string set_accessor(const message &m, const field &f)
 {
     return accessor(m, "set", f);
@@ -183,13 +173,21 @@ std::vector<std::string> member_names(const field &f)
     return {f.name, f.count_name};
 }
 
+std::string members(const field &f, std::string_view object)
+{
+    std::string text;
+    for (const std::string &name : member_names(f))
+        text += fmt::format("{}{}.{}", text.empty() ? "" : ", ", object, name);
+    return text;
+}
+
 std::vector<std::string> c_identifiers(const message &m)
 {
     std::vector<std::string> names = {record_type(m), encode_operation(m).name, decode_operation(m).name,
                                       duplicate_operation(m).name, release_operation(m).name};
     for (const field &f : m.fields) {
         names.push_back(has_accessor(m, f));
-        names.push_back(has_setter(f) ? set_accessor(m, f) : mark_accessor(m, f));
+        names.push_back(f.has_setter ? set_accessor(m, f) : mark_accessor(m, f));
     }
     return names;
 }

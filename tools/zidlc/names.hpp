@@ -11,12 +11,11 @@
 namespace zidlc
 {
 
-// Types. A member is declared `element_type` + (is_pointer ? "*" : "") + its name.
+// Types. A member is declared `element_type` + ("*" of a pointer) + its name.
 std::string record_type(const message &m);      // zidl_rib_sample
 std::string record_type(std::string_view name); // the same, of a message known by its name only
 std::string presence_type(const message &m);    // uint8_t
 std::string element_type(const field &f);       // uint32_t, char, uint8_t, zidl_rib_hop; zidl_bytes for repeated bytes
-bool is_pointer(const field &f);                // strings, bytes and arrays
 std::string count_type(const field &f);         // uint32_t of an array, uint64_t of bytes; empty for other fields
 std::string kind_name(const field &f);          // as the schema writes it: u32, repeated bytes, rib_hop
 
@@ -34,14 +33,16 @@ operation decode_operation(const message &m);
 operation duplicate_operation(const message &m);
 operation release_operation(const message &m);
 
-// The accessors of a member.
+// The accessors of a member: one that tests its presence, and one that sets it or marks it as present.
 std::string has_accessor(const message &m, const field &f);
-bool has_setter(const field &f);                             // singular scalars have a setter, all else a mark
 std::string set_accessor(const message &m, const field &f);  // zidl_rib_sample_set_sample_id
 std::string mark_accessor(const message &m, const field &f); // zidl_rib_sample_mark_name
 
 // The members of the record that a field takes: its own, and its count or size.
 std::vector<std::string> member_names(const field &f);
+
+// The same as members of `object`, as arguments.
+std::string members(const field &f, std::string_view object); // msg.labels, msg.labels_count
 
 // Every C identifier with external or file scope that a message brings into the world.
 std::vector<std::string> c_identifiers(const message &m);

@@ -2,10 +2,9 @@
 
 #include "tools/zidlc/omissions.hpp"
 
-#include "tools/zidlc/derived_facts.hpp"
-
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <string_view>
 
 namespace zidlc
@@ -18,15 +17,15 @@ struct omittable {
     std::string_view operation;
     std::string_view argument;
     bool omissions::*flag;
-    bool (*is_needed_by)(const field &);
+    bool field::*is_needed;
     std::string_view reason;
 };
 
 constexpr std::array<omittable, 4> omittables = {{
-    {"encode", "flags", &omissions::encode_flags, holds_bytes, "holds bytes"},
-    {"decode", "flags", &omissions::decode_flags, holds_bytes, "holds bytes"},
-    {"decode", "memory", &omissions::decode_memory, owns_memory, "owns memory"},
-    {"duplicate", "memory", &omissions::duplicate_memory, owns_memory, "owns memory"},
+    {"encode", "flags", &omissions::encode_flags, &field::holds_bytes, "holds bytes"},
+    {"decode", "flags", &omissions::decode_flags, &field::holds_bytes, "holds bytes"},
+    {"decode", "memory", &omissions::decode_memory, &field::owns_memory, "owns memory"},
+    {"duplicate", "memory", &omissions::duplicate_memory, &field::owns_memory, "owns memory"},
 }};
 
 const omittable *find(const omission_syntax &syntax)
@@ -50,7 +49,7 @@ void add_omission(const omission_syntax &syntax, message &m, diagnostics &errors
         return errors.error(syntax.where, "'{}.{}' is omitted already", syntax.operation, syntax.argument);
     is_omitted = true;
 
-    const auto needing = std::find_if(m.fields.begin(), m.fields.end(), known->is_needed_by);
+    const auto needing = std::find_if(m.fields.begin(), m.fields.end(), std::mem_fn(known->is_needed));
     if (needing != m.fields.end())
         errors.error(syntax.where, "{} needs {}: member '{}' {}", syntax.operation, syntax.argument, needing->name,
                      known->reason);

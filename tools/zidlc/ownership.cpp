@@ -2,7 +2,6 @@
 
 #include "tools/zidlc/ownership.hpp"
 
-#include "tools/zidlc/names.hpp"
 #include "tools/zidlc/printer.hpp"
 
 #include <fmt/format.h>
@@ -15,9 +14,9 @@ std::string ownership(const message &m)
     std::vector<std::string> owned;
     std::vector<std::string> owners; // embedded records that own something themselves
     for (const field &f : m.fields) {
-        if (is_pointer(f))
+        if (f.is_pointer)
             owned.push_back(f.name);
-        else if (f.nested && f.nested->owns_memory)
+        else if (f.owns_memory)
             owners.push_back(f.name);
     }
     if (!owners.empty())
