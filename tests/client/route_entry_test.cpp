@@ -1,5 +1,5 @@
 // The route entry point: encoded routes (code 51) to the client's own callback, older-form routes (code 3) through its
-// converter, and the high-water mark.
+// converter.
 
 #include "tests/client/recorder.hpp"
 #include "tests/client/route_support.hpp"
@@ -221,59 +221,6 @@ TEST_F(route_entry, encoded_route_is_not_followed_by_a_delimiter)
 {
     parse({});
     EXPECT_TRUE(platform.delims.empty());
-}
-
-// ---- The high-water mark ----
-
-TEST_F(route_entry, high_water_mark_rises_to_the_longest_payload)
-{
-    const uint32_t before = rib_lib_route_payload_high_water();
-    const bytes longer = repeat(before / 2 + 1, {0x10, 0x07});
-    parse(longer);
-    EXPECT_EQ(rib_lib_route_payload_high_water(), longer.size());
-    parse({0x10, 0x07});
-    EXPECT_EQ(rib_lib_route_payload_high_water(), longer.size()) << "a shorter payload leaves it";
-    parse(longer);
-    EXPECT_EQ(rib_lib_route_payload_high_water(), longer.size()) << "the same payload leaves it";
-}
-
-TEST_F(route_entry, high_water_mark_rises_for_a_route_that_does_not_decode)
-{
-    const uint32_t before = rib_lib_route_payload_high_water();
-    const bytes longer = repeat(before / 2 + 1, {0x10, 0x07}) + bytes{0x10}; // cut off at the end
-    parse(longer);
-    EXPECT_EQ(order(), "");
-    EXPECT_EQ(rib_lib_route_payload_high_water(), longer.size());
-}
-
-TEST_F(route_entry, high_water_mark_is_not_touched_by_older_form_routes)
-{
-    const uint32_t before = rib_lib_route_payload_high_water();
-    guarded_bytes payload(bytes(before + 10, 0));
-    updatetype_local update = stripped_update(LEGACY_ROUTE, payload);
-    rib_lib_pvt_parse_route_update(&update, legacy_route, convert, release, 1, &context);
-    EXPECT_EQ(rib_lib_route_payload_high_water(), before);
-}
-
-TEST_F(route_entry, high_water_mark_is_not_touched_by_the_conversion_alone)
-{
-    const uint32_t before = rib_lib_route_payload_high_water();
-    const converted_route route(repeat(before / 2 + 1, {0x10, 0x07}));
-    EXPECT_EQ(route.status, 0u);
-    EXPECT_EQ(rib_lib_route_payload_high_water(), before);
-}
-
-TEST_F(route_entry, high_water_mark_has_risen_when_the_callback_runs)
-{
-    static uint32_t seen;
-    seen = 0;
-    client.encoded_route = [](uint32_t, rib_routetype_ *, void *) {
-        seen = rib_lib_route_payload_high_water();
-        return 0;
-    };
-    const bytes longer = repeat(rib_lib_route_payload_high_water() / 2 + 1, {0x10, 0x07});
-    parse(longer);
-    EXPECT_EQ(seen, longer.size());
 }
 
 // ---- Older-form routes ----
