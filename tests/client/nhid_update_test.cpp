@@ -192,6 +192,16 @@ TEST_F(nhid_update, foreign_family_is_stored_without_an_address)
     });
 }
 
+TEST_F(nhid_update, family_is_judged_and_stored_at_32_bits)
+{
+    // 1 family = 257, 2 ipv4 = 7
+    expect_delivered(value_1_of_5 + key(field({0x12}, {0x08, 0x81, 0x02, 0x10, 0x07})),
+                     [](nhid_update_local &expected) {
+                         expected.update_value_1 = 5;
+                         expected.address_family = 257;
+                     });
+}
+
 TEST_F(nhid_update, address_without_a_family_changes_nothing)
 {
     expect_delivered(value_1_of_5 + key(field({0x12}, {0x10, 0x07})),

@@ -218,6 +218,17 @@ TEST(route_attributes, accessors_read_the_block)
     EXPECT_EQ(rib_attr_type(block, size, 1), 10u);
 }
 
+TEST(route_attributes, size_of_field_28_is_told_by_all_32_bits_of_the_family)
+{
+    rib_routetype_ route = {};
+    for (const uint32_t family : {0u, 1u, 3u, 0x102u, 0x10002u, 0x80000002u}) {
+        route.rt_family = family;
+        EXPECT_EQ(rib_route_attr_size(&route, 0), 12u) << family;
+    }
+    route.rt_family = 2;
+    EXPECT_EQ(rib_route_attr_size(&route, 0), 24u);
+}
+
 TEST(route_attributes, more_than_65535_attributes_are_all_copied_and_the_count_keeps_its_low_bits)
 {
     const converted_route route(field(array_tags[1], repeat(65538, attribute(data_8, 9))));
@@ -311,6 +322,17 @@ TEST(route_attributes, unpack_by_themselves_at_any_size)
     std::free(block);
 }
 
+TEST(route_attributes, array_type_without_its_bit_is_not_read)
+{
+    attribute_array array({0xD0});
+    array.message.array_type = 0x1111; // which nothing marks
+    void *block = nullptr;
+    ASSERT_EQ(rib_lib_route_generic_attributes_unpack(&array.message, 1, &block), 0u);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(block_bytes(block, 9), bytes({0x00, 0x00, 0x01, 0x00, 0xD0, 0x09, 0x00, 0x00, 0x00}));
+    std::free(block);
+}
+
 TEST(route_attributes, of_the_wrong_size_unpack_by_themselves_to_null_and_malformed)
 {
     const attribute_array array({0xD0, 0xD1, 0xD2});
@@ -393,6 +415,36 @@ TEST(route_address, foreign_family_is_unsupported_and_stored)
     uint32_t family = 77;
     EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0xA2D28400u);
     EXPECT_EQ(family, 10u);
+    EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A));
+}
+
+TEST(route_address, family_is_judged_and_stored_at_32_bits)
+{
+    // 1 and 2 in their low 8 or 16 bits.
+    for (const uint32_t code : {0x101u, 0x102u, 0x10001u, 0x80000002u}) {
+        zidl_rib_address address = {};
+        zidl_rib_address_set_family(&address, code);
+        zidl_rib_address_set_ipv4(&address, 7);
+        zidl_rib_ipv6_address_set_half0(&address.ipv6, 5);
+        uint8_t out[16];
+        std::memset(out, 0x5A, sizeof out);
+        uint32_t family = 77;
+        EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0xA2D28400u) << code;
+        EXPECT_EQ(family, code);
+        EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A)) << code;
+    }
+}
+
+TEST(route_address, value_without_its_bit_is_not_read)
+{
+    zidl_rib_address address = {};
+    address.family = 1; // without its bit either
+    address.ipv4 = 7;
+    uint8_t out[16];
+    std::memset(out, 0x5A, sizeof out);
+    uint32_t family = 77;
+    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0xA2D28000u);
+    EXPECT_EQ(family, 77u);
     EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A));
 }
 

@@ -254,6 +254,18 @@ TEST(route_iid, value_1_alone_is_enough)
                 [](rib_path_entry &expected) { expected.pe_iid_value_1 = 11; });
 }
 
+TEST(route_iid, values_1_and_4_keep_32_bits)
+{
+    expect_path(iid({
+                    0x08, 0xEF, 0x9B, 0xAF, 0xCD, 0x08, // 1 iid_attr_value_1 = 0x89ABCDEF
+                    0x20, 0xF0, 0xBD, 0xF3, 0xD5, 0x09, // 4 iid_attr_value_4 = 0x9ABCDEF0
+                }),
+                [](rib_path_entry &expected) {
+                    expected.pe_iid_value_1 = 0x89ABCDEF;
+                    expected.pe_iid_value_4 = 0x9ABCDEF0;
+                });
+}
+
 TEST(route_iid, missing_value_1_drops_the_block)
 {
     expect_path(iid(field({0x1A}, prefix_7_300) + bytes{0x20, 0x0C}), [](rib_path_entry &) {});
@@ -330,6 +342,23 @@ TEST(route_path_l2, each_value_is_taken_by_itself)
     expect_path(field({0xF2, 0x01}, {0x40, 0x08}), [](rib_path_entry &expected) { expected.pe_l2_8 = 8; });
 }
 
+TEST(route_path_l2, values_5_to_8_keep_32_bits)
+{
+    expect_path(field({0xF2, 0x01},
+                      {
+                          0x28, 0xEF, 0x9B, 0xAF, 0xCD, 0x08, // 5 l2_value_5 = 0x89ABCDEF
+                          0x30, 0xF0, 0xBD, 0xF3, 0xD5, 0x09, // 6 l2_value_6 = 0x9ABCDEF0
+                          0x38, 0x81, 0x86, 0x94, 0xE8, 0x0F, // 7 l2_value_7 = 0xFD050301
+                          0x40, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F, // 8 l2_value_8 = 0xFFFFFFFF
+                      }),
+                [](rib_path_entry &expected) {
+                    expected.pe_l2_5 = 0x89ABCDEF;
+                    expected.pe_l2_6 = 0x9ABCDEF0;
+                    expected.pe_l2_7 = 0xFD050301;
+                    expected.pe_l2_8 = 0xFFFFFFFF;
+                });
+}
+
 TEST(route_path_l2, value_1_drops_the_block)
 {
     expect_path(field({0xF2, 0x01}, {0x08, 0x00, 0x28, 0x05, 0x30, 0x06, 0x38, 0x07, 0x40, 0x08}),
@@ -353,6 +382,20 @@ TEST(route_path_aft, fields_5_6_and_7_are_taken)
                 [](rib_path_entry &expected) {
                     expected.pe_via_aft_id = 0x123456789ABCDEF0;
                     expected.pe_aft_6 = 6;
+                    expected.pe_aft_7 = 2;
+                });
+}
+
+TEST(route_path_aft, value_6_keeps_32_bits)
+{
+    expect_path(aft({
+                    0x28, 0x05,                         // 5 via_aft_id = 5
+                    0x30, 0xEF, 0x9B, 0xAF, 0xCD, 0x08, // 6 via_aft_value_6 = 0x89ABCDEF
+                    0x38, 0x02,                         // 7 via_aft_value_7 = 2
+                }),
+                [](rib_path_entry &expected) {
+                    expected.pe_via_aft_id = 5;
+                    expected.pe_aft_6 = 0x89ABCDEF;
                     expected.pe_aft_7 = 2;
                 });
 }
@@ -390,6 +433,12 @@ TEST(route_path_aft, each_missing_field_drops_the_block)
 TEST(route_grouping, value_2_alone_is_taken)
 {
     expect_path(field({0xC2, 0x02}, {0x10, 0x0F}), [](rib_path_entry &expected) { expected.pe_grouping_2 = 15; });
+}
+
+TEST(route_grouping, value_2_keeps_32_bits)
+{
+    expect_path(field({0xC2, 0x02}, {0x10, 0xEF, 0x9B, 0xAF, 0xCD, 0x08}), // 2 grouping_value_2 = 0x89ABCDEF
+                [](rib_path_entry &expected) { expected.pe_grouping_2 = 0x89ABCDEF; });
 }
 
 TEST(route_grouping, value_1_drops_the_block)
@@ -530,6 +579,18 @@ TEST(route_sl_id, kind_2_takes_value_3)
         expected.pe_sl_kind = 2;
         expected.pe_sl_value = 9;
     });
+}
+
+TEST(route_sl_id, value_3_keeps_32_bits)
+{
+    expect_path(sl_id({
+                    0x10, 0x01,                         // 2 sl_id_value_2 = 1
+                    0x18, 0xEF, 0x9B, 0xAF, 0xCD, 0x08, // 3 sl_id_value_3 = 0x89ABCDEF
+                }),
+                [](rib_path_entry &expected) {
+                    expected.pe_sl_kind = 1;
+                    expected.pe_sl_value = 0x89ABCDEF;
+                });
 }
 
 TEST(route_sl_id, kind_without_value_3_has_value_0)
