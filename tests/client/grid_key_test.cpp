@@ -612,6 +612,45 @@ TEST(grid_key, clear_selector_without_oper_when_clear_leaves_the_operation)
                     [](rib_encap_id_path_key_t &) {});
 }
 
+// In arrays that are used again and not cleared.
+void expect_operation_left(const bytes &oper_type, uint8_t selector)
+{
+    grid_arrays arrays(0x5A);
+    ASSERT_EQ(arrays.decode(one_key_list(srv6_key_begin + carriers(field({0x0A}, oper_type)))), 0u);
+    EXPECT_EQ(arrays.keys[0].type_data.srv6.oper_selector, selector);
+    EXPECT_EQ(arrays.keys[0].type_data.srv6.oper, 0x5A);
+    EXPECT_EQ(arrays.keys[0].type_data.srv6.carrier_count, 0);
+}
+
+TEST(grid_key, set_selector_without_oper_when_set_leaves_the_operation_that_was_there)
+{
+    expect_operation_left(
+        {
+            0x08, 0x01, // 1 oper_selector = true
+            0x18, 0x0C, // 3 oper_when_clear = 12
+        },
+        1);
+}
+
+TEST(grid_key, clear_selector_without_oper_when_clear_leaves_the_operation_that_was_there)
+{
+    expect_operation_left(
+        {
+            0x08, 0x00, // 1 oper_selector = false
+            0x10, 0x0B, // 2 oper_when_set = 11
+        },
+        0);
+}
+
+TEST(grid_key, missing_selector_without_oper_when_clear_leaves_the_selector_and_the_operation_that_were_there)
+{
+    expect_operation_left(
+        {
+            0x10, 0x0B, // 2 oper_when_set = 11
+        },
+        0x5A);
+}
+
 TEST(grid_key, operation_keeps_its_low_8_bits)
 {
     expect_srv6_key(carriers({
