@@ -1,4 +1,4 @@
-// Tables, wrapping, and lists in words.
+// Lines, and tables whose columns align themselves.
 
 #include "tools/zidlc/printer.hpp"
 
@@ -42,7 +42,6 @@ TEST(zidlc_printer, columns_are_as_wide_as_characters_not_bytes)
     rows.add("\u00e9\u00e8\t|");
     rows.add("ab\t|");
     EXPECT_EQ(rows.lines(), (std::vector<std::string>{"\u00e9\u00e8|", "ab|"}));
-    EXPECT_EQ(text_width("\u00e9\u00e8"), 2u);
 }
 
 TEST(zidlc_printer, an_empty_row_of_a_block_gets_no_indent)
@@ -56,24 +55,6 @@ TEST(zidlc_printer, an_empty_row_of_a_block_gets_no_indent)
     out.line();
     out.line("{{{}}}", 1);
     EXPECT_EQ(out.take(), "    a\n\n    b\n\n{1}\n");
-}
-
-TEST(zidlc_printer, text_is_cut_at_blanks_and_long_words_stay_whole)
-{
-    EXPECT_EQ(wrap("one two  three four", 9), (std::vector<std::string>{"one two", "three", "four"}));
-    EXPECT_EQ(wrap("a immeasurable b", 4), (std::vector<std::string>{"a", "immeasurable", "b"}));
-    EXPECT_EQ(wrap("exactly 9", 9), (std::vector<std::string>{"exactly 9"}));
-    EXPECT_EQ(wrap("", 9), std::vector<std::string>{});
-}
-
-TEST(zidlc_printer, lists_read_as_sentences_do)
-{
-    EXPECT_EQ(enumeration({}), "");
-    EXPECT_EQ(enumeration({"a"}), "a");
-    EXPECT_EQ(enumeration({"a", "b"}), "a and b");
-    EXPECT_EQ(enumeration({"a", "b", "c"}), "a, b and c");
-    EXPECT_EQ(enumeration({"a", "b", "c"}, " or "), "a, b or c");
-    EXPECT_EQ(joined({"a", "b", "c"}), "a, b, c");
 }
 
 } // namespace zidlc

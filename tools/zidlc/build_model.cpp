@@ -6,7 +6,8 @@
 #include "tools/zidlc/names.hpp"
 #include "tools/zidlc/numbering.hpp"
 #include "tools/zidlc/omissions.hpp"
-#include "tools/zidlc/printer.hpp"
+#include "tools/zidlc/reserved_names.hpp"
+#include "tools/zidlc/text.hpp"
 
 #include <algorithm>
 #include <filesystem>

@@ -3,6 +3,7 @@
 #include "tools/zidlc/emit_decoder.hpp"
 #include "tools/zidlc/emit_encoder.hpp"
 #include "tools/zidlc/names.hpp"
+#include "tools/zidlc/operations.hpp"
 #include "tools/zidlc/printer.hpp"
 
 namespace zidlc

@@ -3,6 +3,7 @@
 #include "tools/zidlc/emit_descriptors.hpp"
 
 #include "tools/zidlc/names.hpp"
+#include "tools/zidlc/operations.hpp"
 #include "tools/zidlc/printer.hpp"
 
 namespace zidlc

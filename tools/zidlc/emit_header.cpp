@@ -3,8 +3,10 @@
 #include "tools/zidlc/emit_header.hpp"
 
 #include "tools/zidlc/names.hpp"
+#include "tools/zidlc/operations.hpp"
 #include "tools/zidlc/ownership.hpp"
 #include "tools/zidlc/printer.hpp"
+#include "tools/zidlc/text.hpp"
 
 #include <algorithm>
 #include <functional>

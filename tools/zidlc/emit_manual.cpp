@@ -3,8 +3,10 @@
 #include "tools/zidlc/emit_manual.hpp"
 
 #include "tools/zidlc/names.hpp"
+#include "tools/zidlc/operations.hpp"
 #include "tools/zidlc/ownership.hpp"
 #include "tools/zidlc/printer.hpp"
+#include "tools/zidlc/text.hpp"
 
 namespace zidlc
 {

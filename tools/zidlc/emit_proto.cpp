@@ -4,6 +4,7 @@
 
 #include "tools/zidlc/names.hpp"
 #include "tools/zidlc/printer.hpp"
+#include "tools/zidlc/text.hpp"
 
 namespace zidlc
 {

@@ -2,7 +2,7 @@
 
 #include "tools/zidlc/lexer.hpp"
 
-#include "tools/zidlc/printer.hpp"
+#include "tools/zidlc/text.hpp"
 
 #include <algorithm>
 #include <charconv>

@@ -3,7 +3,7 @@
 #include "tools/zidlc/loader.hpp"
 
 #include "tools/zidlc/files.hpp"
-#include "tools/zidlc/printer.hpp"
+#include "tools/zidlc/text.hpp"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-// Every name that generated code gives to something, and every word that a schema may not use.
+// Every name that generated code gives to something.
 
 #pragma once
 
@@ -19,20 +19,6 @@ std::string element_type(const field &f);       // uint32_t, char, uint8_t, zidl
 std::string count_type(const field &f);         // uint32_t of an array, uint64_t of bytes; empty for other fields
 std::string kind_name(const field &f);          // as the schema writes it: u32, repeated bytes, rib_hop
 
-// The exported functions.
-struct operation {
-    std::string result;                  // int32_t
-    std::string name;                    // zidl_rib_sample_decode_ext
-    std::vector<std::string> parameters; // "zidl_rib_sample *msg", "const uint8_t *buf", ...: without what is omitted
-
-    std::string parameter_list() const; // separated by ", "
-    std::string prototype() const;      // result name(parameters)
-};
-operation encode_operation(const message &m);
-operation decode_operation(const message &m);
-operation duplicate_operation(const message &m);
-operation release_operation(const message &m);
-
 // The accessors of a member: one that tests its presence, and one that sets it or marks it as present.
 std::string has_accessor(const message &m, const field &f);
 std::string set_accessor(const message &m, const field &f);  // zidl_rib_sample_set_sample_id
@@ -43,12 +29,6 @@ std::vector<std::string> member_names(const field &f);
 
 // The same as members of `object`, as arguments.
 std::string members(const field &f, std::string_view object); // msg.labels, msg.labels_count
-
-// Every C identifier with external or file scope that a message brings into the world.
-std::vector<std::string> c_identifiers(const message &m);
-
-// Those of codec/zidl.h.
-const std::vector<std::string> &shared_c_identifiers();
 
 // Files, relative to the root of the tree. Includes are written with the same paths.
 std::string header_path(std::string_view group);       // messages/rib_common.h
@@ -63,12 +43,5 @@ std::string include_guard(std::string_view path);      // MESSAGES_RIB_COMMON_H
 // The first line of every generated file, without the comment mark: of one group, or of all.
 std::string generated_line(const group &source);
 std::string generated_line(const model &all);
-
-// Why a schema may not use a name; empty when it may.
-std::string objection_to_name(std::string_view name);     // any name: keywords, form
-std::string objection_to_message(std::string_view name);  // additionally, of messages: the types of proto files
-std::string objection_to_member(std::string_view name);   // of members: the presence word
-std::string objection_to_group(std::string_view name);    // of groups: files that belong to the compiler
-std::string objection_to_function(std::string_view name); // of reset functions: what the codec itself calls
 
 } // namespace zidlc

@@ -2,7 +2,7 @@
 
 #include "tools/zidlc/ownership.hpp"
 
-#include "tools/zidlc/printer.hpp"
+#include "tools/zidlc/text.hpp"
 
 #include <fmt/format.h>
 

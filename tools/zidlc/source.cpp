@@ -2,7 +2,7 @@
 
 #include "tools/zidlc/source.hpp"
 
-#include "tools/zidlc/printer.hpp"
+#include "tools/zidlc/text.hpp"
 
 #include <algorithm>
 
