@@ -2,7 +2,11 @@
 
 #include "tests/zidlc/support.hpp"
 
+#include "tools/zidlc/artefacts.hpp"
+
 #include <fmt/format.h>
+
+#include <ctime>
 
 namespace zidlc
 {
@@ -38,6 +42,19 @@ std::string reversed_chain(unsigned count)
     for (unsigned i = count; i >= 2; --i)
         text += fmt::format("message m{} {{ 1 x : m{}; }}\n", i, i - 1);
     return text + "message m1 { 1 x : u32; }\n";
+}
+
+// Blocks as "a | run b c d e | embedded f g".
+std::string in_words(const std::vector<block> &blocks)
+{
+    std::string text;
+    for (const block &each : blocks) {
+        text += text.empty() ? "" : " | ";
+        text += each.taken_as == block::form::run ? "run " : each.taken_as == block::form::embedded ? "embedded " : "";
+        for (const field &f : each.fields)
+            text += (&f == &each.fields.front() ? "" : " ") + f.name;
+    }
+    return text;
 }
 
 } // namespace
@@ -967,6 +984,131 @@ TEST_F(zidlc_model, the_fixed_part_of_an_encoding_is_bounded)
     EXPECT_EQ(messages.at(0)->fixed_bound, 27u);
     EXPECT_EQ(messages.at(1)->fixed_bound, 6u);
     EXPECT_EQ(messages.at(2)->fixed_bound, 71u);
+}
+
+TEST_F(zidlc_model, small_messages_have_few_singular_fields_with_short_tags)
+{
+    const model all =
+        model_of("group sample;\n"
+                 "message six { 1 a : u64; 2 b : bool; 3 c : string; 4 d : bytes; 5 e : u8; 6 f : u32; }\n"
+                 "message seven { 1 a : u64; 2 b : u64; 3 c : u64; 4 d : u64; 5 e : u64; 6 f : u64; 7 g : u64; }\n"
+                 "message eight_with_a_run {\n" +
+                 rows(8) +
+                 "}\n"
+                 "message nine_with_a_run {\n" +
+                 rows(9) +
+                 "}\n"
+                 "message run_and_memory { 1 a : u32; 2 b : u32; 3 c : u32; 4 d : u32; 5 e : string; }\n"
+                 "message array { 1 a : repeated u32; }\n"
+                 "message two_byte_tag { 1..2046 unassigned; 2047 a : u32; }\n"
+                 "message three_byte_tag { 1..2047 unassigned; 2048 a : u32; }\n"
+                 "message holds_small { 1 a : six; }\n"
+                 "message holds_large { 1 a : seven; }\n");
+    const std::vector<bool> is_small = {true, false, true, false, false, false, true, false, true, false};
+    const auto &messages = all.groups.at(0)->messages;
+    ASSERT_EQ(messages.size(), is_small.size());
+    for (std::size_t i = 0; i < messages.size(); ++i)
+        EXPECT_EQ(messages[i]->is_small, is_small[i]) << messages[i]->name;
+}
+
+TEST_F(zidlc_model, bytes_in_small_messages_leave_an_encoding_bounded_and_strings_do_not)
+{
+    const model all =
+        model_of("group sample;\n"
+                 "message plain {\n" +
+                 rows(20) +
+                 "}\n"
+                 "message blob { 1 x : bytes; }\n"
+                 "message holder { 1 x : blob; 2 y : u32; }\n"
+                 "message text { 1 x : string; }\n"
+                 "message text_holder { 1 x : text; }\n"
+                 "message list { 1 x : repeated plain; }\n"
+                 "message large { 1 a : bytes; 2 b : u64; 3 c : u64; 4 d : u64; 5 e : u64; 6 f : u64; 7 g : u64; }\n");
+    const std::vector<bool> is_bounded = {true, true, true, false, false, false, false};
+    const auto &messages = all.groups.at(0)->messages;
+    ASSERT_EQ(messages.size(), is_bounded.size());
+    for (std::size_t i = 0; i < messages.size(); ++i)
+        EXPECT_EQ(messages[i]->is_bounded, is_bounded[i]) << messages[i]->name;
+}
+
+TEST_F(zidlc_model, presence_words_are_counted_through_embedded_messages_and_not_into_arrays)
+{
+    const model all = model_of("group sample;\n"
+                               "message one { 1 x : u32; }\n"
+                               "message three { 1 x : one; 2 y : one; }\n"
+                               "message five { 1 x : three; 2 y : one; 3 z : repeated three; }\n");
+    const auto &messages = all.groups.at(0)->messages;
+    EXPECT_EQ(messages.at(0)->presence_words, 1u);
+    EXPECT_EQ(messages.at(1)->presence_words, 3u);
+    EXPECT_EQ(messages.at(2)->presence_words, 5u);
+}
+
+TEST_F(zidlc_model, four_neighbouring_u32_fields_with_like_tags_make_a_run)
+{
+    const model all = model_of("group sample;\n"
+                               "message m {\n"
+                               "     1 a : u32;\n"
+                               "     2 b : u32;\n"
+                               "     3 c : u32;\n"
+                               "     4 d : u64;\n" // three are too few
+                               "     5 e : u32;\n"
+                               "     6 f : u32;\n"
+                               "     7 g : u32;\n"
+                               "     8 h : u32;\n"
+                               "     9 unassigned;\n" // ends the run of e to h
+                               "    10 i : u32;\n"
+                               "    11 j : u32;\n"
+                               "    12 k : u32;\n"
+                               "    13 l : u32;\n"
+                               "    14 n : u32;\n"
+                               "    15 o : u32;\n"
+                               "    16 p : u32;\n" // its tag has two bytes: ends the run of i to o
+                               "}\n");
+    const message &m = *all.groups.at(0)->messages.at(0);
+    EXPECT_TRUE(m.is_varied);
+    EXPECT_EQ(in_words(m.reads), "a | b | c | d | run e f g h | run i j k l n o | p");
+    EXPECT_EQ(m.fields[0].writer, "varied_u32");
+    EXPECT_EQ(m.fields[0].reader, "varied_u32");
+    EXPECT_EQ(m.fields[0].patient_reader, "u32");
+    EXPECT_EQ(m.fields[3].writer, "u64");
+    EXPECT_EQ(m.fields[3].reader, "varied_u64");
+}
+
+TEST_F(zidlc_model, an_encoder_makes_room_for_neighbours_of_bounded_size_together)
+{
+    const model all = model_of("group sample;\n"
+                               "message plain { 1 x : u32; }\n" // 1 + 5
+                               "message m {\n"
+                               "    1 a : u32;\n"   // 1 + 5
+                               "    2 b : plain;\n" // 1 + 1 + 6
+                               "    3 c : plain;\n" // the same
+                               "    4 d : string;\n"
+                               "    5 e : repeated plain;\n"
+                               "    6 f : bool;\n" // 1 + 1
+                               "}\n");
+    const std::vector<stretch> &writes = all.groups.at(0)->messages.at(1)->writes;
+    ASSERT_EQ(writes.size(), 3u);
+    EXPECT_EQ(writes[0].room, 22u);
+    EXPECT_EQ(in_words(writes[0].blocks), "a | embedded b c");
+    EXPECT_EQ(writes[1].room, 0u);
+    EXPECT_EQ(in_words(writes[1].blocks), "d | e");
+    EXPECT_EQ(writes[2].room, 2u);
+    EXPECT_EQ(in_words(writes[2].blocks), "f");
+    const std::vector<stretch> &plain = all.groups[0]->messages[0]->writes;
+    ASSERT_EQ(plain.size(), 1u);
+    EXPECT_EQ(plain[0].room, 0u) << "made around the whole message";
+}
+
+TEST_F(zidlc_model, messages_that_many_others_share_cost_no_more_than_others)
+{
+    std::string text = "group sample;\nmessage m0 { 1 x : u32; }\n";
+    for (unsigned i = 1; i <= 15; ++i)
+        text += fmt::format("message m{0} {{ 1 x : m{1}; 2 y : m{1}; }}\n", i, i - 1);
+    for (unsigned i = 0; i < 4000; ++i)
+        text += fmt::format("message holder_{} {{ 1 x : m15; 2 y : repeated u32; }}\n", i);
+    const std::clock_t start = std::clock();
+    generate(model_of(text), {artefact::codec});
+    EXPECT_LT(std::clock() - start, 3 * CLOCKS_PER_SEC); // a tenth of a second; a visit to each use of m0 takes eight
 }
 
 TEST_F(zidlc_model, counts_and_sizes_have_names)
