@@ -7,7 +7,11 @@
  *     6  2 bytes  length of the payload in bytes
  *
  * A system that has the real library links that one instead of librib_tlv. Nothing here needs a header to be aligned;
- * read the members of one at an odd address with memcpy. */
+ * read the members of one at an odd address with memcpy.
+ *
+ * A program that has the router's own declarations, too, includes those first and defines RIB_TLV_DECLARED before any
+ * header of this library: nothing is declared here then. They must name uchar_t, an unsigned char, and rib_tlv_t; the
+ * library itself reads a header's bytes 4 to 7 alone. */
 
 #ifndef PLATFORM_RIB_TLV_H
 #define PLATFORM_RIB_TLV_H
@@ -21,6 +25,8 @@
 #define RIB_PLATFORM_API
 #endif
 #endif
+
+#ifndef RIB_TLV_DECLARED
 
 #ifdef __cplusplus
 extern "C" {
@@ -46,6 +52,8 @@ RIB_PLATFORM_API void rib_tlv_handle_delim(uchar_t **cursor);
 
 #ifdef __cplusplus
 }
+#endif
+
 #endif
 
 #endif

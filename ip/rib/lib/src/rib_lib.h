@@ -39,7 +39,8 @@ typedef uint32_t zerrno;
 #define ZERRNO_NO_MEMORY ((zerrno)0xA2D28200)   /* an allocation for a route failed */
 #define ZERRNO_UNSUPPORTED ((zerrno)0xA2D28400) /* an unknown address family, or a route with route_value_34 */
 
-/* ---- The update record and the frame ---- */
+/* ---- The update record and the frame. The framing types are those of platform/rib_tlv.h, which also says how to use a
+ * router's own declarations of them ---- */
 
 /* TLV type codes of updates from the RIB server. */
 enum {
@@ -112,10 +113,10 @@ typedef int (*rib_opaque_update_func_pointer)(uint32_t update_id, uint32_t sub_i
 /* Parses an opaque update (RIB_TLV_OPAQUE, RIB_TLV_OLD_OPAQUE); any other code stops the process. `callback` and
  * `update` are never null; `ctx` is handed on.
  *
- * An older-form payload is converted in place, each number that lies wholly inside it, and its delimiter is handled
- * once; after that it is dropped when it is shorter than its fixed part of 24 bytes or its blocks do not fit. A callback
- * that changes tlv_type of an encoded update keeps its blocks: each is then the client's, to be given to free, however
- * the library was built. */
+ * An older-form payload is converted in place, each number that lies wholly inside it, and rib_tlv_handle_delim is called
+ * once, with the cursor where rib_tlv_strip left it; after that the update is dropped when it is shorter than its fixed
+ * part of 24 bytes or its blocks do not fit. A callback that changes tlv_type of an encoded update keeps its blocks: each
+ * is then the client's, to be given to free, however the library was built. */
 ZIDL_API void rib_lib_pvt_parse_opaque_update(rib_opaque_update_func_pointer callback, updatetype_local *update,
                                               void *ctx);
 
@@ -242,7 +243,7 @@ typedef struct rib_path_entry {
     rib_sid_info_entry pe_sid_infos[RIB_MAX_SID_INFOS]; /* srv6_sid_infos */
     uint32_t pe_value_25;                  /* path_value_25 */
     uint32_t pe_value_31;                  /* path_value_31 */
-    uint32_t pe_iid_value_1;               /* iid_attr_value_1; these five only without iid_attr_value_2 */
+    uint32_t pe_iid_value_1;               /* iid_attr_value_1; these five only with it, without iid_attr_value_2 */
     rib_address_bytes pe_iid_prefix;       /* address of iid_attr_prefix */
     uint8_t pe_iid_prefix_family;          /* family of iid_attr_prefix */
     uint8_t pe_iid_prefix_len;             /* bits; 255 when the prefix has no length */
@@ -373,9 +374,10 @@ typedef struct rib_route_client {
  * null `ctx` the route is dropped. `route_cb`, `legacy_convert` and `legacy_release` are not used.
  *
  * An older-form route is converted by `legacy_convert`, called with the stripped header (null when the update came
- * already stripped) and the address of a cursor that stands at the payload. With `keep` 0 and update_kind 2 its result
- * goes to `legacy_release`, and only then, on purpose, to `route_cb`, with update_id and `ctx`. A null result is
- * handed on. When one of the functions that would be called is null, none is, and the route is dropped. */
+ * already stripped) and the address of a cursor, which stands at the payload, or at the header when the platform's
+ * rib_tlv_strip does not advance it. With `keep` 0 and update_kind 2 its result goes to `legacy_release`, and only then,
+ * on purpose, to `route_cb`, with update_id and `ctx`. A null result is handed on. When one of the functions that would
+ * be called is null, none is, and the route is dropped. */
 ZIDL_API void rib_lib_pvt_parse_route_update(updatetype_local *update, rib_route_func_pointer route_cb,
                                              struct rib_routetype_ *(*legacy_convert)(rib_tlv_t *, uchar_t **),
                                              void (*legacy_release)(struct rib_routetype_ *), int keep, void *ctx);
@@ -436,7 +438,7 @@ struct ip_addr {
     uint8_t prefix_len; /* bits */
     union {
         uint32_t ipv4_addr;    /* the value as decoded; 0 when absent */
-        uint8_t ipv6_addr[16]; /* the bytes as received */
+        uint8_t ipv6_addr[16]; /* the bytes as received, zeros behind them; more than 16 are refused */
     } addr;
 };
 
@@ -483,7 +485,7 @@ typedef struct rib_encap_id_path_key_t {
     uint32_t key_value_19;
     union {
         rib_encap_label_key label; /* key_type 1: label_key */
-        rib_encap_srv6_key srv6;   /* key_type 2: srv6_carriers */
+        rib_encap_srv6_key srv6;   /* key_type 2: srv6_carriers, which must have an oper_type */
     } type_data;
     uint8_t key_bytes_20[16]; /* SRv6 keys only */
     uint32_t key_value_12;
@@ -526,8 +528,13 @@ ZIDL_API void rib_lib_pvt_parse_grid_update(rib_grid_update_func_pointer callbac
  * `keys` to arrays of GRID_MAX_KEYS elements, which are not cleared here.
  *
  * Returns ZERRNO_OK, or ZERRNO_INVALID when the list or one of its keys is not acceptable; keys before that one are
- * then converted. Stops the process when an argument is null or empty, when a list with multi_key has other than one
- * ID per key, and when a key of a type other than 3 and 4 lacks its second prefix. */
+ * then converted. A list has its three fields and 1 to GRID_MAX_KEYS keys, without multi_key one. A key has its fields 1
+ * to 5, a type from 1 to 4 and the data of that (1: label_key; 2: srv6_carriers with an oper_type), prefixes with a
+ * family of 2 or 10 and a length, IPv6 ones with at most 16 bytes, and, carriers apart, no more of anything than there is
+ * room for.
+ *
+ * Stops the process when an argument is null or empty, when a list with multi_key has other than one ID per key, and when
+ * a key of a type other than 3 and 4 lacks its second prefix. */
 ZIDL_API zerrno rib_server_decode_grid_list_update(void *buf, size_t buf_len, grid_sync_list *rib_grid_list);
 
 #ifdef __cplusplus
