@@ -2,8 +2,8 @@
 
 #include "tests/ribtool/run_ribtool.hpp"
 #include "tools/ribtool/capture.hpp"
-#include "tools/ribtool/commands.hpp"
 #include "tools/ribtool/generate/histogram.hpp"
+#include "tools/ribtool/generate/update_stream.hpp"
 #include "tools/ribtool/generate/worst_case.hpp"
 #include "tools/ribtool/older_forms.hpp"
 
@@ -183,13 +183,13 @@ TEST_F(synth, updates_are_ten_microseconds_apart)
 
 TEST_F(synth, the_numbers_of_updates_are_those_of_the_manual)
 {
-    EXPECT_EQ(ribtool::default_updates(ribtool::profile::full_table), 100000u);
-    EXPECT_EQ(ribtool::default_updates(ribtool::profile::mixed), 100000u);
-    EXPECT_EQ(ribtool::default_updates(ribtool::profile::proto_opaque), 100000u);
-    EXPECT_EQ(ribtool::default_updates(ribtool::profile::nhid), 100000u);
-    EXPECT_EQ(ribtool::default_updates(ribtool::profile::ecmp), 10000u);
-    EXPECT_EQ(ribtool::default_updates(ribtool::profile::grid), 1000u);
-    EXPECT_EQ(ribtool::default_updates(ribtool::profile::worst_case), 60u);
+    EXPECT_EQ(ribtool::find_profile("full-table")->updates, 100000u);
+    EXPECT_EQ(ribtool::find_profile("mixed")->updates, 100000u);
+    EXPECT_EQ(ribtool::find_profile("proto-opaque")->updates, 100000u);
+    EXPECT_EQ(ribtool::find_profile("nhid")->updates, 100000u);
+    EXPECT_EQ(ribtool::find_profile("ecmp")->updates, 10000u);
+    EXPECT_EQ(ribtool::find_profile("grid")->updates, 1000u);
+    EXPECT_EQ(ribtool::find_profile("worst-case")->updates, 60u);
 }
 
 TEST_F(synth, a_full_table_has_the_frequencies_of_real_tables)
@@ -317,74 +317,6 @@ TEST_F(synth, other_tools_read_the_captures)
                     (frame.time_us < 100 ? "0" : "") + (frame.time_us < 10 ? "0" : "") + std::to_string(frame.time_us) +
                     "000\t45\n"; // 45: the tools' number for USER0
     EXPECT_EQ(dissected.out, expected);
-}
-
-// ---- The command line ----
-
-class command_line : public tool_test
-{
-};
-
-TEST_F(command_line, wrong_usage_is_one_line_and_exit_code_2)
-{
-    const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{}, "a command is required: synth, replay or import"},
-        {{"bake"}, "The following argument was not expected: bake"},
-        {{"synth"}, "--output is required"},
-        {{"synth", "-o", "x", "--profile", "odd"},
-         "--profile: \"odd\" is not one of ecmp, full-table, grid, mixed, nhid, proto-opaque, worst-case"},
-        {{"synth", "-o", "x", "--updates", "many"},
-         "--updates: \"many\" is not a whole number from 0 to 18446744073709551615"},
-        {{"synth", "-o", "x", "--updates", "-1"},
-         "--updates: \"-1\" is not a whole number from 0 to 18446744073709551615"},
-        {{"synth", "-o", "x", "--seed", "1.5"}, "--seed: \"1.5\" is not a whole number"},
-        {{"synth", "-o", "x", "--format", "pcapng"}, "--format: \"pcapng\" is not one of pcap, raw"},
-        {{"replay", "x", "--limit", "1k"}, "--limit: \"1k\" is not a whole number"},
-        {{"synth", "-o", "x", "--routes", "5"}, "--routes is for the profiles full-table and ecmp; use --updates"},
-        {{"synth", "-o", "x", "--profile", "ecmp", "--routes", "5", "--updates", "5"}, "--updates excludes --routes"},
-        {{"replay"}, "FILE is required"},
-        {{"replay", "x", "--stripped", "--unstripped"}, "excludes"},
-        {{"replay", "x", "--both", "--stripped"}, "excludes"},
-        {{"replay", "x", "--json", "y", "--no-json"}, "--json excludes --no-json"},
-        {{"import", "x"}, "--output is required"},
-        {{"import", "x", "-o", "y", "--updates-per-route", "0"},
-         "--updates-per-route: \"0\" is not a whole number from 1 to 18446744073709551615"},
-    };
-    for (const auto &[arguments, reason] : cases) {
-        const run_result result = ribtool(arguments);
-        EXPECT_EQ(result.exit_code, 2) << reason;
-        EXPECT_EQ(result.out, "") << reason;
-        EXPECT_EQ(result.err.rfind("ribtool: ", 0), 0u) << result.err;
-        EXPECT_NE(result.err.find(reason), std::string::npos) << reason << "\n" << result.err;
-        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-        EXPECT_NE(result.err.find("(see ribtool --help)\n"), std::string::npos) << result.err;
-    }
-}
-
-TEST_F(command_line, help_names_every_command_option_and_exit_code)
-{
-    const run_result help = ribtool({"--help"});
-    EXPECT_EQ(help.exit_code, 0);
-    for (const char *word : {"synth", "replay", "import", "--version", "Exit codes:\n  0  done\n  1  ", "  4  "})
-        EXPECT_NE(help.out.find(word), std::string::npos) << word;
-    const std::pair<const char *, std::vector<const char *>> commands[] = {
-        {"synth", {"--profile", "--updates", "--routes", "--seed", "--format", "--output", "worst-case", "100000"}},
-        {"replay", {"FILE", "--limit", "--sample", "--json", "--no-json", "--stripped", "--unstripped", "--both"}},
-        {"import", {"FILE", "--output", "--limit", "--updates-per-route", "--format"}},
-    };
-    for (const auto &[command, words] : commands) {
-        const run_result result = ribtool({command, "--help"});
-        EXPECT_EQ(result.exit_code, 0);
-        for (const char *word : words)
-            EXPECT_NE(result.out.find(word), std::string::npos) << command << " " << word;
-    }
-}
-
-TEST_F(command_line, the_version_is_that_of_the_library)
-{
-    const run_result result = ribtool({"--version"});
-    EXPECT_EQ(result.exit_code, 0);
-    EXPECT_EQ(result.out, "ribtool " RIB_VERSION "\n");
 }
 
 } // namespace ribtool_test

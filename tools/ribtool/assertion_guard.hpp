@@ -23,4 +23,14 @@ struct failed_assertion {
 // and the assertion there must be no object whose destructor matters: the library has none.
 std::optional<failed_assertion> run_guarded(void (*call)(void *argument), void *argument);
 
+template <class Argument>
+std::optional<failed_assertion> run_guarded(void (*call)(Argument &), Argument &argument)
+{
+    struct bound {
+        void (*call)(Argument &);
+        Argument &argument;
+    } all{call, argument};
+    return run_guarded([](void *of) { static_cast<bound *>(of)->call(static_cast<bound *>(of)->argument); }, &all);
+}
+
 } // namespace ribtool

@@ -20,11 +20,6 @@ namespace
 constexpr int SNAP_LENGTH = 262144; // above any frame
 constexpr uint64_t MICROSECONDS = 1000000;
 
-std::string shown(const std::string &path, const char *standard_stream)
-{
-    return path == "-" ? standard_stream : path;
-}
-
 std::string system_error()
 {
     return std::strerror(errno);
@@ -38,23 +33,13 @@ bool is_regular_file(const std::string &path)
 
 } // namespace
 
-void file_closer::operator()(FILE *file) const
-{
-    if (file != stdout && file != stdin)
-        std::fclose(file);
-}
-
 void pcap_closer::operator()(pcap *handle) const
 {
     pcap_close(handle);
 }
 
-capture_writer::capture_writer(const std::string &path, capture_format format)
-    : path_(shown(path, "standard output")), format_(format),
-      file_(path == "-" ? stdout : std::fopen(path.c_str(), "wb"))
+capture_writer::capture_writer(const std::string &path, capture_format format) : file_(path), format_(format)
 {
-    if (file_ == nullptr)
-        fail(EXIT_FILE, "{}: cannot create: {}", path_, system_error());
     if (format_ == capture_format::raw)
         return;
     handle_.reset(pcap_open_dead(DLT_USER0, SNAP_LENGTH));
@@ -62,45 +47,35 @@ capture_writer::capture_writer(const std::string &path, capture_format format)
         throw std::bad_alloc();
     dumper_ = pcap_dump_fopen(handle_.get(), file_.get());
     if (dumper_ == nullptr)
-        fail(EXIT_FILE, "{}: cannot write: {}", path_, pcap_geterr(handle_.get()));
+        fail(EXIT_FILE, "{}: cannot write: {}", file_.name(), pcap_geterr(handle_.get()));
 }
 
 capture_writer::~capture_writer()
 {
     // A device or a pipe is not ours to remove.
-    if (!closed_ && file_.get() != stdout && is_regular_file(path_))
-        unlink(path_.c_str());
-}
-
-void capture_writer::check_written()
-{
-    if (std::ferror(file_.get()) != 0)
-        fail(EXIT_FILE, "{}: cannot write: {}", path_, system_error());
+    if (!closed_ && !file_.is_standard_output() && is_regular_file(file_.name()))
+        unlink(file_.name().c_str());
 }
 
 void capture_writer::write(uint64_t time_us, byte_span frame)
 {
     if (format_ == capture_format::raw) {
-        std::fwrite(frame.data(), 1, frame.size(), file_.get());
-    } else {
-        pcap_pkthdr header = {};
-        header.ts.tv_sec = static_cast<decltype(header.ts.tv_sec)>(time_us / MICROSECONDS);
-        header.ts.tv_usec = static_cast<decltype(header.ts.tv_usec)>(time_us % MICROSECONDS);
-        header.caplen = static_cast<bpf_u_int32>(frame.size());
-        header.len = header.caplen;
-        pcap_dump(reinterpret_cast<u_char *>(dumper_), &header, frame.data());
+        file_.write({reinterpret_cast<const char *>(frame.data()), frame.size()});
+        return;
     }
-    check_written();
+    pcap_pkthdr header = {};
+    header.ts.tv_sec = static_cast<decltype(header.ts.tv_sec)>(time_us / MICROSECONDS);
+    header.ts.tv_usec = static_cast<decltype(header.ts.tv_usec)>(time_us % MICROSECONDS);
+    header.caplen = static_cast<bpf_u_int32>(frame.size());
+    header.len = header.caplen;
+    pcap_dump(reinterpret_cast<u_char *>(dumper_), &header, frame.data());
+    file_.check();
 }
 
 void capture_writer::close()
 {
-    if (std::fflush(file_.get()) != 0)
-        fail(EXIT_FILE, "{}: cannot write: {}", path_, system_error());
-    check_written();
+    file_.close();
     closed_ = true;
-    if (FILE *file = file_.release(); file != stdout && std::fclose(file) != 0)
-        fail(EXIT_FILE, "{}: cannot write: {}", path_, system_error());
 }
 
 namespace
@@ -138,7 +113,7 @@ file_handle open_for_reading(const std::string &path)
 } // namespace
 
 capture_reader::capture_reader(const std::string &path)
-    : path_(shown(path, "standard input")), owned_file_(open_for_reading(path))
+    : path_(path == "-" ? "standard input" : path), owned_file_(open_for_reading(path))
 {
     file_ = owned_file_.get();
     struct stat status = {};

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/output_file.hpp"
 
 #include <cstdint>
 #include <cstdio>
@@ -17,13 +18,9 @@ namespace ribtool
 
 enum class capture_format { pcap, raw };
 
-struct file_closer {
-    void operator()(FILE *file) const;
-};
 struct pcap_closer {
     void operator()(pcap *handle) const;
 };
-using file_handle = std::unique_ptr<FILE, file_closer>;
 using pcap_handle = std::unique_ptr<pcap, pcap_closer>;
 
 // Writes a new file. Unless close() was reached the destructor removes the file, so that no half capture is left.
@@ -39,11 +36,8 @@ public:
     void close();
 
 private:
-    void check_written();
-
-    std::string path_;
+    output_file file_;
     capture_format format_;
-    file_handle file_;
     pcap_handle handle_;
     pcap_dumper *dumper_ = nullptr; // writes to file_, needs no closing of its own
     bool closed_ = false;

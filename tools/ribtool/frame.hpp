@@ -6,9 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <span>
-#include <string_view>
 #include <vector>
 
 namespace ribtool
@@ -21,33 +19,8 @@ using byte_vector = std::vector<uint8_t>;
 constexpr size_t FRAME_HEADER_LEN = 8;
 constexpr size_t MAX_PAYLOAD_LEN = 65535;
 
-// Frames of this type separate updates in a raw stream and carry nothing. The other codes are RIB_TLV_ROUTE and so on.
+// Frames of this type separate updates in a raw stream and carry nothing. update_types.hpp has the other codes.
 constexpr uint16_t DELIMITER_CODE = 0;
-
-struct code_name {
-    uint16_t code;
-    std::string_view name;
-};
-constexpr code_name KNOWN_CODES[] = {
-    {RIB_TLV_OLD_ROUTE, "route, older form"},
-    {RIB_TLV_OLD_OPAQUE, "opaque, older form"},
-    {RIB_TLV_OLD_PROTO, "protocol, older form"},
-    {RIB_TLV_GRID, "grid list"},
-    {RIB_TLV_PROTO, "protocol"},
-    {RIB_TLV_NHID, "next-hop ID"},
-    {RIB_TLV_OPAQUE, "opaque"},
-    {RIB_TLV_ROUTE, "route"},
-};
-constexpr size_t KNOWN_CODE_COUNT = std::size(KNOWN_CODES);
-
-// The place of a code in KNOWN_CODES, or KNOWN_CODE_COUNT.
-constexpr size_t code_index(uint16_t code)
-{
-    size_t index = 0;
-    while (index < KNOWN_CODE_COUNT && KNOWN_CODES[index].code != code)
-        ++index;
-    return index;
-}
 
 inline void append_be16(byte_vector &out, uint16_t value)
 {

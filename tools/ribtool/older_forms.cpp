@@ -10,6 +10,7 @@ namespace ribtool
 namespace
 {
 
+constexpr size_t UPDATE_KIND_OFFSET = 2;
 constexpr size_t PATH_COUNT_OFFSET = 24;
 
 void append_name(byte_vector &out, std::string_view name, size_t room)
@@ -71,22 +72,30 @@ byte_vector payload_of(const older_route &update)
     return payload;
 }
 
-std::string contract_violation(uint16_t code, byte_span payload)
+std::string older_proto_violation(byte_span payload)
 {
-    if (code == RIB_TLV_OLD_PROTO && payload.size() < OLDER_PROTO_LEN)
-        return fmt::format("an older-form protocol update has {} bytes of payload, this one {}", OLDER_PROTO_LEN,
-                           payload.size());
-    if (code != RIB_TLV_OLD_ROUTE)
+    if (payload.size() >= OLDER_PROTO_LEN)
         return {};
+    return fmt::format("an older-form protocol update has {} bytes of payload, this one {}", OLDER_PROTO_LEN,
+                       payload.size());
+}
+
+std::string older_route_violation(byte_span payload)
+{
     if (payload.size() < OLDER_ROUTE_FIXED_LEN)
         return fmt::format("an older-form route update has at least {} bytes of payload, this one {}",
                            OLDER_ROUTE_FIXED_LEN, payload.size());
     const size_t path_count = read_be16(payload.data() + PATH_COUNT_OFFSET);
     const size_t needed = OLDER_ROUTE_FIXED_LEN + path_count * OLDER_ROUTE_PATH_LEN;
-    if (payload.size() != needed)
-        return fmt::format("an older-form route update of {} paths has {} bytes of payload, this one {}", path_count,
-                           needed, payload.size());
-    return {};
+    if (payload.size() == needed)
+        return {};
+    return fmt::format("an older-form route update of {} paths has {} bytes of payload, this one {}", path_count,
+                       needed, payload.size());
+}
+
+uint16_t older_route_kind_of(byte_span payload)
+{
+    return read_be16(payload.data() + UPDATE_KIND_OFFSET);
 }
 
 } // namespace ribtool

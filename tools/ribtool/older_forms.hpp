@@ -64,8 +64,12 @@ byte_vector payload_of(const older_proto &update);
 byte_vector payload_of(const older_opaque &update);
 byte_vector payload_of(const older_route &update);
 
-// Why an entry point must not see this payload, or empty. Codes 3 and 38 name records whose length the library does not
+// Why an entry point must not see this payload, or empty. These two forms name records whose length the library does not
 // check: that is the sender's contract, so whoever reads from a file looks first.
-std::string contract_violation(uint16_t code, byte_span payload);
+std::string older_proto_violation(byte_span payload);
+std::string older_route_violation(byte_span payload);
+
+// Of a payload without a violation.
+uint16_t older_route_kind_of(byte_span payload);
 
 } // namespace ribtool

@@ -1,5 +1,7 @@
 #include "tools/ribtool/replay_summary.hpp"
 
+#include "tools/ribtool/update_types.hpp"
+
 #include <fmt/format.h>
 
 namespace ribtool
@@ -41,14 +43,14 @@ void update_counts::add(const update_counts &other)
 
 update_counts &replay_summary::of(update_form form, uint16_t code)
 {
-    return counts_[static_cast<size_t>(form)].at(code_index(code));
+    return counts_[static_cast<size_t>(form)][code];
 }
 
 update_counts replay_summary::total(update_form form) const
 {
     update_counts sum;
-    for (const update_counts &counts : counts_[static_cast<size_t>(form)])
-        sum.add(counts);
+    for (const auto &each : counts_[static_cast<size_t>(form)])
+        sum.add(each.second);
     return sum;
 }
 
@@ -81,11 +83,8 @@ void replay_summary::print_table() const
     for (const update_form form : FORMS) {
         if (total(form).updates == 0)
             continue;
-        for (size_t index = 0; index < KNOWN_CODE_COUNT; ++index) {
-            const update_counts &counts = counts_[static_cast<size_t>(form)][index];
-            if (counts.updates != 0)
-                print_row(form_name(form), fmt::format("{}", KNOWN_CODES[index].code), KNOWN_CODES[index].name, counts);
-        }
+        for (const auto &[code, counts] : counts_[static_cast<size_t>(form)])
+            print_row(form_name(form), std::to_string(code), find_update_type(code)->name, counts);
         print_row(form_name(form), "", "all", total(form));
     }
 }
@@ -96,7 +95,8 @@ void replay_summary::print_totals() const
     update_counts encoded; // routes
     for (const update_form form : FORMS) {
         sum.add(total(form));
-        encoded.add(counts_[static_cast<size_t>(form)][code_index(RIB_TLV_ROUTE)]);
+        if (const auto &counts = counts_[static_cast<size_t>(form)]; counts.contains(RIB_TLV_ROUTE))
+            encoded.add(counts.at(RIB_TLV_ROUTE));
     }
     fmt::print(stderr, "  {} routes with {} paths; {} of {} paths of encoded routes not converted\n", sum.routes,
                sum.paths, encoded.paths_sent - encoded.paths, encoded.paths_sent);

@@ -8,6 +8,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -49,7 +50,7 @@ private:
     void print_totals() const;
 
     uint64_t delimiters_ = 0;
-    std::array<std::array<update_counts, KNOWN_CODE_COUNT>, UPDATE_FORMS> counts_{};
+    std::array<std::map<uint16_t, update_counts>, UPDATE_FORMS> counts_; // by type code
 };
 
 // The number of paths that an encoded route carries, without decoding it.

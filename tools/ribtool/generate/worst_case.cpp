@@ -210,9 +210,9 @@ constexpr maker MAKERS[] = {
     longest_nhid,
 };
 
-} // namespace
+static_assert(std::size(MAKERS) == worst_case_kinds);
 
-const uint32_t worst_case_kinds = std::size(MAKERS);
+} // namespace
 
 update worst_case_update(uint32_t kind, random_source &random, scratch &memory)
 {

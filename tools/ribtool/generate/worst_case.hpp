@@ -12,7 +12,7 @@ namespace ribtool
 {
 
 // Kinds that take turns.
-extern const uint32_t worst_case_kinds;
+constexpr uint32_t worst_case_kinds = 15;
 
 // `kind` is below worst_case_kinds.
 update worst_case_update(uint32_t kind, random_source &random, scratch &memory);

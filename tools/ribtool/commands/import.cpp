@@ -1,14 +1,27 @@
 // ribtool import: turns a text table of routes into a capture of encoded route updates.
 
-#include "tools/ribtool/commands.hpp"
+#include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/table_file.hpp"
 
+#include <memory>
+
 namespace ribtool
 {
 
-exit_code run_import(const import_options &options)
+namespace
+{
+
+struct import_options {
+    std::string input;
+    std::string output;
+    std::optional<uint64_t> limit; // routes
+    uint64_t updates_per_route = 1;
+    capture_format format = capture_format::pcap;
+};
+
+exit_code run(const import_options &options)
 {
     table_file table(options.input);
     require_other_file(options.input, options.output);
@@ -36,6 +49,23 @@ exit_code run_import(const import_options &options)
     fmt::print(stderr, "{}: {} routes with {} paths, {} updates\n", options.input, routes, paths,
                routes * options.updates_per_route);
     return EXIT_DONE;
+}
+
+} // namespace
+
+command add_import(CLI::App &app)
+{
+    CLI::App *line = app.add_subcommand("import", "Turn a text table of routes (plain or xz) into a capture of "
+                                                  "encoded route updates.");
+    const auto options = std::make_shared<import_options>();
+    line->add_option("FILE", options->input, "The table, - for the standard input")->option_text(" ")->required();
+    add_output(*line, options->output);
+    add_limit(*line, options->limit, "routes");
+    line->add_option("--updates-per-route", options->updates_per_route, "Write each route N times (default: 1)")
+        ->option_text("N")
+        ->check(whole_number(1));
+    add_format(*line, options->format);
+    return {line, [options] { return run(*options); }};
 }
 
 } // namespace ribtool

@@ -1,0 +1,53 @@
+#include "tools/ribtool/command_line.hpp"
+
+#include <fmt/format.h>
+
+#include <charconv>
+
+namespace ribtool
+{
+
+std::string enumerated(const std::vector<std::string> &names, std::string_view last)
+{
+    std::string all;
+    for (size_t index = 0; index < names.size(); ++index) {
+        if (index > 0)
+            all += index + 1 == names.size() ? last : ", ";
+        all += names[index];
+    }
+    return all;
+}
+
+CLI::Validator whole_number(uint64_t least)
+{
+    return CLI::Validator(
+        [least](std::string &text) {
+            uint64_t value = 0;
+            const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+            if (result.ec == std::errc() && result.ptr == text.data() + text.size() && value >= least)
+                return std::string();
+            return fmt::format("\"{}\" is not a whole number from {} to {}", text, least, UINT64_MAX);
+        },
+        "");
+}
+
+void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string &what)
+{
+    line.add_option("--limit", limit, "Stop after N " + what)->option_text("N")->check(whole_number(0));
+}
+
+void add_output(CLI::App &line, std::string &path)
+{
+    line.add_option("-o,--output", path, "The file to write, - for the standard output")
+        ->option_text("FILE   (required)")
+        ->required();
+}
+
+void add_format(CLI::App &line, capture_format &format)
+{
+    add_choice(line, "--format", format, {{"pcap", capture_format::pcap}, {"raw", capture_format::raw}},
+               "pcap capture or frames one after another (default: pcap)")
+        ->option_text("pcap|raw");
+}
+
+} // namespace ribtool

@@ -1,0 +1,57 @@
+// What the subcommands have in common on the command line.
+
+#pragma once
+
+#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/errors.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace ribtool
+{
+
+// A subcommand whose options have been declared, and what it does once they are read.
+struct command {
+    CLI::App *line;
+    std::function<exit_code()> run;
+};
+
+// "a, b, c" with `last` between the last two names.
+std::string enumerated(const std::vector<std::string> &names, std::string_view last = ", ");
+
+// Left to itself the parser takes "-1" for the largest number.
+CLI::Validator whole_number(uint64_t least);
+
+// An option that takes one of a few names, each of which stands for a value.
+template <class Value>
+CLI::Option *add_choice(CLI::App &line, const std::string &option, Value &out, std::map<std::string, Value> choices,
+                        const std::string &description)
+{
+    const auto choose = [option, &out, choices = std::move(choices)](const std::string &text) {
+        if (const auto chosen = choices.find(text); chosen != choices.end()) {
+            out = chosen->second;
+            return;
+        }
+        std::vector<std::string> names;
+        for (const auto &each : choices)
+            names.push_back(each.first);
+        throw CLI::ValidationError(option, fmt::format("\"{}\" is not one of {}", text, enumerated(names)));
+    };
+    return line.add_option_function<std::string>(option, choose, description);
+}
+
+// --limit N, of `what`.
+void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string &what);
+
+// -o FILE and --format of a capture that is written.
+void add_output(CLI::App &line, std::string &path);
+void add_format(CLI::App &line, capture_format &format);
+
+} // namespace ribtool

@@ -1,0 +1,251 @@
+// ribtool replay: hands every update of a capture to the library's entry points and prints what the callbacks get.
+
+#include "tools/ribtool/assertion_guard.hpp"
+#include "tools/ribtool/command_line.hpp"
+#include "tools/ribtool/older_route_client.hpp"
+#include "tools/ribtool/progress.hpp"
+#include "tools/ribtool/replay_summary.hpp"
+#include "tools/ribtool/update_types.hpp"
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+
+namespace ribtool
+{
+
+namespace
+{
+
+constexpr uint64_t ASSERTIONS_SHOWN = 10;
+
+using steady_clock = std::chrono::steady_clock;
+
+enum class replay_forms { both, stripped, unstripped };
+
+struct replay_options {
+    std::string input;
+    std::optional<uint64_t> limit;  // updates
+    std::optional<uint64_t> sample; // records printed of each type code and form
+    bool print_records = true;
+    std::string records_path = "-"; // "-" is the standard output
+    replay_forms forms = replay_forms::both;
+};
+
+struct free_deleter {
+    void operator()(uint8_t *bytes) const { std::free(bytes); }
+};
+using heap_bytes = std::unique_ptr<uint8_t, free_deleter>;
+
+// A block of its own: exactly as long as the update, aligned for any record, writable because the older forms are
+// converted in place.
+heap_bytes fresh_copy(byte_span bytes)
+{
+    heap_bytes copy(static_cast<uint8_t *>(std::malloc(bytes.empty() ? 1 : bytes.size())));
+    if (copy == nullptr)
+        throw std::bad_alloc();
+    if (!bytes.empty())
+        std::memcpy(copy.get(), bytes.data(), bytes.size());
+    return copy;
+}
+
+class replayer
+{
+public:
+    replayer(const replay_options &options, replay_summary &summary) : options_(options), summary_(summary)
+    {
+        if (options.print_records)
+            lines_.emplace(options.records_path);
+    }
+
+    void replay(const captured_frame &frame, const update_type &type)
+    {
+        if (options_.forms != replay_forms::stripped)
+            replay(frame, type, update_form::unstripped);
+        if (options_.forms != replay_forms::unstripped)
+            replay(frame, type, update_form::stripped);
+    }
+
+    void finish()
+    {
+        if (lines_)
+            lines_->close();
+    }
+
+private:
+    void replay(const captured_frame &frame, const update_type &type, update_form form)
+    {
+        const byte_span payload = byte_span(frame.bytes).subspan(FRAME_HEADER_LEN);
+        update_counts &counts = summary_.of(form, type.code);
+        ++counts.updates;
+        if (type.code == RIB_TLV_ROUTE)
+            counts.paths_sent += paths_in_route(payload);
+
+        delivery to;
+        to.lines = may_print(counts) ? &*lines_ : nullptr;
+        if (to.lines != nullptr)
+            to.line = {{"frame", frame.number}, {"type", type.code}, {"form", form_name(form)}};
+
+        if (const std::string violation = type.violation(payload); !violation.empty()) {
+            ++counts.refused;
+            print(to, "refused", violation);
+            return;
+        }
+        deliver_update(frame, type, form, to, counts);
+    }
+
+    void deliver_update(const captured_frame &frame, const update_type &type, update_form form, delivery &to,
+                        update_counts &counts)
+    {
+        const bool is_stripped = form == update_form::stripped;
+        const size_t payload_len = frame.bytes.size() - FRAME_HEADER_LEN;
+        const heap_bytes copy = fresh_copy(byte_span(frame.bytes).subspan(is_stripped ? FRAME_HEADER_LEN : 0));
+
+        entry_call call = {{}, {copy.get() + (is_stripped ? 0 : FRAME_HEADER_LEN), payload_len}, &to};
+        call.update.update_id = static_cast<uint32_t>(frame.number);
+        call.update.payload = copy.get();
+        if (is_stripped) {
+            call.update.stripped = 1;
+            call.update.tlv_type = type.code;
+            call.update.payload_len = static_cast<uint32_t>(payload_len);
+        }
+
+        const auto started = steady_clock::now();
+        const std::optional<failed_assertion> assertion = run_guarded(type.parse, call);
+        counts.time += steady_clock::now() - started - to.in_callbacks;
+        forget_older_routes();
+        if (to.failed)
+            std::rethrow_exception(to.failed);
+
+        counts.callbacks += to.callbacks;
+        counts.routes += to.routes;
+        counts.paths += to.paths;
+        if (assertion)
+            report(frame, form, *assertion, to, counts);
+        else if (to.callbacks == 0)
+            ++counts.dropped;
+    }
+
+    void report(const captured_frame &frame, update_form form, const failed_assertion &assertion, delivery &to,
+                update_counts &counts)
+    {
+        ++counts.stopped;
+        print(to, "assertion",
+              {{"expression", assertion.expression},
+               {"file", assertion.file},
+               {"line", assertion.line},
+               {"function", assertion.function}});
+        if (++assertions_ > ASSERTIONS_SHOWN)
+            return;
+        fmt::print(stderr, "ribtool: frame {} (type {}, {}) stops the process: {}:{}: {}: Assertion `{}' failed.{}\n",
+                   frame.number, frame_code(frame.bytes), form_name(form), assertion.file, assertion.line,
+                   assertion.function, assertion.expression,
+                   assertions_ == ASSERTIONS_SHOWN ? " Further ones are counted only." : "");
+    }
+
+    void print(delivery &to, const char *member, const json &value)
+    {
+        if (to.lines == nullptr)
+            return;
+        to.line[member] = value;
+        to.lines->print(to.line);
+    }
+
+    // Asked before the update is counted anywhere but in `updates`.
+    bool may_print(const update_counts &counts) const
+    {
+        const uint64_t printed = counts.callbacks + counts.refused + counts.stopped;
+        return lines_ && (!options_.sample || printed < *options_.sample);
+    }
+
+    const replay_options &options_;
+    std::optional<record_lines> lines_;
+    replay_summary &summary_;
+    uint64_t assertions_ = 0;
+};
+
+const update_type &known_type(const capture_reader &reader, uint16_t code)
+{
+    if (const update_type *type = find_update_type(code); type != nullptr)
+        return *type;
+    std::vector<std::string> known;
+    for (const update_type &each : update_types())
+        known.push_back(std::to_string(each.code));
+    fail(EXIT_MALFORMED, "{}: unknown type code {} (known: {}; {} is a delimiter)", reader.place(), code,
+         enumerated(known), DELIMITER_CODE);
+}
+
+exit_code run(const replay_options &options)
+{
+    capture_reader reader(options.input);
+    if (options.print_records)
+        require_other_file(options.input, options.records_path);
+    replay_summary summary;
+    replayer each(options, summary);
+    progress_bar progress("replay", reader.size());
+    captured_frame frame;
+    uint64_t updates = 0;
+    while ((!options.limit || updates < *options.limit) && reader.next(frame)) {
+        const uint16_t code = frame_code(frame.bytes);
+        if (code == DELIMITER_CODE) {
+            summary.add_delimiter();
+            continue;
+        }
+        each.replay(frame, known_type(reader, code));
+        progress.show(reader.position(), ++updates);
+    }
+    progress.clear();
+    each.finish();
+    summary.print(options.input, reader.format(), updates);
+    return summary.all_went_through() ? EXIT_DONE : EXIT_UPDATES_FAILED;
+}
+
+void add_records(CLI::App &line, replay_options &options)
+{
+    CLI::Option *records =
+        line.add_option("--json", options.records_path, "Where the records go (default: -, the standard output)")
+            ->option_text("FILE|-");
+    line.add_flag_callback(
+            "--no-json", [&options] { options.print_records = false; }, "Print the summary only")
+        ->excludes(records);
+}
+
+void add_forms(CLI::App &line, replay_forms &forms)
+{
+    const auto add = [&](const char *option, replay_forms form, const char *description) {
+        return line.add_flag_callback(
+            option, [&forms, form] { forms = form; }, description);
+    };
+    CLI::Option *stripped = add("--stripped", replay_forms::stripped, "Hand over payloads only");
+    CLI::Option *unstripped = add("--unstripped", replay_forms::unstripped, "Hand over whole frames only");
+    CLI::Option *both = add("--both", replay_forms::both, "Hand over each update both ways (default)");
+    stripped->excludes(unstripped, both);
+    unstripped->excludes(both);
+}
+
+} // namespace
+
+command add_replay(CLI::App &app)
+{
+    CLI::App *line = app.add_subcommand("replay", "Hand every update of a capture to the library's entry points; "
+                                                  "print the client records as JSON Lines and a summary on the "
+                                                  "standard error.");
+    const auto options = std::make_shared<replay_options>();
+    line->add_option("FILE", options->input, "pcap capture or frames one after another, - for the standard input")
+        ->option_text(" ")
+        ->required();
+    add_limit(*line, options->limit, "updates");
+    line->add_option("--sample", options->sample, "Print only the first N records of each type code and form")
+        ->option_text("N")
+        ->check(whole_number(0));
+    add_records(*line, *options);
+    add_forms(*line, options->forms);
+    return {line, [options] { return run(*options); }};
+}
+
+} // namespace ribtool
