@@ -9,7 +9,6 @@
 #include "tests/reference/record_access.hpp"
 
 #include <algorithm>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace
@@ -354,32 +353,13 @@ TEST_P(every_type, decode_of_no_input_resets_the_record)
     EXPECT_EQ(check.request_count(), 0u);
 }
 
-// The bytes members of a record, embedded ones and array elements included.
-void for_each_size(const message_descriptor &message, void *msg, const std::function<void(uint64_t &)> &visit)
-{
-    for (const field_descriptor &field : fields_of(message)) {
-        auto *owner = static_cast<uint8_t *>(msg);
-        if (is_singular(field, kind::bytes))
-            visit(*reinterpret_cast<uint64_t *>(owner + field.extent_offset));
-        else if (is_singular(field, kind::message))
-            for_each_size(*field.message, member_address(field, msg), visit);
-        for (uint32_t i = 0; field.repeated && i < load_count(field, msg); ++i) {
-            uint8_t *at = load_pointer(field, msg) + i * element_size(field);
-            if (is_message(field))
-                for_each_size(*field.message, at, visit);
-            else if (field.type == kind::bytes)
-                visit(reinterpret_cast<zidl_bytes *>(at)->size);
-        }
-    }
-}
-
 // A size that no buffer can hold moves the position like any other, in 64 bits, and its prefix says the low 32.
 TEST_P(every_type, bytes_of_an_absurd_size_are_left_out_of_the_output)
 {
     prepare(sample::dense);
     const size_t full = encoding().size();
-    auto *msg = const_cast<void *>(check.record());
-    for_each_size(type, msg, [&](uint64_t &size) {
+    for (uint64_t *const member : bytes_sizes(type, const_cast<void *>(check.record()))) {
+        uint64_t &size = *member;
         const uint64_t saved = size;
         for (const uint64_t absurd : {uint64_t{1} << 32, (uint64_t{1} << 32) + 5, uint64_t{1} << 63, UINT64_MAX - full,
                                       UINT64_MAX - 3, UINT64_MAX}) {
@@ -392,7 +372,7 @@ TEST_P(every_type, bytes_of_an_absurd_size_are_left_out_of_the_output)
             ASSERT_EQ(check.encode({std::nullopt, std::nullopt, COPYING}), "") << absurd;
         }
         size = saved;
-    });
+    }
 }
 
 // Embedded messages would list entries of their own.

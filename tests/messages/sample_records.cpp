@@ -197,6 +197,23 @@ uint8_t *step_into(const field_descriptor &field, void *msg, test_arena &memory)
     return array;
 }
 
+void collect_bytes_sizes(const message_descriptor &type, void *msg, std::vector<uint64_t *> &found)
+{
+    for (const field_descriptor &field : fields_of(type)) {
+        if (is_singular(field, kind::bytes))
+            found.push_back(reinterpret_cast<uint64_t *>(static_cast<uint8_t *>(msg) + field.extent_offset));
+        else if (is_singular(field, kind::message))
+            collect_bytes_sizes(*field.message, member_address(field, msg), found);
+        for (uint32_t i = 0; field.repeated && i < load_count(field, msg); ++i) {
+            uint8_t *const at = load_pointer(field, msg) + i * element_size(field);
+            if (is_message(field))
+                collect_bytes_sizes(*field.message, at, found);
+            else if (field.type == kind::bytes)
+                found.push_back(&reinterpret_cast<zidl_bytes *>(at)->size);
+        }
+    }
+}
+
 } // namespace
 
 std::vector<field_path> growable_fields(const message_descriptor &type)
@@ -229,4 +246,11 @@ void fill_only(const message_descriptor &type, void *msg, const field_path &path
 void fill_sample(const message_descriptor &type, void *msg, sample which, test_arena &memory)
 {
     sample_filler(which, memory).fill(type, msg, 0);
+}
+
+std::vector<uint64_t *> bytes_sizes(const message_descriptor &type, void *msg)
+{
+    std::vector<uint64_t *> found;
+    collect_bytes_sizes(type, msg, found);
+    return found;
 }

@@ -25,3 +25,6 @@ std::vector<field_path> growable_fields(const zidl::message_descriptor &type);
 // about `length` bytes of the encoding.
 void fill_only(const zidl::message_descriptor &type, void *msg, const field_path &path, size_t length,
                test_arena &memory);
+
+// Where the sizes of all bytes members lie, those of embedded records and of array elements included.
+std::vector<uint64_t *> bytes_sizes(const zidl::message_descriptor &type, void *msg);
