@@ -389,6 +389,36 @@ TEST(contract_order, failure_behind_a_repeated_message_keeps_the_second_occurren
     EXPECT_EQ(msg.address.ipv6.half1, 9u);
 }
 
+TEST(contract_order, repeated_message_whose_length_runs_past_the_end_leaves_the_first_occurrence)
+{
+    memory mem;
+    auto msg = rubbish<rib_prefix>();
+    const bytes input = {
+        0x0A, 0x02, // 1 address, 2 bytes
+        0x08, 0x02, //   1 family = 2
+        0x0A, 0x05, // 1 address again, 5 bytes
+        0x08,       //   of which there is one
+    };
+    EXPECT_EQ(decode<rib_prefix>(msg, input, mem), -1);
+    EXPECT_TRUE(zidl_rib_prefix_has_address(&msg));
+    EXPECT_EQ(msg.address.family, 2u);
+    EXPECT_TRUE(zidl_rib_address_has_family(&msg.address));
+}
+
+TEST(contract_order, repeated_message_whose_length_is_cut_off_leaves_the_first_occurrence)
+{
+    memory mem;
+    auto msg = rubbish<rib_prefix>();
+    const bytes input = {
+        0x0A, 0x02, // 1 address, 2 bytes
+        0x08, 0x02, //   1 family = 2
+        0x0A, 0x80, // 1 address again, of a length that has another byte
+    };
+    EXPECT_EQ(decode<rib_prefix>(msg, input, mem), -1);
+    EXPECT_EQ(msg.address.family, 2u);
+    EXPECT_TRUE(zidl_rib_address_has_family(&msg.address));
+}
+
 TEST(contract_order, statuses_of_small_messages_are_those_of_the_innermost_failure)
 {
     const auto status_of_address = [](const bytes &address) {

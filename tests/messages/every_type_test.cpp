@@ -114,6 +114,28 @@ TEST_P(every_type, decode_reads_no_byte_before_its_input)
             decode_and_release(pages.start(), len, flags);
 }
 
+TEST_P(every_type, repeated_message_without_its_contents_leaves_the_first_occurrence)
+{
+    prepare(sample::dense);
+    for (const field_descriptor &field : fields_of(type)) {
+        if (!is_singular(field, kind::message))
+            continue;
+        byte_string record(type.size);
+        std::copy_n(member_address(field, check.record()), field.message->size, member_address(field, record.data()));
+        set_presence(type, field, record.data(), true);
+        byte_string only(codec_reference::encode(type, record.data(), nullptr, 0, nullptr, nullptr, COPYING));
+        codec_reference::encode(type, record.data(), only.data(), only.size(), nullptr, nullptr, COPYING);
+        // Again its tag, and a length that is cut off or runs past the end.
+        const byte_string tag(only.begin(), only.begin() + (field.number < 16 ? 1 : 2));
+        only.insert(only.end(), tag.begin(), tag.end());
+        for (const byte_string &rest : {byte_string{0x80}, byte_string{0x02, 0x08}, byte_string{0xff, 0x01, 0x08}}) {
+            byte_string input = only;
+            input.insert(input.end(), rest.begin(), rest.end());
+            decode_and_release(input.data(), input.size(), COPYING);
+        }
+    }
+}
+
 TEST_P(every_type, every_failing_allocation_of_decode_ends_it)
 {
     const byte_string input = encoding_of(sample::dense);
