@@ -94,12 +94,27 @@ private:
 
 // All members absent, zero and null; nothing is released.
 template <class Record>
-ZIDL_INLINE void reset(Record &msg)
+ZIDL_INLINE void clear(Record &msg)
 {
     const spare_bits<Record> spare(msg);
     memset(&msg, 0, sizeof msg);
     spare.restore(msg);
 }
+
+// What decoders start with: the generated function of the record's type, which ZIDL_RESET defines.
+template <class Record>
+void reset(Record &msg);
+
+#define ZIDL_RESET(name, record)                                                                                       \
+    inline void name(record &msg)                                                                                      \
+    {                                                                                                                  \
+        clear(msg);                                                                                                    \
+    }                                                                                                                  \
+    template <>                                                                                                        \
+    ZIDL_INLINE void reset(record &msg)                                                                                \
+    {                                                                                                                  \
+        name(msg);                                                                                                     \
+    }
 
 // The record as it stands, pointers shared.
 template <class Record>

@@ -27,6 +27,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_proto_update &msg, const Visit &visit
 {
     visit(msg.presence, 0x1f);
 }
+ZIDL_RESET(proto_update_clear, zidl_ip_rib_proto_update)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_proto_update &msg)
@@ -108,6 +109,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_opaque &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3f);
 }
+ZIDL_RESET(opaque_clear, zidl_ip_rib_opaque)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_opaque &msg)
@@ -171,6 +173,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const Visit &
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(iid_evpn_vpws_ctx_clear, zidl_ip_rib_iid_evpn_vpws_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_evpn_vpws_ctx &msg)
@@ -230,6 +233,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_evpn_elan_ctx &msg, const Visit &
 {
     visit(msg.presence, 0x7f);
 }
+ZIDL_RESET(iid_evpn_elan_ctx_clear, zidl_ip_rib_iid_evpn_elan_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_evpn_elan_ctx &msg)
@@ -306,6 +310,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg, const V
 {
     visit(msg.presence, 0x7f);
 }
+ZIDL_RESET(iid_l2vpn_ip_tunnel_ctx_clear, zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg)
@@ -382,6 +387,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_lss_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3f);
 }
+ZIDL_RESET(iid_lss_ctx_clear, zidl_ip_rib_iid_lss_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_lss_ctx &msg)
@@ -447,6 +453,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_aft_nhg_ctx &msg, const Visit &vi
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(iid_aft_nhg_ctx_clear, zidl_ip_rib_iid_aft_nhg_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_aft_nhg_ctx &msg)
@@ -503,6 +510,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_sl_id_ctx &msg, const Visit &visi
 {
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(iid_sl_id_ctx_clear, zidl_ip_rib_iid_sl_id_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_sl_id_ctx &msg)
@@ -585,6 +593,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_ctx &msg, const Visit &visit)
     each_presence(msg.sl_id, visit);
     visit(msg.presence, 0x7f);
 }
+ZIDL_RESET(iid_ctx_clear, zidl_ip_rib_iid_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_ctx &msg)
@@ -667,6 +676,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_update &msg, const Visit &visit)
     each_presence(msg.iid_ctx, visit);
     visit(msg.presence, 0x1f);
 }
+ZIDL_RESET(iid_update_clear, zidl_ip_rib_iid_update)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_iid_update &msg)

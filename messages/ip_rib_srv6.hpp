@@ -28,6 +28,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_sid_info &msg, const Visit &visi
     each_presence(msg.sid, visit);
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(sid_info_clear, zidl_ip_rib_srv6_sid_info)
 
 ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_sid_info &msg)
 {
@@ -106,6 +107,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_lib_ranges &msg, const Visit &vi
 {
     visit(msg.presence, 0xff);
 }
+ZIDL_RESET(lib_ranges_clear, zidl_ip_rib_srv6_lib_ranges)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_lib_ranges &msg)
@@ -169,6 +171,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_locator &msg, const Visit &visit
     each_presence(msg.lib_ranges, visit);
     visit(msg.presence, 0x3fff);
 }
+ZIDL_RESET(locator_clear, zidl_ip_rib_srv6_locator)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_locator &msg)
@@ -259,6 +262,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_glb_encap_info &msg, const Visit
     each_presence(msg.encap_prefix_2, visit);
     visit(msg.presence, 0x1ff);
 }
+ZIDL_RESET(glb_encap_info_clear, zidl_ip_rib_srv6_glb_encap_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_glb_encap_info &msg)
@@ -335,6 +339,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_usid_lib_ranges &msg, const Visi
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(usid_lib_ranges_clear, zidl_ip_rib_srv6_usid_lib_ranges)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_usid_lib_ranges &msg)
@@ -391,6 +396,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const Vis
 {
     visit(msg.presence, 0x1);
 }
+ZIDL_RESET(usid_wlib_ranges_clear, zidl_ip_rib_srv6_usid_wlib_ranges)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_usid_wlib_ranges &msg)
@@ -445,6 +451,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_mode_info &msg, const Visit &vis
     each_presence(msg.mode_prefix, visit);
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(mode_info_clear, zidl_ip_rib_srv6_mode_info)
 
 ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_mode_info &msg)
 {
@@ -522,6 +529,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_fmt_config_info &msg, const Visi
     each_presence(msg.usid_wlib_ranges, visit);
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(fmt_config_info_clear, zidl_ip_rib_srv6_fmt_config_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_fmt_config_info &msg)
@@ -584,6 +592,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_glb_info &msg, const Visit &visi
     each_presence(msg.encap_info, visit);
     visit(msg.presence, 0x3f);
 }
+ZIDL_RESET(glb_info_clear, zidl_ip_rib_srv6_glb_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_glb_info &msg)
@@ -662,6 +671,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_cfg_update &msg, const Visit &vi
     each_presence(msg.global_info, visit);
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(cfg_update_clear, zidl_ip_rib_srv6_cfg_update)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_cfg_update &msg)
@@ -721,6 +731,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_e_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(e_ctx_clear, zidl_ip_rib_srv6_e_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_e_ctx &msg)
@@ -795,6 +806,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_x_ctx &msg, const Visit &visit)
     each_presence(msg.context_prefix, visit);
     visit(msg.presence, 0x3f);
 }
+ZIDL_RESET(x_ctx_clear, zidl_ip_rib_srv6_x_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_x_ctx &msg)
@@ -881,6 +893,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dx_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(dx_ctx_clear, zidl_ip_rib_srv6_dx_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dx_ctx &msg)
@@ -954,6 +967,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(dt_ctx_clear, zidl_ip_rib_srv6_dt_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dt_ctx &msg)
@@ -1024,6 +1038,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dx2_ctx &msg, const Visit &visit
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(dx2_ctx_clear, zidl_ip_rib_srv6_dx2_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dx2_ctx &msg)
@@ -1097,6 +1112,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt2u_ctx &msg, const Visit &visi
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(dt2u_ctx_clear, zidl_ip_rib_srv6_dt2u_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dt2u_ctx &msg)
@@ -1170,6 +1186,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt2m_ctx &msg, const Visit &visi
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(dt2m_ctx_clear, zidl_ip_rib_srv6_dt2m_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dt2m_ctx &msg)
@@ -1243,6 +1260,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt_named_ctx &msg, const Visit &
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(dt_named_ctx_clear, zidl_ip_rib_srv6_dt_named_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_dt_named_ctx &msg)
@@ -1312,6 +1330,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_un_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(un_ctx_clear, zidl_ip_rib_srv6_un_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_un_ctx &msg)
@@ -1386,6 +1405,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_ua_ctx &msg, const Visit &visit)
     each_presence(msg.context_prefix, visit);
     visit(msg.presence, 0x7f);
 }
+ZIDL_RESET(ua_ctx_clear, zidl_ip_rib_srv6_ua_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_ua_ctx &msg)
@@ -1461,6 +1481,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt_ctx &msg, const Visit &visit
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(udt_ctx_clear, zidl_ip_rib_srv6_udt_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udt_ctx &msg)
@@ -1531,6 +1552,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt_named_ctx &msg, const Visit 
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(udt_named_ctx_clear, zidl_ip_rib_srv6_udt_named_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udt_named_ctx &msg)
@@ -1601,6 +1623,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_ub6_ctx &msg, const Visit &visit
     each_presence(msg.context_prefix, visit);
     visit(msg.presence, 0x3f);
 }
+ZIDL_RESET(ub6_ctx_clear, zidl_ip_rib_srv6_ub6_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_ub6_ctx &msg)
@@ -1687,6 +1710,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udx2_ctx &msg, const Visit &visi
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(udx2_ctx_clear, zidl_ip_rib_srv6_udx2_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udx2_ctx &msg)
@@ -1760,6 +1784,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt2u_ctx &msg, const Visit &vis
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(udt2u_ctx_clear, zidl_ip_rib_srv6_udt2u_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udt2u_ctx &msg)
@@ -1833,6 +1858,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt2m_ctx &msg, const Visit &vis
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(udt2m_ctx_clear, zidl_ip_rib_srv6_udt2m_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udt2m_ctx &msg)
@@ -1906,6 +1932,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udx_ctx &msg, const Visit &visit
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(udx_ctx_clear, zidl_ip_rib_srv6_udx_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_udx_ctx &msg)
@@ -1996,20 +2023,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_sid_ctx &msg, const Visit &visit
     each_presence(msg.dt_named_ctx, visit);
     visit(msg.presence, 0x7ffff);
 }
-
-// The record as if nothing had been received; releases nothing.
-inline void sid_ctx_clear(zidl_ip_rib_srv6_sid_ctx &msg)
-{
-    const spare_bits<zidl_ip_rib_srv6_sid_ctx> spare(msg);
-    memset(&msg, 0, sizeof msg);
-    spare.restore(msg);
-}
-
-template <>
-ZIDL_INLINE void reset(zidl_ip_rib_srv6_sid_ctx &msg)
-{
-    sid_ctx_clear(msg);
-}
+ZIDL_RESET(sid_ctx_clear, zidl_ip_rib_srv6_sid_ctx)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_sid_ctx &msg)
@@ -2139,6 +2153,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_opcode_update &msg, const Visit 
     each_presence(msg.sid_ctx, visit);
     visit(msg.presence, 0x1f);
 }
+ZIDL_RESET(opcode_update_clear, zidl_ip_rib_srv6_opcode_update)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_opcode_update &msg)
@@ -2208,6 +2223,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_static_endpoint_update &msg, con
     each_presence(msg.sid_ctx, visit);
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(static_endpoint_update_clear, zidl_ip_rib_srv6_static_endpoint_update)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_static_endpoint_update &msg)
@@ -2277,6 +2293,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_update &msg, const Visit &visit)
     each_presence(msg.static_endpoint_update, visit);
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(update_clear, zidl_ip_rib_srv6_update)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_ip_rib_srv6_update &msg)

@@ -26,6 +26,7 @@ ZIDL_INLINE void each_presence(zidl_rib_ipv6_address &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(rib_ipv6_address_clear, zidl_rib_ipv6_address)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_ipv6_address &msg)
@@ -83,6 +84,7 @@ ZIDL_INLINE void each_presence(zidl_rib_address &msg, const Visit &visit)
     each_presence(msg.ipv6, visit);
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(rib_address_clear, zidl_rib_address)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_address &msg)
@@ -143,6 +145,7 @@ ZIDL_INLINE void each_presence(zidl_rib_prefix &msg, const Visit &visit)
     each_presence(msg.address, visit);
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(rib_prefix_clear, zidl_rib_prefix)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_prefix &msg)
@@ -199,6 +202,7 @@ ZIDL_INLINE void each_presence(zidl_rib_msg_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(rib_msg_prefix_clear, zidl_rib_msg_prefix)
 
 ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_msg_prefix &msg)
 {
@@ -280,6 +284,7 @@ ZIDL_INLINE void each_presence(zidl_srv6_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(srv6_prefix_clear, zidl_srv6_prefix)
 
 ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_srv6_prefix &msg)
 {
@@ -355,6 +360,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(ip_rib_srv6_prefix_clear, zidl_ip_rib_srv6_prefix)
 
 ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_prefix &msg)
 {
@@ -430,6 +436,7 @@ ZIDL_INLINE void each_presence(zidl_rib_nnh &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(rib_nnh_clear, zidl_rib_nnh)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_nnh &msg)
@@ -486,6 +493,7 @@ ZIDL_INLINE void each_presence(zidl_rib_algo_label &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(rib_algo_label_clear, zidl_rib_algo_label)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_algo_label &msg)
@@ -542,6 +550,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_grouping_info &msg, const Visit &vi
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(rib_path_grouping_info_clear, zidl_rib_path_grouping_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_grouping_info &msg)
@@ -598,6 +607,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_sl_id_info &msg, const Visit &visit
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(rib_path_sl_id_info_clear, zidl_rib_path_sl_id_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_sl_id_info &msg)
@@ -657,6 +667,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_l2_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1f);
 }
+ZIDL_RESET(rib_path_l2_info_clear, zidl_rib_path_l2_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_l2_info &msg)
@@ -716,6 +727,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_via_aft_id &msg, const Visit &visit
 {
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(rib_path_via_aft_id_clear, zidl_rib_path_via_aft_id)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_via_aft_id &msg)
@@ -778,6 +790,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_ip_tunnel_info &msg, const Visit &v
 {
     visit(msg.presence, 0x7f);
 }
+ZIDL_RESET(rib_path_ip_tunnel_info_clear, zidl_rib_path_ip_tunnel_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_ip_tunnel_info &msg)
@@ -844,6 +857,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_iid_attr &msg, const Visit &visit)
     each_presence(msg.iid_attr_prefix, visit);
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(rib_path_iid_attr_clear, zidl_rib_path_iid_attr)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_iid_attr &msg)
@@ -907,6 +921,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_via_srv6_sid &msg, const Visit &vis
     each_presence(msg.via_sid, visit);
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(rib_path_via_srv6_sid_clear, zidl_rib_path_via_srv6_sid)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_via_srv6_sid &msg)
@@ -967,6 +982,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_srv6_sid_info &msg, const Visit &vi
     each_presence(msg.sid_info_prefix, visit);
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(rib_path_srv6_sid_info_clear, zidl_rib_path_srv6_sid_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path_srv6_sid_info &msg)
@@ -1026,6 +1042,7 @@ ZIDL_INLINE void each_presence(zidl_rib_ecomm_array &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(rib_ecomm_array_clear, zidl_rib_ecomm_array)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_ecomm_array &msg)
@@ -1101,6 +1118,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path &msg, const Visit &visit)
     each_presence(msg.sl_id_info, visit);
     visit(msg.presence, 0xffffffff);
 }
+ZIDL_RESET(rib_path_clear, zidl_rib_path)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_path &msg)
@@ -1247,6 +1265,7 @@ ZIDL_INLINE void each_presence(zidl_rib_route_l2_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(rib_route_l2_info_clear, zidl_rib_route_l2_info)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_route_l2_info &msg)
@@ -1303,6 +1322,7 @@ ZIDL_INLINE void each_presence(zidl_rib_route_aft_id &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(rib_route_aft_id_clear, zidl_rib_route_aft_id)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_route_aft_id &msg)
@@ -1365,6 +1385,7 @@ ZIDL_INLINE void each_presence(zidl_rib_generic_attr_info &msg, const Visit &vis
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(rib_generic_attr_info_clear, zidl_rib_generic_attr_info)
 
 ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_generic_attr_info &msg)
 {
@@ -1440,6 +1461,7 @@ ZIDL_INLINE void each_presence(zidl_rib_generic_attr_array &msg, const Visit &vi
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(rib_generic_attr_array_clear, zidl_rib_generic_attr_array)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_generic_attr_array &msg)
@@ -1500,6 +1522,7 @@ ZIDL_INLINE void each_presence(zidl_rib_client_advertisement &msg, const Visit &
 {
     visit(msg.presence, 0x1);
 }
+ZIDL_RESET(rib_client_advertisement_clear, zidl_rib_client_advertisement)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_client_advertisement &msg)
@@ -1563,6 +1586,7 @@ ZIDL_INLINE void each_presence(zidl_rib_route &msg, const Visit &visit)
     each_presence(msg.route_aft_id, visit);
     visit(msg.presence, 0x1ffffffffff);
 }
+ZIDL_RESET(rib_route_clear, zidl_rib_route)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_route &msg)
@@ -1693,6 +1717,7 @@ ZIDL_INLINE void each_presence(zidl_rib_bind_reply &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1);
 }
+ZIDL_RESET(rib_bind_reply_clear, zidl_rib_bind_reply)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_bind_reply &msg)

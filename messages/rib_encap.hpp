@@ -27,6 +27,7 @@ ZIDL_INLINE void each_presence(zidl_rib_srv6_oper_type &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(rib_srv6_oper_type_clear, zidl_rib_srv6_oper_type)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_srv6_oper_type &msg)
@@ -86,6 +87,7 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_label &msg, const Visi
 {
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(id_path_key_label_clear, zidl_rib_encap_id_path_key_label)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_path_key_label &msg)
@@ -145,6 +147,7 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6 &msg, const Visit
     each_presence(msg.oper_type, visit);
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(id_path_key_srv6_clear, zidl_rib_encap_id_path_key_srv6)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6 &msg)
@@ -203,6 +206,7 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6_carrier_info &msg
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(id_path_key_srv6_carrier_info_clear, zidl_rib_encap_id_path_key_srv6_carrier_info)
 
 ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
 {
@@ -282,6 +286,7 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6_carriers &msg, co
     each_presence(msg.oper_type, visit);
     visit(msg.presence, 0x3);
 }
+ZIDL_RESET(id_path_key_srv6_carriers_clear, zidl_rib_encap_id_path_key_srv6_carriers)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carriers &msg)
@@ -347,6 +352,7 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_key &msg, const Visit &visit)
     each_presence(msg.srv6_carriers, visit);
     visit(msg.presence, 0xfffff);
 }
+ZIDL_RESET(id_key_clear, zidl_rib_encap_id_key)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
@@ -464,6 +470,7 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1);
 }
+ZIDL_RESET(id_clear, zidl_rib_encap_id)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_encap_id &msg)
@@ -517,6 +524,7 @@ ZIDL_INLINE void each_presence(zidl_rib_grid_sync_list &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(rib_grid_sync_list_clear, zidl_rib_grid_sync_list)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_grid_sync_list &msg)
@@ -584,6 +592,7 @@ ZIDL_INLINE void each_presence(zidl_rib_nhid_encap_key &msg, const Visit &visit)
     each_presence(msg.nhid_key_address, visit);
     visit(msg.presence, 0xf);
 }
+ZIDL_RESET(rib_nhid_encap_key_clear, zidl_rib_nhid_encap_key)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_nhid_encap_key &msg)
@@ -647,6 +656,7 @@ ZIDL_INLINE void each_presence(zidl_rib_nhid_update &msg, const Visit &visit)
     each_presence(msg.nhid_encap_key, visit);
     visit(msg.presence, 0x7);
 }
+ZIDL_RESET(rib_nhid_update_clear, zidl_rib_nhid_update)
 
 template <class Sink>
 Sink encode(Sink out, const zidl_rib_nhid_update &msg)

@@ -97,6 +97,22 @@ TEST_F(zidlc_emitters, the_codec_dispatches_what_says_so)
         EXPECT_NE(text.find(fmt::format(" zidl_history_{}(", operation)), std::string::npos) << "in one build alone";
 }
 
+TEST_F(zidlc_emitters, resets_are_called_after_their_messages_without_the_name_of_the_group)
+{
+    write("sample.zidl", "group sample;\n"
+                         "message sample_hop { 1 x : u32; }\n"
+                         "message samples { 1 x : u32; }\n"
+                         "message sample { 1 x : u32; }\n"
+                         "message other_hop { 1 x : u32; }\n"
+                         "message sample_2d { 1 x : u32; }\n");
+    const std::string text = generated({"sample.zidl"}, {artefact::codec}).at(0).text;
+    for (const char *line :
+         {"\nZIDL_RESET(hop_clear, zidl_sample_hop)\n", "\nZIDL_RESET(samples_clear, zidl_samples)\n",
+          "\nZIDL_RESET(sample_clear, zidl_sample)\n", "\nZIDL_RESET(other_hop_clear, zidl_other_hop)\n",
+          "\nZIDL_RESET(sample_2d_clear, zidl_sample_2d)\n"})
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+}
+
 TEST_F(zidlc_emitters, two_runs_give_the_same_bytes)
 {
     const std::vector<std::filesystem::path> schemas = {golden / "schema/geo.zidl", golden / "schema/weather.zidl"};

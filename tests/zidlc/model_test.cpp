@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <cstring>
 #include <ctime>
 
 namespace zidlc
@@ -259,6 +260,7 @@ TEST_F(zidlc_model, reserved_words_of_c_cpp_and_the_language_are_no_names)
                         "    2 co_await : u32;\n"
                         "    3 repeated : u32;\n"
                         "    4 order    : u32;\n"
+                        "    5 dispatch : u32;\n"
                         "}\n"
                         "message u32 { 1 x : bool; }\n"),
               "sample.zidl:2:9: error: 'union' cannot name a message: the word is reserved in C or C++\n"
@@ -276,9 +278,30 @@ TEST_F(zidlc_model, reserved_words_of_c_cpp_and_the_language_are_no_names)
               "sample.zidl:6:7: error: 'order' cannot name a member: the word belongs to the schema language\n"
               "    4 order    : u32;\n"
               "      ^~~~~\n"
-              "sample.zidl:8:9: error: 'u32' cannot name a message: the word belongs to the schema language\n"
+              "sample.zidl:7:7: error: 'dispatch' cannot name a member: the word belongs to the schema language\n"
+              "    5 dispatch : u32;\n"
+              "      ^~~~~~~~\n"
+              "sample.zidl:9:9: error: 'u32' cannot name a message: the word belongs to the schema language\n"
               "message u32 { 1 x : bool; }\n"
               "        ^~~\n");
+}
+
+TEST_F(zidlc_model, no_word_of_the_language_names_a_message_or_a_count)
+{
+    for (const char *word : {"group", "use", "message", "omit", "dispatch", "unassigned", "repeated", "counted", "by",
+                             "out", "of", "order", "u8", "u32", "u64", "fixed32", "string"})
+        EXPECT_EQ(
+            errors_in(fmt::format("group sample;\n"
+                                  "message {0} {{ 1 x : u32; }}\n"
+                                  "message n {{ 1 x : repeated u32, counted by {0}; }}\n",
+                                  word)),
+            fmt::format("sample.zidl:2:9: error: '{0}' cannot name a message: the word belongs to the schema language\n"
+                        "message {0} {{ 1 x : u32; }}\n"
+                        "        {1}\n"
+                        "sample.zidl:3:44: error: '{0}' cannot name a member: the word belongs to the schema language\n"
+                        "message n {{ 1 x : repeated u32, counted by {0}; }}\n"
+                        "                                           {1}\n",
+                        word, "^" + std::string(strlen(word) - 1, '~')));
 }
 
 TEST_F(zidlc_model, types_of_proto_files_are_no_message_names)
@@ -644,7 +667,7 @@ TEST_F(zidlc_model, numbers_at_the_end_may_be_unassigned)
     EXPECT_EQ(m.unassigned[1].last, 5u);
 }
 
-// Omitted arguments and reset functions
+// Omitted arguments
 
 TEST_F(zidlc_model, unknown_omission_is_reported)
 {
@@ -730,24 +753,6 @@ TEST_F(zidlc_model, omissions_reach_the_model)
     const omissions &n = all.groups[0]->messages.at(1)->omit;
     EXPECT_TRUE(n.decode_flags && n.duplicate_memory);
     EXPECT_FALSE(n.encode_flags || n.decode_memory);
-}
-
-TEST_F(zidlc_model, reset_functions_have_good_names_of_their_own)
-{
-    EXPECT_EQ(errors_in("group sample;\n"
-                        "message a { reset clear_it; 1 x : u32; }\n"
-                        "message b { reset clear_it; 1 x : u32; }\n"
-                        "message c { reset memset; 1 x : u32; }\n"
-                        "message d { reset delete; 1 x : u32; }\n"),
-              "sample.zidl:3:19: error: another message has the reset function 'clear_it' already\n"
-              "message b { reset clear_it; 1 x : u32; }\n"
-              "                  ^~~~~~~~\n"
-              "sample.zidl:4:19: error: 'memset' cannot name a function: the codec has a function of that name\n"
-              "message c { reset memset; 1 x : u32; }\n"
-              "                  ^~~~~~\n"
-              "sample.zidl:5:19: error: 'delete' cannot name a function: the word is reserved in C or C++\n"
-              "message d { reset delete; 1 x : u32; }\n"
-              "                  ^~~~~~\n");
 }
 
 // Groups and files

@@ -89,12 +89,11 @@ TEST(zidlc_parser, unassigned_rows_name_one_number_or_a_range)
     EXPECT_EQ(range.last.value, 7u);
 }
 
-TEST(zidlc_parser, omissions_and_a_reset_function_stand_before_the_rows)
+TEST(zidlc_parser, omissions_stand_before_the_rows)
 {
     const parsed text("group a;\n"
                       "message m {\n"
                       "    omit encode.flags, decode.memory;\n"
-                      "    reset m_clear;\n"
                       "    1 x : u32;\n"
                       "}\n");
     EXPECT_EQ(text.errors.text(), "");
@@ -102,18 +101,16 @@ TEST(zidlc_parser, omissions_and_a_reset_function_stand_before_the_rows)
     ASSERT_EQ(m.omissions.size(), 2u);
     EXPECT_EQ(m.omissions[0].operation, "encode");
     EXPECT_EQ(m.omissions[1].argument, "memory");
-    ASSERT_TRUE(m.reset);
-    EXPECT_EQ(m.reset->text, "m_clear");
 }
 
 TEST(zidlc_parser, a_message_is_dispatched_when_it_says_so)
 {
     const parsed text("group a;\n"
                       "message m { dispatch; 1 x : u32; }\n"
-                      "message n { 1 dispatch : u32; }\n");
+                      "message n { 1 x : u32; }\n");
     EXPECT_EQ(text.errors.text(), "");
     EXPECT_TRUE(text.tree.messages.at(0).dispatch);
-    EXPECT_FALSE(text.tree.messages.at(1).dispatch) << "a member of that name";
+    EXPECT_FALSE(text.tree.messages.at(1).dispatch);
 }
 
 TEST(zidlc_parser, layout_does_not_matter)
@@ -292,27 +289,6 @@ TEST(zidlc_parser, omissions_are_complete_and_stand_once_before_the_rows)
               "    ^~~~\n");
 }
 
-TEST(zidlc_parser, a_reset_function_is_named_once_before_the_rows)
-{
-    EXPECT_EQ(errors_in("group a;\n"
-                        "message m {\n"
-                        "    reset ;\n"
-                        "    reset one;\n"
-                        "    reset two;\n"
-                        "    1 x : u32;\n"
-                        "    reset three;\n"
-                        "}\n"),
-              "a.zidl:3:11: error: expected the name of a function, not ';'\n"
-              "    reset ;\n"
-              "          ^\n"
-              "a.zidl:5:5: error: 'reset' stands once, before the rows\n"
-              "    reset two;\n"
-              "    ^~~~~\n"
-              "a.zidl:7:5: error: 'reset' stands once, before the rows\n"
-              "    reset three;\n"
-              "    ^~~~~\n");
-}
-
 TEST(zidlc_parser, dispatch_is_said_once_before_the_rows)
 {
     EXPECT_EQ(errors_in("group a;\n"
@@ -409,7 +385,7 @@ TEST(zidlc_parser, every_cut_inside_a_message_is_reported)
     const std::string text = "group a;\n"
                              "message m {\n"
                              "    omit encode.flags;\n"
-                             "    reset m_clear;\n"
+                             "    dispatch;\n"
                              "    1 x : repeated u32, counted by n, out of order; # behind\n"
                              "    2..3 unassigned;\n"
                              "}\n";

@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <map>
 #include <optional>
-#include <set>
 #include <utility>
 
 namespace zidlc
@@ -139,23 +138,12 @@ private:
         m.group = d.home->name;
         m.comment = syntax.comment;
         m.dispatch = syntax.dispatch;
-        set_reset_name(syntax, m);
         check_numbering(syntax, errors_);
         add_rows(d, m);
         check_members(syntax, m);
         derive(m);
         check_size(syntax, m);
         add_omissions(syntax, m, errors_);
-    }
-
-    void set_reset_name(const message_syntax &syntax, message &m)
-    {
-        if (!syntax.reset)
-            return;
-        m.reset_name = syntax.reset->text;
-        check_name(*syntax.reset, "function", objection_to_function(m.reset_name));
-        if (!reset_names_.insert(m.reset_name).second)
-            errors_.error(syntax.reset->where, "another message has the reset function '{}' already", m.reset_name);
     }
 
     void add_rows(draft &d, message &m)
@@ -343,9 +331,8 @@ private:
     diagnostics &errors_;
     model model_;
     std::map<std::string, draft> drafts_; // by message name
-    std::set<std::string> reset_names_;
-    std::vector<draft *> in_order_;   // of declaration
-    std::vector<const draft *> open_; // from the outermost to the one being completed
+    std::vector<draft *> in_order_;       // of declaration
+    std::vector<const draft *> open_;     // from the outermost to the one being completed
 };
 
 } // namespace

@@ -22,24 +22,7 @@ void emit_presence(printer &out, const message &msg)
     }
     out.line("    visit(msg.presence, {:#x});", msg.presence_mask);
     out.line("}}");
-    out.line();
-}
-
-void emit_named_reset(printer &out, const message &msg)
-{
-    out.line("// The record as if nothing had been received; releases nothing.");
-    out.line("inline void {}({} &msg)", msg.reset_name, record_type(msg));
-    out.line("{{");
-    out.line("    const spare_bits<{}> spare(msg);", record_type(msg));
-    out.line("    memset(&msg, 0, sizeof msg);");
-    out.line("    spare.restore(msg);");
-    out.line("}}");
-    out.line();
-    out.line("template <>");
-    out.line("ZIDL_INLINE void reset({} &msg)", record_type(msg));
-    out.line("{{");
-    out.line("    {}(msg);", msg.reset_name);
-    out.line("}}");
+    out.line("ZIDL_RESET({}, {})", reset_function(msg), record_type(msg));
     out.line();
 }
 
@@ -99,8 +82,6 @@ void emit_message(printer &out, const message &msg)
     out.line();
     emit_shape(out, msg);
     emit_presence(out, msg);
-    if (!msg.reset_name.empty())
-        emit_named_reset(out, msg);
     if (msg.owns_memory && msg.is_bounded)
         emit_sizes(out, msg);
     emit_encode(out, msg);

@@ -87,8 +87,7 @@ struct message {
     std::vector<field> fields;            // in declaration order
     std::vector<number_range> unassigned; // in declaration order
     omissions omit;
-    std::string reset_name; // of the function that resets the record, where it carries one of its own; else empty
-    bool dispatch = false;  // encoder and decoder exist for newer processors, too
+    bool dispatch = false; // encoder and decoder exist for newer processors, too
 
     // What follows.
     unsigned presence_bits = 8;  // width of the presence word: 8, 16, 32 or 64

@@ -38,6 +38,14 @@ std::string record_type(const message &m)
     return record_type(m.name);
 }
 
+std::string reset_function(const message &m)
+{
+    const std::string prefix = m.group + '_';
+    const bool is_short =
+        m.name.starts_with(prefix) && !std::isdigit(static_cast<unsigned char>(m.name[prefix.size()]));
+    return fmt::format("{}_clear", is_short ? m.name.substr(prefix.size()) : m.name);
+}
+
 std::string presence_type(const message &m)
 {
     return fmt::format("uint{}_t", m.presence_bits);

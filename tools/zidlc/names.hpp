@@ -30,6 +30,9 @@ std::vector<std::string> member_names(const field &f);
 // The same as members of `object`, as arguments.
 std::string members(const field &f, std::string_view object); // msg.labels, msg.labels_count
 
+// What makes a record as if nothing had been received: the message's name without its group's, and `_clear`.
+std::string reset_function(const message &m); // sid_ctx_clear of ip_rib_srv6_sid_ctx in the group ip_rib_srv6
+
 // Files, relative to the root of the tree. Includes are written with the same paths.
 std::string header_path(std::string_view group);       // messages/rib_common.h
 std::string codec_header_path(std::string_view group); // messages/rib_common.hpp

@@ -84,7 +84,7 @@ private:
         return group;
     }
 
-    // message = "message" name "{" [ omit ] [ reset ] [ dispatch ] { row } "}"
+    // message = "message" name "{" [ omit ] [ dispatch ] { row } "}"
     message_syntax message()
     {
         message_syntax m;
@@ -101,8 +101,6 @@ private:
     {
         if (at("omit"))
             omit_statement(m);
-        else if (at("reset"))
-            reset_statement(m);
         else if (at("dispatch"))
             dispatch_statement(m);
         else if (peek().kind == token_kind::number)
@@ -123,16 +121,6 @@ private:
             const name_syntax argument = name("an argument");
             m.omissions.push_back({operation.text, argument.text, from_to(operation.where, argument.where)});
         } while (accept(","));
-        end_statement();
-    }
-
-    // reset = "reset" name ";"
-    void reset_statement(message_syntax &m)
-    {
-        if (m.reset || !m.rows.empty())
-            errors_.error(peek().where, "'reset' stands once, before the rows");
-        take();
-        m.reset = name("the name of a function");
         end_statement();
     }
 

@@ -54,8 +54,7 @@ struct message_syntax {
     name_syntax name;
     std::vector<std::string> comment;
     std::vector<omission_syntax> omissions;
-    std::optional<name_syntax> reset; // reset NAME;
-    bool dispatch = false;            // dispatch;
+    bool dispatch = false; // dispatch;
     std::vector<std::variant<field_syntax, unassigned_syntax>> rows;
 };
 

@@ -27,17 +27,12 @@ constexpr std::string_view c_words =
     "typeof_unqual union unix unsigned using virtual void volatile wchar_t while xor xor_eq ";
 
 constexpr std::string_view language_words =
-    " by counted group message of omit order out repeated reset unassigned use ";
+    " by counted dispatch group message of omit order out repeated unassigned use ";
 
 // Files of these names are the compiler's own: messages/descriptors.hpp, docs/messages/README.md.
 constexpr std::string_view file_words = " descriptors readme ";
 
 constexpr std::string_view proto_words = " fixed64 int32 int64 sfixed32 sfixed64 sint32 sint64 uint32 uint64 ";
-
-// What generated code calls with a record, or defines for one.
-constexpr std::string_view codec_words =
-    " any_presence copy_record decode decode_ext duplicate duplicate_owned each_presence encode "
-    "encode_exact encode_ext encoded_bound encoded_size free_ext has memcpy memset release ";
 
 // Whether a list, whose words stand between blanks, has a name.
 bool contains(std::string_view words, std::string_view name)
@@ -73,11 +68,6 @@ std::string objection_to_member(std::string_view name)
 std::string objection_to_message(std::string_view name)
 {
     return contains(proto_words, name) ? "proto files have a type of that name" : "";
-}
-
-std::string objection_to_function(std::string_view name)
-{
-    return contains(codec_words, name) ? "the codec has a function of that name" : "";
 }
 
 std::string objection_to_group(std::string_view name)

@@ -12,11 +12,10 @@ namespace zidlc
 {
 
 // Why a schema may not use a name; empty when it may.
-std::string objection_to_name(std::string_view name);     // any name: keywords, form
-std::string objection_to_message(std::string_view name);  // additionally, of messages: the types of proto files
-std::string objection_to_member(std::string_view name);   // of members: the presence word
-std::string objection_to_group(std::string_view name);    // of groups: files that belong to the compiler
-std::string objection_to_function(std::string_view name); // of reset functions: what the codec itself calls
+std::string objection_to_name(std::string_view name);    // any name: keywords, form
+std::string objection_to_message(std::string_view name); // additionally, of messages: the types of proto files
+std::string objection_to_member(std::string_view name);  // of members: the presence word
+std::string objection_to_group(std::string_view name);   // of groups: files that belong to the compiler
 
 // Every C identifier with external or file scope that a message brings into the world.
 std::vector<std::string> c_identifiers(const message &m);
