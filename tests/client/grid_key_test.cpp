@@ -1,4 +1,4 @@
-// The conversion of one encapsulation key: required fields, prefixes, and what each key type takes.
+// One encapsulation key: its required fields, what each type takes of the others, and label keys.
 
 #include "tests/client/grid_support.hpp"
 
@@ -6,8 +6,6 @@ using namespace rib_test;
 
 namespace
 {
-
-const bytes no_fields;
 
 // ---- Required fields ----
 
@@ -50,120 +48,6 @@ TEST(grid_key, missing_field_is_refused_before_the_second_prefix_is_looked_for)
 {
     // Type 1 without field 7 would stop the process.
     expect_key_refused(bytes{0x10, 0x02} + field({0x1A}, grid_prefix_7) + bytes{0x20, 0x04, 0x28, 0x01});
-}
-
-// ---- Prefixes ----
-
-// A key of type 3 with this prefix.
-bytes key_with_prefix(const bytes &prefix)
-{
-    return bytes{0x08, 0x01, 0x10, 0x02} + field({0x1A}, prefix) + bytes{0x20, 0x04} + type_3;
-}
-
-const bytes sixteen = {0x20, 0x01, 0x0D, 0xB8, 0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB};
-
-TEST(grid_prefix, ipv4_is_the_value_as_decoded)
-{
-    expect_key(key_with_prefix({
-                   0x08, 0x02,                   // 1 family = 2
-                   0x10, 0x20,                   // 2 prefix_len = 32
-                   0x18, 0x84, 0x86, 0x88, 0x08, // 3 ipv4 = 0x01020304
-               }),
-               [](rib_encap_id_path_key_t &expected) {
-                   expected.key_prefix = {};
-                   expected.key_prefix.family = 2;
-                   expected.key_prefix.prefix_len = 32;
-                   expected.key_prefix.addr.ipv4_addr = 0x01020304;
-               });
-}
-
-TEST(grid_prefix, ipv4_without_its_value_is_address_0)
-{
-    grid_arrays arrays(0x5A);
-    ASSERT_EQ(arrays.decode(one_key_list(key_with_prefix({
-                  0x08, 0x02, // 1 family = 2
-                  0x10, 0x18, // 2 prefix_len = 24
-              }))),
-              0u);
-    EXPECT_EQ(arrays.keys[0].key_prefix.addr.ipv4_addr, 0u);
-}
-
-TEST(grid_prefix, ipv4_ignores_ipv6_bytes_of_any_length)
-{
-    expect_key(key_with_prefix(grid_prefix_7 + field({0x22}, bytes(17, 0xEE))), [](rib_encap_id_path_key_t &) {});
-}
-
-TEST(grid_prefix, ipv6_is_the_bytes_as_received)
-{
-    expect_key(key_with_prefix(bytes{0x08, 0x0A, 0x10, 0x40} + field({0x22}, sixteen)),
-               [](rib_encap_id_path_key_t &expected) {
-                   expected.key_prefix.family = 10;
-                   expected.key_prefix.prefix_len = 64;
-                   std::memcpy(expected.key_prefix.addr.ipv6_addr, sixteen.data(), 16);
-               });
-}
-
-TEST(grid_prefix, shorter_ipv6_fills_the_first_bytes)
-{
-    grid_arrays arrays(0x5A);
-    ASSERT_EQ(arrays.decode(one_key_list(key_with_prefix(bytes{0x08, 0x0A, 0x10, 0x40} + field({0x22}, {0xFE, 0x80})))),
-              0u);
-    const uint8_t *address = arrays.keys[0].key_prefix.addr.ipv6_addr;
-    EXPECT_EQ(bytes(address, address + 16), bytes({0xFE, 0x80}) + bytes(14, 0x5A));
-}
-
-TEST(grid_prefix, empty_ipv6_is_accepted)
-{
-    expect_key(key_with_prefix(bytes{0x08, 0x0A, 0x10, 0x40} + field({0x22}, no_fields)),
-               [](rib_encap_id_path_key_t &expected) {
-                   expected.key_prefix = {};
-                   expected.key_prefix.family = 10;
-                   expected.key_prefix.prefix_len = 64;
-               });
-}
-
-TEST(grid_prefix, ipv6_of_17_bytes_is_refused)
-{
-    expect_key_refused(key_with_prefix(bytes{0x08, 0x0A, 0x10, 0x40} + field({0x22}, bytes(17, 0xEE))));
-}
-
-TEST(grid_prefix, ipv6_without_its_bytes_is_refused)
-{
-    expect_key_refused(key_with_prefix({0x08, 0x0A, 0x10, 0x40, 0x18, 0x07}));
-}
-
-TEST(grid_prefix, missing_family_is_refused)
-{
-    expect_key_refused(key_with_prefix({0x10, 0x18, 0x18, 0x07}));
-}
-
-TEST(grid_prefix, missing_length_is_refused)
-{
-    expect_key_refused(key_with_prefix({0x08, 0x02, 0x18, 0x07}));
-}
-
-TEST(grid_prefix, present_empty_prefix_is_refused)
-{
-    expect_key_refused(key_with_prefix(no_fields));
-}
-
-TEST(grid_prefix, other_families_are_refused)
-{
-    expect_key_refused(key_with_prefix({0x08, 0x00, 0x10, 0x18, 0x18, 0x07}));
-    expect_key_refused(key_with_prefix({0x08, 0x01, 0x10, 0x18, 0x18, 0x07}));
-    expect_key_refused(key_with_prefix(bytes{0x08, 0x03, 0x10, 0x18} + field({0x22}, sixteen)));
-}
-
-TEST(grid_prefix, family_is_judged_at_32_bits)
-{
-    expect_key_refused(key_with_prefix({0x08, 0x82, 0x02, 0x10, 0x18, 0x18, 0x07}));                   // 258
-    expect_key_refused(key_with_prefix(bytes{0x08, 0x8A, 0x02, 0x10, 0x18} + field({0x22}, sixteen))); // 266
-}
-
-TEST(grid_prefix, length_keeps_its_low_8_bits)
-{
-    expect_key(key_with_prefix({0x08, 0x02, 0x10, 0xAC, 0x02, 0x18, 0x07}), // 2 prefix_len = 300
-               [](rib_encap_id_path_key_t &expected) { expected.key_prefix.prefix_len = 44; });
 }
 
 // ---- Types 3 and 4 ----
@@ -233,21 +117,10 @@ TEST(grid_key, types_3_and_4_take_values_12_16_and_17)
 
 // ---- Types that read on: a key of type 1 with an empty label key is the smallest ----
 
-const bytes second_prefix = field({0x3A}, {0x08, 0x02, 0x10, 0x08, 0x18, 0x09}); // 7 key_second_prefix 0.0.0.9/8
-const bytes empty_label_key = {0x52, 0x00};                                      // 10 label_key, empty
+const bytes empty_label_key = {0x52, 0x00}; // 10 label_key, empty
 
 const bytes label_key_begin = required_but_type + bytes{0x28, 0x01} + second_prefix;
 const bytes smallest_label_key = label_key_begin + empty_label_key;
-
-// What reading on adds to the smallest key.
-void read_on(rib_encap_id_path_key_t &expected, uint32_t type)
-{
-    expected.key_type = type;
-    expected.key_second_prefix.family = 2;
-    expected.key_second_prefix.prefix_len = 8;
-    expected.key_second_prefix.addr.ipv4_addr = 9;
-    expected.key_value_15 = 0x100001;
-}
 
 template <class Change>
 void expect_label_key(const bytes &more, Change &&change)
@@ -510,270 +383,13 @@ TEST(grid_key, room_for_labels_is_the_room_of_the_srv6_variant)
     EXPECT_GE(offsetof(rib_encap_label_key, labels) + sizeof(rib_encap_label_key::labels), sizeof(rib_encap_srv6_key));
 }
 
-// ---- SRv6 keys ----
-
-const bytes srv6_key_begin = required_but_type + bytes{0x28, 0x02} + second_prefix;
-
-// Carriers with the fields given.
-bytes carriers(const bytes &fields)
-{
-    return field({0x72}, fields);
-}
-
-const bytes empty_oper_type = {0x0A, 0x00}; // 1 oper_type, empty
-
-template <class Change>
-void expect_srv6_key(const bytes &more, Change &&change)
-{
-    expect_key(srv6_key_begin + more, [&](rib_encap_id_path_key_t &expected) {
-        read_on(expected, 2);
-        change(expected);
-    });
-}
-
-TEST(grid_key, srv6_key_with_an_empty_operation_type_converts)
-{
-    expect_srv6_key(carriers(empty_oper_type), [](rib_encap_id_path_key_t &) {});
-}
-
-TEST(grid_key, srv6_key_without_carriers_is_refused)
-{
-    expect_key_refused(srv6_key_begin);
-}
-
-TEST(grid_key, srv6_key_with_empty_carriers_is_refused)
-{
-    expect_key_refused(srv6_key_begin + carriers(no_fields));
-}
-
-TEST(grid_key, srv6_key_without_an_operation_type_is_refused)
-{
-    expect_key_refused(srv6_key_begin + carriers(field({0x12}, {0x08, 0x01})));
-}
-
-TEST(grid_key, srv6_key_does_not_read_field_11)
-{
-    const bytes srv6_field_11 = field({0x5A}, {0x0A, 0x02, 0x08, 0x01}); // 11 srv6_key with an operation type
-    expect_key_refused(srv6_key_begin + srv6_field_11);
-}
-
-TEST(grid_key, set_selector_takes_oper_when_set)
-{
-    expect_srv6_key(carriers({
-                        0x0A, 0x06, // 1 oper_type, 6 bytes
-                        0x08, 0x01, //   1 oper_selector = true
-                        0x10, 0x0B, //   2 oper_when_set = 11
-                        0x18, 0x0C, //   3 oper_when_clear = 12
-                    }),
-                    [](rib_encap_id_path_key_t &expected) {
-                        expected.type_data.srv6.oper_selector = 1;
-                        expected.type_data.srv6.oper = 11;
-                    });
-}
-
-TEST(grid_key, clear_selector_takes_oper_when_clear)
-{
-    expect_srv6_key(carriers({
-                        0x0A, 0x06, // 1 oper_type, 6 bytes
-                        0x08, 0x00, //   1 oper_selector = false
-                        0x10, 0x0B, //   2 oper_when_set = 11
-                        0x18, 0x0C, //   3 oper_when_clear = 12
-                    }),
-                    [](rib_encap_id_path_key_t &expected) { expected.type_data.srv6.oper = 12; });
-}
-
-TEST(grid_key, missing_selector_takes_oper_when_clear)
-{
-    expect_srv6_key(carriers({
-                        0x0A, 0x04, // 1 oper_type, 4 bytes
-                        0x10, 0x0B, //   2 oper_when_set = 11
-                        0x18, 0x0C, //   3 oper_when_clear = 12
-                    }),
-                    [](rib_encap_id_path_key_t &expected) { expected.type_data.srv6.oper = 12; });
-}
-
-TEST(grid_key, set_selector_without_oper_when_set_leaves_the_operation)
-{
-    expect_srv6_key(carriers({
-                        0x0A, 0x04, // 1 oper_type, 4 bytes
-                        0x08, 0x01, //   1 oper_selector = true
-                        0x18, 0x0C, //   3 oper_when_clear = 12
-                    }),
-                    [](rib_encap_id_path_key_t &expected) { expected.type_data.srv6.oper_selector = 1; });
-}
-
-TEST(grid_key, clear_selector_without_oper_when_clear_leaves_the_operation)
-{
-    expect_srv6_key(carriers({
-                        0x0A, 0x04, // 1 oper_type, 4 bytes
-                        0x08, 0x00, //   1 oper_selector = false
-                        0x10, 0x0B, //   2 oper_when_set = 11
-                    }),
-                    [](rib_encap_id_path_key_t &) {});
-}
-
-// In arrays that are used again and not cleared.
-void expect_operation_left(const bytes &oper_type, uint8_t selector)
-{
-    grid_arrays arrays(0x5A);
-    ASSERT_EQ(arrays.decode(one_key_list(srv6_key_begin + carriers(field({0x0A}, oper_type)))), 0u);
-    EXPECT_EQ(arrays.keys[0].type_data.srv6.oper_selector, selector);
-    EXPECT_EQ(arrays.keys[0].type_data.srv6.oper, 0x5A);
-    EXPECT_EQ(arrays.keys[0].type_data.srv6.carrier_count, 0);
-}
-
-TEST(grid_key, set_selector_without_oper_when_set_leaves_the_operation_that_was_there)
-{
-    expect_operation_left(
-        {
-            0x08, 0x01, // 1 oper_selector = true
-            0x18, 0x0C, // 3 oper_when_clear = 12
-        },
-        1);
-}
-
-TEST(grid_key, clear_selector_without_oper_when_clear_leaves_the_operation_that_was_there)
-{
-    expect_operation_left(
-        {
-            0x08, 0x00, // 1 oper_selector = false
-            0x10, 0x0B, // 2 oper_when_set = 11
-        },
-        0);
-}
-
-TEST(grid_key, missing_selector_without_oper_when_clear_leaves_the_selector_and_the_operation_that_were_there)
-{
-    expect_operation_left(
-        {
-            0x10, 0x0B, // 2 oper_when_set = 11
-        },
-        0x5A);
-}
-
-TEST(grid_key, operation_keeps_its_low_8_bits)
-{
-    expect_srv6_key(carriers({
-                        0x0A, 0x03,       // 1 oper_type, 3 bytes
-                        0x18, 0xAC, 0x02, //   3 oper_when_clear = 300
-                    }),
-                    [](rib_encap_id_path_key_t &expected) { expected.type_data.srv6.oper = 44; });
-}
-
-TEST(grid_key, carriers_take_their_values_and_bytes)
-{
-    expect_srv6_key(carriers(empty_oper_type +
-                             field({0x12},
-                                   bytes{
-                                       0x08, 0xFF, 0xFF, 0xFF, 0xFF, 0x0F, // 1 = 0xFFFFFFFF
-                                       0x10, 0xAC, 0x02,                   // 2 = 300
-                                   } + field({0x1A}, sixteen)) +
-                             field({0x12}, {0x1A, 0x02, 0xC1, 0xC2}) + field({0x12}, no_fields)),
-                    [](rib_encap_id_path_key_t &expected) {
-                        rib_encap_srv6_key &srv6 = expected.type_data.srv6;
-                        srv6.carrier_count = 3;
-                        srv6.carriers[0].carrier_value_1 = 0xFFFFFFFF;
-                        srv6.carriers[0].carrier_value_2 = 44;
-                        std::memcpy(srv6.carriers[0].carrier_bytes, sixteen.data(), 16);
-                        srv6.carriers[1].carrier_bytes[0] = 0xC1;
-                        srv6.carriers[1].carrier_bytes[1] = 0xC2;
-                    });
-}
-
-TEST(grid_key, absent_parts_of_a_carrier_stay_as_they_were)
-{
-    grid_arrays arrays(0x5A);
-    ASSERT_EQ(
-        arrays.decode(one_key_list(srv6_key_begin + carriers(empty_oper_type + field({0x12}, {0x1A, 0x01, 0xC1})))),
-        0u);
-    const rib_encap_carrier &carrier = arrays.keys[0].type_data.srv6.carriers[0];
-    EXPECT_EQ(carrier.carrier_value_1, 0x5A5A5A5Au);
-    EXPECT_EQ(carrier.carrier_value_2, 0x5A);
-    EXPECT_EQ(bytes(carrier.carrier_bytes, carrier.carrier_bytes + 16), bytes{0xC1} + bytes(15, 0x5A));
-}
-
-TEST(grid_key, twelve_carriers_fill_the_room)
-{
-    expect_srv6_key(carriers(empty_oper_type + repeat(12, field({0x12}, {0x08, 0x07}))),
-                    [](rib_encap_id_path_key_t &expected) {
-                        expected.type_data.srv6.carrier_count = 12;
-                        for (rib_encap_carrier &carrier : expected.type_data.srv6.carriers)
-                            carrier.carrier_value_1 = 7;
-                    });
-}
-
-TEST(grid_key, carrier_13_is_dropped)
-{
-    expect_srv6_key(carriers(empty_oper_type + repeat(12, field({0x12}, {0x08, 0x07})) + field({0x12}, {0x08, 0x0D})),
-                    [](rib_encap_id_path_key_t &expected) {
-                        expected.type_data.srv6.carrier_count = 12;
-                        for (rib_encap_carrier &carrier : expected.type_data.srv6.carriers)
-                            carrier.carrier_value_1 = 7;
-                    });
-}
-
-TEST(grid_key, carrier_13_is_not_looked_at)
-{
-    const bytes too_long = field({0x12}, field({0x1A}, bytes(17, 0xEE)));
-    expect_srv6_key(carriers(empty_oper_type + repeat(12, field({0x12}, {0x08, 0x07})) + too_long),
-                    [](rib_encap_id_path_key_t &expected) {
-                        expected.type_data.srv6.carrier_count = 12;
-                        for (rib_encap_carrier &carrier : expected.type_data.srv6.carriers)
-                            carrier.carrier_value_1 = 7;
-                    });
-}
-
-TEST(grid_key, count_of_257_carriers_is_capped_by_the_full_count)
-{
-    expect_srv6_key(carriers(empty_oper_type + repeat(257, field({0x12}, {0x08, 0x07}))),
-                    [](rib_encap_id_path_key_t &expected) {
-                        expected.type_data.srv6.carrier_count = 12;
-                        for (rib_encap_carrier &carrier : expected.type_data.srv6.carriers)
-                            carrier.carrier_value_1 = 7;
-                    });
-}
-
-TEST(grid_key, carrier_of_17_bytes_is_refused)
-{
-    expect_key_refused(srv6_key_begin + carriers(empty_oper_type + field({0x12}, field({0x1A}, bytes(17, 0xEE)))));
-}
-
-TEST(grid_key, bytes_of_field_20_are_taken_by_an_srv6_key)
-{
-    expect_srv6_key(carriers(empty_oper_type) + field({0xA2, 0x01}, sixteen),
-                    [](rib_encap_id_path_key_t &expected) { std::memcpy(expected.key_bytes_20, sixteen.data(), 16); });
-}
-
-TEST(grid_key, fewer_bytes_of_field_20_leave_the_rest)
-{
-    grid_arrays arrays(0x5A);
-    ASSERT_EQ(arrays.decode(one_key_list(srv6_key_begin + carriers(empty_oper_type) + field({0xA2, 0x01}, {0xC1}))),
-              0u);
-    const uint8_t *kept = arrays.keys[0].key_bytes_20;
-    EXPECT_EQ(bytes(kept, kept + 16), bytes{0xC1} + bytes(15, 0x5A));
-}
-
-TEST(grid_key, empty_field_20_is_accepted)
-{
-    expect_srv6_key(carriers(empty_oper_type) + field({0xA2, 0x01}, no_fields), [](rib_encap_id_path_key_t &) {});
-}
-
-TEST(grid_key, field_20_of_17_bytes_is_refused)
-{
-    expect_key_refused(srv6_key_begin + carriers(empty_oper_type) + field({0xA2, 0x01}, bytes(17, 0xEE)));
-}
-
-TEST(grid_key, label_fields_do_not_matter_to_an_srv6_key)
-{
-    expect_srv6_key(carriers(empty_oper_type) + field({0x52}, repeat(80, {0x10, 0x05})),
-                    [](rib_encap_id_path_key_t &) {});
-}
-
 // ---- Other types ----
+
+const bytes empty_carriers = field({0x72}, {0x0A, 0x00}); // 14 srv6_carriers with an empty oper_type
 
 TEST(grid_key, other_types_are_refused)
 {
-    const bytes everything = second_prefix + empty_label_key + carriers(empty_oper_type);
+    const bytes everything = second_prefix + empty_label_key + empty_carriers;
     expect_key_refused(required_but_type + bytes{0x28, 0x00} + everything);
     expect_key_refused(required_but_type + bytes{0x28, 0x05} + everything);
     expect_key_refused(required_but_type + bytes{0x28, 0x7F} + everything);
@@ -781,7 +397,7 @@ TEST(grid_key, other_types_are_refused)
 
 TEST(grid_key, type_is_judged_at_32_bits)
 {
-    const bytes everything = second_prefix + empty_label_key + carriers(empty_oper_type);
+    const bytes everything = second_prefix + empty_label_key + empty_carriers;
     expect_key_refused(required_but_type + bytes{0x28, 0x81, 0x02} + everything);       // 257
     expect_key_refused(required_but_type + bytes{0x28, 0x83, 0x80, 0x04} + everything); // 65539
 }

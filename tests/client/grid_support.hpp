@@ -55,6 +55,9 @@ inline ip_addr address_7()
     return address;
 }
 
+inline const bytes sixteen = {0x20, 0x01, 0x0D, 0xB8, 0x00, 0x11, 0x22, 0x33,
+                              0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB};
+
 // The fields that every key needs; the type comes with the test.
 inline const bytes required_but_type =
     bytes{
@@ -100,6 +103,19 @@ inline rib_encap_id_path_key_t plain_key_record()
     key.key_value_4 = 4;
     key.key_type = 3;
     return key;
+}
+
+// What the keys of types 1 and 2 need, too.
+inline const bytes second_prefix = field({0x3A}, {0x08, 0x02, 0x10, 0x08, 0x18, 0x09}); // 7 key_second_prefix 0.0.0.9/8
+
+// What that adds to the smallest key.
+inline void read_on(rib_encap_id_path_key_t &expected, uint32_t type)
+{
+    expected.key_type = type;
+    expected.key_second_prefix.family = 2;
+    expected.key_second_prefix.prefix_len = 8;
+    expected.key_second_prefix.addr.ipv4_addr = 9;
+    expected.key_value_15 = 0x100001;
 }
 
 // The key converts, and is the smallest one but for what `change` says.

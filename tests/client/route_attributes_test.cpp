@@ -1,5 +1,4 @@
-// The owned blocks of a route: the advertisement and the six generic attribute arrays; and the address conversion by
-// itself.
+// The owned blocks of a route: the advertisement and the six generic attribute arrays.
 
 #include "tests/client/route_support.hpp"
 
@@ -7,8 +6,6 @@ using namespace rib_test;
 
 namespace
 {
-
-const bytes no_fields;
 
 // The first bytes of a block.
 bytes block_bytes(const void *block, size_t size)
@@ -339,139 +336,6 @@ TEST(route_attributes, of_the_wrong_size_unpack_by_themselves_to_null_and_malfor
     void *block = &block;
     EXPECT_EQ(rib_lib_route_generic_attributes_unpack(&array.message, 4, &block), 0xA2D28000u);
     EXPECT_EQ(block, nullptr);
-}
-
-// ---- The address conversion by itself ----
-
-TEST(route_address, ipv4_writes_four_bytes_and_the_family)
-{
-    zidl_rib_address address = {};
-    zidl_rib_address_set_family(&address, 1);
-    zidl_rib_address_set_ipv4(&address, 0x01020304);
-    uint8_t out[16];
-    std::memset(out, 0x5A, sizeof out);
-    uint32_t family = 77;
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0u);
-    EXPECT_EQ(family, 1u);
-    EXPECT_EQ(bytes(out, out + 16), bytes({0x04, 0x03, 0x02, 0x01}) + bytes(12, 0x5A));
-}
-
-TEST(route_address, ipv6_writes_sixteen_bytes_and_the_family)
-{
-    zidl_rib_address address = {};
-    zidl_rib_address_set_family(&address, 2);
-    zidl_rib_ipv6_address_set_half0(&address.ipv6, 5);
-    zidl_rib_ipv6_address_set_half1(&address.ipv6, 9);
-    uint8_t out[16];
-    uint32_t family = 77;
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0u);
-    EXPECT_EQ(family, 2u);
-    EXPECT_EQ(bytes(out, out + 16), bytes{0x05} + bytes(7, 0) + bytes{0x09} + bytes(7, 0));
-}
-
-TEST(route_address, ipv6_without_half0_succeeds_and_writes_nothing)
-{
-    zidl_rib_address address = {};
-    zidl_rib_address_set_family(&address, 2);
-    zidl_rib_ipv6_address_set_half1(&address.ipv6, 9);
-    uint8_t out[16];
-    std::memset(out, 0x5A, sizeof out);
-    uint32_t family = 77;
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0u);
-    EXPECT_EQ(family, 2u);
-    EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A));
-}
-
-TEST(route_address, ipv6_by_its_bit_alone_succeeds_and_writes_nothing)
-{
-    zidl_rib_address address = {};
-    zidl_rib_address_set_family(&address, 2);
-    zidl_rib_address_mark_ipv6(&address);
-    uint8_t out[16];
-    std::memset(out, 0x5A, sizeof out);
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, nullptr), 0u);
-    EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A));
-}
-
-TEST(route_address, missing_family_is_malformed_and_leaves_both_outputs)
-{
-    zidl_rib_address address = {};
-    zidl_rib_address_set_ipv4(&address, 7);
-    uint8_t out[16];
-    std::memset(out, 0x5A, sizeof out);
-    uint32_t family = 77;
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0xA2D28000u);
-    EXPECT_EQ(family, 77u);
-    EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A));
-}
-
-TEST(route_address, foreign_family_is_unsupported_and_stored)
-{
-    zidl_rib_address address = {};
-    zidl_rib_address_set_family(&address, 10);
-    zidl_rib_address_set_ipv4(&address, 7);
-    uint8_t out[16];
-    std::memset(out, 0x5A, sizeof out);
-    uint32_t family = 77;
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0xA2D28400u);
-    EXPECT_EQ(family, 10u);
-    EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A));
-}
-
-TEST(route_address, family_is_judged_and_stored_at_32_bits)
-{
-    // 1 and 2 in their low 8 or 16 bits.
-    for (const uint32_t code : {0x101u, 0x102u, 0x10001u, 0x80000002u}) {
-        zidl_rib_address address = {};
-        zidl_rib_address_set_family(&address, code);
-        zidl_rib_address_set_ipv4(&address, 7);
-        zidl_rib_ipv6_address_set_half0(&address.ipv6, 5);
-        uint8_t out[16];
-        std::memset(out, 0x5A, sizeof out);
-        uint32_t family = 77;
-        EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0xA2D28400u) << code;
-        EXPECT_EQ(family, code);
-        EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A)) << code;
-    }
-}
-
-TEST(route_address, value_without_its_bit_is_not_read)
-{
-    zidl_rib_address address = {};
-    address.family = 1; // without its bit either
-    address.ipv4 = 7;
-    uint8_t out[16];
-    std::memset(out, 0x5A, sizeof out);
-    uint32_t family = 77;
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0xA2D28000u);
-    EXPECT_EQ(family, 77u);
-    EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A));
-}
-
-TEST(route_address, missing_value_is_malformed_and_the_family_stored)
-{
-    for (const uint32_t code : {1u, 2u}) {
-        zidl_rib_address address = {};
-        zidl_rib_address_set_family(&address, code);
-        uint8_t out[16];
-        std::memset(out, 0x5A, sizeof out);
-        uint32_t family = 77;
-        EXPECT_EQ(rib_lib_route_address_unpack(&address, out, &family), 0xA2D28000u);
-        EXPECT_EQ(family, code);
-        EXPECT_EQ(bytes(out, out + 16), bytes(16, 0x5A));
-    }
-}
-
-TEST(route_address, family_output_may_be_null)
-{
-    zidl_rib_address address = {};
-    uint8_t out[16];
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, nullptr), 0xA2D28000u);
-    zidl_rib_address_set_family(&address, 3);
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, nullptr), 0xA2D28400u);
-    zidl_rib_address_set_family(&address, 1);
-    zidl_rib_address_set_ipv4(&address, 7);
-    EXPECT_EQ(rib_lib_route_address_unpack(&address, out, nullptr), 0u);
 }
 
 } // namespace

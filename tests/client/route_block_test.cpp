@@ -8,8 +8,6 @@ using namespace rib_test;
 namespace
 {
 
-const bytes no_fields;
-
 // ---- Next-next-hops ----
 
 bytes nnh(const bytes &fields)

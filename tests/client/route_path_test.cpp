@@ -7,8 +7,6 @@ using namespace rib_test;
 namespace
 {
 
-const bytes no_fields;
-
 // Addresses as fields of their own messages.
 const bytes ipv4_7 = {
     0x08, 0x01, // 1 family = 1

@@ -8,8 +8,6 @@ using namespace rib_test;
 namespace
 {
 
-const bytes no_fields;
-
 // A path with one label more than there is room for.
 const bytes eleven_labels = repeat(11, {0x48, 0x05}); // 9 path_values_9 = 5
 
@@ -406,7 +404,7 @@ TEST(route_path_unpack, scalar_without_its_bit_is_not_read_beside_one_that_has_i
     EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
 }
 
-// ---- Records that did not come from the decoder: a value whose bit is clear is not read, also in a block that is present ----
+// ---- Such records: a value whose bit is clear is not read, also in a block that is present ----
 
 constexpr uint32_t NOT_SET = 0x11111111;
 

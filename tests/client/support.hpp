@@ -63,6 +63,9 @@ inline bytes number(const bytes &tag, uint64_t value)
     return tag + varint(value);
 }
 
+// The contents of an empty message.
+inline const bytes no_fields;
+
 // A copy of bytes whose end (or, with `at_start`, whose first byte) borders on a page that cannot be touched, so that
 // reading or writing past it ends the process.
 class guarded_bytes
