@@ -44,16 +44,27 @@ struct dirty_place {
     uint64_t values[5];
 };
 
+// What converting a path into a dirty place gave.
+struct unpacked_path {
+    explicit unpacked_path(const zidl_rib_path &path) : size(rib_lib_route_path_unpack(&path, &slot, &ecomm)) {}
+    unpacked_path(const unpacked_path &) = delete;
+    unpacked_path &operator=(const unpacked_path &) = delete;
+
+    dirty_place place;
+    void *slot = &place;
+    void *ecomm = nullptr;
+    size_t size;
+};
+
 // The path is converted into the entry of an empty path but for what `change` says.
 template <class Change>
 void expect_unpacked(const zidl_rib_path &path, Change &&change)
 {
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_EQ(rib_lib_route_path_unpack(&path, &slot, nullptr), sizeof(rib_path_entry));
+    const unpacked_path unpacked(path);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry));
     rib_path_entry expected = empty_path();
     change(expected);
-    EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
+    EXPECT_EQ(rib_reference::differences(expected, unpacked.place.entry), "");
 }
 
 TEST(route_path_unpack, result_is_a_size)
@@ -98,23 +109,21 @@ TEST(route_path_unpack, ecomm_values_that_are_not_copied_are_cleared_in_the_plac
                                                     0x10, 0x0B, // 2 ecomm_values = 11
                                                     0x18, 0x01, // 3 ecomm_value_3 = 1: no value is taken
                                                 }));
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_EQ(rib_lib_route_path_unpack(&path.message, &slot, nullptr), sizeof(rib_path_entry) + 2 * 8);
-    EXPECT_EQ(place.values[0], 0u);
-    EXPECT_EQ(place.values[1], 0u);
-    EXPECT_EQ(place.values[2], 0x5A5A5A5A5A5A5A5Au);
+    const unpacked_path unpacked(path.message);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry) + 2 * 8);
+    EXPECT_EQ(unpacked.place.values[0], 0u);
+    EXPECT_EQ(unpacked.place.values[1], 0u);
+    EXPECT_EQ(unpacked.place.values[2], 0x5A5A5A5A5A5A5A5Au);
 }
 
 TEST(route_path_unpack, size_counts_the_ecomm_values)
 {
     const decoded_path path(field({0xD2, 0x01}, {0x10, 0x0A, 0x10, 0x0B, 0x10, 0x0C})); // three values
-    dirty_place place;
-    void *slot = &place;
-    EXPECT_EQ(rib_lib_route_path_unpack(&path.message, &slot, nullptr), sizeof(rib_path_entry) + 3 * 8);
-    EXPECT_EQ(place.values[0], 10u);
-    EXPECT_EQ(place.values[2], 12u);
-    EXPECT_EQ(place.values[3], 0x5A5A5A5A5A5A5A5Au);
+    const unpacked_path unpacked(path.message);
+    EXPECT_EQ(unpacked.size, sizeof(rib_path_entry) + 3 * 8);
+    EXPECT_EQ(unpacked.place.values[0], 10u);
+    EXPECT_EQ(unpacked.place.values[2], 12u);
+    EXPECT_EQ(unpacked.place.values[3], 0x5A5A5A5A5A5A5A5Au);
 }
 
 TEST(route_path_unpack, null_slot_receives_a_new_block)
@@ -165,14 +174,12 @@ TEST(route_path_unpack, value_27_leaves_the_place_as_it_was)
 TEST(route_path_unpack, ecomm_out_receives_the_block_at_the_end_of_the_entry)
 {
     const decoded_path path(field({0xD2, 0x01}, {0x08, 0x07, 0x10, 0x0A})); // value 1 = 7, one value
-    dirty_place place;
-    void *slot = &place;
-    void *ecomm = nullptr;
-    ASSERT_NE(rib_lib_route_path_unpack(&path.message, &slot, &ecomm), 0u);
-    EXPECT_EQ(ecomm, static_cast<void *>(&place.entry.pe_ecomm_count));
-    EXPECT_EQ(rib_ecomm_count(ecomm), 1);
-    EXPECT_EQ(rib_ecomm_value_1(ecomm), 7);
-    EXPECT_EQ(rib_ecomm_values(ecomm)[0], 10u);
+    const unpacked_path unpacked(path.message);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry) + 8);
+    EXPECT_EQ(unpacked.ecomm, static_cast<const void *>(&unpacked.place.entry.pe_ecomm_count));
+    EXPECT_EQ(rib_ecomm_count(unpacked.ecomm), 1);
+    EXPECT_EQ(rib_ecomm_value_1(unpacked.ecomm), 7);
+    EXPECT_EQ(rib_ecomm_values(unpacked.ecomm)[0], 10u);
 }
 
 TEST(route_path_unpack, ecomm_out_stays_for_a_path_without_a_block)
@@ -188,11 +195,9 @@ TEST(route_path_unpack, ecomm_out_stays_for_a_path_without_a_block)
 TEST(route_path_unpack, ecomm_out_receives_the_block_of_a_path_that_is_rejected_later)
 {
     const decoded_path path(eleven_labels + field({0xD2, 0x01}, {0x10, 0x0A}));
-    dirty_place place;
-    void *slot = &place;
-    void *ecomm = nullptr;
-    EXPECT_EQ(rib_lib_route_path_unpack(&path.message, &slot, &ecomm), 0u);
-    EXPECT_EQ(ecomm, static_cast<void *>(&place.entry.pe_ecomm_count));
+    const unpacked_path unpacked(path.message);
+    EXPECT_EQ(unpacked.size, 0u);
+    EXPECT_EQ(unpacked.ecomm, static_cast<const void *>(&unpacked.place.entry.pe_ecomm_count));
 }
 
 // ---- Records that did not come from the decoder: a nested bit is enough for presence ----
@@ -204,63 +209,54 @@ TEST(route_path_unpack, address_counts_as_present_by_a_bit_inside_it)
     zidl_rib_address_set_ipv4(&path.path_address_4, 7);
     zidl_rib_address_set_family(&path.path_address_5, 1);
     zidl_rib_address_set_ipv4(&path.path_address_5, 7);
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
-    rib_path_entry expected = empty_path();
-    set_address(expected.pe_addr_4, bytes_of_7);
-    set_address(expected.pe_addr_5, bytes_of_7);
-    expected.pe_addr_5_family = 1;
-    EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
+    expect_unpacked(path, [](rib_path_entry &expected) {
+        set_address(expected.pe_addr_4, bytes_of_7);
+        set_address(expected.pe_addr_5, bytes_of_7);
+        expected.pe_addr_5_family = 1;
+    });
 }
 
 TEST(route_path_unpack, address_counts_as_present_by_a_bit_of_its_ipv6_record)
 {
     zidl_rib_path path = {};
     zidl_rib_ipv6_address_set_half1(&path.path_address_4.ipv6, 9);
-    dirty_place place;
-    void *slot = &place;
-    EXPECT_EQ(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u) << "present, but without a family";
+    const unpacked_path unpacked(path);
+    EXPECT_EQ(unpacked.size, 0u) << "present, but without a family";
 }
 
 TEST(route_path_unpack, ipv6_address_counts_as_present_by_a_bit_inside_it)
 {
     zidl_rib_path path = {};
     zidl_rib_ipv6_address_set_half1(&path.path_ipv6_address, 9);
-    dirty_place place;
-    void *slot = &place;
-    EXPECT_EQ(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u) << "present, but without half0";
+    const unpacked_path unpacked(path);
+    EXPECT_EQ(unpacked.size, 0u) << "present, but without half0";
 }
 
 TEST(route_path_unpack, prefix_counts_as_present_by_a_bit_inside_it)
 {
     zidl_rib_path path = {};
     zidl_rib_prefix_set_prefix_len(&path.path_prefix, 24);
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
-    EXPECT_EQ(place.entry.pe_prefix_len, 24u);
+    const unpacked_path unpacked(path);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry));
+    EXPECT_EQ(unpacked.place.entry.pe_prefix_len, 24u);
 }
 
 TEST(route_path_unpack, prefix_counts_as_present_by_a_bit_of_its_address)
 {
     zidl_rib_path path = {};
     zidl_rib_address_set_family(&path.path_prefix.address, 3);
-    dirty_place place;
-    void *slot = &place;
-    EXPECT_EQ(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u) << "present, of a foreign family";
+    const unpacked_path unpacked(path);
+    EXPECT_EQ(unpacked.size, 0u) << "present, of a foreign family";
 }
 
 TEST(route_path_unpack, ecomm_counts_as_present_by_a_bit_inside_it)
 {
     zidl_rib_path path = {};
     zidl_rib_ecomm_array_set_ecomm_value_1(&path.ecomm, 7);
-    dirty_place place;
-    void *slot = &place;
-    void *ecomm = nullptr;
-    ASSERT_EQ(rib_lib_route_path_unpack(&path, &slot, &ecomm), sizeof(rib_path_entry));
-    EXPECT_EQ(place.entry.pe_ecomm_value_1, 7);
-    EXPECT_EQ(ecomm, static_cast<void *>(&place.entry.pe_ecomm_count));
+    const unpacked_path unpacked(path);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry));
+    EXPECT_EQ(unpacked.place.entry.pe_ecomm_value_1, 7);
+    EXPECT_EQ(unpacked.ecomm, static_cast<const void *>(&unpacked.place.entry.pe_ecomm_count));
 }
 
 TEST(route_path_unpack, ecomm_counts_as_present_by_the_bit_of_value_3_alone)
@@ -270,15 +266,13 @@ TEST(route_path_unpack, ecomm_counts_as_present_by_the_bit_of_value_3_alone)
     path.ecomm.ecomm_values = values;
     path.ecomm.ecomm_count = 2;
     zidl_rib_ecomm_array_set_ecomm_value_3(&path.ecomm, 0);
-    dirty_place place;
-    void *slot = &place;
-    void *ecomm = nullptr;
-    ASSERT_EQ(rib_lib_route_path_unpack(&path, &slot, &ecomm), sizeof(rib_path_entry) + 2 * 8);
-    EXPECT_EQ(ecomm, static_cast<void *>(&place.entry.pe_ecomm_count));
-    EXPECT_EQ(place.entry.pe_ecomm_room, 2u);
-    EXPECT_EQ(place.entry.pe_ecomm_count, 0);
-    EXPECT_EQ(place.values[0], 0u);
-    EXPECT_EQ(place.values[1], 0u);
+    const unpacked_path unpacked(path);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry) + 2 * 8);
+    EXPECT_EQ(unpacked.ecomm, static_cast<const void *>(&unpacked.place.entry.pe_ecomm_count));
+    EXPECT_EQ(unpacked.place.entry.pe_ecomm_room, 2u);
+    EXPECT_EQ(unpacked.place.entry.pe_ecomm_count, 0);
+    EXPECT_EQ(unpacked.place.values[0], 0u);
+    EXPECT_EQ(unpacked.place.values[1], 0u);
 }
 
 TEST(route_path_unpack, ecomm_counts_as_present_by_the_bit_of_its_values_alone)
@@ -288,11 +282,10 @@ TEST(route_path_unpack, ecomm_counts_as_present_by_the_bit_of_its_values_alone)
     path.ecomm.ecomm_values = values;
     path.ecomm.ecomm_count = 1;
     zidl_rib_ecomm_array_mark_ecomm_values(&path.ecomm);
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_EQ(rib_lib_route_path_unpack(&path, &slot, nullptr), sizeof(rib_path_entry) + 8);
-    EXPECT_EQ(place.entry.pe_ecomm_count, 1);
-    EXPECT_EQ(place.values[0], 10u);
+    const unpacked_path unpacked(path);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry) + 8);
+    EXPECT_EQ(unpacked.place.entry.pe_ecomm_count, 1);
+    EXPECT_EQ(unpacked.place.values[0], 10u);
 }
 
 TEST(route_path_unpack, prefix_of_the_instance_id_counts_as_present_by_a_bit_inside_it)
@@ -342,21 +335,18 @@ TEST(route_path_unpack, blocks_count_as_present_by_their_own_bits)
     zidl_rib_path_via_aft_id_set_via_aft_value_6(&path.via_aft_id, 7);
     zidl_rib_path_via_aft_id_set_via_aft_value_7(&path.via_aft_id, 2);
     zidl_rib_path_sl_id_info_set_sl_id_value_2(&path.sl_id_info, 1);
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
-    rib_path_entry expected = empty_path();
-    expected.pe_iid_value_1 = 1;
-    expected.pe_l2_5 = 2;
-    expected.pe_via_sid_value = 3;
-    expected.pe_grouping_2 = 4;
-    expected.pe_tunnel_flags = 0x08; // bit 3: value 8
-    expected.pe_tunnel_8 = 5;
-    expected.pe_via_aft_id = 6;
-    expected.pe_aft_6 = 7;
-    expected.pe_aft_7 = 2;
-    expected.pe_sl_kind = 1;
-    EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
+    expect_unpacked(path, [](rib_path_entry &expected) {
+        expected.pe_iid_value_1 = 1;
+        expected.pe_l2_5 = 2;
+        expected.pe_via_sid_value = 3;
+        expected.pe_grouping_2 = 4;
+        expected.pe_tunnel_flags = 0x08; // bit 3: value 8
+        expected.pe_tunnel_8 = 5;
+        expected.pe_via_aft_id = 6;
+        expected.pe_aft_6 = 7;
+        expected.pe_aft_7 = 2;
+        expected.pe_sl_kind = 1;
+    });
 }
 
 TEST(route_path_unpack, tunnel_flag_of_2_is_bit_0_alone)
@@ -365,12 +355,7 @@ TEST(route_path_unpack, tunnel_flag_of_2_is_bit_0_alone)
     zidl_rib_path_ip_tunnel_info_set_tunnel_flag(&path.ip_tunnel_info, true);
     path.ip_tunnel_info.tunnel_flag = 2; // which the setter cannot store
     zidl_rib_path_mark_ip_tunnel_info(&path);
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
-    rib_path_entry expected = empty_path();
-    expected.pe_tunnel_flags = 0x01;
-    EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
+    expect_unpacked(path, [](rib_path_entry &expected) { expected.pe_tunnel_flags = 0x01; });
 }
 
 TEST(route_path_unpack, scalar_without_its_bit_is_not_read)
@@ -381,10 +366,7 @@ TEST(route_path_unpack, scalar_without_its_bit_is_not_read)
                             &path.path_value_14, &path.path_value_16, &path.path_value_19, &path.path_value_22,
                             &path.path_value_25, &path.path_value_27, &path.path_value_28, &path.path_value_31})
         *value = 0x11111111;
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
-    EXPECT_EQ(rib_reference::differences(empty_path(), place.entry), "");
+    expect_unpacked(path, [](rib_path_entry &) {});
 }
 
 TEST(route_path_unpack, scalar_without_its_bit_is_not_read_beside_one_that_has_it)
@@ -395,13 +377,10 @@ TEST(route_path_unpack, scalar_without_its_bit_is_not_read_beside_one_that_has_i
         *value = 0x11111111;
     zidl_rib_path_set_path_value_28(&path, 5);
     zidl_rib_path_set_path_value_31(&path, 6);
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
-    rib_path_entry expected = empty_path();
-    expected.pe_value_28 = 5;
-    expected.pe_value_31 = 6;
-    EXPECT_EQ(rib_reference::differences(expected, place.entry), "");
+    expect_unpacked(path, [](rib_path_entry &expected) {
+        expected.pe_value_28 = 5;
+        expected.pe_value_31 = 6;
+    });
 }
 
 // ---- Such records: a value whose bit is clear is not read, also in a block that is present ----
@@ -557,11 +536,10 @@ TEST(route_path_unpack, nnh_value_without_its_bit_is_not_read)
     path.nnh_entries = entries;
     path.nnh_entries_count = 2;
     zidl_rib_path_mark_nnh_entries(&path);
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_NE(rib_lib_route_path_unpack(&path, &slot, nullptr), 0u);
-    EXPECT_EQ(place.entry.pe_nnh_count, 1);
-    EXPECT_EQ(place.entry.pe_nnh[0].value, 7u);
+    const unpacked_path unpacked(path);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry));
+    EXPECT_EQ(unpacked.place.entry.pe_nnh_count, 1);
+    EXPECT_EQ(unpacked.place.entry.pe_nnh[0].value, 7u);
 }
 
 TEST(route_path_unpack, ecomm_value_without_its_bit_is_not_read)
@@ -574,12 +552,11 @@ TEST(route_path_unpack, ecomm_value_without_its_bit_is_not_read)
     path.ecomm.ecomm_values = values;
     path.ecomm.ecomm_count = 1;
     zidl_rib_ecomm_array_mark_ecomm_values(&path.ecomm);
-    dirty_place place;
-    void *slot = &place;
-    ASSERT_EQ(rib_lib_route_path_unpack(&path, &slot, nullptr), sizeof(rib_path_entry) + 8);
-    EXPECT_EQ(place.entry.pe_ecomm_value_1, 0);
-    EXPECT_EQ(place.entry.pe_ecomm_count, 1);
-    EXPECT_EQ(place.values[0], 10u);
+    const unpacked_path unpacked(path);
+    ASSERT_EQ(unpacked.size, sizeof(rib_path_entry) + 8);
+    EXPECT_EQ(unpacked.place.entry.pe_ecomm_value_1, 0);
+    EXPECT_EQ(unpacked.place.entry.pe_ecomm_count, 1);
+    EXPECT_EQ(unpacked.place.values[0], 10u);
 }
 
 TEST(route_path_unpack, address_value_without_its_bit_is_not_read)
