@@ -25,6 +25,9 @@ inline void copy_if(bool present, Member &member, Value value)
         copy(member, value);
 }
 
+// The same for a field of a message of the type zidl_`type`: its presence and its value cannot drift apart.
+#define COPY_PRESENT(member, type, msg, field) copy_if(zidl_##type##_has_##field(&(msg)), member, (msg).field)
+
 // Unlike memcpy it takes any pointer, null too, when there is nothing to copy.
 inline void copy_bytes(void *dst, const void *src, size_t size)
 {

@@ -1,6 +1,6 @@
 // Assertions that hold in every kind of build. The expression, the source path, the line and the prototype that they
-// report are part of the library's interface, so that they are fixed texts: the file has a constant `source_path`, a
-// function that asserts has a constant `prototype`, and the line is written at the check.
+// report are part of the library's interface, so that they are fixed texts: path and line are written at the check, and a
+// function that asserts has a constant `prototype`.
 
 #ifndef IP_RIB_LIB_SRC_RIB_ASSERT_HPP
 #define IP_RIB_LIB_SRC_RIB_ASSERT_HPP
@@ -9,7 +9,17 @@
 extern "C" void __assert_fail(const char *expression, const char *file, unsigned int line,
                               const char *function) noexcept __attribute__((noreturn));
 
-#define RIB_ASSERT(line, condition)                                                                                    \
-    ((condition) ? static_cast<void>(0) : __assert_fail(#condition, source_path, line, prototype))
+namespace rib_client
+{
+
+// The source paths that are reported. They name no file of today.
+inline constexpr char API_PARSE[] = "ip/rib/lib/src/rib_lib_api_parse";
+inline constexpr char GRID_DEC[] = "ip/rib/lib/src/rib_lib_grid_dec";
+inline constexpr char ROUTE_DECODE[] = "ip/rib/lib/src/rib_lib_route_decode";
+
+} // namespace rib_client
+
+#define RIB_ASSERT(path, line, condition)                                                                              \
+    ((condition) ? static_cast<void>(0) : __assert_fail(#condition, path, line, prototype))
 
 #endif

@@ -39,6 +39,15 @@ typedef uint32_t zerrno;
 #define ZERRNO_NO_MEMORY ((zerrno)0xA2D28200)   /* an allocation for a route failed */
 #define ZERRNO_UNSUPPORTED ((zerrno)0xA2D28400) /* an unknown address family, or a route with route_value_34 */
 
+/* ---- Families of addresses: two numberings, which the library carries and never converts into each other ---- */
+
+enum {
+    RIB_FAMILY_IPV4 = 1, /* in rib_address: routes and next-hop IDs */
+    RIB_FAMILY_IPV6 = 2,
+    RIB_SOCKET_FAMILY_IPV4 = 2, /* in rib_msg_prefix: keys of grid lists */
+    RIB_SOCKET_FAMILY_IPV6 = 10
+};
+
 /* ---- The update record and the frame. The framing types are those of platform/rib_tlv.h, which also says how to use a
  * router's own declarations of them ---- */
 
@@ -349,7 +358,7 @@ static inline uint32_t rib_route_attr_size(const struct rib_routetype_ *route, u
 {
     if (block_index != 0)
         return 8;
-    return route->rt_family == 2 ? 24 : 12;
+    return route->rt_family == RIB_FAMILY_IPV6 ? 24 : 12;
 }
 
 /* For encoded routes `ctx` is the client's context value. For older-form routes it is the ctx of the parse call, a
@@ -434,7 +443,7 @@ enum {
 
 /* An address with its prefix length. */
 struct ip_addr {
-    uint8_t family;     /* 2 IPv4, 10 IPv6: not the codes of routes */
+    uint8_t family;     /* RIB_SOCKET_FAMILY_IPV4 or _IPV6: not the codes of routes */
     uint8_t prefix_len; /* bits */
     union {
         uint32_t ipv4_addr;    /* the value as decoded; 0 when absent */

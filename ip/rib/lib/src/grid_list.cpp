@@ -15,14 +15,8 @@ using namespace rib_client;
 namespace
 {
 
-constexpr char source_path[] = "ip/rib/lib/src/rib_lib_grid_dec";
-
 using decoded_grid_sync_list =
     decoded_message<zidl_rib_grid_sync_list, zidl_rib_grid_sync_list_decode_ext, zidl_rib_grid_sync_list_free_ext>;
-
-// Families of prefixes in grid messages: the host's socket numbering.
-constexpr uint32_t FAMILY_IPV4 = 2;
-constexpr uint32_t FAMILY_IPV6 = 10;
 
 enum key_type : uint32_t { LABEL_KEY = 1, SRV6_KEY = 2, PLAIN_KEY = 3, OTHER_PLAIN_KEY = 4 };
 
@@ -78,17 +72,17 @@ zerrno rib_server_decode_ip_addr(struct ip_addr *rib_prefix, const zidl_rib_msg_
 {
     static constexpr char prototype[] =
         "zerrno rib_server_decode_ip_addr(struct ip_addr *, const struct zidl_rib_msg_prefix *)";
-    RIB_ASSERT(43, zidl_prefix && rib_prefix);
+    RIB_ASSERT(GRID_DEC, 43, zidl_prefix && rib_prefix);
     if (!zidl_rib_msg_prefix_has_family(zidl_prefix) || !zidl_rib_msg_prefix_has_prefix_len(zidl_prefix))
         return ZERRNO_INVALID;
     rib_prefix->family = static_cast<uint8_t>(zidl_prefix->family);
     rib_prefix->prefix_len = static_cast<uint8_t>(zidl_prefix->prefix_len);
 
     switch (zidl_prefix->family) { // all 32 bits, not the stored copy
-    case FAMILY_IPV4:
+    case RIB_SOCKET_FAMILY_IPV4:
         rib_prefix->addr.ipv4_addr = zidl_rib_msg_prefix_has_ipv4(zidl_prefix) ? zidl_prefix->ipv4 : 0;
         return ZERRNO_OK;
-    case FAMILY_IPV6:
+    case RIB_SOCKET_FAMILY_IPV6:
         if (!zidl_rib_msg_prefix_has_ipv6(zidl_prefix) || zidl_prefix->ipv6_size > sizeof rib_prefix->addr.ipv6_addr)
             return ZERRNO_INVALID;
         copy_bytes(rib_prefix->addr.ipv6_addr, zidl_prefix->ipv6, zidl_prefix->ipv6_size);
@@ -127,11 +121,8 @@ zerrno decode_label_key(const zidl_rib_encap_id_key &msg, rib_encap_label_key &l
 
 zerrno decode_carrier(const zidl_rib_encap_id_path_key_srv6_carrier_info &msg, rib_encap_carrier &carrier)
 {
-#define COPY(member)                                                                                                   \
-    copy_if(zidl_rib_encap_id_path_key_srv6_carrier_info_has_##member(&msg), carrier.member, msg.member)
-    COPY(carrier_value_1);
-    COPY(carrier_value_2);
-#undef COPY
+    COPY_PRESENT(carrier.carrier_value_1, rib_encap_id_path_key_srv6_carrier_info, msg, carrier_value_1);
+    COPY_PRESENT(carrier.carrier_value_2, rib_encap_id_path_key_srv6_carrier_info, msg, carrier_value_2);
     if (!zidl_rib_encap_id_path_key_srv6_carrier_info_has_carrier_bytes(&msg))
         return ZERRNO_OK;
     if (msg.carrier_bytes_size > sizeof carrier.carrier_bytes)
@@ -142,11 +133,11 @@ zerrno decode_carrier(const zidl_rib_encap_id_path_key_srv6_carrier_info &msg, r
 
 void decode_oper(const zidl_rib_srv6_oper_type &msg, rib_encap_srv6_key &srv6)
 {
-    copy_if(zidl_rib_srv6_oper_type_has_oper_selector(&msg), srv6.oper_selector, msg.oper_selector);
+    COPY_PRESENT(srv6.oper_selector, rib_srv6_oper_type, msg, oper_selector);
     if (msg.oper_selector != 0)
-        copy_if(zidl_rib_srv6_oper_type_has_oper_when_set(&msg), srv6.oper, msg.oper_when_set);
+        COPY_PRESENT(srv6.oper, rib_srv6_oper_type, msg, oper_when_set);
     else
-        copy_if(zidl_rib_srv6_oper_type_has_oper_when_clear(&msg), srv6.oper, msg.oper_when_clear);
+        COPY_PRESENT(srv6.oper, rib_srv6_oper_type, msg, oper_when_clear);
 }
 
 zerrno decode_srv6_key(const zidl_rib_encap_id_path_key_srv6_carriers &msg, rib_encap_srv6_key &srv6)
@@ -193,40 +184,39 @@ zerrno rib_server_decode_encap_id_key_internal(const zidl_rib_encap_id_key *zidl
 {
     static constexpr char prototype[] = "zerrno rib_server_decode_encap_id_key_internal("
                                         "const struct zidl_rib_encap_id_key *, rib_encap_id_path_key_t *)";
-    RIB_ASSERT(386, zidl_rib_key && rib_key);
-    if (!has_required_members(*zidl_rib_key))
+    RIB_ASSERT(GRID_DEC, 386, zidl_rib_key && rib_key);
+    const zidl_rib_encap_id_key &msg = *zidl_rib_key;
+    rib_encap_id_path_key_t &key = *rib_key;
+    if (!has_required_members(msg))
         return ZERRNO_INVALID;
 
-#define COPY(member) copy_if(zidl_rib_encap_id_key_has_##member(zidl_rib_key), rib_key->member, zidl_rib_key->member)
-    COPY(key_value_1);
-    COPY(key_value_2);
-    COPY(key_value_16);
-    COPY(key_value_4);
-    COPY(key_value_17);
-    if (rib_server_decode_ip_addr(&rib_key->key_prefix, &zidl_rib_key->key_prefix) != ZERRNO_OK)
+    COPY_PRESENT(key.key_value_1, rib_encap_id_key, msg, key_value_1);
+    COPY_PRESENT(key.key_value_2, rib_encap_id_key, msg, key_value_2);
+    COPY_PRESENT(key.key_value_16, rib_encap_id_key, msg, key_value_16);
+    COPY_PRESENT(key.key_value_4, rib_encap_id_key, msg, key_value_4);
+    COPY_PRESENT(key.key_value_17, rib_encap_id_key, msg, key_value_17);
+    if (rib_server_decode_ip_addr(&key.key_prefix, &msg.key_prefix) != ZERRNO_OK)
         return ZERRNO_INVALID;
-    COPY(key_value_12);
-    COPY(key_type);
-    if (zidl_rib_key->key_type == PLAIN_KEY || zidl_rib_key->key_type == OTHER_PLAIN_KEY)
+    COPY_PRESENT(key.key_value_12, rib_encap_id_key, msg, key_value_12);
+    COPY_PRESENT(key.key_type, rib_encap_id_key, msg, key_type);
+    if (msg.key_type == PLAIN_KEY || msg.key_type == OTHER_PLAIN_KEY)
         return ZERRNO_OK;
 
-    rib_key->key_value_15 = RIB_NO_LABEL;
-    COPY(key_value_6);
-    COPY(key_value_13);
-    COPY(key_value_15);
-    COPY(key_value_18);
+    key.key_value_15 = RIB_NO_LABEL;
+    COPY_PRESENT(key.key_value_6, rib_encap_id_key, msg, key_value_6);
+    COPY_PRESENT(key.key_value_13, rib_encap_id_key, msg, key_value_13);
+    COPY_PRESENT(key.key_value_15, rib_encap_id_key, msg, key_value_15);
+    COPY_PRESENT(key.key_value_18, rib_encap_id_key, msg, key_value_18);
     // Without a second prefix the assertion stops the process, before the type is judged, deliberately.
-    const zidl_rib_msg_prefix *second_prefix =
-        has_second_prefix(*zidl_rib_key) ? &zidl_rib_key->key_second_prefix : nullptr;
-    if (rib_server_decode_ip_addr(&rib_key->key_second_prefix, second_prefix) != ZERRNO_OK)
+    const zidl_rib_msg_prefix *second_prefix = has_second_prefix(msg) ? &msg.key_second_prefix : nullptr;
+    if (rib_server_decode_ip_addr(&key.key_second_prefix, second_prefix) != ZERRNO_OK)
         return ZERRNO_INVALID;
-    rib_key->key_value_19 = 0;
-    COPY(key_value_8);
-    COPY(key_value_19);
-#undef COPY
-    if (decode_extra_prefixes(*zidl_rib_key, *rib_key) != ZERRNO_OK)
+    key.key_value_19 = 0;
+    COPY_PRESENT(key.key_value_8, rib_encap_id_key, msg, key_value_8);
+    COPY_PRESENT(key.key_value_19, rib_encap_id_key, msg, key_value_19);
+    if (decode_extra_prefixes(msg, key) != ZERRNO_OK)
         return ZERRNO_INVALID;
-    return decode_type_data(*zidl_rib_key, *rib_key);
+    return decode_type_data(msg, key);
 }
 
 zerrno rib_server_decode_encap_ids_and_keys(const zidl_rib_grid_sync_list &msg, grid_sync_list &list)
@@ -242,11 +232,11 @@ zerrno rib_server_decode_encap_ids_and_keys(const zidl_rib_grid_sync_list &msg, 
         return ZERRNO_INVALID;
 
     list.multi_key = msg.multi_key;
-    RIB_ASSERT(433, zidl_rib_keys);
+    RIB_ASSERT(GRID_DEC, 433, zidl_rib_keys);
     list.count = num_keys;
     if (msg.multi_key != 0) {
-        RIB_ASSERT(442, zidl_rib_ids);
-        RIB_ASSERT(443, num_keys == num_ids);
+        RIB_ASSERT(GRID_DEC, 442, zidl_rib_ids);
+        RIB_ASSERT(GRID_DEC, 443, num_keys == num_ids);
         for (uint32_t i = 0; i < num_ids; i++)
             list.encap_ids[i] = zidl_rib_ids[i].encap_id;
     }
@@ -263,7 +253,7 @@ zerrno rib_server_decode_encap_ids_and_keys(const zidl_rib_grid_sync_list &msg, 
 extern "C" zerrno rib_server_decode_grid_list_update(void *buf, size_t buf_len, grid_sync_list *rib_grid_list)
 {
     static constexpr char prototype[] = "zerrno rib_server_decode_grid_list_update(void *, size_t, grid_sync_list *)";
-    RIB_ASSERT(512, buf && buf_len > 0 && rib_grid_list);
+    RIB_ASSERT(GRID_DEC, 512, buf && buf_len > 0 && rib_grid_list);
     decoded_grid_sync_list decoded;
     decoded.decode(static_cast<const uint8_t *>(buf), buf_len); // presence decides, not the status, deliberately
     zerrno status = ZERRNO_INVALID;

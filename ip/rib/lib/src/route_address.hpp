@@ -1,0 +1,79 @@
+// Addresses and prefixes of routes. What is present: a nested message is when its own bit says so or anything inside it is.
+// In a decoded message the bit is set whenever something inside is, so that the bit alone decides there.
+
+#ifndef IP_RIB_LIB_SRC_ROUTE_ADDRESS_HPP
+#define IP_RIB_LIB_SRC_ROUTE_ADDRESS_HPP
+
+#include <stdint.h>
+#include <string.h>
+
+#include "ip/rib/lib/src/rib_lib.h"
+#include "messages/rib_common.h"
+
+namespace rib_client
+{
+
+static bool has_any(const zidl_rib_ipv6_address &ipv6)
+{
+    return zidl_rib_ipv6_address_has_half0(&ipv6) || zidl_rib_ipv6_address_has_half1(&ipv6);
+}
+
+static bool has_any(const zidl_rib_address &address)
+{
+    return zidl_rib_address_has_family(&address) || zidl_rib_address_has_ipv4(&address) ||
+           zidl_rib_address_has_ipv6(&address) || has_any(address.ipv6);
+}
+
+static bool has_address(const zidl_rib_prefix &prefix)
+{
+    return zidl_rib_prefix_has_address(&prefix) || has_any(prefix.address);
+}
+
+static bool has_any(const zidl_rib_prefix &prefix)
+{
+    return has_address(prefix) || zidl_rib_prefix_has_prefix_len(&prefix);
+}
+
+static void copy_ipv6(uint8_t *out16, const zidl_rib_ipv6_address &ipv6)
+{
+    memcpy(out16, &ipv6.half0, sizeof ipv6.half0);
+    memcpy(out16 + sizeof ipv6.half0, &ipv6.half1, sizeof ipv6.half1);
+}
+
+static zerrno unpack_address(const zidl_rib_address &address, uint8_t *out16, uint32_t *family_out)
+{
+    if (!zidl_rib_address_has_family(&address))
+        return ZERRNO_MALFORMED;
+    if (family_out != nullptr)
+        *family_out = address.family;
+
+    switch (address.family) {
+    case RIB_FAMILY_IPV4:
+        if (!zidl_rib_address_has_ipv4(&address))
+            return ZERRNO_MALFORMED;
+        memcpy(out16, &address.ipv4, sizeof address.ipv4);
+        return ZERRNO_OK;
+    case RIB_FAMILY_IPV6:
+        if (!zidl_rib_address_has_ipv6(&address) && !has_any(address.ipv6))
+            return ZERRNO_MALFORMED;
+        if (zidl_rib_ipv6_address_has_half0(&address.ipv6)) // without it success all the same, deliberately
+            copy_ipv6(out16, address.ipv6);
+        return ZERRNO_OK;
+    default:
+        return ZERRNO_UNSUPPORTED;
+    }
+}
+
+// The length is stored before the address is looked at, and stays when that fails.
+static zerrno unpack_prefix(const zidl_rib_prefix &prefix, uint8_t *out16, uint32_t *len_out, uint32_t *family_out)
+{
+    *len_out = zidl_rib_prefix_has_prefix_len(&prefix) ? prefix.prefix_len : RIB_NO_PREFIX_LEN;
+    if (has_address(prefix))
+        return unpack_address(prefix.address, out16, family_out);
+    memset(out16, 0, sizeof(rib_address_bytes));
+    return ZERRNO_OK;
+}
+
+} // namespace rib_client
+
+#endif
