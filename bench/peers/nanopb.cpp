@@ -2,6 +2,7 @@
 // blocks from realloc. It writes arrays of integers packed, which is shorter and less work; it reads both forms.
 
 #include "bench/contender.hpp"
+#include "bench/message_types.hpp"
 
 #include "proto/ip_rib.nanopb.h"
 #include "proto/ip_rib_srv6.nanopb.h"
@@ -18,6 +19,16 @@ namespace bench
 {
 namespace
 {
+
+template <class Record>
+struct message_for;
+#define MESSAGE(name)                                                                                                  \
+    template <>                                                                                                        \
+    struct message_for<zidl_##name> {                                                                                  \
+        using type = zidl_proto_##name;                                                                                \
+    }
+BENCH_MESSAGE_TYPES(MESSAGE);
+#undef MESSAGE
 
 // The struct is cleared by the decoder itself.
 template <class Message>
@@ -140,17 +151,7 @@ std::vector<contender> contenders()
 
 std::vector<contender> nanopb_contenders(std::string_view type)
 {
-    if (type == "rib_route")
-        return contenders<zidl_proto_rib_route>();
-    if (type == "rib_grid_sync_list")
-        return contenders<zidl_proto_rib_grid_sync_list>();
-    if (type == "ip_rib_proto_update")
-        return contenders<zidl_proto_ip_rib_proto_update>();
-    if (type == "ip_rib_opaque")
-        return contenders<zidl_proto_ip_rib_opaque>();
-    if (type == "ip_rib_srv6_cfg_update")
-        return contenders<zidl_proto_ip_rib_srv6_cfg_update>();
-    return {};
+    return visit_message_type(type, []<class Record>() { return contenders<typename message_for<Record>::type>(); });
 }
 
 } // namespace bench

@@ -4,6 +4,7 @@
 
 #include "bench/bump.hpp"
 #include "bench/contender.hpp"
+#include "bench/message_types.hpp"
 
 #include "proto/ip_rib.pb.h"
 #include "proto/ip_rib_srv6.pb.h"
@@ -19,6 +20,16 @@ namespace bench
 {
 namespace
 {
+
+template <class Record>
+struct message_for;
+#define MESSAGE(name)                                                                                                  \
+    template <>                                                                                                        \
+    struct message_for<zidl_##name> {                                                                                  \
+        using type = zidl::proto::name;                                                                                \
+    }
+BENCH_MESSAGE_TYPES(MESSAGE);
+#undef MESSAGE
 
 template <class Message>
 void parse(Message &message, byte_span encoded)
@@ -184,34 +195,17 @@ std::vector<contender> contenders()
     };
 }
 
-// Calls `use` with a null pointer to the class of messages of that name.
-template <class Use>
-auto for_type(std::string_view type, Use use) -> decltype(use(static_cast<zidl::proto::rib_route *>(nullptr)))
-{
-    if (type == "rib_route")
-        return use(static_cast<zidl::proto::rib_route *>(nullptr));
-    if (type == "rib_grid_sync_list")
-        return use(static_cast<zidl::proto::rib_grid_sync_list *>(nullptr));
-    if (type == "ip_rib_proto_update")
-        return use(static_cast<zidl::proto::ip_rib_proto_update *>(nullptr));
-    if (type == "ip_rib_opaque")
-        return use(static_cast<zidl::proto::ip_rib_opaque *>(nullptr));
-    if (type == "ip_rib_srv6_cfg_update")
-        return use(static_cast<zidl::proto::ip_rib_srv6_cfg_update *>(nullptr));
-    return {};
-}
-
 } // namespace
 
 std::vector<contender> protobuf_contenders(std::string_view type)
 {
-    return for_type(type, []<class Message>(Message *) { return contenders<Message>(); });
+    return visit_message_type(type, []<class Record>() { return contenders<typename message_for<Record>::type>(); });
 }
 
 bytes unpacked_by_protobuf(std::string_view type, byte_span encoding)
 {
-    return for_type(type, [&]<class Message>(Message *) {
-        Message message;
+    return visit_message_type(type, [&]<class Record>() {
+        typename message_for<Record>::type message;
         parse(message, encoding);
         return encoded(message);
     });

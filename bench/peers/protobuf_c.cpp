@@ -2,6 +2,7 @@
 
 #include "bench/bump.hpp"
 #include "bench/contender.hpp"
+#include "bench/message_types.hpp"
 
 #include "proto/ip_rib.pb-c.h"
 #include "proto/ip_rib_srv6.pb-c.h"
@@ -77,19 +78,17 @@ job decode_bump(descriptor type, const message_table &table)
             }};
 }
 
+template <class Record>
+constexpr descriptor descriptor_for = nullptr;
+#define DESCRIPTOR(name)                                                                                               \
+    template <>                                                                                                        \
+    constexpr descriptor descriptor_for<zidl_##name> = &zidl__proto__##name##__descriptor
+BENCH_MESSAGE_TYPES(DESCRIPTOR);
+#undef DESCRIPTOR
+
 descriptor find_descriptor(std::string_view type)
 {
-    if (type == "rib_route")
-        return &zidl__proto__rib_route__descriptor;
-    if (type == "rib_grid_sync_list")
-        return &zidl__proto__rib_grid_sync_list__descriptor;
-    if (type == "ip_rib_proto_update")
-        return &zidl__proto__ip_rib_proto_update__descriptor;
-    if (type == "ip_rib_opaque")
-        return &zidl__proto__ip_rib_opaque__descriptor;
-    if (type == "ip_rib_srv6_cfg_update")
-        return &zidl__proto__ip_rib_srv6_cfg_update__descriptor;
-    return nullptr;
+    return visit_message_type(type, []<class Record>() { return descriptor_for<Record>; });
 }
 
 class unpacked_table
@@ -155,8 +154,6 @@ job encode_sized(const message_table &table)
 std::vector<contender> protobuf_c_contenders(std::string_view name)
 {
     const descriptor type = find_descriptor(name);
-    if (type == nullptr)
-        return {};
     using std::placeholders::_1;
     return {
         {"protobuf-c", "heap", operation::decode, std::bind(decode_heap, type, _1)},

@@ -5,7 +5,7 @@
 
 #include "bench/bump.hpp"
 #include "bench/contender.hpp"
-#include "bench/record_operations.hpp"
+#include "bench/message_types.hpp"
 
 #include <benchmark/benchmark.h>
 #include <protozero/buffer_fixed.hpp>
@@ -247,17 +247,7 @@ std::vector<contender> contenders()
 
 std::vector<contender> protozero_contenders(std::string_view type)
 {
-    if (type == "rib_route")
-        return contenders<zidl_rib_route>();
-    if (type == "rib_grid_sync_list")
-        return contenders<zidl_rib_grid_sync_list>();
-    if (type == "ip_rib_proto_update")
-        return contenders<zidl_ip_rib_proto_update>();
-    if (type == "ip_rib_opaque")
-        return contenders<zidl_ip_rib_opaque>();
-    if (type == "ip_rib_srv6_cfg_update")
-        return contenders<zidl_ip_rib_srv6_cfg_update>();
-    return {};
+    return visit_message_type(type, []<class Record>() { return contenders<Record>(); });
 }
 
 } // namespace bench
