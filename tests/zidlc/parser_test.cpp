@@ -331,6 +331,69 @@ TEST(zidlc_parser, a_semicolon_forgotten_at_a_line_end_is_reported_there_and_cos
               "      ^\n");
 }
 
+TEST(zidlc_parser, a_row_that_breaks_off_is_reported_at_its_end_and_the_next_row_counts)
+{
+    EXPECT_EQ(errors_in("group a;\n"
+                        "message m {\n"
+                        "    1\n"
+                        "    2 a\n"
+                        "    3 b :\n"
+                        "    4 c : repeated # what?\n"
+                        "    5 d : u32,\n"
+                        "    6..\n"
+                        "    7 : u32;\n"
+                        "}\n"),
+              "a.zidl:3:6: error: expected a member name or 'unassigned'\n"
+              "    1\n"
+              "     ^\n"
+              "a.zidl:4:8: error: expected ':'\n"
+              "    2 a\n"
+              "       ^\n"
+              "a.zidl:5:10: error: expected a type\n"
+              "    3 b :\n"
+              "         ^\n"
+              "a.zidl:6:19: error: expected a type\n"
+              "    4 c : repeated # what?\n"
+              "                  ^\n"
+              "a.zidl:7:15: error: expected 'counted by NAME' or 'out of order'\n"
+              "    5 d : u32,\n"
+              "              ^\n"
+              "a.zidl:9:7: error: expected 'unassigned', not ':'\n"
+              "    7 : u32;\n"
+              "      ^\n");
+}
+
+TEST(zidlc_parser, a_semicolon_forgotten_before_a_brace_is_reported_behind_the_row)
+{
+    EXPECT_EQ(errors_in("group a;\nmessage m { 1 x : repeated u32 }\nmessage n { 1 : u32; }\n"),
+              "a.zidl:2:31: error: expected ';'\n"
+              "message m { 1 x : repeated u32 }\n"
+              "                              ^\n"
+              "a.zidl:3:15: error: expected a member name or 'unassigned', not ':'\n"
+              "message n { 1 : u32; }\n"
+              "              ^\n");
+}
+
+TEST(zidlc_parser, comments_in_the_manner_of_c_are_explained_once_and_cost_nothing_else)
+{
+    EXPECT_EQ(errors_in("// A group.\n"
+                        "group a;\n"
+                        "message m {\n"
+                        "    1 x : u32; // the first\n"
+                        "    /* The second,\n"
+                        "       and last. */ 2 : u32;\n"
+                        "}\n"),
+              "a.zidl:1:1: error: comments begin with '#', not with '//'\n"
+              "// A group.\n"
+              "^~\n"
+              "a.zidl:6:23: error: expected a member name or 'unassigned', not ':'\n"
+              "       and last. */ 2 : u32;\n"
+              "                      ^\n");
+    EXPECT_EQ(errors_in("group a; /* it\n"), "a.zidl:1:10: error: comments begin with '#', not with '/*'\n"
+                                             "group a; /* it\n"
+                                             "         ^~\n");
+}
+
 TEST(zidlc_parser, a_semicolon_missing_inside_a_line_is_reported_at_what_stands_there)
 {
     EXPECT_EQ(errors_in("group a;\nmessage m { 1 x : u32 2 y : u32; 3 }\n"),
@@ -360,9 +423,6 @@ TEST(zidlc_parser, an_unfinished_file_is_reported_behind_its_last_token)
               "    1 x : u32;\n"
               "              ^\n");
     EXPECT_EQ(errors_in("group a;\nmessage m {\n    1 x"), "a.zidl:3:8: error: expected ':', but the file ends\n"
-                                                           "    1 x\n"
-                                                           "       ^\n"
-                                                           "a.zidl:3:8: error: expected '}', but the file ends\n"
                                                            "    1 x\n"
                                                            "       ^\n");
 }

@@ -52,6 +52,8 @@ private:
             ++pos_;
         else if (c == '#')
             comment();
+        else if (c == '/' && (text_.substr(pos_, 2) == "//" || text_.substr(pos_, 2) == "/*"))
+            foreign_comment();
         else if (is_digit(c))
             number();
         else if (is_word_part(c))
@@ -142,6 +144,19 @@ private:
         line_has_comment_ = true;
     }
 
+    // A comment in the manner of C is explained once, and passed over.
+    void foreign_comment()
+    {
+        const std::string_view mark = text_.substr(pos_, 2);
+        if (!explained_comments_)
+            errors_.error({&file_, pos_, 2}, "comments begin with '#', not with '{}'", mark);
+        explained_comments_ = true;
+        const std::size_t end = mark == "//" ? text_.find('\n', pos_) : text_.find("*/", pos_ + 2);
+        while (pos_ < std::min(end, text_.size()))
+            text_[pos_] == '\n' ? end_line() : void(++pos_);
+        pos_ = std::min(pos_ + (mark == "//" ? 0 : 2), text_.size());
+    }
+
     // What stands behind the mark, up to the end of the line; one blank behind the mark is not part of it, tabs are blanks.
     std::string comment_text()
     {
@@ -195,6 +210,7 @@ private:
     std::size_t line_start_ = 0;
     bool line_has_token_ = false;
     bool line_has_comment_ = false;
+    bool explained_comments_ = false;
 };
 
 } // namespace

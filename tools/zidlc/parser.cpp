@@ -14,6 +14,7 @@ namespace
 
 // Thrown where a statement cannot go on, after the report; caught where the next one starts.
 struct broken_statement {
+    bool at_line_end; // the rest of its line is missing
 };
 
 place from_to(const place &first, const place &last)
@@ -93,6 +94,7 @@ private:
         expect("{");
         while (!at("}") && !at_statement())
             attempt([&] { body_statement(m); }, &parser::skip_row);
+        statement_start_ = next_;
         expect("}");
         return m;
     }
@@ -235,36 +237,51 @@ private:
         return take();
     }
 
-    // The end of a statement. One that is forgotten at the end of a line is reported there, and the next line counts.
+    // The end of a statement. One that is forgotten at the end of a line or message is reported there, and costs no more.
     const token &end_statement()
     {
         const token &last = tokens_[next_ - 1];
         if (at(";"))
             return take();
-        if (is_on_one_line(last.where, peek().where))
+        if (peek().kind == token_kind::end || !(is_at_line_end() || at("}")))
             fail("expected ';'");
-        errors_.error({last.where.file, last.where.offset + last.where.length, 1}, "expected ';'");
+        errors_.error(behind(last), "expected ';'");
         return last;
     }
 
+    // Whether a statement breaks off at the end of a line.
+    bool is_at_line_end() const
+    {
+        return next_ > statement_start_ && !is_on_one_line(tokens_[next_ - 1].where, peek().where);
+    }
+
+    static place behind(const token &t) { return {t.where.file, t.where.offset + t.where.length, 1}; }
+
     [[noreturn]] void fail(const std::string &expected)
     {
-        if (peek().kind == token_kind::end)
-            errors_.error(peek().where, "{}, but the file ends", expected);
-        else
+        const bool at_end = peek().kind == token_kind::end;
+        const bool at_line_end = !at_end && is_at_line_end();
+        if (at_line_end)
+            errors_.error(behind(tokens_[next_ - 1]), "{}", expected);
+        else if (!at_end)
             errors_.error(peek().where, "{}, not '{}'", expected, peek().text);
-        throw broken_statement();
+        else if (!said_that_file_ends_)
+            errors_.error(peek().where, "{}, but the file ends", expected);
+        said_that_file_ends_ |= at_end;
+        throw broken_statement{at_line_end};
     }
 
     template <class Statement>
     void attempt(Statement parse_statement, void (parser::*skip)())
     {
-        const std::size_t start = next_;
+        const std::size_t start = statement_start_ = next_;
         try {
             parse_statement();
-        } catch (const broken_statement &) {
+        } catch (const broken_statement &broken) {
             if (next_ == start && !at_statement())
                 take();
+            else if (broken.at_line_end && peek().kind == token_kind::number)
+                return; // the next line begins a row
             (this->*skip)();
         }
     }
@@ -295,6 +312,8 @@ private:
     diagnostics &errors_;
     std::vector<token> tokens_;
     std::size_t next_ = 0;
+    std::size_t statement_start_ = 0;
+    bool said_that_file_ends_ = false;
 };
 
 } // namespace
