@@ -31,25 +31,44 @@ public:
     void check()
     {
         collect();
+        said_ = spoken_for_.begin();
         for (const auto &row : message_.rows)
             std::visit([&](const auto &each) { check_row(each); }, row);
         check_end();
     }
 
 private:
-    // First who has which number: a field that stands out of order fills its place from anywhere.
+    // First what is said of which number: a field that stands out of order fills its place from anywhere, and what stands
+    // in a wrong place is reported there, not as a gap as well.
     void collect()
     {
-        for (const auto &row : message_.rows) {
-            const field_syntax *f = std::get_if<field_syntax>(&row);
-            if (!f || !is_in_range(f->number))
-                continue;
-            if (!owners_.emplace(f->number.value, f).second)
-                errors_.error(f->number.where, "number {} is taken by '{}'", f->number.value,
-                              owners_[f->number.value]->name.text);
-            else if (f->out_of_order)
-                displaced_.insert(f->number.value);
-        }
+        for (const auto &row : message_.rows)
+            std::visit([&](const auto &each) { collect_row(each); }, row);
+    }
+
+    void collect_row(const field_syntax &f)
+    {
+        if (!is_in_range(f.number))
+            return;
+        const auto [owner, is_first] = owners_.emplace(f.number.value, &f);
+        if (!is_first)
+            return errors_.error(f.number.where, "number {} is taken by '{}'", f.number.value,
+                                 owner->second->name.text);
+        speak_for(f.number.value, f.number.value);
+        if (f.out_of_order && (!last_displaced_ || f.number.value > last_displaced_->number.value))
+            last_displaced_ = &f;
+    }
+
+    void collect_row(const unassigned_syntax &u)
+    {
+        const auto [first, last] = std::minmax(u.first.value, u.last.value);
+        speak_for(first, last);
+    }
+
+    void speak_for(uint32_t first, uint32_t last)
+    {
+        uint32_t &known = spoken_for_[first];
+        known = std::max(known, last);
     }
 
     bool is_in_range(const number_syntax &number)
@@ -77,12 +96,19 @@ private:
 
     void check_displaced(const field_syntax &f)
     {
-        displaced_so_far_.insert(f.number.value);
-        uint32_t next = last_ + 1;
-        while (next != f.number.value && displaced_so_far_.count(next))
-            ++next;
-        if (next == f.number.value)
+        if (f.number.value == next_after(last_))
             errors_.error(*f.out_of_order, "field {} stands in order", f.number.value);
+        displaced_so_far_.insert(f.number.value);
+    }
+
+    // The first number behind `number` that no field out of order above the current row has. It never falls, so that all
+    // calls together look at each number once.
+    uint32_t next_after(uint32_t number)
+    {
+        next_ = std::max(next_, number + 1);
+        while (displaced_so_far_.count(next_))
+            ++next_;
+        return next_;
     }
 
     void check_ascending(const field_syntax &f)
@@ -122,19 +148,20 @@ private:
     // All numbers up to that of a field out of order must be spoken for.
     void check_end()
     {
-        if (!displaced_.empty() && *displaced_.rbegin() > last_)
-            close_gap(*displaced_.rbegin(), owners_[*displaced_.rbegin()]->number.where);
+        if (last_displaced_ && last_displaced_->number.value > last_)
+            close_gap(last_displaced_->number.value, last_displaced_->number.where);
     }
 
-    // Reports what is free between the last number and `number`, and goes on behind `number`.
+    // Reports what nothing is said of between the last number and `number`, and goes on behind `number`.
     void close_gap(uint32_t number, const place &where)
     {
         for (uint32_t first = last_ + 1; first < number;) {
-            const auto filled = displaced_.lower_bound(first);
-            const uint32_t end = filled == displaced_.end() ? number : std::min(*filled, number);
+            while (said_ != spoken_for_.end() && said_->second < first)
+                ++said_;
+            const uint32_t end = said_ == spoken_for_.end() ? number : std::min(said_->first, number);
             if (first < end)
                 errors_.error(where, "{}", left_out(first, end - 1));
-            first = end + 1;
+            first = end < number ? std::min(said_->second, number) + 1 : number;
         }
         last_ = number;
     }
@@ -142,9 +169,12 @@ private:
     const message_syntax &message_;
     diagnostics &errors_;
     std::map<uint32_t, const field_syntax *> owners_;
-    std::set<uint32_t> displaced_;        // numbers of all fields out of order
-    std::set<uint32_t> displaced_so_far_; // of those above the current row
-    uint32_t last_ = 0;                   // the largest number above the current row, fields out of order aside
+    std::map<uint32_t, uint32_t> spoken_for_;           // by first number, the last one of each row
+    std::map<uint32_t, uint32_t>::const_iterator said_; // the row that the next gap ends at, or one before
+    const field_syntax *last_displaced_ = nullptr;      // the field out of order that has the largest number
+    std::set<uint32_t> displaced_so_far_;               // numbers of the fields out of order above the current row
+    uint32_t next_ = 1;                                 // see next_after
+    uint32_t last_ = 0; // the largest number above the current row, fields out of order aside
 };
 
 } // namespace
