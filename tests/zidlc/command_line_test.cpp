@@ -126,6 +126,9 @@ TEST_F(zidlc_program, errors_in_a_schema_give_1_and_no_file)
                           "b.zidl:4:5: error: number 1 is taken by 'x'\n"
                           "    1 y : u32;\n"
                           "    ^\n"
+                          "b.zidl:3:5: note: first used here\n"
+                          "    1 x : nothing;\n"
+                          "    ^\n"
                           "zidlc: 2 errors\n");
     EXPECT_FALSE(std::filesystem::exists("tree"));
 }

@@ -289,7 +289,7 @@ TEST_F(zidlc_model, reserved_words_of_c_cpp_and_the_language_are_no_names)
 TEST_F(zidlc_model, no_word_of_the_language_names_a_message_or_a_count)
 {
     for (const char *word : {"group", "use", "message", "omit", "dispatch", "unassigned", "repeated", "counted", "by",
-                             "out", "of", "order", "u8", "u32", "u64", "fixed32", "string"})
+                             "out", "of", "order", "u8", "u32", "u64", "fixed32", "string", "bytes"})
         EXPECT_EQ(
             errors_in(fmt::format("group sample;\n"
                                   "message {0} {{ 1 x : u32; }}\n"
@@ -319,6 +319,9 @@ TEST_F(zidlc_model, message_declared_twice_is_reported)
                         "message m { 1 x : u32; }\n"),
               "sample.zidl:3:9: error: message 'm' is declared already, in group 'sample'\n"
               "message m { 1 x : u32; }\n"
+              "        ^\n"
+              "sample.zidl:2:9: note: first declared here\n"
+              "message m { 1 x : u32; }\n"
               "        ^\n");
 }
 
@@ -328,6 +331,9 @@ TEST_F(zidlc_model, message_of_the_same_name_in_another_group_is_reported)
     write("b.zidl", "group b;\nmessage m { 1 x : u32; }\n");
     EXPECT_EQ(errors_in_files({"b.zidl", "a.zidl"}),
               "b.zidl:2:9: error: message 'm' is declared already, in group 'a'\n"
+              "message m { 1 x : u32; }\n"
+              "        ^\n"
+              "a.zidl:2:9: note: first declared here\n"
               "message m { 1 x : u32; }\n"
               "        ^\n");
 }
@@ -344,12 +350,21 @@ TEST_F(zidlc_model, messages_whose_c_names_collide_are_reported)
               "sample.zidl:3:9: error: message 'm_duplicate' and message 'm' both need the C name zidl_m_duplicate\n"
               "message m_duplicate { 1 x : u32; }\n"
               "        ^~~~~~~~~~~\n"
+              "sample.zidl:2:9: note: the other one\n"
+              "message m { 1 x : u32; }\n"
+              "        ^\n"
               "sample.zidl:4:9: error: message 'm_has_x' and message 'm' both need the C name zidl_m_has_x\n"
               "message m_has_x { 1 x : u32; }\n"
               "        ^~~~~~~\n"
+              "sample.zidl:2:9: note: the other one\n"
+              "message m { 1 x : u32; }\n"
+              "        ^\n"
               "sample.zidl:6:9: error: message 'n_has' and message 'n' both need the C name zidl_n_has_has_x\n"
               "message n_has { 1 x : u32; }\n"
               "        ^~~~~\n"
+              "sample.zidl:5:9: note: the other one\n"
+              "message n { 1 has_x : u32; }\n"
+              "        ^\n"
               "sample.zidl:7:9: error: message 'segment' and codec/zidl.h both need the C name zidl_segment\n"
               "message segment { 1 x : u32; }\n"
               "        ^~~~~~~\n");
@@ -386,6 +401,9 @@ TEST_F(zidlc_model, member_declared_twice_is_reported)
                         "}\n"),
               "sample.zidl:4:7: error: member 'x' is declared already\n"
               "    2 x : u64;\n"
+              "      ^\n"
+              "sample.zidl:3:7: note: first used here\n"
+              "    1 x : u32;\n"
               "      ^\n");
 }
 
@@ -401,9 +419,6 @@ TEST_F(zidlc_model, the_presence_word_keeps_its_name)
         "    1 presence : u32;\n"
         "      ^~~~~~~~\n"
         "sample.zidl:4:36: error: 'presence' cannot name a member: the presence word of the record has that name\n"
-        "    2 x : repeated u32, counted by presence;\n"
-        "                                   ^~~~~~~~\n"
-        "sample.zidl:4:36: error: 'presence' and 'x' both need a member 'presence'\n"
         "    2 x : repeated u32, counted by presence;\n"
         "                                   ^~~~~~~~\n");
 }
@@ -424,18 +439,33 @@ TEST_F(zidlc_model, counts_and_sizes_do_not_collide_with_members)
               "sample.zidl:4:7: error: 'a' and 'a_size' both need a member 'a_size'\n"
               "    2 a_size  : u32;\n"
               "      ^~~~~~\n"
+              "sample.zidl:3:7: note: first used here\n"
+              "    1 a       : bytes;\n"
+              "      ^\n"
               "sample.zidl:6:7: error: 'b_count' and 'b' both need a member 'b_count'\n"
               "    4 b       : repeated u32;\n"
               "      ^\n"
+              "sample.zidl:5:7: note: first used here\n"
+              "    3 b_count : u32;\n"
+              "      ^~~~~~~\n"
               "sample.zidl:8:42: error: 'c' and 'd' both need a member 'n'\n"
               "    6 d       : repeated u32, counted by n;\n"
+              "                                         ^\n"
+              "sample.zidl:7:42: note: first used here\n"
+              "    5 c       : repeated u32, counted by n;\n"
               "                                         ^\n"
               "sample.zidl:9:42: error: member 'e' is declared already\n"
               "    7 e       : repeated u32, counted by e;\n"
               "                                         ^\n"
+              "sample.zidl:9:7: note: first used here\n"
+              "    7 e       : repeated u32, counted by e;\n"
+              "      ^\n"
               "sample.zidl:10:7: error: 'c' and 'n' both need a member 'n'\n"
               "    8 n       : u32;\n"
-              "      ^\n");
+              "      ^\n"
+              "sample.zidl:7:42: note: first used here\n"
+              "    5 c       : repeated u32, counted by n;\n"
+              "                                         ^\n");
 }
 
 TEST_F(zidlc_model, only_arrays_have_a_count)
@@ -467,8 +497,14 @@ TEST_F(zidlc_model, number_taken_twice_is_reported)
               "sample.zidl:4:5: error: number 1 is taken by 'x'\n"
               "    1 y : u32;\n"
               "    ^\n"
+              "sample.zidl:3:5: note: first used here\n"
+              "    1 x : u32;\n"
+              "    ^\n"
               "sample.zidl:6:5: error: number 1 is taken by 'x'\n"
               "    1 w : u32, out of order;\n"
+              "    ^\n"
+              "sample.zidl:3:5: note: first used here\n"
+              "    1 x : u32;\n"
               "    ^\n");
 }
 
@@ -652,12 +688,18 @@ TEST_F(zidlc_model, gap_that_is_wrongly_declared_is_reported)
               "sample.zidl:4:5: error: number 1 is not unassigned: 'a' has it\n"
               "    1    unassigned;\n"
               "    ^\n"
+              "sample.zidl:3:5: note: used here\n"
+              "    1    a : u32;\n"
+              "    ^\n"
               "sample.zidl:6:5: error: unassigned numbers stand in their place: this one is behind 4\n"
               "    3    unassigned;\n"
               "    ^\n"
               "sample.zidl:7:5: error: number 7 is not unassigned: 'b' has it\n"
               "    5..9 unassigned;\n"
               "    ^~~~\n"
+              "sample.zidl:8:5: note: used here\n"
+              "    7    b : u32;\n"
+              "    ^\n"
               "sample.zidl:9:5: error: a range goes from a smaller number to a larger one\n"
               "    8..7 unassigned;\n"
               "    ^~~~\n"
@@ -717,7 +759,10 @@ TEST_F(zidlc_model, omission_said_twice_is_reported)
                         "}\n"),
               "sample.zidl:3:24: error: 'decode.flags' is omitted already\n"
               "    omit decode.flags, decode.flags;\n"
-              "                       ^~~~~~~~~~~~\n");
+              "                       ^~~~~~~~~~~~\n"
+              "sample.zidl:3:10: note: first used here\n"
+              "    omit decode.flags, decode.flags;\n"
+              "         ^~~~~~~~~~~~\n");
 }
 
 TEST_F(zidlc_model, argument_that_bytes_need_cannot_be_omitted)
@@ -864,6 +909,9 @@ TEST_F(zidlc_model, group_used_twice_is_reported)
     EXPECT_EQ(errors_in("group sample;\nuse b;\nuse b;\nmessage m { 1 x : n; }\n"),
               "sample.zidl:3:5: error: group 'b' is used twice\n"
               "use b;\n"
+              "    ^\n"
+              "sample.zidl:2:5: note: first used here\n"
+              "use b;\n"
               "    ^\n");
 }
 
@@ -878,8 +926,14 @@ TEST_F(zidlc_model, one_run_reports_the_errors_of_all_files_each_in_the_order_of
               "a.zidl:4:5: error: number 1 is taken by 'x'\n"
               "    1 y : u32;\n"
               "    ^\n"
+              "a.zidl:3:5: note: first used here\n"
+              "    1 x : nothing;\n"
+              "    ^\n"
               "b.zidl:5:7: error: member 'x' is declared already\n"
               "    2 x : am;\n"
+              "      ^\n"
+              "b.zidl:4:7: note: first used here\n"
+              "    1 x : am;\n"
               "      ^\n"
               "b.zidl:7:14: error: number 1 is left out: say '1 unassigned;' where that is meant\n"
               "message bn { 2 x : u32; }\n"

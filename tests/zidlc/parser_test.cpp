@@ -147,7 +147,10 @@ TEST(zidlc_parser, a_file_has_one_group)
 {
     EXPECT_EQ(errors_in("group a;\ngroup b;\n"), "a.zidl:2:1: error: a file has one 'group' statement\n"
                                                  "group b;\n"
-                                                 "^~~~~\n");
+                                                 "^~~~~\n"
+                                                 "a.zidl:1:7: note: the first one\n"
+                                                 "group a;\n"
+                                                 "      ^\n");
 }
 
 TEST(zidlc_parser, uses_stand_before_the_messages)

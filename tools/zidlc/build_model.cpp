@@ -62,8 +62,9 @@ private:
         const message_syntax *syntax = nullptr;
         group *home = nullptr;
         message *finished = nullptr; // lives in its group
-        bool is_open = false;        // its types are being completed
-        unsigned levels = 1;         // of messages inside each other, this one included
+        bool is_well_named = true;
+        bool is_open = false; // its types are being completed
+        unsigned levels = 1;  // of messages inside each other, this one included
     };
 
     void declare(const schema_file &file)
@@ -91,27 +92,29 @@ private:
                           path.filename().string());
     }
 
-    void check_name(const name_syntax &name, std::string_view what, const std::string &special_objection)
+    bool check_name(const name_syntax &name, std::string_view what, const std::string &special_objection)
     {
-        const std::string objection = objection_to_name(name.text);
-        if (!objection.empty() || !special_objection.empty())
-            errors_.error(name.where, "'{}' cannot name a {}: {}", name.text, what,
-                          objection.empty() ? special_objection : objection);
+        const std::string general_objection = objection_to_name(name.text);
+        const std::string &objection = general_objection.empty() ? special_objection : general_objection;
+        if (!objection.empty())
+            errors_.error(name.where, "'{}' cannot name a {}: {}", name.text, what, objection);
+        return objection.empty();
     }
 
     void declare(const schema_file &file, const message_syntax &m, group &home)
     {
-        check_name(m.name, "message", objection_to_message(m.name.text));
+        const bool is_well_named = check_name(m.name, "message", objection_to_message(m.name.text));
         const auto [known, is_new] = drafts_.try_emplace(m.name.text);
         draft &each = known->second;
         if (!is_new) {
-            errors_.error(m.name.where, "message '{}' is declared already, in group '{}'", m.name.text,
-                          each.home->name);
+            errors_.error(m.name.where, note{each.syntax->name.where, "first declared here"},
+                          "message '{}' is declared already, in group '{}'", m.name.text, each.home->name);
             return;
         }
         each.file = &file;
         each.syntax = &m;
         each.home = &home;
+        each.is_well_named = is_well_named;
         in_order_.push_back(&each);
     }
 
@@ -247,9 +250,15 @@ private:
         return f.type->held == storage::block ? f.name + "_size" : "";
     }
 
+    struct member_owner {
+        std::string field;
+        place where;
+    };
+    using member_owners = std::map<std::string, member_owner>; // by member of the record
+
     void check_members(const message_syntax &syntax, const message &m)
     {
-        std::map<std::string, std::string> owners; // by member, the field that has it
+        member_owners owners;
         auto f = m.fields.begin();
         for (const auto &row : syntax.rows) {
             const auto *field_row = std::get_if<field_syntax>(&row);
@@ -264,21 +273,23 @@ private:
         }
     }
 
-    void check_member(const name_syntax &name, const std::string &owner, std::map<std::string, std::string> &owners)
+    void check_member(const name_syntax &name, const std::string &owner, member_owners &owners)
     {
-        check_name(name, "member", objection_to_member(name.text));
-        check_collision(name, owner, owners);
+        if (check_name(name, "member", objection_to_member(name.text)))
+            check_collision(name, owner, owners);
     }
 
-    void check_collision(const name_syntax &name, const std::string &owner, std::map<std::string, std::string> &owners)
+    void check_collision(const name_syntax &name, const std::string &owner, member_owners &owners)
     {
-        const auto [known, is_new] = owners.emplace(name.text, owner);
+        const auto [known, is_new] = owners.emplace(name.text, member_owner{owner, name.where});
         if (is_new)
             return;
-        if (name.text == owner && name.text == known->second)
-            errors_.error(name.where, "member '{}' is declared already", name.text);
+        const note first{known->second.where, "first used here"};
+        if (name.text == owner && name.text == known->second.field)
+            errors_.error(name.where, first, "member '{}' is declared already", name.text);
         else
-            errors_.error(name.where, "'{}' and '{}' both need a member '{}'", known->second, owner, name.text);
+            errors_.error(name.where, first, "'{}' and '{}' both need a member '{}'", known->second.field, owner,
+                          name.text);
     }
 
     void check_size(const message_syntax &syntax, message &m)
@@ -293,20 +304,31 @@ private:
     // Messages, functions and accessors share one scope in C.
     void check_c_identifiers()
     {
-        std::map<std::string, std::string> owners;
+        std::map<std::string, const draft *> owners; // null: codec/zidl.h
         for (const std::string &name : shared_c_identifiers())
-            owners.emplace(name, "codec/zidl.h");
+            owners.emplace(name, nullptr);
         for (const draft *d : in_order_) {
-            const std::string owner = fmt::format("message '{}'", d->finished->name);
+            if (!d->is_well_named)
+                continue;
             for (const std::string &name : c_identifiers(*d->finished)) {
-                const auto [known, is_new] = owners.emplace(name, owner);
-                if (is_new || known->second == owner)
+                const auto [known, is_new] = owners.emplace(name, d);
+                if (is_new || known->second == d)
                     continue;
-                errors_.error(d->syntax->name.where, "message '{}' and {} both need the C name {}", d->finished->name,
-                              known->second, name);
+                report_collision(*d, known->second, name);
                 break;
             }
         }
+    }
+
+    void report_collision(const draft &d, const draft *other, const std::string &name)
+    {
+        const name_syntax &message = d.syntax->name;
+        if (!other)
+            errors_.error(message.where, "message '{}' and codec/zidl.h both need the C name {}", message.text, name);
+        else
+            errors_.error(message.where, note{other->syntax->name.where, "the other one"},
+                          "message '{}' and message '{}' both need the C name {}", message.text,
+                          other->syntax->name.text, name);
     }
 
     void collect_holders()

@@ -6,6 +6,7 @@
 #include "tools/zidlc/text.hpp"
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 namespace zidlc
@@ -86,8 +87,15 @@ private:
 
         added.tree = parse(added.source, errors_);
         ++chain_;
-        for (const name_syntax &used : added.tree.uses)
-            use(added, used);
+        std::map<std::string, place> known;
+        for (const name_syntax &used : added.tree.uses) {
+            const auto [first, is_new] = known.emplace(used.text, used.where);
+            if (is_new)
+                use(added, used);
+            else
+                errors_.error(used.where, note{first->second, "first used here"}, "group '{}' is used twice",
+                              used.text);
+        }
         --chain_;
         entry.finished = true;
         finished_.push_back(&entry);
@@ -96,12 +104,6 @@ private:
 
     void use(schema_file &user, const name_syntax &used)
     {
-        const bool repeated = std::any_of(user.uses.begin(), user.uses.end(), [&](const schema_file *each) {
-            return fs::path(each->source.path).stem() == used.text;
-        });
-        if (repeated)
-            return errors_.error(used.where, "group '{}' is used twice", used.text);
-
         loaded *known = find(used.text);
         if (known && !known->finished)
             return errors_.error(used.where, "{}", cycle(*known));

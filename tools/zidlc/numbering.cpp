@@ -52,8 +52,8 @@ private:
             return;
         const auto [owner, is_first] = owners_.emplace(f.number.value, &f);
         if (!is_first)
-            return errors_.error(f.number.where, "number {} is taken by '{}'", f.number.value,
-                                 owner->second->name.text);
+            return errors_.error(f.number.where, note{owner->second->number.where, "first used here"},
+                                 "number {} is taken by '{}'", f.number.value, owner->second->name.text);
         speak_for(f.number.value, f.number.value);
         if (f.out_of_order && (!last_displaced_ || f.number.value > last_displaced_->number.value))
             last_displaced_ = &f;
@@ -129,8 +129,8 @@ private:
             return errors_.error(u.where, "a range goes from a smaller number to a larger one");
         if (const auto owner = owners_.lower_bound(u.first.value);
             owner != owners_.end() && owner->first <= u.last.value)
-            return errors_.error(u.where, "number {} is not unassigned: '{}' has it", owner->first,
-                                 owner->second->name.text);
+            return errors_.error(u.where, note{owner->second->number.where, "used here"},
+                                 "number {} is not unassigned: '{}' has it", owner->first, owner->second->name.text);
         if (u.first.value <= last_)
             return errors_.error(u.where, "unassigned numbers stand in their place: this one is behind {}", last_);
         close_gap(u.first.value, u.first.where);

@@ -36,7 +36,17 @@ const omittable *find(const omission_syntax &syntax)
     return found == omittables.end() ? nullptr : &*found;
 }
 
-void add_omission(const omission_syntax &syntax, message &m, diagnostics &errors)
+place first_place(const std::vector<omission_syntax> &all, const omission_syntax &repeated)
+{
+    return std::find_if(all.begin(), all.end(),
+                        [&](const omission_syntax &each) {
+                            return each.operation == repeated.operation && each.argument == repeated.argument;
+                        })
+        ->where;
+}
+
+void add_omission(const omission_syntax &syntax, const std::vector<omission_syntax> &all, message &m,
+                  diagnostics &errors)
 {
     const omittable *known = find(syntax);
     if (!known)
@@ -46,7 +56,8 @@ void add_omission(const omission_syntax &syntax, message &m, diagnostics &errors
                             syntax.operation, syntax.argument);
     bool &is_omitted = m.omit.*known->flag;
     if (is_omitted)
-        return errors.error(syntax.where, "'{}.{}' is omitted already", syntax.operation, syntax.argument);
+        return errors.error(syntax.where, note{first_place(all, syntax), "first used here"},
+                            "'{}.{}' is omitted already", syntax.operation, syntax.argument);
     is_omitted = true;
 
     const auto needing = std::find_if(m.fields.begin(), m.fields.end(), std::mem_fn(known->is_needed));
@@ -60,7 +71,7 @@ void add_omission(const omission_syntax &syntax, message &m, diagnostics &errors
 void add_omissions(const message_syntax &syntax, message &m, diagnostics &errors)
 {
     for (const omission_syntax &each : syntax.omissions)
-        add_omission(each, m, errors);
+        add_omission(each, syntax.omissions, m, errors);
 }
 
 } // namespace zidlc

@@ -59,7 +59,7 @@ private:
         else if (at("message"))
             tree.messages.push_back(message());
         else if (at("group"))
-            second_group_statement();
+            second_group_statement(tree);
         else
             fail("expected 'use' or 'message'");
     }
@@ -72,9 +72,13 @@ private:
         tree.uses.push_back(group_name());
     }
 
-    void second_group_statement()
+    void second_group_statement(const file_syntax &tree)
     {
-        errors_.error(take().where, "a file has one 'group' statement");
+        const place second = take().where;
+        if (tree.group.where.file)
+            errors_.error(second, note{tree.group.where, "the first one"}, "a file has one 'group' statement");
+        else
+            errors_.error(second, "a file has one 'group' statement");
         group_name();
     }
 

@@ -74,7 +74,7 @@ std::string blanks_below(std::string_view text)
     return blanks;
 }
 
-std::string described(const place &where, std::string_view message)
+std::string described(const place &where, std::string_view severity, std::string_view message)
 {
     const std::string_view text = where.file->text;
     const std::string_view line = line_around(text, where.offset);
@@ -90,21 +90,21 @@ std::string described(const place &where, std::string_view message)
     const std::string start = fmt::format("{}{}", shown_before.size() < before.size() ? left_out : "", shown_before);
     const bool is_cut = before.size() + shown_place.size() + shown_behind.size() < line.size();
     const std::size_t width = std::max<std::size_t>(text_width(shown_place), 1);
-    return fmt::format("{}:{}:{}: error: {}\n{}{}{}{}\n{}^{}\n", where.file->path, line_number, text_width(before) + 1,
-                       printable(message), printable(start), printable(shown_place), printable(shown_behind),
+    return fmt::format("{}:{}:{}: {}: {}\n{}{}{}{}\n{}^{}\n", where.file->path, line_number, text_width(before) + 1,
+                       severity, printable(message), printable(start), printable(shown_place), printable(shown_behind),
                        is_cut ? left_out : "", blanks_below(start), std::string(width - 1, '~'));
 }
 
 } // namespace
 
-void diagnostics::add(const place &where, std::string text)
+void diagnostics::add(report added)
 {
     ++count_;
     if (reports_.size() == most_reports)
         return;
-    if (text.size() > longest_text)
-        text = fmt::format("{}{}", start_of(text, longest_text), left_out);
-    reports_.push_back({where, std::move(text)});
+    if (added.text.size() > longest_text)
+        added.text = fmt::format("{}{}", start_of(added.text, longest_text), left_out);
+    reports_.push_back(std::move(added));
 }
 
 std::string diagnostics::text() const
@@ -122,8 +122,11 @@ std::string diagnostics::text() const
     });
 
     std::string all;
-    for (const report &each : sorted)
-        all += described(each.where, each.text);
+    for (const report &each : sorted) {
+        all += described(each.where, "error", each.text);
+        if (each.other)
+            all += described(each.other->where, "note", each.other->text);
+    }
     return all;
 }
 

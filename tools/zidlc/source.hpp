@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,6 +26,12 @@ struct place {
     std::size_t length = 1;
 };
 
+// A second place that an error is about, and what is there.
+struct note {
+    place where;
+    std::string text;
+};
+
 // The errors of a run, which goes on after each one, so that they are reported together: the first hundred found, so
 // that what is no schema at all gives no endless report.
 class diagnostics
@@ -35,23 +42,31 @@ public:
     template <class... Args>
     void error(const place &where, fmt::format_string<Args...> text, Args &&...args)
     {
-        add(where, fmt::format(text, std::forward<Args>(args)...));
+        add({where, fmt::format(text, std::forward<Args>(args)...), std::nullopt});
+    }
+
+    template <class... Args>
+    void error(const place &where, note other, fmt::format_string<Args...> text, Args &&...args)
+    {
+        add({where, fmt::format(text, std::forward<Args>(args)...), std::move(other)});
     }
 
     bool empty() const { return count_ == 0; }
     std::size_t count() const { return count_; } // of all errors
 
     // The reports, file by file in the order of the places: `file:line:column: error: text`, the line, and a caret
-    // below the place. Columns count characters; of a long line the part around the place is shown.
+    // below the place, then the same of the note, if there is one. Columns count characters; of a long line the part
+    // around the place is shown.
     std::string text() const;
 
 private:
     struct report {
         place where;
         std::string text;
+        std::optional<note> other;
     };
 
-    void add(const place &where, std::string text);
+    void add(report added);
 
     std::vector<report> reports_;
     std::size_t count_ = 0;
