@@ -114,6 +114,28 @@ TEST_F(zidlc_program, check_lists_what_is_out_of_date_writes_nothing_and_gives_3
     EXPECT_FALSE(std::filesystem::exists("tree/messages/a.h"));
 }
 
+TEST_F(zidlc_program, a_depfile_says_which_schemas_the_generated_files_come_from)
+{
+    write("b.zidl", "group b;\nuse c;\nmessage n { 1 x : o; }\n");
+    write("l i$b/c.zidl", "group c;\nmessage o { 1 x : u32; }\n");
+    const std::string rule = "tree/messages/b.h tree/messages/b.hpp tree/messages/b.cpp: \\\n"
+                             "  l\\ i$$b/c.zidl \\\n"
+                             "  b.zidl\n";
+    EXPECT_EQ(run("-I 'l i$b' -o tree --only header,codec -MD b.d b.zidl").status, 0);
+    EXPECT_EQ(read("b.d"), rule);
+    EXPECT_EQ(run("-I 'l i$b' -o tree --only header,codec --depfile deps/b.d b.zidl").status, 0);
+    EXPECT_EQ(read("deps/b.d"), rule);
+}
+
+TEST_F(zidlc_program, no_depfile_is_written_where_nothing_else_is)
+{
+    write("b.zidl", "group b;\n7\n");
+    EXPECT_EQ(run("-MD b.d b.zidl").status, 1);
+    EXPECT_EQ(run("--check -MD b.d a.zidl").status, 3);
+    EXPECT_FALSE(std::filesystem::exists("b.d"));
+    EXPECT_EQ(run("-o tree -MD a.zidl/b.d a.zidl").err, "zidlc: cannot write 'a.zidl/b.d': Not a directory\n");
+}
+
 TEST_F(zidlc_program, errors_in_a_schema_give_1_and_no_file)
 {
     write("b.zidl", "group b;\nmessage n {\n    1 x : nothing;\n    1 y : u32;\n}\n");
@@ -214,14 +236,15 @@ TEST_F(zidlc_program, wrong_usage_gives_2)
     EXPECT_EQ(run("").status, 2);
     EXPECT_EQ(run("--nonsense a.zidl").status, 2);
     EXPECT_EQ(run("--only nonsense a.zidl").status, 2);
-    EXPECT_NE(run("").err.find("FILE is required"), std::string::npos);
+    EXPECT_EQ(run("").err, "zidlc: FILE is required: see zidlc --help\n");
+    EXPECT_EQ(run("--only nonsense a.zidl").out, "");
 }
 
 TEST_F(zidlc_program, help_and_version_give_0)
 {
     const run_result help = run("--help");
     EXPECT_EQ(help.status, 0);
-    for (const char *option : {"FILE", "-I", "-o", "--only", "--check", "--version", "Exit codes"})
+    for (const char *option : {"FILE", "-I", "-o", "--only", "--depfile", "-MD", "--check", "--version", "Exit codes"})
         EXPECT_NE(help.out.find(option), std::string::npos) << option;
     const run_result version = run("--version");
     EXPECT_EQ(version.status, 0);

@@ -43,7 +43,8 @@ std::string contents(const std::filesystem::path &path, std::string &error, std:
 std::string replace_contents(const std::filesystem::path &path, const std::string &text)
 {
     std::error_code status;
-    std::filesystem::create_directories(path.parent_path(), status);
+    if (path.has_parent_path())
+        std::filesystem::create_directories(path.parent_path(), status);
     if (status)
         return status.message();
     file_handle out = open(path, "wb");

@@ -2,6 +2,7 @@
 
 #include "tools/zidlc/artefacts.hpp"
 #include "tools/zidlc/build_model.hpp"
+#include "tools/zidlc/depfile.hpp"
 #include "tools/zidlc/loader.hpp"
 #include "tools/zidlc/output.hpp"
 
@@ -41,6 +42,7 @@ struct options {
     std::vector<std::filesystem::path> include_folders;
     std::filesystem::path output_folder = ".";
     std::vector<std::string> only;
+    std::filesystem::path depfile;
     bool check = false;
 
     std::set<artefact> wanted() const
@@ -66,6 +68,10 @@ void declare(CLI::App &app, options &chosen)
         ->delimiter(',')
         ->allow_extra_args(false)
         ->check(CLI::IsMember({"header", "codec", "descriptors", "proto", "docs"}));
+    app.add_option("--depfile", chosen.depfile,
+                   "Write to FILE, as Make and Ninja read it, which schemas the generated files\n"
+                   "come from; also -MD FILE, as compilers call it")
+        ->option_text("FILE");
     app.add_flag("--check", chosen.check, "Write nothing; list the files that a run would change");
     app.set_version_flag("--version", "zidlc " ZIDLC_VERSION);
     app.footer(footer);
@@ -100,7 +106,25 @@ int compile(const options &chosen)
     if (chosen.check)
         return report_stale(stale_files(generated, chosen.output_folder));
     write_changed(generated, chosen.output_folder);
+    if (!chosen.depfile.empty())
+        write(chosen.depfile, depfile(generated, chosen.output_folder, files));
     return success;
+}
+
+// The arguments, the last one first. The library that reads them knows no names of two letters behind one dash.
+std::vector<std::string> reversed_arguments(int argc, char **argv)
+{
+    std::vector<std::string> arguments(std::reverse_iterator(argv + argc), std::reverse_iterator(argv + 1));
+    std::replace(arguments.begin(), arguments.end(), std::string("-MD"), std::string("--depfile"));
+    return arguments;
+}
+
+int report_usage(const CLI::App &app, const CLI::ParseError &status)
+{
+    if (status.get_exit_code() == 0)
+        return app.exit(status); // help or version
+    fmt::print(stderr, "zidlc: {}: see zidlc --help\n", status.what());
+    return usage_or_io;
 }
 
 } // namespace
@@ -111,10 +135,10 @@ int main(int argc, char **argv)
     CLI::App app(description, "zidlc");
     declare(app, chosen);
     try {
-        app.parse(argc, argv);
+        app.parse(reversed_arguments(argc, argv));
         return compile(chosen);
     } catch (const CLI::ParseError &status) {
-        return app.exit(status) == 0 ? success : usage_or_io;
+        return report_usage(app, status);
     } catch (const std::exception &failure) {
         fmt::print(stderr, "zidlc: {}\n", failure.what());
         return usage_or_io;

@@ -20,14 +20,14 @@ bool holds(const fs::path &path, const std::string &text)
     return contents(path, error) == text && error.empty();
 }
 
+} // namespace
+
 void write(const fs::path &path, const std::string &text)
 {
     const std::string error = replace_contents(path, text);
     if (!error.empty())
         throw unwritable_file(fmt::format("cannot write '{}': {}", path.string(), error));
 }
-
-} // namespace
 
 void write_changed(const std::vector<generated_file> &files, const fs::path &root)
 {

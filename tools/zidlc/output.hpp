@@ -17,6 +17,9 @@ struct unwritable_file : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
+// Writes one file, and the folders above it.
+void write(const std::filesystem::path &path, const std::string &text);
+
 // Writes the files below `root`, but only those whose contents change, so that builds see no needless news.
 void write_changed(const std::vector<generated_file> &files, const std::filesystem::path &root);
 

@@ -1,0 +1,40 @@
+// What generated files depend on.
+
+#include "tools/zidlc/depfile.hpp"
+
+namespace zidlc
+{
+
+namespace
+{
+
+// Blanks end a path, a mark for comments and the dollar mean something, to both programs.
+std::string escaped(const std::filesystem::path &path)
+{
+    std::string text;
+    for (const char c : path.lexically_normal().string()) {
+        if (c == ' ' || c == '#')
+            text += '\\';
+        else if (c == '$')
+            text += '$';
+        text += c;
+    }
+    return text;
+}
+
+} // namespace
+
+std::string depfile(const std::vector<generated_file> &generated, const std::filesystem::path &root,
+                    const std::vector<std::unique_ptr<schema_file>> &schemas)
+{
+    std::string rule;
+    for (const generated_file &file : generated)
+        rule += escaped(root / file.path) + ' ';
+    if (!rule.empty())
+        rule.back() = ':';
+    for (const auto &schema : schemas)
+        rule += " \\\n  " + escaped(schema->source.path);
+    return rule + '\n';
+}
+
+} // namespace zidlc

@@ -1,0 +1,20 @@
+// What generated files depend on, in the words of Make and Ninja.
+
+#pragma once
+
+#include "tools/zidlc/artefacts.hpp"
+#include "tools/zidlc/loader.hpp"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zidlc
+{
+
+// One rule: the generated files below `root`, a colon, all schemas that the run has read.
+std::string depfile(const std::vector<generated_file> &generated, const std::filesystem::path &root,
+                    const std::vector<std::unique_ptr<schema_file>> &schemas);
+
+} // namespace zidlc
