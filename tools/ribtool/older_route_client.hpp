@@ -7,7 +7,7 @@
 namespace ribtool
 {
 
-// A new record out of the payload at *cursor, which contract_violation() has let through. Null without memory.
+// A new record out of the payload at *cursor, in which older_route_violation() finds nothing. Null without memory.
 struct rib_routetype_ *convert_older_route(rib_tlv_t *header, uchar_t **cursor);
 
 // Remembers that the record was given back and keeps its memory: the library calls this before the callback that still
