@@ -47,6 +47,13 @@ std::string in_step(const char *step, const std::string &found)
 
 } // namespace
 
+std::vector<uint8_t> reference_encoding(const zidl::message_descriptor &type, const void *msg, uint32_t flags)
+{
+    std::vector<uint8_t> bytes(codec_reference::encode(type, msg, nullptr, 0, nullptr, nullptr, flags));
+    codec_reference::encode(type, msg, bytes.data(), bytes.size(), nullptr, nullptr, flags);
+    return bytes;
+}
+
 template <class Encode>
 void codec_check::run_encode(output &out, const output_plan &plan, Encode run)
 {

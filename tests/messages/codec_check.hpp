@@ -25,6 +25,9 @@ struct memory_plan {
     bool lasting = false;               // and all later ones
 };
 
+// The whole encoding of a record, by the reference.
+std::vector<uint8_t> reference_encoding(const zidl::message_descriptor &type, const void *msg, uint32_t flags = 0);
+
 // Holds two equal records, one for either implementation. Each function returns an empty string or what differed.
 class codec_check
 {

@@ -3,9 +3,9 @@
 
 #include "messages/descriptors.hpp"
 #include "tests/messages/codec_check.hpp"
+#include "tests/messages/every_message.hpp"
 #include "tests/messages/guarded_pages.hpp"
 #include "tests/messages/sample_records.hpp"
-#include "tests/reference/codec_reference.hpp"
 #include "tests/reference/record_access.hpp"
 
 #include <algorithm>
@@ -33,12 +33,7 @@ protected:
     }
 
     // The encoding of the prepared record, by the reference.
-    byte_string encoding(uint32_t flags = COPYING)
-    {
-        byte_string bytes(codec_reference::encode(type, check.record(), nullptr, 0, nullptr, nullptr, flags));
-        codec_reference::encode(type, check.record(), bytes.data(), bytes.size(), nullptr, nullptr, flags);
-        return bytes;
-    }
+    byte_string encoding(uint32_t flags = COPYING) { return reference_encoding(type, check.record(), flags); }
 
     byte_string encoding_of(sample which)
     {
@@ -123,8 +118,7 @@ TEST_P(every_type, repeated_message_without_its_contents_leaves_the_first_occurr
         byte_string record(type.size);
         std::copy_n(member_address(field, check.record()), field.message->size, member_address(field, record.data()));
         set_presence(type, field, record.data(), true);
-        byte_string only(codec_reference::encode(type, record.data(), nullptr, 0, nullptr, nullptr, COPYING));
-        codec_reference::encode(type, record.data(), only.data(), only.size(), nullptr, nullptr, COPYING);
+        byte_string only = reference_encoding(type, record.data());
         // Again its tag, and a length that is cut off or runs past the end.
         const byte_string tag(only.begin(), only.begin() + (field.number < 16 ? 1 : 2));
         only.insert(only.end(), tag.begin(), tag.end());
@@ -416,26 +410,16 @@ TEST_P(every_flat_type, listed_segments_are_the_whole_encoding)
     EXPECT_EQ(gathered, encoding());
 }
 
-std::vector<const message_descriptor *> all_types()
-{
-    return {zidl::all_messages, zidl::all_messages + zidl::message_count};
-}
-
 std::vector<const message_descriptor *> flat_types()
 {
-    std::vector<const message_descriptor *> types = all_types();
+    std::vector<const message_descriptor *> types = every_message();
     std::erase_if(types, [](const message_descriptor *type) {
         return std::any_of(fields_of(*type).begin(), fields_of(*type).end(), is_message);
     });
     return types;
 }
 
-std::string name_of(const testing::TestParamInfo<const message_descriptor *> &instance)
-{
-    return instance.param->name;
-}
-
-INSTANTIATE_TEST_SUITE_P(messages, every_type, testing::ValuesIn(all_types()), name_of);
-INSTANTIATE_TEST_SUITE_P(messages, every_flat_type, testing::ValuesIn(flat_types()), name_of);
+INSTANTIATE_TEST_SUITE_P(messages, every_type, testing::ValuesIn(every_message()), message_name);
+INSTANTIATE_TEST_SUITE_P(messages, every_flat_type, testing::ValuesIn(flat_types()), message_name);
 
 } // namespace

@@ -8,10 +8,10 @@
 #include "messages/rib_common.h"
 #include "messages/rib_encap.h"
 #include "tests/messages/codec_check.hpp"
+#include "tests/messages/every_message.hpp"
 #include "tests/messages/exhaustive.hpp"
 #include "tests/messages/repeated_mapping.hpp"
 #include "tests/messages/sample_records.hpp"
-#include "tests/reference/codec_reference.hpp"
 #include "tests/reference/record_access.hpp"
 
 #include <algorithm>
@@ -169,9 +169,7 @@ TEST_P(large_sizes, an_input_of_more_than_4_gib_is_decoded_as_its_beginning)
 {
     codec_check check(type);
     check.prepare([&](uint8_t *msg, test_arena &arena) { fill_sample(type, msg, sample::dense, arena); });
-    byte_string head(codec_reference::encode(type, check.record(), nullptr, 0, nullptr, nullptr, 0));
-    codec_reference::encode(type, check.record(), head.data(), head.size(), nullptr, nullptr, 0);
-    head = joined(head, LONGEST_UNKNOWN);
+    const byte_string head = joined(reference_encoding(type, check.record()), LONGEST_UNKNOWN);
     const vast_input input(FOUR_GIB + 2 * head.size());
     input.write(0, head);
     for (size_t more = 0; more < head.size(); ++more) // the unknown field at its end goes on behind the input
@@ -435,16 +433,6 @@ TEST(large_copy, what_follows_bytes_of_more_than_4_gib_is_written_behind_them)
               (byte_string{0x51, 0x51, 0x32, 0x02, 0x61, 0x62}));
 }
 
-std::vector<const message_descriptor *> all_types()
-{
-    return {zidl::all_messages, zidl::all_messages + zidl::message_count};
-}
-
-std::string name_of(const testing::TestParamInfo<const message_descriptor *> &instance)
-{
-    return instance.param->name;
-}
-
-INSTANTIATE_TEST_SUITE_P(messages, large_sizes, testing::ValuesIn(all_types()), name_of);
+INSTANTIATE_TEST_SUITE_P(messages, large_sizes, testing::ValuesIn(every_message()), message_name);
 
 } // namespace

@@ -8,6 +8,7 @@
 #include "messages/ip_rib.h"
 #include "messages/rib_common.h"
 #include "tests/messages/codec_check.hpp"
+#include "tests/messages/every_message.hpp"
 #include "tests/messages/exhaustive.hpp"
 #include "tests/messages/guarded_pages.hpp"
 #include "tests/messages/sample_records.hpp"
@@ -138,8 +139,7 @@ protected:
         memory_.reset();
         record_.assign(type.size, 0);
         largest_filler(grown, length, memory_).fill(type, record_.data());
-        expected_.resize(codec_reference::encode(type, record_.data(), nullptr, 0, nullptr, nullptr, 0));
-        codec_reference::encode(type, record_.data(), expected_.data(), expected_.size(), nullptr, nullptr, 0);
+        expected_ = reference_encoding(type, record_.data());
     }
 
     // Into a buffer in front of a guard page, which stops the process where something is stored there. The buffer holds the
@@ -320,16 +320,6 @@ TEST(element_count, what_so_many_integers_may_take_together_is_not_cut_to_32_bit
     EXPECT_EQ(zidl_rib_ecomm_array_encode_ext(&msg, buf, LARGE, nullptr, nullptr, 0), size_t{2} * count);
 }
 
-std::vector<const message_descriptor *> all_types()
-{
-    return {zidl::all_messages, zidl::all_messages + zidl::message_count};
-}
-
-std::string name_of(const testing::TestParamInfo<const message_descriptor *> &instance)
-{
-    return instance.param->name;
-}
-
-INSTANTIATE_TEST_SUITE_P(messages, room, testing::ValuesIn(all_types()), name_of);
+INSTANTIATE_TEST_SUITE_P(messages, room, testing::ValuesIn(every_message()), message_name);
 
 } // namespace

@@ -103,22 +103,23 @@ naive_skip naive_skip_value(uint32_t wire_type, const uint8_t *pos, const uint8_
     }
 }
 
-// A buffer of which a message is the beginning, and what readers are told of it.
+// A message within a buffer, and what readers are told of both.
 struct placed_message {
     const uint8_t *pos;
     const uint8_t *end;
     decode_context context;
 
-    placed_message(const uint8_t *buf, size_t len, size_t behind)
-        : pos(buf), end(buf + len), context{nullptr, nullptr, last_of(sizeof(uint64_t), len + behind),
-                                            last_of(window_size, len + behind), false}
+    placed_message(const uint8_t *msg, size_t len, size_t before, size_t behind)
+        : pos(msg), end(msg + len), context{nullptr, nullptr, last(sizeof(uint64_t), before, len + behind),
+                                            last(window_size, before, len + behind), false}
     {
     }
 
 private:
-    const uint8_t *last_of(size_t word, size_t buflen) const
+    // From where a word of that size may be loaded last.
+    const uint8_t *last(size_t word, size_t before, size_t from_msg) const
     {
-        return buflen >= word ? pos + (buflen - word) : nullptr;
+        return before + from_msg >= word ? pos + from_msg - word : nullptr;
     }
 };
 
@@ -186,9 +187,8 @@ void check_window(verdict &so_far, const placed_message &in, size_t behind, cons
         so_far.expect(parse_ended(in.pos) == static_cast<uint32_t>(first.value), "parse_ended", in);
 }
 
-void check_readers(verdict &so_far, const uint8_t *buf, size_t len, size_t behind, const naive_varint &first)
+void check_readers(verdict &so_far, const placed_message &in, size_t behind, const naive_varint &first)
 {
-    const placed_message in(buf, len, behind);
     check_varints<uint32_t>(so_far, in, first);
     check_varints<uint64_t>(so_far, in, first);
     so_far.expect(same(parse_tag(in.pos, in.end), first), "parse_tag", in);
@@ -231,16 +231,17 @@ protected:
     verdict so_far;
 };
 
+// Words may be loaded before the message, and not behind it: the buffer begins a window earlier.
 TEST_P(varint_readers, read_every_pattern_before_an_unreadable_page)
 {
     for_each_pattern(longest(), [&](const pattern_bytes &bytes, size_t len) {
         const naive_varint expected = naive(bytes.data(), bytes.data() + len);
         for (size_t behind = 0; behind <= MOST_BEHIND; ++behind) {
-            uint8_t *const buf = pages.before_end(len + behind);
-            std::memcpy(buf, bytes.data(), len);
-            check_readers(so_far, buf, len, behind,
-                          {expected.next != nullptr ? buf + (expected.next - bytes.data()) : nullptr, expected.value});
-            std::memset(buf, GetParam(), len);
+            uint8_t *const msg = pages.before_end(len + behind);
+            std::memcpy(msg, bytes.data(), len);
+            check_readers(so_far, {msg, len, window_size, behind}, behind,
+                          {expected.next != nullptr ? msg + (expected.next - bytes.data()) : nullptr, expected.value});
+            std::memset(msg, GetParam(), len);
         }
     });
     EXPECT_EQ(so_far.wrong(), 0u);
@@ -248,13 +249,13 @@ TEST_P(varint_readers, read_every_pattern_before_an_unreadable_page)
 
 TEST_P(varint_readers, read_every_pattern_behind_an_unreadable_page)
 {
-    uint8_t *const buf = pages.start();
+    uint8_t *const msg = pages.start();
     for_each_pattern(longest(), [&](const pattern_bytes &bytes, size_t len) {
-        std::memcpy(buf, bytes.data(), len);
-        const naive_varint expected = naive(buf, buf + len);
+        std::memcpy(msg, bytes.data(), len);
+        const naive_varint expected = naive(msg, msg + len);
         for (size_t behind = 0; behind <= MOST_BEHIND; ++behind)
-            check_readers(so_far, buf, len, behind, expected);
-        std::memset(buf, GetParam(), len);
+            check_readers(so_far, {msg, len, 0, behind}, behind, expected);
+        std::memset(msg, GetParam(), len);
     });
     EXPECT_EQ(so_far.wrong(), 0u);
 }
@@ -298,6 +299,18 @@ TEST(varint_pieces, ends_are_found_at_each_of_sixteen_places)
             bytes[i] = (ends >> i & 1) != 0 ? 0x7f : 0x80;
         ASSERT_EQ(varint_ends(bytes), ends);
     }
+}
+
+TEST(varint_pieces, ends_in_a_window_are_those_within_the_message)
+{
+    const std::vector<uint8_t> all_end(64, 0x01);
+    for (size_t len = 1; len <= 20; ++len)
+        for (size_t behind = 0; behind <= MOST_BEHIND; ++behind) {
+            const placed_message in(all_end.data(), len, 0, behind);
+            const uint32_t within = (uint32_t{1} << std::min<size_t>(len, 16)) - 1;
+            EXPECT_EQ(ends_in_window(in.pos, in.end, in.context), len + behind >= 24 ? within : 0u)
+                << len << " " << behind;
+        }
 }
 
 // `Count` u32 fields from number `First`: all that two bytes can say.
