@@ -3,9 +3,11 @@
 
 #pragma once
 
-#include "codec/decode_in_order.hpp"
+#include "codec/decode/fields.hpp"
 #include "codec/duplicate.hpp"
-#include "codec/encode.hpp"
+#include "codec/encode/exact_writer.hpp"
+#include "codec/encode/fast_writer.hpp"
+#include "codec/encode/fields.hpp"
 #include "codec/release.hpp"
 
 namespace zidl
@@ -13,7 +15,8 @@ namespace zidl
 inline namespace ZIDL_VARIANT
 {
 
-// Beyond any encoding of sizes that are not suspicious.
+// Beyond any encoding whose sizes are trusted. (An unchecked writer in place of a fast one without a limit was tried: see
+// docs/performance.md, "What made it fast, and what did not".)
 constexpr size_t unlimited = size_t{1} << 40;
 
 template <class Record>
@@ -46,7 +49,7 @@ ZIDL_INLINE uint8_t *encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
 {
     if constexpr (shape<Record>::is_bounded) {
         const bool fits = ZIDL_LIKELY(bound_fits<0>(msg, buflen)) || certainly_fits(msg, buflen);
-        return ZIDL_LIKELY(fits) ? encode(unchecked_writer{buf}, msg).pos : nullptr;
+        return ZIDL_LIKELY(fits) ? encode(unchecked_writer(buf), msg).pos : nullptr;
     } else {
         const fast_writer out = writer_for(msg, buf, buflen);
         return ZIDL_LIKELY(!out.failed()) ? encode(out, msg).pos : nullptr;
@@ -76,6 +79,8 @@ template <class Record>
 ZIDL_INLINE size_t encode_ext(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                               uint32_t flags)
 {
+    static_assert(bounds_are_right<Record>(),
+                  "the schema compiler and the codec disagree on what a field takes at most");
     const size_t len = encode_quickly(msg, buf, buflen, nsegs, flags);
     return ZIDL_LIKELY(len != not_written) ? len : encode_exact(msg, buf, buflen, segs, nsegs, flags);
 }

@@ -16,13 +16,14 @@ inline namespace ZIDL_VARIANT
 //   presence_words  presence words of the record, embedded records included
 //   fixed_bound     bytes that the encoding takes at most, strings, bytes and repeated members left out
 //   owns_memory     some member, here or below, points to memory
+//   is_small        decoded in the schema's order first, see decode/ordered_reader.hpp
 //   is_bounded      what the encoding takes at most is known from fixed_bound and the sizes of bytes members
 //   holds_bytes     some member, here or below, is a bytes member
 template <class Record>
 struct shape;
 
 template <unsigned Bit, class Record>
-ZIDL_INLINE bool has(const Record &msg)
+ZIDL_INLINE constexpr bool has(const Record &msg)
 {
     return msg.presence >> Bit & 1;
 }
@@ -39,7 +40,7 @@ ZIDL_INLINE void clear_presence(Record &msg, uint64_t bits)
 // Non-zero when some member, here or in an embedded record, is present: the message may have content then. Spare bits do
 // not count: they may never have been written.
 template <class Record>
-ZIDL_INLINE uint64_t any_presence(const Record &msg)
+ZIDL_INLINE constexpr uint64_t any_presence(const Record &msg)
 {
     uint64_t any = 0;
     each_presence(const_cast<Record &>(msg), [&](const auto &word, uint64_t used) { any |= word & used; });
@@ -53,10 +54,16 @@ ZIDL_INLINE uint8_t *member_bytes(Record &msg, size_t offset)
     return reinterpret_cast<uint8_t *>(&msg) + offset;
 }
 
+template <class Record>
+ZIDL_INLINE const uint8_t *member_bytes(const Record &msg, size_t offset)
+{
+    return reinterpret_cast<const uint8_t *>(&msg) + offset;
+}
+
 // Asks for all cache lines of a large record at once: encoding looks into presence words all over it, and would else wait
 // for one line after the other. An absent array may have any address, so none is computed as a pointer.
 template <class Record>
-ZIDL_INLINE void prefetch(const Record *msg, uint32_t count)
+ZIDL_INLINE constexpr void prefetch(const Record *msg, uint32_t count)
 {
     constexpr size_t line = 64;
     if constexpr (sizeof(Record) > 2 * line) {

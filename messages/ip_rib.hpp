@@ -18,66 +18,39 @@ struct shape<zidl_ip_rib_proto_update> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 23;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_proto_update &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_proto_update &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1f);
 }
 ZIDL_RESET(proto_update_clear, zidl_ip_rib_proto_update)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_proto_update &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_proto_update &msg)
 {
-    {
-        ZIDL_ROOM(23, out);
-        encode_u32<1>(out, has<0>(msg), msg.proto_id);
-        encode_u32<2>(out, has<1>(msg), msg.proto_sub_id);
-        encode_u64<3>(out, has<2>(msg), msg.proto_value);
-    }
+    within<23>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.proto_id);
+        encode_u32<2>(room, has<1>(msg), msg.proto_sub_id);
+        encode_u64<3>(room, has<2>(msg), msg.proto_value);
+    });
     encode_string<4>(out, has<3>(msg), msg.proto_name);
     encode_string<5>(out, has<4>(msg), msg.proto_extra_name);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_proto_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_proto_update &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.proto_id));                           continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.proto_sub_id));                       continue;
-        ZIDL_FIELD(3, varint,    2, in.u64(msg.proto_value));                        continue;
-        ZIDL_FIELD(4, delimited, 3, in.string(msg.proto_name, seen & bit<3>));       continue;
-        ZIDL_FIELD(5, delimited, 4, in.string(msg.proto_extra_name, seen & bit<4>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4, 5>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_proto_update &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.proto_id))            seen |= bit<0>;
-    if (in.u32<2>(msg.proto_sub_id))        seen |= bit<1>;
-    if (in.u64<3>(msg.proto_value))         seen |= bit<2>;
-    if (in.string<4>(msg.proto_name))       seen |= bit<3>;
-    if (in.string<5>(msg.proto_extra_name)) seen |= bit<4>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_proto_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.proto_id);
+    decode_u32   <2, 1>(in, msg.proto_sub_id);
+    decode_u64   <3, 2>(in, msg.proto_value);
+    decode_string<4, 3>(in, msg.proto_name);
+    decode_string<5, 4>(in, msg.proto_extra_name);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -100,24 +73,24 @@ struct shape<zidl_ip_rib_opaque> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_opaque &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_opaque &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3f);
 }
 ZIDL_RESET(opaque_clear, zidl_ip_rib_opaque)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_opaque &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_opaque &msg)
 {
-    {
-        ZIDL_ROOM(24, out);
-        encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_opaque, opaque_type)>(out, msg); // opaque_type to opaque_value
-    }
+    within<24>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_opaque, opaque_type)>(room, msg); // opaque_type to opaque_value
+    });
     encode_bytes<5>(out, has<4>(msg), msg.first_block, msg.first_block_size);
     encode_bytes<6>(out, has<5>(msg), msg.second_block, msg.second_block_size);
     return out;
@@ -127,13 +100,17 @@ inline int32_t decode(zidl_ip_rib_opaque &msg, const uint8_t *pos, const uint8_t
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN_RUN(1, 4);
+    ZIDL_THEN_RUN(opaque_type, 1, 4);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // opaque_type to opaque_value
-        ZIDL_RUN(1, (in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_ip_rib_opaque, opaque_type)), seen))); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(5, delimited, 4, in.bytes(msg.first_block, msg.first_block_size, seen & bit<4>));   ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(6, delimited, 5, in.bytes(msg.second_block, msg.second_block_size, seen & bit<5>));                          continue;
+        // opaque_type to opaque_value
+        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4)
+        ZIDL_RUN(opaque_type, (in.u32_run<1, 0, 4>(member_bytes(msg, offsetof(zidl_ip_rib_opaque, opaque_type)), seen)));
+            ZIDL_THEN(first_block, 5, delimited); ZIDL_THEN(second_block, 6, delimited); continue;
+        ZIDL_FIELD(first_block,  5, delimited, 4, in.bytes(msg.first_block, msg.first_block_size, seen & bit<4>));
+            ZIDL_THEN(second_block, 6, delimited); continue;
+        ZIDL_FIELD(second_block, 6, delimited, 5, in.bytes(msg.second_block, msg.second_block_size, seen & bit<5>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6>(in.tag() >> 3)))
                 continue;
@@ -164,19 +141,20 @@ struct shape<zidl_ip_rib_iid_evpn_vpws_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(iid_evpn_vpws_ctx_clear, zidl_ip_rib_iid_evpn_vpws_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_iid_evpn_vpws_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_iid_evpn_vpws_ctx &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.vpws_value_1);
     encode_u32<2>(out, has<1>(msg), msg.vpws_value_2);
@@ -184,37 +162,12 @@ Sink encode(Sink out, const zidl_ip_rib_iid_evpn_vpws_ctx &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_iid_evpn_vpws_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.vpws_value_1)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.vpws_value_2)); continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.vpws_value_3)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_iid_evpn_vpws_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.vpws_value_1)) seen |= bit<0>;
-    if (in.u32<2>(msg.vpws_value_2)) seen |= bit<1>;
-    if (in.u32<3>(msg.vpws_value_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_iid_evpn_vpws_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.vpws_value_1);
+    decode_u32<2, 1>(in, msg.vpws_value_2);
+    decode_u32<3, 2>(in, msg.vpws_value_3);
 }
 
 // ip_rib_iid_evpn_elan_ctx
@@ -224,36 +177,34 @@ struct shape<zidl_ip_rib_iid_evpn_elan_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_iid_evpn_elan_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_evpn_elan_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7f);
 }
 ZIDL_RESET(iid_evpn_elan_ctx_clear, zidl_ip_rib_iid_evpn_elan_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_iid_evpn_elan_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_iid_evpn_elan_ctx &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.ctx_value_1);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.ctx_value_1);
+    });
     encode_bytes<2>(out, has<1>(msg), msg.ctx_bytes_2, msg.ctx_bytes_2_size);
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<3>(out, has<2>(msg), msg.ctx_value_3);
-        encode_u32<4>(out, has<3>(msg), msg.ctx_value_4);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<3>(room, has<2>(msg), msg.ctx_value_3);
+        encode_u32<4>(room, has<3>(msg), msg.ctx_value_4);
+    });
     encode_bytes<5>(out, has<4>(msg), msg.ctx_bytes_5, msg.ctx_bytes_5_size);
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<6>(out, has<5>(msg), msg.ctx_value_6);
-        encode_u32<7>(out, has<6>(msg), msg.ctx_value_7);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<6>(room, has<5>(msg), msg.ctx_value_6);
+        encode_u32<7>(room, has<6>(msg), msg.ctx_value_7);
+    });
     return out;
 }
 
@@ -261,16 +212,23 @@ inline int32_t decode(zidl_ip_rib_iid_evpn_elan_ctx &msg, const uint8_t *pos, co
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(ctx_value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.ctx_value_1));                                        ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.bytes(msg.ctx_bytes_2, msg.ctx_bytes_2_size, seen & bit<1>)); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited); continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.ctx_value_3));                                        ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited); ZIDL_THEN(6, varint); continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.ctx_value_4));                                        ZIDL_THEN(5, delimited); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); continue;
-        ZIDL_FIELD(5, delimited, 4, in.bytes(msg.ctx_bytes_5, msg.ctx_bytes_5_size, seen & bit<4>)); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint);                          continue;
-        ZIDL_FIELD(6, varint,    5, in.u32(msg.ctx_value_6));                                        ZIDL_THEN(7, varint);                                                continue;
-        ZIDL_FIELD(7, varint,    6, in.u32(msg.ctx_value_7));                                                                                                             continue;
+        ZIDL_FIELD(ctx_value_1, 1, varint,    0, in.u32(msg.ctx_value_1));
+            ZIDL_THEN(ctx_bytes_2, 2, delimited); ZIDL_THEN(ctx_value_3, 3, varint); ZIDL_THEN(ctx_value_4, 4, varint); continue;
+        ZIDL_FIELD(ctx_bytes_2, 2, delimited, 1, in.bytes(msg.ctx_bytes_2, msg.ctx_bytes_2_size, seen & bit<1>));
+            ZIDL_THEN(ctx_value_3, 3, varint); ZIDL_THEN(ctx_value_4, 4, varint); ZIDL_THEN(ctx_bytes_5, 5, delimited); continue;
+        ZIDL_FIELD(ctx_value_3, 3, varint,    2, in.u32(msg.ctx_value_3));
+            ZIDL_THEN(ctx_value_4, 4, varint); ZIDL_THEN(ctx_bytes_5, 5, delimited); ZIDL_THEN(ctx_value_6, 6, varint); continue;
+        ZIDL_FIELD(ctx_value_4, 4, varint,    3, in.u32(msg.ctx_value_4));
+            ZIDL_THEN(ctx_bytes_5, 5, delimited); ZIDL_THEN(ctx_value_6, 6, varint); ZIDL_THEN(ctx_value_7, 7, varint); continue;
+        ZIDL_FIELD(ctx_bytes_5, 5, delimited, 4, in.bytes(msg.ctx_bytes_5, msg.ctx_bytes_5_size, seen & bit<4>));
+            ZIDL_THEN(ctx_value_6, 6, varint); ZIDL_THEN(ctx_value_7, 7, varint); continue;
+        ZIDL_FIELD(ctx_value_6, 6, varint,    5, in.u32(msg.ctx_value_6));
+            ZIDL_THEN(ctx_value_7, 7, varint); continue;
+        ZIDL_FIELD(ctx_value_7, 7, varint,    6, in.u32(msg.ctx_value_7));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7>(in.tag() >> 3)))
                 continue;
@@ -301,36 +259,34 @@ struct shape<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7f);
 }
 ZIDL_RESET(iid_l2vpn_ip_tunnel_ctx_clear, zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.ctx_value_1);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.ctx_value_1);
+    });
     encode_bytes<2>(out, has<1>(msg), msg.ctx_bytes_2, msg.ctx_bytes_2_size);
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<3>(out, has<2>(msg), msg.ctx_value_3);
-        encode_u32<4>(out, has<3>(msg), msg.ctx_value_4);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<3>(room, has<2>(msg), msg.ctx_value_3);
+        encode_u32<4>(room, has<3>(msg), msg.ctx_value_4);
+    });
     encode_bytes<5>(out, has<4>(msg), msg.ctx_bytes_5, msg.ctx_bytes_5_size);
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<6>(out, has<5>(msg), msg.ctx_value_6);
-        encode_u32<7>(out, has<6>(msg), msg.ctx_value_7);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<6>(room, has<5>(msg), msg.ctx_value_6);
+        encode_u32<7>(room, has<6>(msg), msg.ctx_value_7);
+    });
     return out;
 }
 
@@ -338,16 +294,23 @@ inline int32_t decode(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg, const uint8_t *p
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(ctx_value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.ctx_value_1));                                        ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.bytes(msg.ctx_bytes_2, msg.ctx_bytes_2_size, seen & bit<1>)); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited); continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.ctx_value_3));                                        ZIDL_THEN(4, varint); ZIDL_THEN(5, delimited); ZIDL_THEN(6, varint); continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.ctx_value_4));                                        ZIDL_THEN(5, delimited); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); continue;
-        ZIDL_FIELD(5, delimited, 4, in.bytes(msg.ctx_bytes_5, msg.ctx_bytes_5_size, seen & bit<4>)); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint);                          continue;
-        ZIDL_FIELD(6, varint,    5, in.u32(msg.ctx_value_6));                                        ZIDL_THEN(7, varint);                                                continue;
-        ZIDL_FIELD(7, varint,    6, in.u32(msg.ctx_value_7));                                                                                                             continue;
+        ZIDL_FIELD(ctx_value_1, 1, varint,    0, in.u32(msg.ctx_value_1));
+            ZIDL_THEN(ctx_bytes_2, 2, delimited); ZIDL_THEN(ctx_value_3, 3, varint); ZIDL_THEN(ctx_value_4, 4, varint); continue;
+        ZIDL_FIELD(ctx_bytes_2, 2, delimited, 1, in.bytes(msg.ctx_bytes_2, msg.ctx_bytes_2_size, seen & bit<1>));
+            ZIDL_THEN(ctx_value_3, 3, varint); ZIDL_THEN(ctx_value_4, 4, varint); ZIDL_THEN(ctx_bytes_5, 5, delimited); continue;
+        ZIDL_FIELD(ctx_value_3, 3, varint,    2, in.u32(msg.ctx_value_3));
+            ZIDL_THEN(ctx_value_4, 4, varint); ZIDL_THEN(ctx_bytes_5, 5, delimited); ZIDL_THEN(ctx_value_6, 6, varint); continue;
+        ZIDL_FIELD(ctx_value_4, 4, varint,    3, in.u32(msg.ctx_value_4));
+            ZIDL_THEN(ctx_bytes_5, 5, delimited); ZIDL_THEN(ctx_value_6, 6, varint); ZIDL_THEN(ctx_value_7, 7, varint); continue;
+        ZIDL_FIELD(ctx_bytes_5, 5, delimited, 4, in.bytes(msg.ctx_bytes_5, msg.ctx_bytes_5_size, seen & bit<4>));
+            ZIDL_THEN(ctx_value_6, 6, varint); ZIDL_THEN(ctx_value_7, 7, varint); continue;
+        ZIDL_FIELD(ctx_value_6, 6, varint,    5, in.u32(msg.ctx_value_6));
+            ZIDL_THEN(ctx_value_7, 7, varint); continue;
+        ZIDL_FIELD(ctx_value_7, 7, varint,    6, in.u32(msg.ctx_value_7));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7>(in.tag() >> 3)))
                 continue;
@@ -378,25 +341,25 @@ struct shape<zidl_ip_rib_iid_lss_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_iid_lss_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_lss_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3f);
 }
 ZIDL_RESET(iid_lss_ctx_clear, zidl_ip_rib_iid_lss_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_iid_lss_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_iid_lss_ctx &msg)
 {
     prefetch(msg.lss_prefixes, msg.lss_prefixes_count);
-    {
-        ZIDL_ROOM(24, out);
-        encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_1)>(out, msg); // lss_value_1 to lss_value_4
-    }
+    within<24>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_1)>(room, msg); // lss_value_1 to lss_value_4
+    });
     encode_bytes   <5>(out, has<4>(msg), msg.lss_bytes, msg.lss_bytes_size);
     encode_messages<6>(out, has<5>(msg), msg.lss_prefixes, msg.lss_prefixes_count);
     return out;
@@ -406,13 +369,17 @@ inline int32_t decode(zidl_ip_rib_iid_lss_ctx &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN_RUN(1, 4);
+    ZIDL_THEN_RUN(lss_value_1, 1, 4);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) // lss_value_1 to lss_value_4
-        ZIDL_RUN(1, (in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_1)), seen))); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(5, delimited, 4, in.bytes(msg.lss_bytes, msg.lss_bytes_size, seen & bit<4>));              ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(6, delimited, 5, in.messages<6>(msg.lss_prefixes, msg.lss_prefixes_count, seen & bit<5>));                          continue;
+        // lss_value_1 to lss_value_4
+        ZIDL_CASE(1) ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4)
+        ZIDL_RUN(lss_value_1, (in.u32_run<1, 0, 4>(member_bytes(msg, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_1)), seen)));
+            ZIDL_THEN(lss_bytes, 5, delimited); ZIDL_THEN(lss_prefixes, 6, delimited); continue;
+        ZIDL_FIELD(lss_bytes,    5, delimited, 4, in.bytes(msg.lss_bytes, msg.lss_bytes_size, seen & bit<4>));
+            ZIDL_THEN(lss_prefixes, 6, delimited); continue;
+        ZIDL_FIELD(lss_prefixes, 6, delimited, 5, in.messages<6>(msg.lss_prefixes, msg.lss_prefixes_count, seen & bit<5>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6>(in.tag() >> 3)))
                 continue;
@@ -444,54 +411,31 @@ struct shape<zidl_ip_rib_iid_aft_nhg_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 17;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_iid_aft_nhg_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_aft_nhg_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(iid_aft_nhg_ctx_clear, zidl_ip_rib_iid_aft_nhg_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_iid_aft_nhg_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_iid_aft_nhg_ctx &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.aft_nhg_value_1);
     encode_u64<2>(out, has<1>(msg), msg.aft_nhg_id);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_iid_aft_nhg_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_iid_aft_nhg_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.aft_nhg_value_1)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u64(msg.aft_nhg_id));      continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_iid_aft_nhg_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.aft_nhg_value_1)) seen |= bit<0>;
-    if (in.u64<2>(msg.aft_nhg_id))      seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_iid_aft_nhg_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.aft_nhg_value_1);
+    decode_u64<2, 1>(in, msg.aft_nhg_id);
 }
 
 // ip_rib_iid_sl_id_ctx
@@ -501,63 +445,37 @@ struct shape<zidl_ip_rib_iid_sl_id_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_iid_sl_id_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_sl_id_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
 ZIDL_RESET(iid_sl_id_ctx_clear, zidl_ip_rib_iid_sl_id_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_iid_sl_id_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_iid_sl_id_ctx &msg)
 {
-    {
-        ZIDL_ROOM(18, out);
-        encode_u32<1>(out, has<0>(msg), msg.sl_id_value_1);
-        encode_u32<2>(out, has<1>(msg), msg.sl_id_value_2);
-        encode_u32<3>(out, has<2>(msg), msg.sl_id_value_3);
-    }
+    within<18>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.sl_id_value_1);
+        encode_u32<2>(room, has<1>(msg), msg.sl_id_value_2);
+        encode_u32<3>(room, has<2>(msg), msg.sl_id_value_3);
+    });
     encode_string<4>(out, has<3>(msg), msg.sl_id_name);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_iid_sl_id_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_iid_sl_id_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.sl_id_value_1));                continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.sl_id_value_2));                continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.sl_id_value_3));                continue;
-        ZIDL_FIELD(4, delimited, 3, in.string(msg.sl_id_name, seen & bit<3>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_iid_sl_id_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.sl_id_value_1)) seen |= bit<0>;
-    if (in.u32<2>(msg.sl_id_value_2)) seen |= bit<1>;
-    if (in.u32<3>(msg.sl_id_value_3)) seen |= bit<2>;
-    if (in.string<4>(msg.sl_id_name)) seen |= bit<3>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_iid_sl_id_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.sl_id_value_1);
+    decode_u32   <2, 1>(in, msg.sl_id_value_2);
+    decode_u32   <3, 2>(in, msg.sl_id_value_3);
+    decode_string<4, 3>(in, msg.sl_id_name);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -578,12 +496,13 @@ struct shape<zidl_ip_rib_iid_ctx> {
     static constexpr unsigned presence_words = 7;
     static constexpr size_t fixed_bound = 171;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_iid_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_ctx &msg, const Visit &visit)
 {
     each_presence(msg.evpn_vpws, visit);
     each_presence(msg.lss, visit);
@@ -596,25 +515,19 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_ctx &msg, const Visit &visit)
 ZIDL_RESET(iid_ctx_clear, zidl_ip_rib_iid_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_iid_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_iid_ctx &msg)
 {
-    {
-        ZIDL_ROOM(26, out);
-        encode_u32    <1>(out, has<0>(msg), msg.iid_ctx_kind);
-        encode_message<2>(out, has<1>(msg), msg.evpn_vpws);
-    }
-    if ((msg.presence & 0xc) != 0 || (any_presence(msg.lss) | any_presence(msg.evpn_elan)) != 0) {
-        encode_message<3>(out, has<2>(msg), msg.lss);
-        encode_message<4>(out, has<3>(msg), msg.evpn_elan);
-    }
-    {
-        ZIDL_ROOM(19, out);
-        encode_message<5>(out, has<4>(msg), msg.aft_nhg);
-    }
-    if ((msg.presence & 0x60) != 0 || (any_presence(msg.l2vpn_ip_tunnel) | any_presence(msg.sl_id)) != 0) {
-        encode_message<6>(out, has<5>(msg), msg.l2vpn_ip_tunnel);
-        encode_message<7>(out, has<6>(msg), msg.sl_id);
-    }
+    within<26>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32    <1>(room, has<0>(msg), msg.iid_ctx_kind);
+        encode_message<2>(room, has<1>(msg), msg.evpn_vpws);
+    });
+    encode_neighbours(out, msg, embedded<3, 2>(msg.lss),
+                                embedded<4, 3>(msg.evpn_elan));
+    within<19>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_message<5>(room, has<4>(msg), msg.aft_nhg);
+    });
+    encode_neighbours(out, msg, embedded<6, 5>(msg.l2vpn_ip_tunnel),
+                                embedded<7, 6>(msg.sl_id));
     return out;
 }
 
@@ -622,16 +535,23 @@ inline int32_t decode(zidl_ip_rib_iid_ctx &msg, const uint8_t *pos, const uint8_
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(iid_ctx_kind, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.iid_ctx_kind));                       ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.evpn_vpws, seen & bit<1>));       ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited); continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.lss, seen & bit<2>));             ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(4, delimited, 3, in.message(msg.evpn_elan, seen & bit<3>));       ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); ZIDL_THEN(7, delimited); continue;
-        ZIDL_FIELD(5, delimited, 4, in.message(msg.aft_nhg, seen & bit<4>));         ZIDL_THEN(6, delimited); ZIDL_THEN(7, delimited);                          continue;
-        ZIDL_FIELD(6, delimited, 5, in.message(msg.l2vpn_ip_tunnel, seen & bit<5>)); ZIDL_THEN(7, delimited);                                                   continue;
-        ZIDL_FIELD(7, delimited, 6, in.message(msg.sl_id, seen & bit<6>));                                                                                      continue;
+        ZIDL_FIELD(iid_ctx_kind,    1, varint,    0, in.u32(msg.iid_ctx_kind));
+            ZIDL_THEN(evpn_vpws, 2, delimited); ZIDL_THEN(lss, 3, delimited); ZIDL_THEN(evpn_elan, 4, delimited); continue;
+        ZIDL_FIELD(evpn_vpws,       2, delimited, 1, in.message(msg.evpn_vpws, seen & bit<1>));
+            ZIDL_THEN(lss, 3, delimited); ZIDL_THEN(evpn_elan, 4, delimited); ZIDL_THEN(aft_nhg, 5, delimited); continue;
+        ZIDL_FIELD(lss,             3, delimited, 2, in.message(msg.lss, seen & bit<2>));
+            ZIDL_THEN(evpn_elan, 4, delimited); ZIDL_THEN(aft_nhg, 5, delimited); ZIDL_THEN(l2vpn_ip_tunnel, 6, delimited); continue;
+        ZIDL_FIELD(evpn_elan,       4, delimited, 3, in.message(msg.evpn_elan, seen & bit<3>));
+            ZIDL_THEN(aft_nhg, 5, delimited); ZIDL_THEN(l2vpn_ip_tunnel, 6, delimited); ZIDL_THEN(sl_id, 7, delimited); continue;
+        ZIDL_FIELD(aft_nhg,         5, delimited, 4, in.message(msg.aft_nhg, seen & bit<4>));
+            ZIDL_THEN(l2vpn_ip_tunnel, 6, delimited); ZIDL_THEN(sl_id, 7, delimited); continue;
+        ZIDL_FIELD(l2vpn_ip_tunnel, 6, delimited, 5, in.message(msg.l2vpn_ip_tunnel, seen & bit<5>));
+            ZIDL_THEN(sl_id, 7, delimited); continue;
+        ZIDL_FIELD(sl_id,           7, delimited, 6, in.message(msg.sl_id, seen & bit<6>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7>(in.tag() >> 3)))
                 continue;
@@ -666,12 +586,13 @@ struct shape<zidl_ip_rib_iid_update> {
     static constexpr unsigned presence_words = 8;
     static constexpr size_t fixed_bound = 193;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_iid_update &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_update &msg, const Visit &visit)
 {
     each_presence(msg.iid_ctx, visit);
     visit(msg.presence, 0x1f);
@@ -679,16 +600,15 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_iid_update &msg, const Visit &visit)
 ZIDL_RESET(iid_update_clear, zidl_ip_rib_iid_update)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_iid_update &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_iid_update &msg)
 {
     encode_message<1>(out, has<0>(msg), msg.iid_ctx);
-    {
-        ZIDL_ROOM(16, out);
-        encode_bool<2>(out, has<1>(msg), msg.iid_update_flag_2);
-        encode_u32 <3>(out, has<2>(msg), msg.iid_update_value_3);
-        encode_u32 <4>(out, has<3>(msg), msg.iid_update_value_4);
-        encode_bool<5>(out, has<4>(msg), msg.iid_update_flag_5);
-    }
+    within<16>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_bool<2>(room, has<1>(msg), msg.iid_update_flag_2);
+        encode_u32 <3>(room, has<2>(msg), msg.iid_update_value_3);
+        encode_u32 <4>(room, has<3>(msg), msg.iid_update_value_4);
+        encode_bool<5>(room, has<4>(msg), msg.iid_update_flag_5);
+    });
     return out;
 }
 
@@ -696,14 +616,21 @@ inline int32_t decode(zidl_ip_rib_iid_update &msg, const uint8_t *pos, const uin
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(iid_ctx, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.iid_ctx, seen & bit<0>)); ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, varint,    1, in.boolean(msg.iid_update_flag_2));      ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint); continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.iid_update_value_3));         ZIDL_THEN(4, varint); ZIDL_THEN(5, varint);                       continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.iid_update_value_4));         ZIDL_THEN(5, varint);                                             continue;
-        ZIDL_FIELD(5, varint,    4, in.boolean(msg.iid_update_flag_5));                                                                        continue;
+        ZIDL_FIELD(iid_ctx,            1, delimited, 0, in.message(msg.iid_ctx, seen & bit<0>));
+            ZIDL_THEN(iid_update_flag_2, 2, varint); ZIDL_THEN(iid_update_value_3, 3, varint);
+            ZIDL_THEN(iid_update_value_4, 4, varint); continue;
+        ZIDL_FIELD(iid_update_flag_2,  2, varint,    1, in.boolean(msg.iid_update_flag_2));
+            ZIDL_THEN(iid_update_value_3, 3, varint); ZIDL_THEN(iid_update_value_4, 4, varint);
+            ZIDL_THEN(iid_update_flag_5, 5, varint); continue;
+        ZIDL_FIELD(iid_update_value_3, 3, varint,    2, in.u32(msg.iid_update_value_3));
+            ZIDL_THEN(iid_update_value_4, 4, varint); ZIDL_THEN(iid_update_flag_5, 5, varint); continue;
+        ZIDL_FIELD(iid_update_value_4, 4, varint,    3, in.u32(msg.iid_update_value_4));
+            ZIDL_THEN(iid_update_flag_5, 5, varint); continue;
+        ZIDL_FIELD(iid_update_flag_5,  5, varint,    4, in.boolean(msg.iid_update_flag_5));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5>(in.tag() >> 3)))
                 continue;

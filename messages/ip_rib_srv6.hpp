@@ -18,12 +18,13 @@ struct shape<zidl_ip_rib_srv6_sid_info> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_sid_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_sid_info &msg, const Visit &visit)
 {
     each_presence(msg.sid, visit);
     visit(msg.presence, 0x7);
@@ -36,48 +37,20 @@ ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_sid_info
 }
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_sid_info &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_sid_info &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    encode_u32    <1>(out, has<0>(msg), msg.value_1);
+    encode_u32    <2>(out, has<1>(msg), msg.value_2);
     encode_message<3>(out, has<2>(msg), msg.sid);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_sid_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.sid, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_sid_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1)) seen |= bit<0>;
-    if (in.u32<2>(msg.value_2)) seen |= bit<1>;
-    if (in.message<3>(msg.sid)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32    <1, 0>(in, msg.value_1);
+    decode_u32    <2, 1>(in, msg.value_2);
+    decode_message<3, 2>(in, msg.sid);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -98,58 +71,29 @@ struct shape<zidl_ip_rib_srv6_lib_ranges> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 48;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_lib_ranges &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_lib_ranges &msg, const Visit &visit)
 {
     visit(msg.presence, 0xff);
 }
 ZIDL_RESET(lib_ranges_clear, zidl_ip_rib_srv6_lib_ranges)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_lib_ranges &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_lib_ranges &msg)
 {
     encode_u32_run<1, 0, 8, offsetof(zidl_ip_rib_srv6_lib_ranges, value_1)>(out, msg); // value_1 to value_8
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_lib_ranges &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.value_2)); continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.value_3)); continue;
-        ZIDL_FIELD(4, varint, 3, in.u32(msg.value_4)); continue;
-        ZIDL_FIELD(5, varint, 4, in.u32(msg.value_5)); continue;
-        ZIDL_FIELD(6, varint, 5, in.u32(msg.value_6)); continue;
-        ZIDL_FIELD(7, varint, 6, in.u32(msg.value_7)); continue;
-        ZIDL_FIELD(8, varint, 7, in.u32(msg.value_8)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_lib_ranges &msg)
-{
-    uint64_t seen = 0;
-    in.u32_run<1, 8, 0>(member_bytes(msg, offsetof(zidl_ip_rib_srv6_lib_ranges, value_1)), seen);
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32_run<1, 0, 8, offsetof(zidl_ip_rib_srv6_lib_ranges, value_1)>(in, msg); // value_1 to value_8
 }
 
 // ip_rib_srv6_locator
@@ -159,12 +103,13 @@ struct shape<zidl_ip_rib_srv6_locator> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 120;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_locator &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_locator &msg, const Visit &visit)
 {
     each_presence(msg.locator_prefix, visit);
     each_presence(msg.second_prefix, visit);
@@ -174,27 +119,23 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_locator &msg, const Visit &visit
 ZIDL_RESET(locator_clear, zidl_ip_rib_srv6_locator)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_locator &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_locator &msg)
 {
     prefetch(msg.sids, msg.sids_count);
     encode_string<1>(out, has<0>(msg), msg.name);
-    if ((msg.presence & 0x6) != 0 || (any_presence(msg.locator_prefix) | any_presence(msg.second_prefix)) != 0) {
-        encode_message<2>(out, has<1>(msg), msg.locator_prefix);
-        encode_message<3>(out, has<2>(msg), msg.second_prefix);
-    }
-    {
-        ZIDL_ROOM(38, out);
-        encode_u32_run<4, 3, 5, offsetof(zidl_ip_rib_srv6_locator, value_4)>(out, msg); // value_4 to value_8
-        encode_bool      <10>(out, has<8>(msg), msg.flag_10);
-        encode_varied_u32<11>(out, has<9>(msg), msg.value_11);
-    }
+    encode_neighbours(out, msg, embedded<2, 1>(msg.locator_prefix),
+                                embedded<3, 2>(msg.second_prefix));
+    within<38>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32_run<4, 3, 5, offsetof(zidl_ip_rib_srv6_locator, value_4)>(room, msg); // value_4 to value_8
+        encode_bool      <10>(room, has<8>(msg), msg.flag_10);
+        encode_varied_u32<11>(room, has<9>(msg), msg.value_11);
+    });
     encode_messages<12>(out, has<10>(msg), msg.sids, msg.sids_count);
-    {
-        ZIDL_ROOM(58, out);
-        encode_varied_u32<13>(out, has<11>(msg), msg.value_13);
-        encode_message   <14>(out, has<12>(msg), msg.lib_ranges);
-        encode_bool      <15>(out, has<13>(msg), msg.flag_15);
-    }
+    within<58>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<13>(room, has<11>(msg), msg.value_13);
+        encode_message   <14>(room, has<12>(msg), msg.lib_ranges);
+        encode_bool      <15>(room, has<13>(msg), msg.flag_15);
+    });
     return out;
 }
 
@@ -202,20 +143,31 @@ inline int32_t decode(zidl_ip_rib_srv6_locator &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(name, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.string(msg.name, seen & bit<0>));            ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); ZIDL_THEN_RUN(4, 5); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.locator_prefix, seen & bit<1>)); ZIDL_THEN(3, delimited); ZIDL_THEN_RUN(4, 5); ZIDL_THEN(10, varint);   continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.second_prefix, seen & bit<2>));  ZIDL_THEN_RUN(4, 5); ZIDL_THEN(10, varint); ZIDL_THEN(11, varint);     continue;
-        ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) // value_4 to value_8
-        ZIDL_RUN(4, (in.u32_run<4, 5, 3>(member_bytes(msg, offsetof(zidl_ip_rib_srv6_locator, value_4)), seen))); ZIDL_THEN(10, varint); ZIDL_THEN(11, varint); ZIDL_THEN(12, delimited); continue;
-        ZIDL_FIELD(10, varint,    8,  in.boolean(msg.flag_10));                                   ZIDL_THEN(11, varint); ZIDL_THEN(12, delimited); ZIDL_THEN(13, varint);    continue;
-        ZIDL_FIELD(11, varint,    9,  in.varied_u32(msg.value_11));                               ZIDL_THEN(12, delimited); ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited); continue;
-        ZIDL_FIELD(12, delimited, 10, in.messages<12>(msg.sids, msg.sids_count, seen & bit<10>)); ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint);    continue;
-        ZIDL_FIELD(13, varint,    11, in.varied_u32(msg.value_13));                               ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint);                           continue;
-        ZIDL_FIELD(14, delimited, 12, in.message(msg.lib_ranges, seen & bit<12>));                ZIDL_THEN(15, varint);                                                     continue;
-        ZIDL_FIELD(15, varint,    13, in.boolean(msg.flag_15));                                                                                                              continue;
+        ZIDL_FIELD(name,           1,  delimited, 0,  in.string(msg.name, seen & bit<0>));
+            ZIDL_THEN(locator_prefix, 2, delimited); ZIDL_THEN(second_prefix, 3, delimited); ZIDL_THEN_RUN(value_4, 4, 5); continue;
+        ZIDL_FIELD(locator_prefix, 2,  delimited, 1,  in.message(msg.locator_prefix, seen & bit<1>));
+            ZIDL_THEN(second_prefix, 3, delimited); ZIDL_THEN_RUN(value_4, 4, 5); ZIDL_THEN(flag_10, 10, varint); continue;
+        ZIDL_FIELD(second_prefix,  3,  delimited, 2,  in.message(msg.second_prefix, seen & bit<2>));
+            ZIDL_THEN_RUN(value_4, 4, 5); ZIDL_THEN(flag_10, 10, varint); ZIDL_THEN(value_11, 11, varint); continue;
+        // value_4 to value_8
+        ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8)
+        ZIDL_RUN(value_4, (in.u32_run<4, 3, 5>(member_bytes(msg, offsetof(zidl_ip_rib_srv6_locator, value_4)), seen)));
+            ZIDL_THEN(flag_10, 10, varint); ZIDL_THEN(value_11, 11, varint); ZIDL_THEN(sids, 12, delimited); continue;
+        ZIDL_FIELD(flag_10,        10, varint,    8,  in.boolean(msg.flag_10));
+            ZIDL_THEN(value_11, 11, varint); ZIDL_THEN(sids, 12, delimited); ZIDL_THEN(value_13, 13, varint); continue;
+        ZIDL_FIELD(value_11,       11, varint,    9,  in.varied_u32(msg.value_11));
+            ZIDL_THEN(sids, 12, delimited); ZIDL_THEN(value_13, 13, varint); ZIDL_THEN(lib_ranges, 14, delimited); continue;
+        ZIDL_FIELD(sids,           12, delimited, 10, in.messages<12>(msg.sids, msg.sids_count, seen & bit<10>));
+            ZIDL_THEN(value_13, 13, varint); ZIDL_THEN(lib_ranges, 14, delimited); ZIDL_THEN(flag_15, 15, varint); continue;
+        ZIDL_FIELD(value_13,       13, varint,    11, in.varied_u32(msg.value_13));
+            ZIDL_THEN(lib_ranges, 14, delimited); ZIDL_THEN(flag_15, 15, varint); continue;
+        ZIDL_FIELD(lib_ranges,     14, delimited, 12, in.message(msg.lib_ranges, seen & bit<12>));
+            ZIDL_THEN(flag_15, 15, varint); continue;
+        ZIDL_FIELD(flag_15,        15, varint,    13, in.boolean(msg.flag_15));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8, 10, 11, 12, 13, 14, 15>(in.tag() >> 3)))
                 continue;
@@ -251,12 +203,13 @@ struct shape<zidl_ip_rib_srv6_glb_encap_info> {
     static constexpr unsigned presence_words = 3;
     static constexpr size_t fixed_bound = 50;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_glb_encap_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_glb_encap_info &msg, const Visit &visit)
 {
     each_presence(msg.encap_prefix_1, visit);
     each_presence(msg.encap_prefix_2, visit);
@@ -265,22 +218,19 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_glb_encap_info &msg, const Visit
 ZIDL_RESET(glb_encap_info_clear, zidl_ip_rib_srv6_glb_encap_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_glb_encap_info &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_glb_encap_info &msg)
 {
-    if ((msg.presence & 0x3) != 0 || (any_presence(msg.encap_prefix_1) | any_presence(msg.encap_prefix_2)) != 0) {
-        encode_message<1>(out, has<0>(msg), msg.encap_prefix_1);
-        encode_message<2>(out, has<1>(msg), msg.encap_prefix_2);
-    }
-    {
-        ZIDL_ROOM(26, out);
-        encode_bool<3>(out, has<2>(msg), msg.flag_3);
-        encode_bool<4>(out, has<3>(msg), msg.flag_4);
-        encode_u32 <5>(out, has<4>(msg), msg.value_5);
-        encode_bool<6>(out, has<5>(msg), msg.flag_6);
-        encode_bool<7>(out, has<6>(msg), msg.flag_7);
-        encode_u32 <8>(out, has<7>(msg), msg.value_8);
-        encode_u32 <9>(out, has<8>(msg), msg.value_9);
-    }
+    encode_neighbours(out, msg, embedded<1, 0>(msg.encap_prefix_1),
+                                embedded<2, 1>(msg.encap_prefix_2));
+    within<26>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_bool<3>(room, has<2>(msg), msg.flag_3);
+        encode_bool<4>(room, has<3>(msg), msg.flag_4);
+        encode_u32 <5>(room, has<4>(msg), msg.value_5);
+        encode_bool<6>(room, has<5>(msg), msg.flag_6);
+        encode_bool<7>(room, has<6>(msg), msg.flag_7);
+        encode_u32 <8>(room, has<7>(msg), msg.value_8);
+        encode_u32 <9>(room, has<8>(msg), msg.value_9);
+    });
     return out;
 }
 
@@ -288,18 +238,27 @@ inline int32_t decode(zidl_ip_rib_srv6_glb_encap_info &msg, const uint8_t *pos, 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(encap_prefix_1, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.encap_prefix_1, seen & bit<0>)); ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.encap_prefix_2, seen & bit<1>)); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint);    continue;
-        ZIDL_FIELD(3, varint,    2, in.boolean(msg.flag_3));                        ZIDL_THEN(4, varint); ZIDL_THEN(5, varint); ZIDL_THEN(6, varint);    continue;
-        ZIDL_FIELD(4, varint,    3, in.boolean(msg.flag_4));                        ZIDL_THEN(5, varint); ZIDL_THEN(6, varint); ZIDL_THEN(7, varint);    continue;
-        ZIDL_FIELD(5, varint,    4, in.u32(msg.value_5));                           ZIDL_THEN(6, varint); ZIDL_THEN(7, varint); ZIDL_THEN(8, varint);    continue;
-        ZIDL_FIELD(6, varint,    5, in.boolean(msg.flag_6));                        ZIDL_THEN(7, varint); ZIDL_THEN(8, varint); ZIDL_THEN(9, varint);    continue;
-        ZIDL_FIELD(7, varint,    6, in.boolean(msg.flag_7));                        ZIDL_THEN(8, varint); ZIDL_THEN(9, varint);                          continue;
-        ZIDL_FIELD(8, varint,    7, in.u32(msg.value_8));                           ZIDL_THEN(9, varint);                                                continue;
-        ZIDL_FIELD(9, varint,    8, in.u32(msg.value_9));                                                                                                continue;
+        ZIDL_FIELD(encap_prefix_1, 1, delimited, 0, in.message(msg.encap_prefix_1, seen & bit<0>));
+            ZIDL_THEN(encap_prefix_2, 2, delimited); ZIDL_THEN(flag_3, 3, varint); ZIDL_THEN(flag_4, 4, varint); continue;
+        ZIDL_FIELD(encap_prefix_2, 2, delimited, 1, in.message(msg.encap_prefix_2, seen & bit<1>));
+            ZIDL_THEN(flag_3, 3, varint); ZIDL_THEN(flag_4, 4, varint); ZIDL_THEN(value_5, 5, varint); continue;
+        ZIDL_FIELD(flag_3,         3, varint,    2, in.boolean(msg.flag_3));
+            ZIDL_THEN(flag_4, 4, varint); ZIDL_THEN(value_5, 5, varint); ZIDL_THEN(flag_6, 6, varint); continue;
+        ZIDL_FIELD(flag_4,         4, varint,    3, in.boolean(msg.flag_4));
+            ZIDL_THEN(value_5, 5, varint); ZIDL_THEN(flag_6, 6, varint); ZIDL_THEN(flag_7, 7, varint); continue;
+        ZIDL_FIELD(value_5,        5, varint,    4, in.u32(msg.value_5));
+            ZIDL_THEN(flag_6, 6, varint); ZIDL_THEN(flag_7, 7, varint); ZIDL_THEN(value_8, 8, varint); continue;
+        ZIDL_FIELD(flag_6,         6, varint,    5, in.boolean(msg.flag_6));
+            ZIDL_THEN(flag_7, 7, varint); ZIDL_THEN(value_8, 8, varint); ZIDL_THEN(value_9, 9, varint); continue;
+        ZIDL_FIELD(flag_7,         7, varint,    6, in.boolean(msg.flag_7));
+            ZIDL_THEN(value_8, 8, varint); ZIDL_THEN(value_9, 9, varint); continue;
+        ZIDL_FIELD(value_8,        8, varint,    7, in.u32(msg.value_8));
+            ZIDL_THEN(value_9, 9, varint); continue;
+        ZIDL_FIELD(value_9,        9, varint,    8, in.u32(msg.value_9));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8, 9>(in.tag() >> 3)))
                 continue;
@@ -330,54 +289,31 @@ struct shape<zidl_ip_rib_srv6_usid_lib_ranges> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_usid_lib_ranges &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_usid_lib_ranges &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(usid_lib_ranges_clear, zidl_ip_rib_srv6_usid_lib_ranges)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_usid_lib_ranges &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_usid_lib_ranges &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.value_1);
     encode_u32<2>(out, has<1>(msg), msg.value_2);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_usid_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_usid_lib_ranges &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.value_2)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_usid_lib_ranges &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1)) seen |= bit<0>;
-    if (in.u32<2>(msg.value_2)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_usid_lib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.value_1);
+    decode_u32<2, 1>(in, msg.value_2);
 }
 
 // ip_rib_srv6_usid_wlib_ranges
@@ -387,51 +323,29 @@ struct shape<zidl_ip_rib_srv6_usid_wlib_ranges> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1);
 }
 ZIDL_RESET(usid_wlib_ranges_clear, zidl_ip_rib_srv6_usid_wlib_ranges)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_usid_wlib_ranges &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_usid_wlib_ranges &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.value_1);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_usid_wlib_ranges &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.value_1)); continue;
-        default:
-            if (in.unknown(is_one_of<1>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_usid_wlib_ranges &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1)) seen |= bit<0>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_usid_wlib_ranges &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.value_1);
 }
 
 // ip_rib_srv6_mode_info
@@ -441,12 +355,13 @@ struct shape<zidl_ip_rib_srv6_mode_info> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 14;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_mode_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_mode_info &msg, const Visit &visit)
 {
     each_presence(msg.mode_prefix, visit);
     visit(msg.presence, 0x3);
@@ -459,45 +374,18 @@ ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_mode_inf
 }
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_mode_info &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_mode_info &msg)
 {
-    {
-        ZIDL_ROOM(2, out);
-        encode_bool<1>(out, has<0>(msg), msg.flag_1);
-    }
+    encode_bool   <1>(out, has<0>(msg), msg.flag_1);
     encode_message<2>(out, has<1>(msg), msg.mode_prefix);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_mode_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_mode_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                     continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.mode_prefix, seen & bit<1>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_mode_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.boolean<1>(msg.flag_1))      seen |= bit<0>;
-    if (in.message<2>(msg.mode_prefix)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_mode_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_boolean<1, 0>(in, msg.flag_1);
+    decode_message<2, 1>(in, msg.mode_prefix);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -518,12 +406,13 @@ struct shape<zidl_ip_rib_srv6_fmt_config_info> {
     static constexpr unsigned presence_words = 3;
     static constexpr size_t fixed_bound = 28;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_fmt_config_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_fmt_config_info &msg, const Visit &visit)
 {
     each_presence(msg.usid_lib_ranges, visit);
     each_presence(msg.usid_wlib_ranges, visit);
@@ -532,47 +421,20 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_fmt_config_info &msg, const Visi
 ZIDL_RESET(fmt_config_info_clear, zidl_ip_rib_srv6_fmt_config_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_fmt_config_info &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_fmt_config_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.format);
-    if ((msg.presence & 0x6) != 0 || (any_presence(msg.usid_lib_ranges) | any_presence(msg.usid_wlib_ranges)) != 0) {
-        encode_message<2>(out, has<1>(msg), msg.usid_lib_ranges);
-        encode_message<3>(out, has<2>(msg), msg.usid_wlib_ranges);
-    }
+    encode_neighbours(out, msg, embedded<2, 1>(msg.usid_lib_ranges),
+                                embedded<3, 2>(msg.usid_wlib_ranges));
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_fmt_config_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_fmt_config_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.format));                              continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.usid_lib_ranges, seen & bit<1>));  continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.usid_wlib_ranges, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_fmt_config_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.format))               seen |= bit<0>;
-    if (in.message<2>(msg.usid_lib_ranges))  seen |= bit<1>;
-    if (in.message<3>(msg.usid_wlib_ranges)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_fmt_config_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32    <1, 0>(in, msg.format);
+    decode_message<2, 1>(in, msg.usid_lib_ranges);
+    decode_message<3, 2>(in, msg.usid_wlib_ranges);
 }
 
 // ip_rib_srv6_glb_info
@@ -582,12 +444,13 @@ struct shape<zidl_ip_rib_srv6_glb_info> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 74;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_glb_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_glb_info &msg, const Visit &visit)
 {
     each_presence(msg.encap_info, visit);
     visit(msg.presence, 0x3f);
@@ -595,21 +458,19 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_glb_info &msg, const Visit &visi
 ZIDL_RESET(glb_info_clear, zidl_ip_rib_srv6_glb_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_glb_info &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_glb_info &msg)
 {
     prefetch(msg.modes, msg.modes_count);
     prefetch(msg.formats, msg.formats_count);
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_message <4>(out, has<2>(msg), msg.encap_info);
     encode_messages<6>(out, has<3>(msg), msg.modes, msg.modes_count);
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<7>(out, has<4>(msg), msg.value_7);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<7>(room, has<4>(msg), msg.value_7);
+    });
     encode_messages<8>(out, has<5>(msg), msg.formats, msg.formats_count);
     return out;
 }
@@ -618,15 +479,21 @@ inline int32_t decode(zidl_ip_rib_srv6_glb_info &msg, const uint8_t *pos, const 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                                           ZIDL_THEN(2, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                                           ZIDL_THEN(4, delimited); ZIDL_THEN(6, delimited); ZIDL_THEN(7, varint); continue;
-        ZIDL_FIELD(4, delimited, 2, in.message(msg.encap_info, seen & bit<2>));                     ZIDL_THEN(6, delimited); ZIDL_THEN(7, varint); ZIDL_THEN(8, delimited); continue;
-        ZIDL_FIELD(6, delimited, 3, in.messages<6>(msg.modes, msg.modes_count, seen & bit<3>));     ZIDL_THEN(7, varint); ZIDL_THEN(8, delimited);                          continue;
-        ZIDL_FIELD(7, varint,    4, in.u32(msg.value_7));                                           ZIDL_THEN(8, delimited);                                                continue;
-        ZIDL_FIELD(8, delimited, 5, in.messages<8>(msg.formats, msg.formats_count, seen & bit<5>));                                                                         continue;
+        ZIDL_FIELD(value_1,    1, varint,    0, in.u32(msg.value_1));
+            ZIDL_THEN(value_2, 2, varint); ZIDL_THEN(encap_info, 4, delimited); ZIDL_THEN(modes, 6, delimited); continue;
+        ZIDL_FIELD(value_2,    2, varint,    1, in.u32(msg.value_2));
+            ZIDL_THEN(encap_info, 4, delimited); ZIDL_THEN(modes, 6, delimited); ZIDL_THEN(value_7, 7, varint); continue;
+        ZIDL_FIELD(encap_info, 4, delimited, 2, in.message(msg.encap_info, seen & bit<2>));
+            ZIDL_THEN(modes, 6, delimited); ZIDL_THEN(value_7, 7, varint); ZIDL_THEN(formats, 8, delimited); continue;
+        ZIDL_FIELD(modes,      6, delimited, 3, in.messages<6>(msg.modes, msg.modes_count, seen & bit<3>));
+            ZIDL_THEN(value_7, 7, varint); ZIDL_THEN(formats, 8, delimited); continue;
+        ZIDL_FIELD(value_7,    7, varint,    4, in.u32(msg.value_7));
+            ZIDL_THEN(formats, 8, delimited); continue;
+        ZIDL_FIELD(formats,    8, delimited, 5, in.messages<8>(msg.formats, msg.formats_count, seen & bit<5>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 4, 6, 7, 8>(in.tag() >> 3)))
                 continue;
@@ -661,12 +528,13 @@ struct shape<zidl_ip_rib_srv6_cfg_update> {
     static constexpr unsigned presence_words = 5;
     static constexpr size_t fixed_bound = 80;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_cfg_update &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_cfg_update &msg, const Visit &visit)
 {
     each_presence(msg.global_info, visit);
     visit(msg.presence, 0x3);
@@ -674,7 +542,7 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_cfg_update &msg, const Visit &vi
 ZIDL_RESET(cfg_update_clear, zidl_ip_rib_srv6_cfg_update)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_cfg_update &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_cfg_update &msg)
 {
     prefetch(msg.locators, msg.locators_count);
     encode_message <1>(out, has<0>(msg), msg.global_info);
@@ -686,11 +554,13 @@ inline int32_t decode(zidl_ip_rib_srv6_cfg_update &msg, const uint8_t *pos, cons
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(global_info, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.global_info, seen & bit<0>));                      ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.messages<2>(msg.locators, msg.locators_count, seen & bit<1>));                          continue;
+        ZIDL_FIELD(global_info, 1, delimited, 0, in.message(msg.global_info, seen & bit<0>));
+            ZIDL_THEN(locators, 2, delimited); continue;
+        ZIDL_FIELD(locators,    2, delimited, 1, in.messages<2>(msg.locators, msg.locators_count, seen & bit<1>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -722,60 +592,35 @@ struct shape<zidl_ip_rib_srv6_e_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_e_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_e_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(e_ctx_clear, zidl_ip_rib_srv6_e_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_e_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_e_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_e_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_e_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_e_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_e_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -796,12 +641,13 @@ struct shape<zidl_ip_rib_srv6_x_ctx> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 26;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_x_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_x_ctx &msg, const Visit &visit)
 {
     each_presence(msg.context_prefix, visit);
     visit(msg.presence, 0x3f);
@@ -809,57 +655,28 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_x_ctx &msg, const Visit &visit)
 ZIDL_RESET(x_ctx_clear, zidl_ip_rib_srv6_x_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_x_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_x_ctx &msg)
 {
-    {
-        ZIDL_ROOM(14, out);
-        encode_bool<1>(out, has<0>(msg), msg.flag_1);
-        encode_u32 <2>(out, has<1>(msg), msg.value_2);
-        encode_u32 <3>(out, has<2>(msg), msg.value_3);
-    }
+    within<14>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_bool<1>(room, has<0>(msg), msg.flag_1);
+        encode_u32 <2>(room, has<1>(msg), msg.value_2);
+        encode_u32 <3>(room, has<2>(msg), msg.value_3);
+    });
     encode_message<4>(out, has<3>(msg), msg.context_prefix);
     encode_string <5>(out, has<4>(msg), msg.name_5);
     encode_string <6>(out, has<5>(msg), msg.name_6);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_x_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_x_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                        continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                           continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.value_3));                           continue;
-        ZIDL_FIELD(4, delimited, 3, in.message(msg.context_prefix, seen & bit<3>)); continue;
-        ZIDL_FIELD(5, delimited, 4, in.string(msg.name_5, seen & bit<4>));          continue;
-        ZIDL_FIELD(6, delimited, 5, in.string(msg.name_6, seen & bit<5>));          continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_x_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.boolean<1>(msg.flag_1))         seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))            seen |= bit<1>;
-    if (in.u32<3>(msg.value_3))            seen |= bit<2>;
-    if (in.message<4>(msg.context_prefix)) seen |= bit<3>;
-    if (in.string<5>(msg.name_5))          seen |= bit<4>;
-    if (in.string<6>(msg.name_6))          seen |= bit<5>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_x_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_boolean<1, 0>(in, msg.flag_1);
+    decode_u32    <2, 1>(in, msg.value_2);
+    decode_u32    <3, 2>(in, msg.value_3);
+    decode_message<4, 3>(in, msg.context_prefix);
+    decode_string <5, 4>(in, msg.name_5);
+    decode_string <6, 5>(in, msg.name_6);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -884,60 +701,35 @@ struct shape<zidl_ip_rib_srv6_dx_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dx_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dx_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(dx_ctx_clear, zidl_ip_rib_srv6_dx_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_dx_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dx_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_dx_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dx_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -958,57 +750,33 @@ struct shape<zidl_ip_rib_srv6_dt_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dt_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(dt_ctx_clear, zidl_ip_rib_srv6_dt_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_dt_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dt_ctx &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+    });
     encode_string<2>(out, has<1>(msg), msg.name_2);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_dt_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dt_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.string<2>(msg.name_2)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_string<2, 1>(in, msg.name_2);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1029,60 +797,35 @@ struct shape<zidl_ip_rib_srv6_dx2_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dx2_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dx2_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(dx2_ctx_clear, zidl_ip_rib_srv6_dx2_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_dx2_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dx2_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_dx2_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dx2_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1103,60 +846,35 @@ struct shape<zidl_ip_rib_srv6_dt2u_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt2u_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dt2u_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(dt2u_ctx_clear, zidl_ip_rib_srv6_dt2u_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_dt2u_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dt2u_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_dt2u_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dt2u_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1177,60 +895,35 @@ struct shape<zidl_ip_rib_srv6_dt2m_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt2m_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dt2m_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(dt2m_ctx_clear, zidl_ip_rib_srv6_dt2m_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_dt2m_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dt2m_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_dt2m_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dt2m_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1251,54 +944,31 @@ struct shape<zidl_ip_rib_srv6_dt_named_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_dt_named_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dt_named_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(dt_named_ctx_clear, zidl_ip_rib_srv6_dt_named_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_dt_named_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dt_named_ctx &msg)
 {
     encode_string<1>(out, has<0>(msg), msg.name_1);
     encode_string<2>(out, has<1>(msg), msg.name_2);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_dt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_dt_named_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>)); continue;
-        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_dt_named_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.string<1>(msg.name_1)) seen |= bit<0>;
-    if (in.string<2>(msg.name_2)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_dt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_string<1, 0>(in, msg.name_1);
+    decode_string<2, 1>(in, msg.name_2);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1321,60 +991,35 @@ struct shape<zidl_ip_rib_srv6_un_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_un_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_un_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(un_ctx_clear, zidl_ip_rib_srv6_un_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_un_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_un_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_un_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_un_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_un_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_un_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1395,12 +1040,13 @@ struct shape<zidl_ip_rib_srv6_ua_ctx> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 32;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_ua_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_ua_ctx &msg, const Visit &visit)
 {
     each_presence(msg.context_prefix, visit);
     visit(msg.presence, 0x7f);
@@ -1408,19 +1054,17 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_ua_ctx &msg, const Visit &visit)
 ZIDL_RESET(ua_ctx_clear, zidl_ip_rib_srv6_ua_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_ua_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_ua_ctx &msg)
 {
-    {
-        ZIDL_ROOM(14, out);
-        encode_bool<1>(out, has<0>(msg), msg.flag_1);
-        encode_u32 <2>(out, has<1>(msg), msg.value_2);
-        encode_u32 <3>(out, has<2>(msg), msg.value_3);
-    }
+    within<14>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_bool<1>(room, has<0>(msg), msg.flag_1);
+        encode_u32 <2>(room, has<1>(msg), msg.value_2);
+        encode_u32 <3>(room, has<2>(msg), msg.value_3);
+    });
     encode_message<4>(out, has<3>(msg), msg.context_prefix);
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<5>(out, has<4>(msg), msg.value_5);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<5>(room, has<4>(msg), msg.value_5);
+    });
     encode_string<6>(out, has<5>(msg), msg.name_6);
     encode_string<7>(out, has<6>(msg), msg.name_7);
     return out;
@@ -1430,16 +1074,23 @@ inline int32_t decode(zidl_ip_rib_srv6_ua_ctx &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(flag_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.boolean(msg.flag_1));                        ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);    continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                           ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(5, varint);    continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.value_3));                           ZIDL_THEN(4, delimited); ZIDL_THEN(5, varint); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(4, delimited, 3, in.message(msg.context_prefix, seen & bit<3>)); ZIDL_THEN(5, varint); ZIDL_THEN(6, delimited); ZIDL_THEN(7, delimited); continue;
-        ZIDL_FIELD(5, varint,    4, in.u32(msg.value_5));                           ZIDL_THEN(6, delimited); ZIDL_THEN(7, delimited);                       continue;
-        ZIDL_FIELD(6, delimited, 5, in.string(msg.name_6, seen & bit<5>));          ZIDL_THEN(7, delimited);                                                continue;
-        ZIDL_FIELD(7, delimited, 6, in.string(msg.name_7, seen & bit<6>));                                                                                  continue;
+        ZIDL_FIELD(flag_1,         1, varint,    0, in.boolean(msg.flag_1));
+            ZIDL_THEN(value_2, 2, varint); ZIDL_THEN(value_3, 3, varint); ZIDL_THEN(context_prefix, 4, delimited); continue;
+        ZIDL_FIELD(value_2,        2, varint,    1, in.u32(msg.value_2));
+            ZIDL_THEN(value_3, 3, varint); ZIDL_THEN(context_prefix, 4, delimited); ZIDL_THEN(value_5, 5, varint); continue;
+        ZIDL_FIELD(value_3,        3, varint,    2, in.u32(msg.value_3));
+            ZIDL_THEN(context_prefix, 4, delimited); ZIDL_THEN(value_5, 5, varint); ZIDL_THEN(name_6, 6, delimited); continue;
+        ZIDL_FIELD(context_prefix, 4, delimited, 3, in.message(msg.context_prefix, seen & bit<3>));
+            ZIDL_THEN(value_5, 5, varint); ZIDL_THEN(name_6, 6, delimited); ZIDL_THEN(name_7, 7, delimited); continue;
+        ZIDL_FIELD(value_5,        5, varint,    4, in.u32(msg.value_5));
+            ZIDL_THEN(name_6, 6, delimited); ZIDL_THEN(name_7, 7, delimited); continue;
+        ZIDL_FIELD(name_6,         6, delimited, 5, in.string(msg.name_6, seen & bit<5>));
+            ZIDL_THEN(name_7, 7, delimited); continue;
+        ZIDL_FIELD(name_7,         7, delimited, 6, in.string(msg.name_7, seen & bit<6>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7>(in.tag() >> 3)))
                 continue;
@@ -1472,57 +1123,33 @@ struct shape<zidl_ip_rib_srv6_udt_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udt_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(udt_ctx_clear, zidl_ip_rib_srv6_udt_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_udt_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udt_ctx &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+    });
     encode_string<2>(out, has<1>(msg), msg.name_2);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_udt_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udt_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.string<2>(msg.name_2)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udt_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_string<2, 1>(in, msg.name_2);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1543,54 +1170,31 @@ struct shape<zidl_ip_rib_srv6_udt_named_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt_named_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udt_named_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(udt_named_ctx_clear, zidl_ip_rib_srv6_udt_named_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_udt_named_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udt_named_ctx &msg)
 {
     encode_string<1>(out, has<0>(msg), msg.name_1);
     encode_string<2>(out, has<1>(msg), msg.name_2);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_udt_named_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>)); continue;
-        ZIDL_FIELD(2, delimited, 1, in.string(msg.name_2, seen & bit<1>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udt_named_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.string<1>(msg.name_1)) seen |= bit<0>;
-    if (in.string<2>(msg.name_2)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udt_named_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_string<1, 0>(in, msg.name_1);
+    decode_string<2, 1>(in, msg.name_2);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1613,12 +1217,13 @@ struct shape<zidl_ip_rib_srv6_ub6_ctx> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_ub6_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_ub6_ctx &msg, const Visit &visit)
 {
     each_presence(msg.context_prefix, visit);
     visit(msg.presence, 0x3f);
@@ -1626,57 +1231,28 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_ub6_ctx &msg, const Visit &visit
 ZIDL_RESET(ub6_ctx_clear, zidl_ip_rib_srv6_ub6_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_ub6_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_ub6_ctx &msg)
 {
     encode_string<1>(out, has<0>(msg), msg.name_1);
-    {
-        ZIDL_ROOM(18, out);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-        encode_u32<3>(out, has<2>(msg), msg.value_3);
-        encode_u32<4>(out, has<3>(msg), msg.value_4);
-    }
+    within<18>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+        encode_u32<3>(room, has<2>(msg), msg.value_3);
+        encode_u32<4>(room, has<3>(msg), msg.value_4);
+    });
     encode_message<5>(out, has<4>(msg), msg.context_prefix);
     encode_string <6>(out, has<5>(msg), msg.name_6);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_ub6_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_ub6_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.string(msg.name_1, seen & bit<0>));          continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                           continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.value_3));                           continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.value_4));                           continue;
-        ZIDL_FIELD(5, delimited, 4, in.message(msg.context_prefix, seen & bit<4>)); continue;
-        ZIDL_FIELD(6, delimited, 5, in.string(msg.name_6, seen & bit<5>));          continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_ub6_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.string<1>(msg.name_1))          seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))            seen |= bit<1>;
-    if (in.u32<3>(msg.value_3))            seen |= bit<2>;
-    if (in.u32<4>(msg.value_4))            seen |= bit<3>;
-    if (in.message<5>(msg.context_prefix)) seen |= bit<4>;
-    if (in.string<6>(msg.name_6))          seen |= bit<5>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_ub6_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_string <1, 0>(in, msg.name_1);
+    decode_u32    <2, 1>(in, msg.value_2);
+    decode_u32    <3, 2>(in, msg.value_3);
+    decode_u32    <4, 3>(in, msg.value_4);
+    decode_message<5, 4>(in, msg.context_prefix);
+    decode_string <6, 5>(in, msg.name_6);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1701,60 +1277,35 @@ struct shape<zidl_ip_rib_srv6_udx2_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udx2_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udx2_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(udx2_ctx_clear, zidl_ip_rib_srv6_udx2_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_udx2_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udx2_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_udx2_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udx2_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udx2_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1775,60 +1326,35 @@ struct shape<zidl_ip_rib_srv6_udt2u_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt2u_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udt2u_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(udt2u_ctx_clear, zidl_ip_rib_srv6_udt2u_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_udt2u_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udt2u_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_udt2u_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udt2u_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udt2u_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1849,60 +1375,35 @@ struct shape<zidl_ip_rib_srv6_udt2m_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udt2m_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udt2m_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(udt2m_ctx_clear, zidl_ip_rib_srv6_udt2m_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_udt2m_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udt2m_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_udt2m_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udt2m_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udt2m_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1923,60 +1424,35 @@ struct shape<zidl_ip_rib_srv6_udx_ctx> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_udx_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udx_ctx &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(udx_ctx_clear, zidl_ip_rib_srv6_udx_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_udx_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udx_ctx &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_string<3>(out, has<2>(msg), msg.name_3);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_udx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_udx_ctx &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                  continue;
-        ZIDL_FIELD(3, delimited, 2, in.string(msg.name_3, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_udx_ctx &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.value_1))   seen |= bit<0>;
-    if (in.u32<2>(msg.value_2))   seen |= bit<1>;
-    if (in.string<3>(msg.name_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_udx_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32   <1, 0>(in, msg.value_1);
+    decode_u32   <2, 1>(in, msg.value_2);
+    decode_string<3, 2>(in, msg.name_3);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1997,12 +1473,13 @@ struct shape<zidl_ip_rib_srv6_sid_ctx> {
     static constexpr unsigned presence_words = 21;
     static constexpr size_t fixed_bound = 334;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_sid_ctx &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_sid_ctx &msg, const Visit &visit)
 {
     each_presence(msg.e_ctx, visit);
     each_presence(msg.x_ctx, visit);
@@ -2026,32 +1503,29 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_sid_ctx &msg, const Visit &visit
 ZIDL_RESET(sid_ctx_clear, zidl_ip_rib_srv6_sid_ctx)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_sid_ctx &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_sid_ctx &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+    });
     encode_u8s<2>(out, has<1>(msg), msg.values_2, msg.values_2_count);
-    if ((msg.presence & 0x7fffc) != 0 || (any_presence(msg.e_ctx) | any_presence(msg.x_ctx) | any_presence(msg.dx_ctx) | any_presence(msg.dt_ctx) | any_presence(msg.dx2_ctx) | any_presence(msg.un_ctx) | any_presence(msg.ua_ctx) | any_presence(msg.udt_ctx) | any_presence(msg.ub6_ctx) | any_presence(msg.udx2_ctx) | any_presence(msg.dt2u_ctx) | any_presence(msg.dt2m_ctx) | any_presence(msg.udt2u_ctx) | any_presence(msg.udt2m_ctx) | any_presence(msg.udx_ctx) | any_presence(msg.udt_named_ctx) | any_presence(msg.dt_named_ctx)) != 0) {
-        encode_message<3> (out, has<2>(msg),  msg.e_ctx);
-        encode_message<4> (out, has<3>(msg),  msg.x_ctx);
-        encode_message<5> (out, has<4>(msg),  msg.dx_ctx);
-        encode_message<6> (out, has<5>(msg),  msg.dt_ctx);
-        encode_message<7> (out, has<6>(msg),  msg.dx2_ctx);
-        encode_message<10>(out, has<7>(msg),  msg.un_ctx);
-        encode_message<11>(out, has<8>(msg),  msg.ua_ctx);
-        encode_message<12>(out, has<9>(msg),  msg.udt_ctx);
-        encode_message<13>(out, has<10>(msg), msg.ub6_ctx);
-        encode_message<14>(out, has<11>(msg), msg.udx2_ctx);
-        encode_message<15>(out, has<12>(msg), msg.dt2u_ctx);
-        encode_message<16>(out, has<13>(msg), msg.dt2m_ctx);
-        encode_message<17>(out, has<14>(msg), msg.udt2u_ctx);
-        encode_message<18>(out, has<15>(msg), msg.udt2m_ctx);
-        encode_message<19>(out, has<16>(msg), msg.udx_ctx);
-        encode_message<20>(out, has<17>(msg), msg.udt_named_ctx);
-        encode_message<21>(out, has<18>(msg), msg.dt_named_ctx);
-    }
+    encode_neighbours(out, msg, embedded<3, 2>(msg.e_ctx),
+                                embedded<4, 3>(msg.x_ctx),
+                                embedded<5, 4>(msg.dx_ctx),
+                                embedded<6, 5>(msg.dt_ctx),
+                                embedded<7, 6>(msg.dx2_ctx),
+                                embedded<10, 7>(msg.un_ctx),
+                                embedded<11, 8>(msg.ua_ctx),
+                                embedded<12, 9>(msg.udt_ctx),
+                                embedded<13, 10>(msg.ub6_ctx),
+                                embedded<14, 11>(msg.udx2_ctx),
+                                embedded<15, 12>(msg.dt2u_ctx),
+                                embedded<16, 13>(msg.dt2m_ctx),
+                                embedded<17, 14>(msg.udt2u_ctx),
+                                embedded<18, 15>(msg.udt2m_ctx),
+                                embedded<19, 16>(msg.udx_ctx),
+                                embedded<20, 17>(msg.udt_named_ctx),
+                                embedded<21, 18>(msg.dt_named_ctx));
     return out;
 }
 
@@ -2059,28 +1533,47 @@ inline int32_t decode(zidl_ip_rib_srv6_sid_ctx &msg, const uint8_t *pos, const u
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1,  varint,    0,  in.u32(msg.value_1));                                        ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited);       continue;
-        ZIDL_FIELD(2,  varint,    1,  in.u8s<2>(msg.values_2, msg.values_2_count, seen & bit<1>)); ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited);    continue;
-        ZIDL_FIELD(3,  delimited, 2,  in.message(msg.e_ctx, seen & bit<2>));                       ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited);    continue;
-        ZIDL_FIELD(4,  delimited, 3,  in.message(msg.x_ctx, seen & bit<3>));                       ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); ZIDL_THEN(7, delimited);    continue;
-        ZIDL_FIELD(5,  delimited, 4,  in.message(msg.dx_ctx, seen & bit<4>));                      ZIDL_THEN(6, delimited); ZIDL_THEN(7, delimited); ZIDL_THEN(10, delimited);   continue;
-        ZIDL_FIELD(6,  delimited, 5,  in.message(msg.dt_ctx, seen & bit<5>));                      ZIDL_THEN(7, delimited); ZIDL_THEN(10, delimited); ZIDL_THEN(11, delimited);  continue;
-        ZIDL_FIELD(7,  delimited, 6,  in.message(msg.dx2_ctx, seen & bit<6>));                     ZIDL_THEN(10, delimited); ZIDL_THEN(11, delimited); ZIDL_THEN(12, delimited); continue;
-        ZIDL_FIELD(10, delimited, 7,  in.message(msg.un_ctx, seen & bit<7>));                      ZIDL_THEN(11, delimited); ZIDL_THEN(12, delimited); ZIDL_THEN(13, delimited); continue;
-        ZIDL_FIELD(11, delimited, 8,  in.message(msg.ua_ctx, seen & bit<8>));                      ZIDL_THEN(12, delimited); ZIDL_THEN(13, delimited); ZIDL_THEN(14, delimited); continue;
-        ZIDL_FIELD(12, delimited, 9,  in.message(msg.udt_ctx, seen & bit<9>));                     ZIDL_THEN(13, delimited); ZIDL_THEN(14, delimited); ZIDL_THEN(15, delimited); continue;
-        ZIDL_FIELD(13, delimited, 10, in.message(msg.ub6_ctx, seen & bit<10>));                    ZIDL_THEN(14, delimited); ZIDL_THEN(15, delimited); ZIDL_THEN(16, delimited); continue;
-        ZIDL_FIELD(14, delimited, 11, in.message(msg.udx2_ctx, seen & bit<11>));                   ZIDL_THEN(15, delimited); ZIDL_THEN(16, delimited); ZIDL_THEN(17, delimited); continue;
-        ZIDL_FIELD(15, delimited, 12, in.message(msg.dt2u_ctx, seen & bit<12>));                   ZIDL_THEN(16, delimited); ZIDL_THEN(17, delimited); ZIDL_THEN(18, delimited); continue;
-        ZIDL_FIELD(16, delimited, 13, in.message(msg.dt2m_ctx, seen & bit<13>));                   ZIDL_THEN(17, delimited); ZIDL_THEN(18, delimited); ZIDL_THEN(19, delimited); continue;
-        ZIDL_FIELD(17, delimited, 14, in.message(msg.udt2u_ctx, seen & bit<14>));                  ZIDL_THEN(18, delimited); ZIDL_THEN(19, delimited); ZIDL_THEN(20, delimited); continue;
-        ZIDL_FIELD(18, delimited, 15, in.message(msg.udt2m_ctx, seen & bit<15>));                  ZIDL_THEN(19, delimited); ZIDL_THEN(20, delimited); ZIDL_THEN(21, delimited); continue;
-        ZIDL_FIELD(19, delimited, 16, in.message(msg.udx_ctx, seen & bit<16>));                    ZIDL_THEN(20, delimited); ZIDL_THEN(21, delimited);                           continue;
-        ZIDL_FIELD(20, delimited, 17, in.message(msg.udt_named_ctx, seen & bit<17>));              ZIDL_THEN(21, delimited);                                                     continue;
-        ZIDL_FIELD(21, delimited, 18, in.message(msg.dt_named_ctx, seen & bit<18>));                                                                                             continue;
+        ZIDL_FIELD(value_1,       1,  varint,    0,  in.u32(msg.value_1));
+            ZIDL_THEN(values_2, 2, varint); ZIDL_THEN(e_ctx, 3, delimited); ZIDL_THEN(x_ctx, 4, delimited); continue;
+        ZIDL_FIELD(values_2,      2,  varint,    1,  in.u8s<2>(msg.values_2, msg.values_2_count, seen & bit<1>));
+            ZIDL_THEN(e_ctx, 3, delimited); ZIDL_THEN(x_ctx, 4, delimited); ZIDL_THEN(dx_ctx, 5, delimited); continue;
+        ZIDL_FIELD(e_ctx,         3,  delimited, 2,  in.message(msg.e_ctx, seen & bit<2>));
+            ZIDL_THEN(x_ctx, 4, delimited); ZIDL_THEN(dx_ctx, 5, delimited); ZIDL_THEN(dt_ctx, 6, delimited); continue;
+        ZIDL_FIELD(x_ctx,         4,  delimited, 3,  in.message(msg.x_ctx, seen & bit<3>));
+            ZIDL_THEN(dx_ctx, 5, delimited); ZIDL_THEN(dt_ctx, 6, delimited); ZIDL_THEN(dx2_ctx, 7, delimited); continue;
+        ZIDL_FIELD(dx_ctx,        5,  delimited, 4,  in.message(msg.dx_ctx, seen & bit<4>));
+            ZIDL_THEN(dt_ctx, 6, delimited); ZIDL_THEN(dx2_ctx, 7, delimited); ZIDL_THEN(un_ctx, 10, delimited); continue;
+        ZIDL_FIELD(dt_ctx,        6,  delimited, 5,  in.message(msg.dt_ctx, seen & bit<5>));
+            ZIDL_THEN(dx2_ctx, 7, delimited); ZIDL_THEN(un_ctx, 10, delimited); ZIDL_THEN(ua_ctx, 11, delimited); continue;
+        ZIDL_FIELD(dx2_ctx,       7,  delimited, 6,  in.message(msg.dx2_ctx, seen & bit<6>));
+            ZIDL_THEN(un_ctx, 10, delimited); ZIDL_THEN(ua_ctx, 11, delimited); ZIDL_THEN(udt_ctx, 12, delimited); continue;
+        ZIDL_FIELD(un_ctx,        10, delimited, 7,  in.message(msg.un_ctx, seen & bit<7>));
+            ZIDL_THEN(ua_ctx, 11, delimited); ZIDL_THEN(udt_ctx, 12, delimited); ZIDL_THEN(ub6_ctx, 13, delimited); continue;
+        ZIDL_FIELD(ua_ctx,        11, delimited, 8,  in.message(msg.ua_ctx, seen & bit<8>));
+            ZIDL_THEN(udt_ctx, 12, delimited); ZIDL_THEN(ub6_ctx, 13, delimited); ZIDL_THEN(udx2_ctx, 14, delimited); continue;
+        ZIDL_FIELD(udt_ctx,       12, delimited, 9,  in.message(msg.udt_ctx, seen & bit<9>));
+            ZIDL_THEN(ub6_ctx, 13, delimited); ZIDL_THEN(udx2_ctx, 14, delimited); ZIDL_THEN(dt2u_ctx, 15, delimited); continue;
+        ZIDL_FIELD(ub6_ctx,       13, delimited, 10, in.message(msg.ub6_ctx, seen & bit<10>));
+            ZIDL_THEN(udx2_ctx, 14, delimited); ZIDL_THEN(dt2u_ctx, 15, delimited); ZIDL_THEN(dt2m_ctx, 16, delimited); continue;
+        ZIDL_FIELD(udx2_ctx,      14, delimited, 11, in.message(msg.udx2_ctx, seen & bit<11>));
+            ZIDL_THEN(dt2u_ctx, 15, delimited); ZIDL_THEN(dt2m_ctx, 16, delimited); ZIDL_THEN(udt2u_ctx, 17, delimited); continue;
+        ZIDL_FIELD(dt2u_ctx,      15, delimited, 12, in.message(msg.dt2u_ctx, seen & bit<12>));
+            ZIDL_THEN(dt2m_ctx, 16, delimited); ZIDL_THEN(udt2u_ctx, 17, delimited); ZIDL_THEN(udt2m_ctx, 18, delimited); continue;
+        ZIDL_FIELD(dt2m_ctx,      16, delimited, 13, in.message(msg.dt2m_ctx, seen & bit<13>));
+            ZIDL_THEN(udt2u_ctx, 17, delimited); ZIDL_THEN(udt2m_ctx, 18, delimited); ZIDL_THEN(udx_ctx, 19, delimited); continue;
+        ZIDL_FIELD(udt2u_ctx,     17, delimited, 14, in.message(msg.udt2u_ctx, seen & bit<14>));
+            ZIDL_THEN(udt2m_ctx, 18, delimited); ZIDL_THEN(udx_ctx, 19, delimited); ZIDL_THEN(udt_named_ctx, 20, delimited); continue;
+        ZIDL_FIELD(udt2m_ctx,     18, delimited, 15, in.message(msg.udt2m_ctx, seen & bit<15>));
+            ZIDL_THEN(udx_ctx, 19, delimited); ZIDL_THEN(udt_named_ctx, 20, delimited); ZIDL_THEN(dt_named_ctx, 21, delimited); continue;
+        ZIDL_FIELD(udx_ctx,       19, delimited, 16, in.message(msg.udx_ctx, seen & bit<16>));
+            ZIDL_THEN(udt_named_ctx, 20, delimited); ZIDL_THEN(dt_named_ctx, 21, delimited); continue;
+        ZIDL_FIELD(udt_named_ctx, 20, delimited, 17, in.message(msg.udt_named_ctx, seen & bit<17>));
+            ZIDL_THEN(dt_named_ctx, 21, delimited); continue;
+        ZIDL_FIELD(dt_named_ctx,  21, delimited, 18, in.message(msg.dt_named_ctx, seen & bit<18>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21>(in.tag() >> 3)))
                 continue;
@@ -2143,12 +1636,13 @@ struct shape<zidl_ip_rib_srv6_opcode_update> {
     static constexpr unsigned presence_words = 22;
     static constexpr size_t fixed_bound = 360;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_opcode_update &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_opcode_update &msg, const Visit &visit)
 {
     each_presence(msg.sid_ctx, visit);
     visit(msg.presence, 0x1f);
@@ -2156,19 +1650,17 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_opcode_update &msg, const Visit 
 ZIDL_RESET(opcode_update_clear, zidl_ip_rib_srv6_opcode_update)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_opcode_update &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_opcode_update &msg)
 {
-    {
-        ZIDL_ROOM(18, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-        encode_u32<2>(out, has<1>(msg), msg.value_2);
-        encode_u32<3>(out, has<2>(msg), msg.value_3);
-    }
+    within<18>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+        encode_u32<3>(room, has<2>(msg), msg.value_3);
+    });
     encode_message<4>(out, has<3>(msg), msg.sid_ctx);
-    {
-        ZIDL_ROOM(2, out);
-        encode_bool<5>(out, has<4>(msg), msg.flag_5);
-    }
+    within<2>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_bool<5>(room, has<4>(msg), msg.flag_5);
+    });
     return out;
 }
 
@@ -2176,14 +1668,19 @@ inline int32_t decode(zidl_ip_rib_srv6_opcode_update &msg, const uint8_t *pos, c
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                    ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.value_2));                    ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(5, varint); continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.value_3));                    ZIDL_THEN(4, delimited); ZIDL_THEN(5, varint);                       continue;
-        ZIDL_FIELD(4, delimited, 3, in.message(msg.sid_ctx, seen & bit<3>)); ZIDL_THEN(5, varint);                                                continue;
-        ZIDL_FIELD(5, varint,    4, in.boolean(msg.flag_5));                                                                                      continue;
+        ZIDL_FIELD(value_1, 1, varint,    0, in.u32(msg.value_1));
+            ZIDL_THEN(value_2, 2, varint); ZIDL_THEN(value_3, 3, varint); ZIDL_THEN(sid_ctx, 4, delimited); continue;
+        ZIDL_FIELD(value_2, 2, varint,    1, in.u32(msg.value_2));
+            ZIDL_THEN(value_3, 3, varint); ZIDL_THEN(sid_ctx, 4, delimited); ZIDL_THEN(flag_5, 5, varint); continue;
+        ZIDL_FIELD(value_3, 3, varint,    2, in.u32(msg.value_3));
+            ZIDL_THEN(sid_ctx, 4, delimited); ZIDL_THEN(flag_5, 5, varint); continue;
+        ZIDL_FIELD(sid_ctx, 4, delimited, 3, in.message(msg.sid_ctx, seen & bit<3>));
+            ZIDL_THEN(flag_5, 5, varint); continue;
+        ZIDL_FIELD(flag_5,  5, varint,    4, in.boolean(msg.flag_5));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5>(in.tag() >> 3)))
                 continue;
@@ -2212,12 +1709,13 @@ struct shape<zidl_ip_rib_srv6_static_endpoint_update> {
     static constexpr unsigned presence_words = 23;
     static constexpr size_t fixed_bound = 360;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_static_endpoint_update &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_static_endpoint_update &msg, const Visit &visit)
 {
     each_presence(msg.sid, visit);
     each_presence(msg.sid_ctx, visit);
@@ -2226,17 +1724,14 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_static_endpoint_update &msg, con
 ZIDL_RESET(static_endpoint_update_clear, zidl_ip_rib_srv6_static_endpoint_update)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_static_endpoint_update &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_static_endpoint_update &msg)
 {
-    if ((msg.presence & 0x3) != 0 || (any_presence(msg.sid) | any_presence(msg.sid_ctx)) != 0) {
-        encode_message<1>(out, has<0>(msg), msg.sid);
-        encode_message<2>(out, has<1>(msg), msg.sid_ctx);
-    }
-    {
-        ZIDL_ROOM(8, out);
-        encode_bool<3>(out, has<2>(msg), msg.flag_3);
-        encode_u32 <4>(out, has<3>(msg), msg.value_4);
-    }
+    encode_neighbours(out, msg, embedded<1, 0>(msg.sid),
+                                embedded<2, 1>(msg.sid_ctx));
+    within<8>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_bool<3>(room, has<2>(msg), msg.flag_3);
+        encode_u32 <4>(room, has<3>(msg), msg.value_4);
+    });
     return out;
 }
 
@@ -2244,13 +1739,17 @@ inline int32_t decode(zidl_ip_rib_srv6_static_endpoint_update &msg, const uint8_
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(sid, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.sid, seen & bit<0>));     ZIDL_THEN(2, delimited); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.sid_ctx, seen & bit<1>)); ZIDL_THEN(3, varint); ZIDL_THEN(4, varint);                          continue;
-        ZIDL_FIELD(3, varint,    2, in.boolean(msg.flag_3));                 ZIDL_THEN(4, varint);                                                continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.value_4));                                                                                         continue;
+        ZIDL_FIELD(sid,     1, delimited, 0, in.message(msg.sid, seen & bit<0>));
+            ZIDL_THEN(sid_ctx, 2, delimited); ZIDL_THEN(flag_3, 3, varint); ZIDL_THEN(value_4, 4, varint); continue;
+        ZIDL_FIELD(sid_ctx, 2, delimited, 1, in.message(msg.sid_ctx, seen & bit<1>));
+            ZIDL_THEN(flag_3, 3, varint); ZIDL_THEN(value_4, 4, varint); continue;
+        ZIDL_FIELD(flag_3,  3, varint,    2, in.boolean(msg.flag_3));
+            ZIDL_THEN(value_4, 4, varint); continue;
+        ZIDL_FIELD(value_4, 4, varint,    3, in.u32(msg.value_4));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;
@@ -2281,12 +1780,13 @@ struct shape<zidl_ip_rib_srv6_update> {
     static constexpr unsigned presence_words = 51;
     static constexpr size_t fixed_bound = 824;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_update &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_update &msg, const Visit &visit)
 {
     each_presence(msg.cfg_update, visit);
     each_presence(msg.opcode_update, visit);
@@ -2296,17 +1796,14 @@ ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_update &msg, const Visit &visit)
 ZIDL_RESET(update_clear, zidl_ip_rib_srv6_update)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_update &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_update &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.value_1);
-    }
-    if ((msg.presence & 0xe) != 0 || (any_presence(msg.cfg_update) | any_presence(msg.opcode_update) | any_presence(msg.static_endpoint_update)) != 0) {
-        encode_message<2>(out, has<1>(msg), msg.cfg_update);
-        encode_message<3>(out, has<2>(msg), msg.opcode_update);
-        encode_message<4>(out, has<3>(msg), msg.static_endpoint_update);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+    });
+    encode_neighbours(out, msg, embedded<2, 1>(msg.cfg_update),
+                                embedded<3, 2>(msg.opcode_update),
+                                embedded<4, 3>(msg.static_endpoint_update));
     return out;
 }
 
@@ -2314,13 +1811,18 @@ inline int32_t decode(zidl_ip_rib_srv6_update &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.value_1));                                   ZIDL_THEN(2, delimited); ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.cfg_update, seen & bit<1>));             ZIDL_THEN(3, delimited); ZIDL_THEN(4, delimited);                          continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.opcode_update, seen & bit<2>));          ZIDL_THEN(4, delimited);                                                   continue;
-        ZIDL_FIELD(4, delimited, 3, in.message(msg.static_endpoint_update, seen & bit<3>));                                                                            continue;
+        ZIDL_FIELD(value_1,                1, varint,    0, in.u32(msg.value_1));
+            ZIDL_THEN(cfg_update, 2, delimited); ZIDL_THEN(opcode_update, 3, delimited);
+            ZIDL_THEN(static_endpoint_update, 4, delimited); continue;
+        ZIDL_FIELD(cfg_update,             2, delimited, 1, in.message(msg.cfg_update, seen & bit<1>));
+            ZIDL_THEN(opcode_update, 3, delimited); ZIDL_THEN(static_endpoint_update, 4, delimited); continue;
+        ZIDL_FIELD(opcode_update,          3, delimited, 2, in.message(msg.opcode_update, seen & bit<2>));
+            ZIDL_THEN(static_endpoint_update, 4, delimited); continue;
+        ZIDL_FIELD(static_endpoint_update, 4, delimited, 3, in.message(msg.static_endpoint_update, seen & bit<3>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
                 continue;

@@ -17,54 +17,31 @@ struct shape<zidl_rib_ipv6_address> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 22;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_ipv6_address &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_ipv6_address &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(rib_ipv6_address_clear, zidl_rib_ipv6_address)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_ipv6_address &msg)
+constexpr Sink encode(Sink out, const zidl_rib_ipv6_address &msg)
 {
     encode_u64<1>(out, has<0>(msg), msg.half0);
     encode_u64<2>(out, has<1>(msg), msg.half1);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_ipv6_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_ipv6_address &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u64(msg.half0)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u64(msg.half1)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_ipv6_address &msg)
-{
-    uint64_t seen = 0;
-    if (in.u64<1>(msg.half0)) seen |= bit<0>;
-    if (in.u64<2>(msg.half1)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_ipv6_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u64<1, 0>(in, msg.half0);
+    decode_u64<2, 1>(in, msg.half1);
 }
 
 // rib_address
@@ -74,12 +51,13 @@ struct shape<zidl_rib_address> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 36;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_address &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_address &msg, const Visit &visit)
 {
     each_presence(msg.ipv6, visit);
     visit(msg.presence, 0x7);
@@ -87,7 +65,7 @@ ZIDL_INLINE void each_presence(zidl_rib_address &msg, const Visit &visit)
 ZIDL_RESET(rib_address_clear, zidl_rib_address)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_address &msg)
+constexpr Sink encode(Sink out, const zidl_rib_address &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.family);
     encode_u32    <2>(out, has<1>(msg), msg.ipv4);
@@ -95,37 +73,12 @@ Sink encode(Sink out, const zidl_rib_address &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_address &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.family));                  continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.ipv4));                    continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.ipv6, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_address &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.family))   seen |= bit<0>;
-    if (in.u32<2>(msg.ipv4))     seen |= bit<1>;
-    if (in.message<3>(msg.ipv6)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_address &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32    <1, 0>(in, msg.family);
+    decode_u32    <2, 1>(in, msg.ipv4);
+    decode_message<3, 2>(in, msg.ipv6);
 }
 
 // rib_prefix
@@ -135,12 +88,13 @@ struct shape<zidl_rib_prefix> {
     static constexpr unsigned presence_words = 3;
     static constexpr size_t fixed_bound = 44;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_prefix &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_prefix &msg, const Visit &visit)
 {
     each_presence(msg.address, visit);
     visit(msg.presence, 0x3);
@@ -148,42 +102,18 @@ ZIDL_INLINE void each_presence(zidl_rib_prefix &msg, const Visit &visit)
 ZIDL_RESET(rib_prefix_clear, zidl_rib_prefix)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_prefix &msg)
+constexpr Sink encode(Sink out, const zidl_rib_prefix &msg)
 {
     encode_message<1>(out, has<0>(msg), msg.address);
     encode_u32    <2>(out, has<1>(msg), msg.prefix_len);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_prefix &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.address, seen & bit<0>)); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                 continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_prefix &msg)
-{
-    uint64_t seen = 0;
-    if (in.message<1>(msg.address)) seen |= bit<0>;
-    if (in.u32<2>(msg.prefix_len))  seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_message<1, 0>(in, msg.address);
+    decode_u32    <2, 1>(in, msg.prefix_len);
 }
 
 // rib_msg_prefix
@@ -193,12 +123,13 @@ struct shape<zidl_rib_msg_prefix> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_msg_prefix &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_msg_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
@@ -210,51 +141,22 @@ ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_msg_prefix &msg)
 }
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_msg_prefix &msg)
+constexpr Sink encode(Sink out, const zidl_rib_msg_prefix &msg)
 {
-    {
-        ZIDL_ROOM(18, out);
-        encode_u32<1>(out, has<0>(msg), msg.family);
-        encode_u32<2>(out, has<1>(msg), msg.prefix_len);
-        encode_u32<3>(out, has<2>(msg), msg.ipv4);
-    }
+    encode_u32  <1>(out, has<0>(msg), msg.family);
+    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
+    encode_u32  <3>(out, has<2>(msg), msg.ipv4);
     encode_bytes<4>(out, has<3>(msg), msg.ipv6, msg.ipv6_size);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_msg_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_msg_prefix &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.family));                               continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                           continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.ipv4));                                 continue;
-        ZIDL_FIELD(4, delimited, 3, in.bytes(msg.ipv6, msg.ipv6_size, seen & bit<3>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_msg_prefix &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.family))                seen |= bit<0>;
-    if (in.u32<2>(msg.prefix_len))            seen |= bit<1>;
-    if (in.u32<3>(msg.ipv4))                  seen |= bit<2>;
-    if (in.bytes<4>(msg.ipv6, msg.ipv6_size)) seen |= bit<3>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_msg_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32  <1, 0>(in, msg.family);
+    decode_u32  <2, 1>(in, msg.prefix_len);
+    decode_u32  <3, 2>(in, msg.ipv4);
+    decode_bytes<4, 3>(in, msg.ipv6, msg.ipv6_size);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -275,12 +177,13 @@ struct shape<zidl_srv6_prefix> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_srv6_prefix &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_srv6_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
@@ -292,45 +195,18 @@ ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_srv6_prefix &msg)
 }
 
 template <class Sink>
-Sink encode(Sink out, const zidl_srv6_prefix &msg)
+constexpr Sink encode(Sink out, const zidl_srv6_prefix &msg)
 {
     encode_bytes<1>(out, has<0>(msg), msg.prefix, msg.prefix_size);
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<2>(out, has<1>(msg), msg.prefix_len);
-    }
+    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_srv6_prefix &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.bytes(msg.prefix, msg.prefix_size, seen & bit<0>)); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                               continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_srv6_prefix &msg)
-{
-    uint64_t seen = 0;
-    if (in.bytes<1>(msg.prefix, msg.prefix_size)) seen |= bit<0>;
-    if (in.u32<2>(msg.prefix_len))                seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_bytes<1, 0>(in, msg.prefix, msg.prefix_size);
+    decode_u32  <2, 1>(in, msg.prefix_len);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -351,12 +227,13 @@ struct shape<zidl_ip_rib_srv6_prefix> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_ip_rib_srv6_prefix &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_prefix &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
@@ -368,45 +245,18 @@ ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_prefix &
 }
 
 template <class Sink>
-Sink encode(Sink out, const zidl_ip_rib_srv6_prefix &msg)
+constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_prefix &msg)
 {
     encode_bytes<1>(out, has<0>(msg), msg.prefix, msg.prefix_size);
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<2>(out, has<1>(msg), msg.prefix_len);
-    }
+    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_ip_rib_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_ip_rib_srv6_prefix &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.bytes(msg.prefix, msg.prefix_size, seen & bit<0>)); continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.prefix_len));                               continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_ip_rib_srv6_prefix &msg)
-{
-    uint64_t seen = 0;
-    if (in.bytes<1>(msg.prefix, msg.prefix_size)) seen |= bit<0>;
-    if (in.u32<2>(msg.prefix_len))                seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_ip_rib_srv6_prefix &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_bytes<1, 0>(in, msg.prefix, msg.prefix_size);
+    decode_u32  <2, 1>(in, msg.prefix_len);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -427,54 +277,29 @@ struct shape<zidl_rib_nnh> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_nnh &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_nnh &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
 ZIDL_RESET(rib_nnh_clear, zidl_rib_nnh)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_nnh &msg)
+constexpr Sink encode(Sink out, const zidl_rib_nnh &msg)
 {
     encode_u32_run<1, 0, 4, offsetof(zidl_rib_nnh, nnh_value_1)>(out, msg); // nnh_value_1 to nnh_value_4
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_nnh &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_nnh &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.nnh_value_1)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.nnh_value_2)); continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.nnh_value_3)); continue;
-        ZIDL_FIELD(4, varint, 3, in.u32(msg.nnh_value_4)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_nnh &msg)
-{
-    uint64_t seen = 0;
-    in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_rib_nnh, nnh_value_1)), seen);
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_nnh &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32_run<1, 0, 4, offsetof(zidl_rib_nnh, nnh_value_1)>(in, msg); // nnh_value_1 to nnh_value_4
 }
 
 // rib_algo_label
@@ -484,54 +309,29 @@ struct shape<zidl_rib_algo_label> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_algo_label &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_algo_label &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
 ZIDL_RESET(rib_algo_label_clear, zidl_rib_algo_label)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_algo_label &msg)
+constexpr Sink encode(Sink out, const zidl_rib_algo_label &msg)
 {
     encode_u32_run<1, 0, 4, offsetof(zidl_rib_algo_label, algo_label_value_1)>(out, msg); // algo_label_value_1 to algo_label_value_4
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_algo_label &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_algo_label &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.algo_label_value_1)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.algo_label_value_2)); continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.algo_label_value_3)); continue;
-        ZIDL_FIELD(4, varint, 3, in.u32(msg.algo_label_value_4)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_algo_label &msg)
-{
-    uint64_t seen = 0;
-    in.u32_run<1, 4, 0>(member_bytes(msg, offsetof(zidl_rib_algo_label, algo_label_value_1)), seen);
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_algo_label &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32_run<1, 0, 4, offsetof(zidl_rib_algo_label, algo_label_value_1)>(in, msg); // algo_label_value_1 to algo_label_value_4
 }
 
 // rib_path_grouping_info
@@ -541,54 +341,31 @@ struct shape<zidl_rib_path_grouping_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path_grouping_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path_grouping_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(rib_path_grouping_info_clear, zidl_rib_path_grouping_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path_grouping_info &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path_grouping_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.grouping_value_1);
     encode_u32<2>(out, has<1>(msg), msg.grouping_value_2);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_grouping_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_path_grouping_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.grouping_value_1)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.grouping_value_2)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_grouping_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.grouping_value_1)) seen |= bit<0>;
-    if (in.u32<2>(msg.grouping_value_2)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_path_grouping_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.grouping_value_1);
+    decode_u32<2, 1>(in, msg.grouping_value_2);
 }
 
 // rib_path_sl_id_info
@@ -598,19 +375,20 @@ struct shape<zidl_rib_path_sl_id_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path_sl_id_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path_sl_id_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(rib_path_sl_id_info_clear, zidl_rib_path_sl_id_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path_sl_id_info &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path_sl_id_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.sl_id_value_1);
     encode_u32<2>(out, has<1>(msg), msg.sl_id_value_2);
@@ -618,37 +396,12 @@ Sink encode(Sink out, const zidl_rib_path_sl_id_info &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_sl_id_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_path_sl_id_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.sl_id_value_1)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.sl_id_value_2)); continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.sl_id_value_3)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_sl_id_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.sl_id_value_1)) seen |= bit<0>;
-    if (in.u32<2>(msg.sl_id_value_2)) seen |= bit<1>;
-    if (in.u32<3>(msg.sl_id_value_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_path_sl_id_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.sl_id_value_1);
+    decode_u32<2, 1>(in, msg.sl_id_value_2);
+    decode_u32<3, 2>(in, msg.sl_id_value_3);
 }
 
 // rib_path_l2_info
@@ -658,57 +411,31 @@ struct shape<zidl_rib_path_l2_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path_l2_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path_l2_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1f);
 }
 ZIDL_RESET(rib_path_l2_info_clear, zidl_rib_path_l2_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path_l2_info &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path_l2_info &msg)
 {
     encode_varied_u32<1>(out, has<0>(msg), msg.l2_value_1);
     encode_u32_run<5, 1, 4, offsetof(zidl_rib_path_l2_info, l2_value_5)>(out, msg); // l2_value_5 to l2_value_8
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_path_l2_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.l2_value_1)); continue;
-        ZIDL_FIELD(5, varint, 1, in.u32(msg.l2_value_5)); continue;
-        ZIDL_FIELD(6, varint, 2, in.u32(msg.l2_value_6)); continue;
-        ZIDL_FIELD(7, varint, 3, in.u32(msg.l2_value_7)); continue;
-        ZIDL_FIELD(8, varint, 4, in.u32(msg.l2_value_8)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 5, 6, 7, 8>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_l2_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.varied_u32<1>(msg.l2_value_1))                                                      seen |= bit<0>;
-    in.u32_run<5, 4, 1>(member_bytes(msg, offsetof(zidl_rib_path_l2_info, l2_value_5)), seen);
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_path_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_varied_u32<1, 0>(in, msg.l2_value_1);
+    decode_u32_run<5, 1, 4, offsetof(zidl_rib_path_l2_info, l2_value_5)>(in, msg); // l2_value_5 to l2_value_8
 }
 
 // rib_path_via_aft_id
@@ -718,19 +445,20 @@ struct shape<zidl_rib_path_via_aft_id> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 29;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path_via_aft_id &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path_via_aft_id &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
 ZIDL_RESET(rib_path_via_aft_id_clear, zidl_rib_path_via_aft_id)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path_via_aft_id &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path_via_aft_id &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.via_aft_value_1);
     encode_u64<5>(out, has<1>(msg), msg.via_aft_id);
@@ -739,39 +467,13 @@ Sink encode(Sink out, const zidl_rib_path_via_aft_id &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_via_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_path_via_aft_id &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.via_aft_value_1)); continue;
-        ZIDL_FIELD(5, varint, 1, in.u64(msg.via_aft_id));      continue;
-        ZIDL_FIELD(6, varint, 2, in.u32(msg.via_aft_value_6)); continue;
-        ZIDL_FIELD(7, varint, 3, in.u32(msg.via_aft_value_7)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 5, 6, 7>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_via_aft_id &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.via_aft_value_1)) seen |= bit<0>;
-    if (in.u64<5>(msg.via_aft_id))      seen |= bit<1>;
-    if (in.u32<6>(msg.via_aft_value_6)) seen |= bit<2>;
-    if (in.u32<7>(msg.via_aft_value_7)) seen |= bit<3>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_path_via_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.via_aft_value_1);
+    decode_u64<5, 1>(in, msg.via_aft_id);
+    decode_u32<6, 2>(in, msg.via_aft_value_6);
+    decode_u32<7, 3>(in, msg.via_aft_value_7);
 }
 
 // rib_path_ip_tunnel_info
@@ -781,63 +483,35 @@ struct shape<zidl_rib_path_ip_tunnel_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 43;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path_ip_tunnel_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path_ip_tunnel_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7f);
 }
 ZIDL_RESET(rib_path_ip_tunnel_info_clear, zidl_rib_path_ip_tunnel_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path_ip_tunnel_info &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path_ip_tunnel_info &msg)
 {
-    encode_varied_u32<1>(out, has<0>(msg), msg.tunnel_value_1);
-    encode_bool      <5>(out, has<1>(msg), msg.tunnel_flag);
+    encode_varied_u32<1> (out, has<0>(msg), msg.tunnel_value_1);
+    encode_bool      <5> (out, has<1>(msg), msg.tunnel_flag);
     encode_u32_run<6, 2, 4, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6)>(out, msg); // tunnel_value_6 to tunnel_value_9
-    encode_u64<10>(out, has<6>(msg), msg.tunnel_value_10);
+    encode_u64       <10>(out, has<6>(msg), msg.tunnel_value_10);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_ip_tunnel_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_path_ip_tunnel_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1,  varint, 0, in.u32(msg.tunnel_value_1));  continue;
-        ZIDL_FIELD(5,  varint, 1, in.boolean(msg.tunnel_flag)); continue;
-        ZIDL_FIELD(6,  varint, 2, in.u32(msg.tunnel_value_6));  continue;
-        ZIDL_FIELD(7,  varint, 3, in.u32(msg.tunnel_value_7));  continue;
-        ZIDL_FIELD(8,  varint, 4, in.u32(msg.tunnel_value_8));  continue;
-        ZIDL_FIELD(9,  varint, 5, in.u32(msg.tunnel_value_9));  continue;
-        ZIDL_FIELD(10, varint, 6, in.u64(msg.tunnel_value_10)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 5, 6, 7, 8, 9, 10>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_ip_tunnel_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.varied_u32<1>(msg.tunnel_value_1))                                                             seen |= bit<0>;
-    if (in.boolean<5>(msg.tunnel_flag))                                                                   seen |= bit<1>;
-    in.u32_run<6, 4, 2>(member_bytes(msg, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6)), seen);
-    if (in.varied_u64<10>(msg.tunnel_value_10))                                                           seen |= bit<6>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_path_ip_tunnel_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_varied_u32<1, 0> (in, msg.tunnel_value_1);
+    decode_boolean   <5, 1> (in, msg.tunnel_flag);
+    decode_u32_run<6, 2, 4, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6)>(in, msg); // tunnel_value_6 to tunnel_value_9
+    decode_varied_u64<10, 6>(in, msg.tunnel_value_10);
 }
 
 // rib_path_iid_attr
@@ -847,12 +521,13 @@ struct shape<zidl_rib_path_iid_attr> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 64;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path_iid_attr &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path_iid_attr &msg, const Visit &visit)
 {
     each_presence(msg.iid_attr_prefix, visit);
     visit(msg.presence, 0xf);
@@ -860,7 +535,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_iid_attr &msg, const Visit &visit)
 ZIDL_RESET(rib_path_iid_attr_clear, zidl_rib_path_iid_attr)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path_iid_attr &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path_iid_attr &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.iid_attr_value_1);
     encode_u32    <2>(out, has<1>(msg), msg.iid_attr_value_2);
@@ -869,39 +544,13 @@ Sink encode(Sink out, const zidl_rib_path_iid_attr &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_iid_attr &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_path_iid_attr &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.iid_attr_value_1));                   continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.iid_attr_value_2));                   continue;
-        ZIDL_FIELD(3, delimited, 2, in.message(msg.iid_attr_prefix, seen & bit<2>)); continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.iid_attr_value_4));                   continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_iid_attr &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.iid_attr_value_1))    seen |= bit<0>;
-    if (in.u32<2>(msg.iid_attr_value_2))    seen |= bit<1>;
-    if (in.message<3>(msg.iid_attr_prefix)) seen |= bit<2>;
-    if (in.u32<4>(msg.iid_attr_value_4))    seen |= bit<3>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_path_iid_attr &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32    <1, 0>(in, msg.iid_attr_value_1);
+    decode_u32    <2, 1>(in, msg.iid_attr_value_2);
+    decode_message<3, 2>(in, msg.iid_attr_prefix);
+    decode_u32    <4, 3>(in, msg.iid_attr_value_4);
 }
 
 // rib_path_via_srv6_sid
@@ -911,12 +560,13 @@ struct shape<zidl_rib_path_via_srv6_sid> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 36;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path_via_srv6_sid &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path_via_srv6_sid &msg, const Visit &visit)
 {
     each_presence(msg.via_sid, visit);
     visit(msg.presence, 0x7);
@@ -924,7 +574,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_via_srv6_sid &msg, const Visit &vis
 ZIDL_RESET(rib_path_via_srv6_sid_clear, zidl_rib_path_via_srv6_sid)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path_via_srv6_sid &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path_via_srv6_sid &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.via_sid_value_1);
     encode_message<2>(out, has<1>(msg), msg.via_sid);
@@ -932,37 +582,12 @@ Sink encode(Sink out, const zidl_rib_path_via_srv6_sid &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_via_srv6_sid &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_path_via_srv6_sid &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.via_sid_value_1));            continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.via_sid, seen & bit<1>)); continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.via_sid_value_3));            continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_via_srv6_sid &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.via_sid_value_1)) seen |= bit<0>;
-    if (in.message<2>(msg.via_sid))     seen |= bit<1>;
-    if (in.u32<3>(msg.via_sid_value_3)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_path_via_srv6_sid &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32    <1, 0>(in, msg.via_sid_value_1);
+    decode_message<2, 1>(in, msg.via_sid);
+    decode_u32    <3, 2>(in, msg.via_sid_value_3);
 }
 
 // rib_path_srv6_sid_info
@@ -972,12 +597,13 @@ struct shape<zidl_rib_path_srv6_sid_info> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 58;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path_srv6_sid_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path_srv6_sid_info &msg, const Visit &visit)
 {
     each_presence(msg.sid_info_prefix, visit);
     visit(msg.presence, 0x7);
@@ -985,7 +611,7 @@ ZIDL_INLINE void each_presence(zidl_rib_path_srv6_sid_info &msg, const Visit &vi
 ZIDL_RESET(rib_path_srv6_sid_info_clear, zidl_rib_path_srv6_sid_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path_srv6_sid_info &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path_srv6_sid_info &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.sid_info_value_1);
     encode_message<2>(out, has<1>(msg), msg.sid_info_prefix);
@@ -993,37 +619,12 @@ Sink encode(Sink out, const zidl_rib_path_srv6_sid_info &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_path_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_path_srv6_sid_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.sid_info_value_1));                   continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.sid_info_prefix, seen & bit<1>)); continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.sid_info_value_3));                   continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_path_srv6_sid_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.sid_info_value_1))    seen |= bit<0>;
-    if (in.message<2>(msg.sid_info_prefix)) seen |= bit<1>;
-    if (in.u32<3>(msg.sid_info_value_3))    seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_path_srv6_sid_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32    <1, 0>(in, msg.sid_info_value_1);
+    decode_message<2, 1>(in, msg.sid_info_prefix);
+    decode_u32    <3, 2>(in, msg.sid_info_value_3);
 }
 
 // rib_ecomm_array
@@ -1033,29 +634,28 @@ struct shape<zidl_rib_ecomm_array> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_ecomm_array &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_ecomm_array &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(rib_ecomm_array_clear, zidl_rib_ecomm_array)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_ecomm_array &msg)
+constexpr Sink encode(Sink out, const zidl_rib_ecomm_array &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.ecomm_value_1);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.ecomm_value_1);
+    });
     encode_u64s<2>(out, has<1>(msg), msg.ecomm_values, msg.ecomm_count);
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<3>(out, has<2>(msg), msg.ecomm_value_3);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<3>(room, has<2>(msg), msg.ecomm_value_3);
+    });
     return out;
 }
 
@@ -1063,12 +663,15 @@ inline int32_t decode(zidl_rib_ecomm_array &msg, const uint8_t *pos, const uint8
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(ecomm_value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.ecomm_value_1));                                    ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u64s<2>(msg.ecomm_values, msg.ecomm_count, seen & bit<1>)); ZIDL_THEN(3, varint);                       continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.ecomm_value_3));                                                                                continue;
+        ZIDL_FIELD(ecomm_value_1, 1, varint, 0, in.u32(msg.ecomm_value_1));
+            ZIDL_THEN(ecomm_values, 2, varint); ZIDL_THEN(ecomm_value_3, 3, varint); continue;
+        ZIDL_FIELD(ecomm_values,  2, varint, 1, in.u64s<2>(msg.ecomm_values, msg.ecomm_count, seen & bit<1>));
+            ZIDL_THEN(ecomm_value_3, 3, varint); continue;
+        ZIDL_FIELD(ecomm_value_3, 3, varint, 2, in.u32(msg.ecomm_value_3));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
                 continue;
@@ -1097,12 +700,13 @@ struct shape<zidl_rib_path> {
     static constexpr unsigned presence_words = 21;
     static constexpr size_t fixed_bound = 522;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_path &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_path &msg, const Visit &visit)
 {
     each_presence(msg.path_address_4, visit);
     each_presence(msg.path_address_5, visit);
@@ -1121,63 +725,51 @@ ZIDL_INLINE void each_presence(zidl_rib_path &msg, const Visit &visit)
 ZIDL_RESET(rib_path_clear, zidl_rib_path)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_path &msg)
+constexpr Sink encode(Sink out, const zidl_rib_path &msg)
 {
     prefetch(msg.path_addresses, msg.path_addresses_count);
     prefetch(msg.nnh_entries, msg.nnh_entries_count);
     prefetch(msg.srv6_sid_infos, msg.srv6_sid_infos_count);
-    {
-        ZIDL_ROOM(146, out);
-        encode_varied_u32<1>(out, has<0>(msg), msg.path_value_1);
-        encode_varied_u32<2>(out, has<1>(msg), msg.path_value_2);
-        encode_varied_u32<3>(out, has<2>(msg), msg.path_value_3);
-        if ((msg.presence & 0x38) != 0 || (any_presence(msg.path_address_4) | any_presence(msg.path_address_5) | any_presence(msg.path_prefix)) != 0) {
-            encode_message<4>(out, has<3>(msg), msg.path_address_4);
-            encode_message<5>(out, has<4>(msg), msg.path_address_5);
-            encode_message<6>(out, has<5>(msg), msg.path_prefix);
-        }
-        encode_varied_u32<8>(out, has<6>(msg), msg.path_value_8);
-    }
+    within<146>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<1>(room, has<0>(msg), msg.path_value_1);
+        encode_varied_u32<2>(room, has<1>(msg), msg.path_value_2);
+        encode_varied_u32<3>(room, has<2>(msg), msg.path_value_3);
+        encode_neighbours(room, msg, embedded<4, 3>(msg.path_address_4),
+                                     embedded<5, 4>(msg.path_address_5),
+                                     embedded<6, 5>(msg.path_prefix));
+        encode_varied_u32<8>(room, has<6>(msg), msg.path_value_8);
+    });
     encode_u32s<9>(out, has<7>(msg), msg.path_values_9, msg.path_values_9_count);
-    {
-        ZIDL_ROOM(37, out);
-        encode_u32_run<10, 8, 5, offsetof(zidl_rib_path, path_value_10)>(out, msg); // path_value_10 to path_value_14
-        encode_varied_u32<16>(out, has<13>(msg), msg.path_value_16);
-    }
+    within<37>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32_run<10, 8, 5, offsetof(zidl_rib_path, path_value_10)>(room, msg); // path_value_10 to path_value_14
+        encode_varied_u32<16>(room, has<13>(msg), msg.path_value_16);
+    });
     encode_messages<17>(out, has<14>(msg), msg.path_addresses, msg.path_addresses_count);
-    {
-        ZIDL_ROOM(32, out);
-        encode_message   <18>(out, has<15>(msg), msg.path_ipv6_address);
-        encode_varied_u32<19>(out, has<16>(msg), msg.path_value_19);
-    }
+    within<32>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_message   <18>(room, has<15>(msg), msg.path_ipv6_address);
+        encode_varied_u32<19>(room, has<16>(msg), msg.path_value_19);
+    });
     encode_messages<21>(out, has<17>(msg), msg.nnh_entries, msg.nnh_entries_count);
-    {
-        ZIDL_ROOM(14, out);
-        encode_varied_u32<22>(out, has<18>(msg), msg.path_value_22);
-        encode_varied_u32<25>(out, has<19>(msg), msg.path_value_25);
-    }
+    within<14>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<22>(room, has<18>(msg), msg.path_value_22);
+        encode_varied_u32<25>(room, has<19>(msg), msg.path_value_25);
+    });
     encode_message<26>(out, has<20>(msg), msg.ecomm);
-    {
-        ZIDL_ROOM(160, out);
-        encode_varied_u32<27>(out, has<21>(msg), msg.path_value_27);
-        encode_varied_u32<28>(out, has<22>(msg), msg.path_value_28);
-        if ((msg.presence & 0x1800000) != 0 || (any_presence(msg.iid_attr) | any_presence(msg.l2_info)) != 0) {
-            encode_message<29>(out, has<23>(msg), msg.iid_attr);
-            encode_message<30>(out, has<24>(msg), msg.l2_info);
-        }
-        encode_varied_u32<31>(out, has<25>(msg), msg.path_value_31);
-        encode_message   <32>(out, has<26>(msg), msg.via_srv6_sid);
-    }
+    within<160>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<27>(room, has<21>(msg), msg.path_value_27);
+        encode_varied_u32<28>(room, has<22>(msg), msg.path_value_28);
+        encode_neighbours(room, msg, embedded<29, 23>(msg.iid_attr),
+                                     embedded<30, 24>(msg.l2_info));
+        encode_varied_u32<31>(room, has<25>(msg), msg.path_value_31);
+        encode_message   <32>(room, has<26>(msg), msg.via_srv6_sid);
+    });
     encode_messages<33>(out, has<27>(msg), msg.srv6_sid_infos, msg.srv6_sid_infos_count);
-    {
-        ZIDL_ROOM(114, out);
-        if ((msg.presence & 0xf0000000) != 0 || (any_presence(msg.grouping_info) | any_presence(msg.ip_tunnel_info) | any_presence(msg.via_aft_id) | any_presence(msg.sl_id_info)) != 0) {
-            encode_message<40>(out, has<28>(msg), msg.grouping_info);
-            encode_message<34>(out, has<29>(msg), msg.ip_tunnel_info);
-            encode_message<35>(out, has<30>(msg), msg.via_aft_id);
-            encode_message<36>(out, has<31>(msg), msg.sl_id_info);
-        }
-    }
+    within<114>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_neighbours(room, msg, embedded<40, 28>(msg.grouping_info),
+                                     embedded<34, 29>(msg.ip_tunnel_info),
+                                     embedded<35, 30>(msg.via_aft_id),
+                                     embedded<36, 31>(msg.sl_id_info));
+    });
     return out;
 }
 
@@ -1185,40 +777,78 @@ inline int32_t decode(zidl_rib_path &msg, const uint8_t *pos, const uint8_t *end
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(path_value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.varied_u32(msg.path_value_1));                                       ZIDL_THEN(2, varint); ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited);       continue;
-        ZIDL_FIELD(2, varint,    1, in.varied_u32(msg.path_value_2));                                       ZIDL_THEN(3, varint); ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited);    continue;
-        ZIDL_FIELD(3, varint,    2, in.varied_u32(msg.path_value_3));                                       ZIDL_THEN(4, delimited); ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); continue;
-        ZIDL_FIELD(4, delimited, 3, in.message(msg.path_address_4, seen & bit<3>));                         ZIDL_THEN(5, delimited); ZIDL_THEN(6, delimited); ZIDL_THEN(8, varint);    continue;
-        ZIDL_FIELD(5, delimited, 4, in.message(msg.path_address_5, seen & bit<4>));                         ZIDL_THEN(6, delimited); ZIDL_THEN(8, varint); ZIDL_THEN(9, varint);       continue;
-        ZIDL_FIELD(6, delimited, 5, in.message(msg.path_prefix, seen & bit<5>));                            ZIDL_THEN(8, varint); ZIDL_THEN(9, varint); ZIDL_THEN_RUN(10, 5);          continue;
-        ZIDL_FIELD(8, varint,    6, in.varied_u32(msg.path_value_8));                                       ZIDL_THEN(9, varint); ZIDL_THEN_RUN(10, 5); ZIDL_THEN(16, varint);         continue;
-        ZIDL_FIELD(9, varint,    7, in.u32s<9>(msg.path_values_9, msg.path_values_9_count, seen & bit<7>)); ZIDL_THEN_RUN(10, 5); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited);     continue;
-        ZIDL_CASE(10) ZIDL_CASE(11) ZIDL_CASE(12) ZIDL_CASE(13) ZIDL_CASE(14) // path_value_10 to path_value_14
-        ZIDL_RUN(10, (in.u32_run<10, 5, 8>(member_bytes(msg, offsetof(zidl_rib_path, path_value_10)), seen))); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); ZIDL_THEN(18, delimited); continue;
-        ZIDL_FIELD(16, varint,    13, in.varied_u32(msg.path_value_16));                                              ZIDL_THEN(17, delimited); ZIDL_THEN(18, delimited); ZIDL_THEN(19, varint);    continue;
-        ZIDL_FIELD(17, delimited, 14, in.messages<17>(msg.path_addresses, msg.path_addresses_count, seen & bit<14>)); ZIDL_THEN(18, delimited); ZIDL_THEN(19, varint); ZIDL_THEN(21, delimited);    continue;
-        ZIDL_FIELD(18, delimited, 15, in.message(msg.path_ipv6_address, seen & bit<15>));                             ZIDL_THEN(19, varint); ZIDL_THEN(21, delimited); ZIDL_THEN(22, varint);       continue;
-        ZIDL_FIELD(19, varint,    16, in.varied_u32(msg.path_value_19));                                              ZIDL_THEN(21, delimited); ZIDL_THEN(22, varint); ZIDL_THEN(25, varint);       continue;
-        ZIDL_FIELD(21, delimited, 17, in.messages<21>(msg.nnh_entries, msg.nnh_entries_count, seen & bit<17>));       ZIDL_THEN(22, varint); ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited);       continue;
-        ZIDL_FIELD(22, varint,    18, in.varied_u32(msg.path_value_22));                                              ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited); ZIDL_THEN(27, varint);       continue;
-        ZIDL_FIELD(25, varint,    19, in.varied_u32(msg.path_value_25));                                              ZIDL_THEN(26, delimited); ZIDL_THEN(27, varint); ZIDL_THEN(28, varint);       continue;
-        ZIDL_FIELD(26, delimited, 20, in.message(msg.ecomm, seen & bit<20>));                                         ZIDL_THEN(27, varint); ZIDL_THEN(28, varint); ZIDL_THEN(29, delimited);       continue;
-        ZIDL_FIELD(27, varint,    21, in.varied_u32(msg.path_value_27));                                              ZIDL_THEN(28, varint); ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited);    continue;
-        ZIDL_FIELD(28, varint,    22, in.varied_u32(msg.path_value_28));                                              ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); ZIDL_THEN(31, varint);    continue;
-        ZIDL_FIELD(29, delimited, 23, in.message(msg.iid_attr, seen & bit<23>));                                      ZIDL_THEN(30, delimited); ZIDL_THEN(31, varint); ZIDL_THEN(32, delimited);    continue;
-        ZIDL_FIELD(30, delimited, 24, in.message(msg.l2_info, seen & bit<24>));                                       ZIDL_THEN(31, varint); ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited);    continue;
-        ZIDL_FIELD(31, varint,    25, in.varied_u32(msg.path_value_31));                                              ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); ZIDL_THEN(40, delimited); continue;
-        ZIDL_FIELD(32, delimited, 26, in.message(msg.via_srv6_sid, seen & bit<26>));                                  ZIDL_THEN(33, delimited); ZIDL_THEN(40, delimited); ZIDL_THEN(34, delimited); continue;
-        ZIDL_FIELD(33, delimited, 27, in.messages<33>(msg.srv6_sid_infos, msg.srv6_sid_infos_count, seen & bit<27>)); ZIDL_THEN(40, delimited); ZIDL_THEN(34, delimited); ZIDL_THEN(35, delimited); continue;
-        ZIDL_FIELD(40, delimited, 28, in.message(msg.grouping_info, seen & bit<28>));                                 ZIDL_THEN(34, delimited); ZIDL_THEN(35, delimited); ZIDL_THEN(36, delimited); continue;
-        ZIDL_FIELD(34, delimited, 29, in.message(msg.ip_tunnel_info, seen & bit<29>));                                ZIDL_THEN(35, delimited); ZIDL_THEN(36, delimited);                           continue;
-        ZIDL_FIELD(35, delimited, 30, in.message(msg.via_aft_id, seen & bit<30>));                                    ZIDL_THEN(36, delimited);                                                     continue;
-        ZIDL_FIELD(36, delimited, 31, in.message(msg.sl_id_info, seen & bit<31>));                                                                                                                  continue;
+        ZIDL_FIELD(path_value_1,      1,  varint,    0,  in.varied_u32(msg.path_value_1));
+            ZIDL_THEN(path_value_2, 2, varint); ZIDL_THEN(path_value_3, 3, varint); ZIDL_THEN(path_address_4, 4, delimited); continue;
+        ZIDL_FIELD(path_value_2,      2,  varint,    1,  in.varied_u32(msg.path_value_2));
+            ZIDL_THEN(path_value_3, 3, varint); ZIDL_THEN(path_address_4, 4, delimited); ZIDL_THEN(path_address_5, 5, delimited); continue;
+        ZIDL_FIELD(path_value_3,      3,  varint,    2,  in.varied_u32(msg.path_value_3));
+            ZIDL_THEN(path_address_4, 4, delimited); ZIDL_THEN(path_address_5, 5, delimited);
+            ZIDL_THEN(path_prefix, 6, delimited); continue;
+        ZIDL_FIELD(path_address_4,    4,  delimited, 3,  in.message(msg.path_address_4, seen & bit<3>));
+            ZIDL_THEN(path_address_5, 5, delimited); ZIDL_THEN(path_prefix, 6, delimited); ZIDL_THEN(path_value_8, 8, varint); continue;
+        ZIDL_FIELD(path_address_5,    5,  delimited, 4,  in.message(msg.path_address_5, seen & bit<4>));
+            ZIDL_THEN(path_prefix, 6, delimited); ZIDL_THEN(path_value_8, 8, varint); ZIDL_THEN(path_values_9, 9, varint); continue;
+        ZIDL_FIELD(path_prefix,       6,  delimited, 5,  in.message(msg.path_prefix, seen & bit<5>));
+            ZIDL_THEN(path_value_8, 8, varint); ZIDL_THEN(path_values_9, 9, varint); ZIDL_THEN_RUN(path_value_10, 10, 5); continue;
+        ZIDL_FIELD(path_value_8,      8,  varint,    6,  in.varied_u32(msg.path_value_8));
+            ZIDL_THEN(path_values_9, 9, varint); ZIDL_THEN_RUN(path_value_10, 10, 5); ZIDL_THEN(path_value_16, 16, varint); continue;
+        ZIDL_FIELD(path_values_9,     9,  varint,    7,  in.u32s<9>(msg.path_values_9, msg.path_values_9_count, seen & bit<7>));
+            ZIDL_THEN_RUN(path_value_10, 10, 5); ZIDL_THEN(path_value_16, 16, varint); ZIDL_THEN(path_addresses, 17, delimited); continue;
+        // path_value_10 to path_value_14
+        ZIDL_CASE(10) ZIDL_CASE(11) ZIDL_CASE(12) ZIDL_CASE(13) ZIDL_CASE(14)
+        ZIDL_RUN(path_value_10, (in.u32_run<10, 8, 5>(member_bytes(msg, offsetof(zidl_rib_path, path_value_10)), seen)));
+            ZIDL_THEN(path_value_16, 16, varint); ZIDL_THEN(path_addresses, 17, delimited);
+            ZIDL_THEN(path_ipv6_address, 18, delimited); continue;
+        ZIDL_FIELD(path_value_16,     16, varint,    13, in.varied_u32(msg.path_value_16));
+            ZIDL_THEN(path_addresses, 17, delimited); ZIDL_THEN(path_ipv6_address, 18, delimited);
+            ZIDL_THEN(path_value_19, 19, varint); continue;
+        ZIDL_FIELD(path_addresses,    17, delimited, 14, in.messages<17>(msg.path_addresses, msg.path_addresses_count, seen & bit<14>));
+            ZIDL_THEN(path_ipv6_address, 18, delimited); ZIDL_THEN(path_value_19, 19, varint);
+            ZIDL_THEN(nnh_entries, 21, delimited); continue;
+        ZIDL_FIELD(path_ipv6_address, 18, delimited, 15, in.message(msg.path_ipv6_address, seen & bit<15>));
+            ZIDL_THEN(path_value_19, 19, varint); ZIDL_THEN(nnh_entries, 21, delimited); ZIDL_THEN(path_value_22, 22, varint); continue;
+        ZIDL_FIELD(path_value_19,     19, varint,    16, in.varied_u32(msg.path_value_19));
+            ZIDL_THEN(nnh_entries, 21, delimited); ZIDL_THEN(path_value_22, 22, varint); ZIDL_THEN(path_value_25, 25, varint); continue;
+        ZIDL_FIELD(nnh_entries,       21, delimited, 17, in.messages<21>(msg.nnh_entries, msg.nnh_entries_count, seen & bit<17>));
+            ZIDL_THEN(path_value_22, 22, varint); ZIDL_THEN(path_value_25, 25, varint); ZIDL_THEN(ecomm, 26, delimited); continue;
+        ZIDL_FIELD(path_value_22,     22, varint,    18, in.varied_u32(msg.path_value_22));
+            ZIDL_THEN(path_value_25, 25, varint); ZIDL_THEN(ecomm, 26, delimited); ZIDL_THEN(path_value_27, 27, varint); continue;
+        ZIDL_FIELD(path_value_25,     25, varint,    19, in.varied_u32(msg.path_value_25));
+            ZIDL_THEN(ecomm, 26, delimited); ZIDL_THEN(path_value_27, 27, varint); ZIDL_THEN(path_value_28, 28, varint); continue;
+        ZIDL_FIELD(ecomm,             26, delimited, 20, in.message(msg.ecomm, seen & bit<20>));
+            ZIDL_THEN(path_value_27, 27, varint); ZIDL_THEN(path_value_28, 28, varint); ZIDL_THEN(iid_attr, 29, delimited); continue;
+        ZIDL_FIELD(path_value_27,     27, varint,    21, in.varied_u32(msg.path_value_27));
+            ZIDL_THEN(path_value_28, 28, varint); ZIDL_THEN(iid_attr, 29, delimited); ZIDL_THEN(l2_info, 30, delimited); continue;
+        ZIDL_FIELD(path_value_28,     28, varint,    22, in.varied_u32(msg.path_value_28));
+            ZIDL_THEN(iid_attr, 29, delimited); ZIDL_THEN(l2_info, 30, delimited); ZIDL_THEN(path_value_31, 31, varint); continue;
+        ZIDL_FIELD(iid_attr,          29, delimited, 23, in.message(msg.iid_attr, seen & bit<23>));
+            ZIDL_THEN(l2_info, 30, delimited); ZIDL_THEN(path_value_31, 31, varint); ZIDL_THEN(via_srv6_sid, 32, delimited); continue;
+        ZIDL_FIELD(l2_info,           30, delimited, 24, in.message(msg.l2_info, seen & bit<24>));
+            ZIDL_THEN(path_value_31, 31, varint); ZIDL_THEN(via_srv6_sid, 32, delimited);
+            ZIDL_THEN(srv6_sid_infos, 33, delimited); continue;
+        ZIDL_FIELD(path_value_31,     31, varint,    25, in.varied_u32(msg.path_value_31));
+            ZIDL_THEN(via_srv6_sid, 32, delimited); ZIDL_THEN(srv6_sid_infos, 33, delimited);
+            ZIDL_THEN(grouping_info, 40, delimited); continue;
+        ZIDL_FIELD(via_srv6_sid,      32, delimited, 26, in.message(msg.via_srv6_sid, seen & bit<26>));
+            ZIDL_THEN(srv6_sid_infos, 33, delimited); ZIDL_THEN(grouping_info, 40, delimited);
+            ZIDL_THEN(ip_tunnel_info, 34, delimited); continue;
+        ZIDL_FIELD(srv6_sid_infos,    33, delimited, 27, in.messages<33>(msg.srv6_sid_infos, msg.srv6_sid_infos_count, seen & bit<27>));
+            ZIDL_THEN(grouping_info, 40, delimited); ZIDL_THEN(ip_tunnel_info, 34, delimited);
+            ZIDL_THEN(via_aft_id, 35, delimited); continue;
+        ZIDL_FIELD(grouping_info,     40, delimited, 28, in.message(msg.grouping_info, seen & bit<28>));
+            ZIDL_THEN(ip_tunnel_info, 34, delimited); ZIDL_THEN(via_aft_id, 35, delimited); ZIDL_THEN(sl_id_info, 36, delimited); continue;
+        ZIDL_FIELD(ip_tunnel_info,    34, delimited, 29, in.message(msg.ip_tunnel_info, seen & bit<29>));
+            ZIDL_THEN(via_aft_id, 35, delimited); ZIDL_THEN(sl_id_info, 36, delimited); continue;
+        ZIDL_FIELD(via_aft_id,        35, delimited, 30, in.message(msg.via_aft_id, seen & bit<30>));
+            ZIDL_THEN(sl_id_info, 36, delimited); continue;
+        ZIDL_FIELD(sl_id_info,        36, delimited, 31, in.message(msg.sl_id_info, seen & bit<31>));
+            continue;
         default:
-            if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 8, 9, 10, 11, 12, 13, 14, 16, 17, 18, 19, 21, 22, 25, 26, 27, 28, 29, 30, 31, 32, 33, 40, 34, 35, 36>(in.tag() >> 3)))
+            if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 8, 9, 10, 11, 12, 13, 14, 16, 17, 18, 19, 21, 22, 25, 26, 27, 28, 29, 30, 31, 32, 33,
+                                     40, 34, 35, 36>(in.tag() >> 3)))
                 continue;
         }
         break; // the value could not be read
@@ -1256,54 +886,31 @@ struct shape<zidl_rib_route_l2_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_route_l2_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_route_l2_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(rib_route_l2_info_clear, zidl_rib_route_l2_info)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_route_l2_info &msg)
+constexpr Sink encode(Sink out, const zidl_rib_route_l2_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.route_l2_value_1);
     encode_u32<5>(out, has<1>(msg), msg.route_l2_value_5);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_route_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_route_l2_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.route_l2_value_1)); continue;
-        ZIDL_FIELD(5, varint, 1, in.u32(msg.route_l2_value_5)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 5>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_route_l2_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.route_l2_value_1)) seen |= bit<0>;
-    if (in.u32<5>(msg.route_l2_value_5)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_route_l2_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.route_l2_value_1);
+    decode_u32<5, 1>(in, msg.route_l2_value_5);
 }
 
 // rib_route_aft_id
@@ -1313,19 +920,20 @@ struct shape<zidl_rib_route_aft_id> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 34;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_route_aft_id &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_route_aft_id &msg, const Visit &visit)
 {
     visit(msg.presence, 0xf);
 }
 ZIDL_RESET(rib_route_aft_id_clear, zidl_rib_route_aft_id)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_route_aft_id &msg)
+constexpr Sink encode(Sink out, const zidl_rib_route_aft_id &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.route_aft_value_1);
     encode_u64<5>(out, has<1>(msg), msg.route_aft_id_value);
@@ -1334,39 +942,13 @@ Sink encode(Sink out, const zidl_rib_route_aft_id &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_route_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_route_aft_id &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.route_aft_value_1));  continue;
-        ZIDL_FIELD(5, varint, 1, in.u64(msg.route_aft_id_value)); continue;
-        ZIDL_FIELD(6, varint, 2, in.u32(msg.route_aft_value_6));  continue;
-        ZIDL_FIELD(7, varint, 3, in.u64(msg.route_aft_value_7));  continue;
-        default:
-            if (in.unknown(is_one_of<1, 5, 6, 7>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_route_aft_id &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.route_aft_value_1))  seen |= bit<0>;
-    if (in.u64<5>(msg.route_aft_id_value)) seen |= bit<1>;
-    if (in.u32<6>(msg.route_aft_value_6))  seen |= bit<2>;
-    if (in.u64<7>(msg.route_aft_value_7))  seen |= bit<3>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_route_aft_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.route_aft_value_1);
+    decode_u64<5, 1>(in, msg.route_aft_id_value);
+    decode_u32<6, 2>(in, msg.route_aft_value_6);
+    decode_u64<7, 3>(in, msg.route_aft_value_7);
 }
 
 // rib_generic_attr_info
@@ -1376,12 +958,13 @@ struct shape<zidl_rib_generic_attr_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_generic_attr_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_generic_attr_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
@@ -1393,45 +976,18 @@ ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_generic_attr_inf
 }
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_generic_attr_info &msg)
+constexpr Sink encode(Sink out, const zidl_rib_generic_attr_info &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.attr_type);
-    }
+    encode_u32  <1>(out, has<0>(msg), msg.attr_type);
     encode_bytes<2>(out, has<1>(msg), msg.attr_data, msg.attr_data_size);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_generic_attr_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_generic_attr_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.attr_type));                                      continue;
-        ZIDL_FIELD(2, delimited, 1, in.bytes(msg.attr_data, msg.attr_data_size, seen & bit<1>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_generic_attr_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.attr_type))                       seen |= bit<0>;
-    if (in.bytes<2>(msg.attr_data, msg.attr_data_size)) seen |= bit<1>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_generic_attr_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32  <1, 0>(in, msg.attr_type);
+    decode_bytes<2, 1>(in, msg.attr_data, msg.attr_data_size);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -1452,25 +1008,25 @@ struct shape<zidl_rib_generic_attr_array> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_generic_attr_array &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_generic_attr_array &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(rib_generic_attr_array_clear, zidl_rib_generic_attr_array)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_generic_attr_array &msg)
+constexpr Sink encode(Sink out, const zidl_rib_generic_attr_array &msg)
 {
     prefetch(msg.attrs, msg.attrs_count);
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.array_type);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.array_type);
+    });
     encode_messages<2>(out, has<1>(msg), msg.attrs, msg.attrs_count);
     return out;
 }
@@ -1479,11 +1035,13 @@ inline int32_t decode(zidl_rib_generic_attr_array &msg, const uint8_t *pos, cons
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(array_type, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.array_type));                                    ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.messages<2>(msg.attrs, msg.attrs_count, seen & bit<1>));                          continue;
+        ZIDL_FIELD(array_type, 1, varint,    0, in.u32(msg.array_type));
+            ZIDL_THEN(attrs, 2, delimited); continue;
+        ZIDL_FIELD(attrs,      2, delimited, 1, in.messages<2>(msg.attrs, msg.attrs_count, seen & bit<1>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -1513,19 +1071,20 @@ struct shape<zidl_rib_client_advertisement> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_client_advertisement &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_client_advertisement &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1);
 }
 ZIDL_RESET(rib_client_advertisement_clear, zidl_rib_client_advertisement)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_client_advertisement &msg)
+constexpr Sink encode(Sink out, const zidl_rib_client_advertisement &msg)
 {
     encode_u32s<1>(out, has<0>(msg), msg.advertised_values, msg.advertised_values_count);
     return out;
@@ -1535,10 +1094,11 @@ inline int32_t decode(zidl_rib_client_advertisement &msg, const uint8_t *pos, co
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(advertised_values, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32s<1>(msg.advertised_values, msg.advertised_values_count, seen & bit<0>)); continue;
+        ZIDL_FIELD(advertised_values, 1, varint, 0, in.u32s<1>(msg.advertised_values, msg.advertised_values_count, seen & bit<0>));
+            continue;
         default:
             if (in.unknown(is_one_of<1>(in.tag() >> 3)))
                 continue;
@@ -1567,12 +1127,13 @@ struct shape<zidl_rib_route> {
     static constexpr unsigned presence_words = 13;
     static constexpr size_t fixed_bound = 387;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_route &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_route &msg, const Visit &visit)
 {
     each_presence(msg.route_prefix, visit);
     each_presence(msg.client_advertisement, visit);
@@ -1589,44 +1150,39 @@ ZIDL_INLINE void each_presence(zidl_rib_route &msg, const Visit &visit)
 ZIDL_RESET(rib_route_clear, zidl_rib_route)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_route &msg)
+constexpr Sink encode(Sink out, const zidl_rib_route &msg)
 {
     prefetch(msg.algo_labels, msg.algo_labels_count);
     prefetch(msg.paths, msg.paths_count);
-    {
-        ZIDL_ROOM(137, out);
-        encode_message<1>(out, has<0>(msg), msg.route_prefix);
-        encode_u32_run<2, 1, 14, offsetof(zidl_rib_route, route_value_2)>(out, msg); // route_value_2 to route_value_15
-        encode_varied_u32<16>(out, has<15>(msg), msg.route_value_16);
-    }
+    within<137>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_message   <1> (room, has<0>(msg),  msg.route_prefix);
+        encode_u32_run<2, 1, 14, offsetof(zidl_rib_route, route_value_2)>(room, msg); // route_value_2 to route_value_15
+        encode_varied_u32<16>(room, has<15>(msg), msg.route_value_16);
+    });
     encode_messages<17>(out, has<16>(msg), msg.algo_labels, msg.algo_labels_count);
-    {
-        ZIDL_ROOM(61, out);
-        encode_u32_run<18, 17, 6, offsetof(zidl_rib_route, route_value_18)>(out, msg); // route_value_18 to route_value_23
-        encode_u64       <24>(out, has<23>(msg), msg.route_flags);
-        encode_varied_u32<25>(out, has<24>(msg), msg.route_value_25);
-    }
+    within<61>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32_run<18, 17, 6, offsetof(zidl_rib_route, route_value_18)>(room, msg); // route_value_18 to route_value_23
+        encode_u64       <24>(room, has<23>(msg), msg.route_flags);
+        encode_varied_u32<25>(room, has<24>(msg), msg.route_value_25);
+    });
     encode_messages<26>(out, has<25>(msg), msg.paths, msg.paths_count);
-    if ((msg.presence & 0x1fc000000) != 0 || (any_presence(msg.client_advertisement) | any_presence(msg.addr_generic_attrs) | any_presence(msg.generic_attrs_29) | any_presence(msg.generic_attrs_30) | any_presence(msg.generic_attrs_31) | any_presence(msg.generic_attrs_32) | any_presence(msg.generic_attrs_33)) != 0) {
-        encode_message<27>(out, has<26>(msg), msg.client_advertisement);
-        encode_message<28>(out, has<27>(msg), msg.addr_generic_attrs);
-        encode_message<29>(out, has<28>(msg), msg.generic_attrs_29);
-        encode_message<30>(out, has<29>(msg), msg.generic_attrs_30);
-        encode_message<31>(out, has<30>(msg), msg.generic_attrs_31);
-        encode_message<32>(out, has<31>(msg), msg.generic_attrs_32);
-        encode_message<33>(out, has<32>(msg), msg.generic_attrs_33);
-    }
-    {
-        ZIDL_ROOM(104, out);
-        encode_varied_u32<34>(out, has<33>(msg), msg.route_value_34);
-        encode_varied_u32<35>(out, has<34>(msg), msg.route_value_35);
-        encode_message   <36>(out, has<35>(msg), msg.route_l2_info);
-        encode_varied_u32<37>(out, has<36>(msg), msg.route_value_37);
-        encode_varied_u32<38>(out, has<37>(msg), msg.route_value_38);
-        encode_message   <39>(out, has<38>(msg), msg.route_aft_id);
-        encode_u64       <40>(out, has<39>(msg), msg.route_value_40);
-        encode_u64       <41>(out, has<40>(msg), msg.route_value_41);
-    }
+    encode_neighbours(out, msg, embedded<27, 26>(msg.client_advertisement),
+                                embedded<28, 27>(msg.addr_generic_attrs),
+                                embedded<29, 28>(msg.generic_attrs_29),
+                                embedded<30, 29>(msg.generic_attrs_30),
+                                embedded<31, 30>(msg.generic_attrs_31),
+                                embedded<32, 31>(msg.generic_attrs_32),
+                                embedded<33, 32>(msg.generic_attrs_33));
+    within<104>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<34>(room, has<33>(msg), msg.route_value_34);
+        encode_varied_u32<35>(room, has<34>(msg), msg.route_value_35);
+        encode_message   <36>(room, has<35>(msg), msg.route_l2_info);
+        encode_varied_u32<37>(room, has<36>(msg), msg.route_value_37);
+        encode_varied_u32<38>(room, has<37>(msg), msg.route_value_38);
+        encode_message   <39>(room, has<38>(msg), msg.route_aft_id);
+        encode_u64       <40>(room, has<39>(msg), msg.route_value_40);
+        encode_u64       <41>(room, has<40>(msg), msg.route_value_41);
+    });
     return out;
 }
 
@@ -1634,36 +1190,72 @@ inline int32_t decode(zidl_rib_route &msg, const uint8_t *pos, const uint8_t *en
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(route_prefix, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.route_prefix, seen & bit<0>)); ZIDL_THEN_RUN(2, 14); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); continue;
-        ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) ZIDL_CASE(9) ZIDL_CASE(10) ZIDL_CASE(11) ZIDL_CASE(12) ZIDL_CASE(13) ZIDL_CASE(14) ZIDL_CASE(15) // route_value_2 to route_value_15
-        ZIDL_RUN(2, (in.u32_run<2, 14, 1>(member_bytes(msg, offsetof(zidl_rib_route, route_value_2)), seen))); ZIDL_THEN(16, varint); ZIDL_THEN(17, delimited); ZIDL_THEN_RUN(18, 6); continue;
-        ZIDL_FIELD(16, varint,    15, in.varied_u32(msg.route_value_16));                                       ZIDL_THEN(17, delimited); ZIDL_THEN_RUN(18, 6); ZIDL_THEN(24, varint); continue;
-        ZIDL_FIELD(17, delimited, 16, in.messages<17>(msg.algo_labels, msg.algo_labels_count, seen & bit<16>)); ZIDL_THEN_RUN(18, 6); ZIDL_THEN(24, varint); ZIDL_THEN(25, varint);    continue;
-        ZIDL_CASE(18) ZIDL_CASE(19) ZIDL_CASE(20) ZIDL_CASE(21) ZIDL_CASE(22) ZIDL_CASE(23) // route_value_18 to route_value_23
-        ZIDL_RUN(18, (in.u32_run<18, 6, 17>(member_bytes(msg, offsetof(zidl_rib_route, route_value_18)), seen))); ZIDL_THEN(24, varint); ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited); continue;
-        ZIDL_FIELD(24, varint,    23, in.varied_u64(msg.route_flags));                              ZIDL_THEN(25, varint); ZIDL_THEN(26, delimited); ZIDL_THEN(27, delimited);    continue;
-        ZIDL_FIELD(25, varint,    24, in.varied_u32(msg.route_value_25));                           ZIDL_THEN(26, delimited); ZIDL_THEN(27, delimited); ZIDL_THEN(28, delimited); continue;
-        ZIDL_FIELD(26, delimited, 25, in.messages<26>(msg.paths, msg.paths_count, seen & bit<25>)); ZIDL_THEN(27, delimited); ZIDL_THEN(28, delimited); ZIDL_THEN(29, delimited); continue;
-        ZIDL_FIELD(27, delimited, 26, in.message(msg.client_advertisement, seen & bit<26>));        ZIDL_THEN(28, delimited); ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); continue;
-        ZIDL_FIELD(28, delimited, 27, in.message(msg.addr_generic_attrs, seen & bit<27>));          ZIDL_THEN(29, delimited); ZIDL_THEN(30, delimited); ZIDL_THEN(31, delimited); continue;
-        ZIDL_FIELD(29, delimited, 28, in.message(msg.generic_attrs_29, seen & bit<28>));            ZIDL_THEN(30, delimited); ZIDL_THEN(31, delimited); ZIDL_THEN(32, delimited); continue;
-        ZIDL_FIELD(30, delimited, 29, in.message(msg.generic_attrs_30, seen & bit<29>));            ZIDL_THEN(31, delimited); ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); continue;
-        ZIDL_FIELD(31, delimited, 30, in.message(msg.generic_attrs_31, seen & bit<30>));            ZIDL_THEN(32, delimited); ZIDL_THEN(33, delimited); ZIDL_THEN(34, varint);    continue;
-        ZIDL_FIELD(32, delimited, 31, in.message(msg.generic_attrs_32, seen & bit<31>));            ZIDL_THEN(33, delimited); ZIDL_THEN(34, varint); ZIDL_THEN(35, varint);       continue;
-        ZIDL_FIELD(33, delimited, 32, in.message(msg.generic_attrs_33, seen & bit<32>));            ZIDL_THEN(34, varint); ZIDL_THEN(35, varint); ZIDL_THEN(36, delimited);       continue;
-        ZIDL_FIELD(34, varint,    33, in.varied_u32(msg.route_value_34));                           ZIDL_THEN(35, varint); ZIDL_THEN(36, delimited); ZIDL_THEN(37, varint);       continue;
-        ZIDL_FIELD(35, varint,    34, in.varied_u32(msg.route_value_35));                           ZIDL_THEN(36, delimited); ZIDL_THEN(37, varint); ZIDL_THEN(38, varint);       continue;
-        ZIDL_FIELD(36, delimited, 35, in.message(msg.route_l2_info, seen & bit<35>));               ZIDL_THEN(37, varint); ZIDL_THEN(38, varint); ZIDL_THEN(39, delimited);       continue;
-        ZIDL_FIELD(37, varint,    36, in.varied_u32(msg.route_value_37));                           ZIDL_THEN(38, varint); ZIDL_THEN(39, delimited); ZIDL_THEN(40, varint);       continue;
-        ZIDL_FIELD(38, varint,    37, in.varied_u32(msg.route_value_38));                           ZIDL_THEN(39, delimited); ZIDL_THEN(40, varint); ZIDL_THEN(41, varint);       continue;
-        ZIDL_FIELD(39, delimited, 38, in.message(msg.route_aft_id, seen & bit<38>));                ZIDL_THEN(40, varint); ZIDL_THEN(41, varint);                                 continue;
-        ZIDL_FIELD(40, varint,    39, in.varied_u64(msg.route_value_40));                           ZIDL_THEN(41, varint);                                                        continue;
-        ZIDL_FIELD(41, varint,    40, in.varied_u64(msg.route_value_41));                                                                                                         continue;
+        ZIDL_FIELD(route_prefix,         1,  delimited, 0,  in.message(msg.route_prefix, seen & bit<0>));
+            ZIDL_THEN_RUN(route_value_2, 2, 14); ZIDL_THEN(route_value_16, 16, varint); ZIDL_THEN(algo_labels, 17, delimited); continue;
+        // route_value_2 to route_value_15
+        ZIDL_CASE(2) ZIDL_CASE(3) ZIDL_CASE(4) ZIDL_CASE(5) ZIDL_CASE(6) ZIDL_CASE(7) ZIDL_CASE(8) ZIDL_CASE(9) ZIDL_CASE(10) ZIDL_CASE(11)
+        ZIDL_CASE(12) ZIDL_CASE(13) ZIDL_CASE(14) ZIDL_CASE(15)
+        ZIDL_RUN(route_value_2, (in.u32_run<2, 1, 14>(member_bytes(msg, offsetof(zidl_rib_route, route_value_2)), seen)));
+            ZIDL_THEN(route_value_16, 16, varint); ZIDL_THEN(algo_labels, 17, delimited); ZIDL_THEN_RUN(route_value_18, 18, 6); continue;
+        ZIDL_FIELD(route_value_16,       16, varint,    15, in.varied_u32(msg.route_value_16));
+            ZIDL_THEN(algo_labels, 17, delimited); ZIDL_THEN_RUN(route_value_18, 18, 6); ZIDL_THEN(route_flags, 24, varint); continue;
+        ZIDL_FIELD(algo_labels,          17, delimited, 16, in.messages<17>(msg.algo_labels, msg.algo_labels_count, seen & bit<16>));
+            ZIDL_THEN_RUN(route_value_18, 18, 6); ZIDL_THEN(route_flags, 24, varint); ZIDL_THEN(route_value_25, 25, varint); continue;
+        // route_value_18 to route_value_23
+        ZIDL_CASE(18) ZIDL_CASE(19) ZIDL_CASE(20) ZIDL_CASE(21) ZIDL_CASE(22) ZIDL_CASE(23)
+        ZIDL_RUN(route_value_18, (in.u32_run<18, 17, 6>(member_bytes(msg, offsetof(zidl_rib_route, route_value_18)), seen)));
+            ZIDL_THEN(route_flags, 24, varint); ZIDL_THEN(route_value_25, 25, varint); ZIDL_THEN(paths, 26, delimited); continue;
+        ZIDL_FIELD(route_flags,          24, varint,    23, in.varied_u64(msg.route_flags));
+            ZIDL_THEN(route_value_25, 25, varint); ZIDL_THEN(paths, 26, delimited);
+            ZIDL_THEN(client_advertisement, 27, delimited); continue;
+        ZIDL_FIELD(route_value_25,       25, varint,    24, in.varied_u32(msg.route_value_25));
+            ZIDL_THEN(paths, 26, delimited); ZIDL_THEN(client_advertisement, 27, delimited);
+            ZIDL_THEN(addr_generic_attrs, 28, delimited); continue;
+        ZIDL_FIELD(paths,                26, delimited, 25, in.messages<26>(msg.paths, msg.paths_count, seen & bit<25>));
+            ZIDL_THEN(client_advertisement, 27, delimited); ZIDL_THEN(addr_generic_attrs, 28, delimited);
+            ZIDL_THEN(generic_attrs_29, 29, delimited); continue;
+        ZIDL_FIELD(client_advertisement, 27, delimited, 26, in.message(msg.client_advertisement, seen & bit<26>));
+            ZIDL_THEN(addr_generic_attrs, 28, delimited); ZIDL_THEN(generic_attrs_29, 29, delimited);
+            ZIDL_THEN(generic_attrs_30, 30, delimited); continue;
+        ZIDL_FIELD(addr_generic_attrs,   28, delimited, 27, in.message(msg.addr_generic_attrs, seen & bit<27>));
+            ZIDL_THEN(generic_attrs_29, 29, delimited); ZIDL_THEN(generic_attrs_30, 30, delimited);
+            ZIDL_THEN(generic_attrs_31, 31, delimited); continue;
+        ZIDL_FIELD(generic_attrs_29,     29, delimited, 28, in.message(msg.generic_attrs_29, seen & bit<28>));
+            ZIDL_THEN(generic_attrs_30, 30, delimited); ZIDL_THEN(generic_attrs_31, 31, delimited);
+            ZIDL_THEN(generic_attrs_32, 32, delimited); continue;
+        ZIDL_FIELD(generic_attrs_30,     30, delimited, 29, in.message(msg.generic_attrs_30, seen & bit<29>));
+            ZIDL_THEN(generic_attrs_31, 31, delimited); ZIDL_THEN(generic_attrs_32, 32, delimited);
+            ZIDL_THEN(generic_attrs_33, 33, delimited); continue;
+        ZIDL_FIELD(generic_attrs_31,     31, delimited, 30, in.message(msg.generic_attrs_31, seen & bit<30>));
+            ZIDL_THEN(generic_attrs_32, 32, delimited); ZIDL_THEN(generic_attrs_33, 33, delimited);
+            ZIDL_THEN(route_value_34, 34, varint); continue;
+        ZIDL_FIELD(generic_attrs_32,     32, delimited, 31, in.message(msg.generic_attrs_32, seen & bit<31>));
+            ZIDL_THEN(generic_attrs_33, 33, delimited); ZIDL_THEN(route_value_34, 34, varint);
+            ZIDL_THEN(route_value_35, 35, varint); continue;
+        ZIDL_FIELD(generic_attrs_33,     33, delimited, 32, in.message(msg.generic_attrs_33, seen & bit<32>));
+            ZIDL_THEN(route_value_34, 34, varint); ZIDL_THEN(route_value_35, 35, varint); ZIDL_THEN(route_l2_info, 36, delimited); continue;
+        ZIDL_FIELD(route_value_34,       34, varint,    33, in.varied_u32(msg.route_value_34));
+            ZIDL_THEN(route_value_35, 35, varint); ZIDL_THEN(route_l2_info, 36, delimited); ZIDL_THEN(route_value_37, 37, varint); continue;
+        ZIDL_FIELD(route_value_35,       35, varint,    34, in.varied_u32(msg.route_value_35));
+            ZIDL_THEN(route_l2_info, 36, delimited); ZIDL_THEN(route_value_37, 37, varint); ZIDL_THEN(route_value_38, 38, varint); continue;
+        ZIDL_FIELD(route_l2_info,        36, delimited, 35, in.message(msg.route_l2_info, seen & bit<35>));
+            ZIDL_THEN(route_value_37, 37, varint); ZIDL_THEN(route_value_38, 38, varint); ZIDL_THEN(route_aft_id, 39, delimited); continue;
+        ZIDL_FIELD(route_value_37,       37, varint,    36, in.varied_u32(msg.route_value_37));
+            ZIDL_THEN(route_value_38, 38, varint); ZIDL_THEN(route_aft_id, 39, delimited); ZIDL_THEN(route_value_40, 40, varint); continue;
+        ZIDL_FIELD(route_value_38,       38, varint,    37, in.varied_u32(msg.route_value_38));
+            ZIDL_THEN(route_aft_id, 39, delimited); ZIDL_THEN(route_value_40, 40, varint); ZIDL_THEN(route_value_41, 41, varint); continue;
+        ZIDL_FIELD(route_aft_id,         39, delimited, 38, in.message(msg.route_aft_id, seen & bit<38>));
+            ZIDL_THEN(route_value_40, 40, varint); ZIDL_THEN(route_value_41, 41, varint); continue;
+        ZIDL_FIELD(route_value_40,       40, varint,    39, in.varied_u64(msg.route_value_40));
+            ZIDL_THEN(route_value_41, 41, varint); continue;
+        ZIDL_FIELD(route_value_41,       41, varint,    40, in.varied_u64(msg.route_value_41));
+            continue;
         default:
-            if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41>(in.tag() >> 3)))
+            if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28,
+                                     29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41>(in.tag() >> 3)))
                 continue;
         }
         break; // the value could not be read
@@ -1708,51 +1300,29 @@ struct shape<zidl_rib_bind_reply> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_bind_reply &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_bind_reply &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1);
 }
 ZIDL_RESET(rib_bind_reply_clear, zidl_rib_bind_reply)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_bind_reply &msg)
+constexpr Sink encode(Sink out, const zidl_rib_bind_reply &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.bind_value);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_bind_reply &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_bind_reply &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.bind_value)); continue;
-        default:
-            if (in.unknown(is_one_of<1>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_bind_reply &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.bind_value)) seen |= bit<0>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_bind_reply &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32<1, 0>(in, msg.bind_value);
 }
 
 } // namespace ZIDL_VARIANT

@@ -18,19 +18,20 @@ struct shape<zidl_rib_srv6_oper_type> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 14;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_srv6_oper_type &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_srv6_oper_type &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(rib_srv6_oper_type_clear, zidl_rib_srv6_oper_type)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_srv6_oper_type &msg)
+constexpr Sink encode(Sink out, const zidl_rib_srv6_oper_type &msg)
 {
     encode_bool<1>(out, has<0>(msg), msg.oper_selector);
     encode_u32 <2>(out, has<1>(msg), msg.oper_when_set);
@@ -38,37 +39,12 @@ Sink encode(Sink out, const zidl_rib_srv6_oper_type &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_srv6_oper_type &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_srv6_oper_type &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.boolean(msg.oper_selector)); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32(msg.oper_when_set));     continue;
-        ZIDL_FIELD(3, varint, 2, in.u32(msg.oper_when_clear));   continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_srv6_oper_type &msg)
-{
-    uint64_t seen = 0;
-    if (in.boolean<1>(msg.oper_selector)) seen |= bit<0>;
-    if (in.u32<2>(msg.oper_when_set))     seen |= bit<1>;
-    if (in.u32<3>(msg.oper_when_clear))   seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_srv6_oper_type &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_boolean<1, 0>(in, msg.oper_selector);
+    decode_u32    <2, 1>(in, msg.oper_when_set);
+    decode_u32    <3, 2>(in, msg.oper_when_clear);
 }
 
 // rib_encap_id_path_key_label
@@ -78,24 +54,24 @@ struct shape<zidl_rib_encap_id_path_key_label> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_label &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_path_key_label &msg, const Visit &visit)
 {
     visit(msg.presence, 0x3);
 }
 ZIDL_RESET(id_path_key_label_clear, zidl_rib_encap_id_path_key_label)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_encap_id_path_key_label &msg)
+constexpr Sink encode(Sink out, const zidl_rib_encap_id_path_key_label &msg)
 {
-    {
-        ZIDL_ROOM(6, out);
-        encode_u32<1>(out, has<0>(msg), msg.label_key_value);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.label_key_value);
+    });
     encode_u32s<2>(out, has<1>(msg), msg.labels, msg.labels_count);
     return out;
 }
@@ -104,11 +80,13 @@ inline int32_t decode(zidl_rib_encap_id_path_key_label &msg, const uint8_t *pos,
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(label_key_value, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u32(msg.label_key_value));                             ZIDL_THEN(2, varint); continue;
-        ZIDL_FIELD(2, varint, 1, in.u32s<2>(msg.labels, msg.labels_count, seen & bit<1>));                       continue;
+        ZIDL_FIELD(label_key_value, 1, varint, 0, in.u32(msg.label_key_value));
+            ZIDL_THEN(labels, 2, varint); continue;
+        ZIDL_FIELD(labels,          2, varint, 1, in.u32s<2>(msg.labels, msg.labels_count, seen & bit<1>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -137,12 +115,13 @@ struct shape<zidl_rib_encap_id_path_key_srv6> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 16;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6 &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_path_key_srv6 &msg, const Visit &visit)
 {
     each_presence(msg.oper_type, visit);
     visit(msg.presence, 0x3);
@@ -150,12 +129,11 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6 &msg, const Visit
 ZIDL_RESET(id_path_key_srv6_clear, zidl_rib_encap_id_path_key_srv6)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6 &msg)
+constexpr Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6 &msg)
 {
-    {
-        ZIDL_ROOM(16, out);
-        encode_message<1>(out, has<0>(msg), msg.oper_type);
-    }
+    within<16>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_message<1>(room, has<0>(msg), msg.oper_type);
+    });
     encode_byte_blocks<2>(out, has<1>(msg), msg.entries, msg.entries_count);
     return out;
 }
@@ -164,11 +142,13 @@ inline int32_t decode(zidl_rib_encap_id_path_key_srv6 &msg, const uint8_t *pos, 
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(oper_type, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.oper_type, seen & bit<0>));                         ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.byte_blocks<2>(msg.entries, msg.entries_count, seen & bit<1>));                          continue;
+        ZIDL_FIELD(oper_type, 1, delimited, 0, in.message(msg.oper_type, seen & bit<0>));
+            ZIDL_THEN(entries, 2, delimited); continue;
+        ZIDL_FIELD(entries,   2, delimited, 1, in.byte_blocks<2>(msg.entries, msg.entries_count, seen & bit<1>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -197,12 +177,13 @@ struct shape<zidl_rib_encap_id_path_key_srv6_carrier_info> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
@@ -214,48 +195,20 @@ ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_encap_id_path_ke
 }
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
+constexpr Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
 {
-    {
-        ZIDL_ROOM(12, out);
-        encode_u32<1>(out, has<0>(msg), msg.carrier_value_1);
-        encode_u32<2>(out, has<1>(msg), msg.carrier_value_2);
-    }
+    encode_u32  <1>(out, has<0>(msg), msg.carrier_value_1);
+    encode_u32  <2>(out, has<1>(msg), msg.carrier_value_2);
     encode_bytes<3>(out, has<2>(msg), msg.carrier_bytes, msg.carrier_bytes_size);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.carrier_value_1));                                        continue;
-        ZIDL_FIELD(2, varint,    1, in.u32(msg.carrier_value_2));                                        continue;
-        ZIDL_FIELD(3, delimited, 2, in.bytes(msg.carrier_bytes, msg.carrier_bytes_size, seen & bit<2>)); continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.carrier_value_1))                         seen |= bit<0>;
-    if (in.u32<2>(msg.carrier_value_2))                         seen |= bit<1>;
-    if (in.bytes<3>(msg.carrier_bytes, msg.carrier_bytes_size)) seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_encap_id_path_key_srv6_carrier_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32  <1, 0>(in, msg.carrier_value_1);
+    decode_u32  <2, 1>(in, msg.carrier_value_2);
+    decode_bytes<3, 2>(in, msg.carrier_bytes, msg.carrier_bytes_size);
 }
 
 // What `dst` shares with `src` becomes its own.
@@ -276,12 +229,13 @@ struct shape<zidl_rib_encap_id_path_key_srv6_carriers> {
     static constexpr unsigned presence_words = 2;
     static constexpr size_t fixed_bound = 16;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6_carriers &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_path_key_srv6_carriers &msg, const Visit &visit)
 {
     each_presence(msg.oper_type, visit);
     visit(msg.presence, 0x3);
@@ -289,13 +243,12 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_path_key_srv6_carriers &msg, co
 ZIDL_RESET(id_path_key_srv6_carriers_clear, zidl_rib_encap_id_path_key_srv6_carriers)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carriers &msg)
+constexpr Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carriers &msg)
 {
     prefetch(msg.carriers, msg.carriers_count);
-    {
-        ZIDL_ROOM(16, out);
-        encode_message<1>(out, has<0>(msg), msg.oper_type);
-    }
+    within<16>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_message<1>(room, has<0>(msg), msg.oper_type);
+    });
     encode_messages<2>(out, has<1>(msg), msg.carriers, msg.carriers_count);
     return out;
 }
@@ -304,11 +257,13 @@ inline int32_t decode(zidl_rib_encap_id_path_key_srv6_carriers &msg, const uint8
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(oper_type, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.message(msg.oper_type, seen & bit<0>));                        ZIDL_THEN(2, delimited); continue;
-        ZIDL_FIELD(2, delimited, 1, in.messages<2>(msg.carriers, msg.carriers_count, seen & bit<1>));                          continue;
+        ZIDL_FIELD(oper_type, 1, delimited, 0, in.message(msg.oper_type, seen & bit<0>));
+            ZIDL_THEN(carriers, 2, delimited); continue;
+        ZIDL_FIELD(carriers,  2, delimited, 1, in.messages<2>(msg.carriers, msg.carriers_count, seen & bit<1>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2>(in.tag() >> 3)))
                 continue;
@@ -338,12 +293,13 @@ struct shape<zidl_rib_encap_id_key> {
     static constexpr unsigned presence_words = 8;
     static constexpr size_t fixed_bound = 185;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_encap_id_key &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_key &msg, const Visit &visit)
 {
     each_presence(msg.key_prefix, visit);
     each_presence(msg.key_second_prefix, visit);
@@ -355,42 +311,35 @@ ZIDL_INLINE void each_presence(zidl_rib_encap_id_key &msg, const Visit &visit)
 ZIDL_RESET(id_key_clear, zidl_rib_encap_id_key)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
+constexpr Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
 {
     prefetch(msg.key_extra_prefixes, msg.key_extra_prefixes_count);
-    {
-        ZIDL_ROOM(12, out);
-        encode_varied_u32<1>(out, has<0>(msg), msg.key_value_1);
-        encode_varied_u32<2>(out, has<1>(msg), msg.key_value_2);
-    }
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<1>(room, has<0>(msg), msg.key_value_1);
+        encode_varied_u32<2>(room, has<1>(msg), msg.key_value_2);
+    });
     encode_message<3>(out, has<2>(msg), msg.key_prefix);
-    {
-        ZIDL_ROOM(17, out);
-        encode_varied_u32<4>(out, has<3>(msg), msg.key_value_4);
-        encode_varied_u32<5>(out, has<4>(msg), msg.key_type);
-        encode_fixed32   <6>(out, has<5>(msg), msg.key_value_6);
-    }
+    within<17>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<4>(room, has<3>(msg), msg.key_value_4);
+        encode_varied_u32<5>(room, has<4>(msg), msg.key_type);
+        encode_fixed32   <6>(room, has<5>(msg), msg.key_value_6);
+    });
     encode_message<7>(out, has<6>(msg), msg.key_second_prefix);
-    {
-        ZIDL_ROOM(6, out);
-        encode_varied_u32<8>(out, has<7>(msg), msg.key_value_8);
-    }
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<8>(room, has<7>(msg), msg.key_value_8);
+    });
     encode_messages<9>(out, has<8>(msg), msg.key_extra_prefixes, msg.key_extra_prefixes_count);
-    if ((msg.presence & 0x600) != 0 || (any_presence(msg.label_key) | any_presence(msg.srv6_key)) != 0) {
-        encode_message<10>(out, has<9>(msg),  msg.label_key);
-        encode_message<11>(out, has<10>(msg), msg.srv6_key);
-    }
-    {
-        ZIDL_ROOM(12, out);
-        encode_varied_u32<12>(out, has<11>(msg), msg.key_value_12);
-        encode_varied_u32<13>(out, has<12>(msg), msg.key_value_13);
-    }
+    encode_neighbours(out, msg, embedded<10, 9>(msg.label_key),
+                                embedded<11, 10>(msg.srv6_key));
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<12>(room, has<11>(msg), msg.key_value_12);
+        encode_varied_u32<13>(room, has<12>(msg), msg.key_value_13);
+    });
     encode_message<14>(out, has<13>(msg), msg.srv6_carriers);
-    {
-        ZIDL_ROOM(34, out);
-        encode_varied_u32<15>(out, has<14>(msg), msg.key_value_15);
-        encode_u32_run<16, 15, 4, offsetof(zidl_rib_encap_id_key, key_value_16)>(out, msg); // key_value_16 to key_value_19
-    }
+    within<34>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_varied_u32<15>(room, has<14>(msg), msg.key_value_15);
+        encode_u32_run<16, 15, 4, offsetof(zidl_rib_encap_id_key, key_value_16)>(room, msg); // key_value_16 to key_value_19
+    });
     encode_bytes<20>(out, has<19>(msg), msg.key_bytes_20, msg.key_bytes_20_size);
     return out;
 }
@@ -399,27 +348,46 @@ inline int32_t decode(zidl_rib_encap_id_key &msg, const uint8_t *pos, const uint
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, varint);
+    ZIDL_THEN(key_value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1,  varint,    0,  in.varied_u32(msg.key_value_1));                                                      ZIDL_THEN(2, varint); ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint);         continue;
-        ZIDL_FIELD(2,  varint,    1,  in.varied_u32(msg.key_value_2));                                                      ZIDL_THEN(3, delimited); ZIDL_THEN(4, varint); ZIDL_THEN(5, varint);         continue;
-        ZIDL_FIELD(3,  delimited, 2,  in.message(msg.key_prefix, seen & bit<2>));                                           ZIDL_THEN(4, varint); ZIDL_THEN(5, varint); ZIDL_THEN(6, fixed32);           continue;
-        ZIDL_FIELD(4,  varint,    3,  in.varied_u32(msg.key_value_4));                                                      ZIDL_THEN(5, varint); ZIDL_THEN(6, fixed32); ZIDL_THEN(7, delimited);        continue;
-        ZIDL_FIELD(5,  varint,    4,  in.varied_u32(msg.key_type));                                                         ZIDL_THEN(6, fixed32); ZIDL_THEN(7, delimited); ZIDL_THEN(8, varint);        continue;
-        ZIDL_FIELD(6,  fixed32,   5,  in.fixed(msg.key_value_6));                                                           ZIDL_THEN(7, delimited); ZIDL_THEN(8, varint); ZIDL_THEN(9, delimited);      continue;
-        ZIDL_FIELD(7,  delimited, 6,  in.message(msg.key_second_prefix, seen & bit<6>));                                    ZIDL_THEN(8, varint); ZIDL_THEN(9, delimited); ZIDL_THEN(10, delimited);     continue;
-        ZIDL_FIELD(8,  varint,    7,  in.varied_u32(msg.key_value_8));                                                      ZIDL_THEN(9, delimited); ZIDL_THEN(10, delimited); ZIDL_THEN(11, delimited); continue;
-        ZIDL_FIELD(9,  delimited, 8,  in.messages<9>(msg.key_extra_prefixes, msg.key_extra_prefixes_count, seen & bit<8>)); ZIDL_THEN(10, delimited); ZIDL_THEN(11, delimited); ZIDL_THEN(12, varint);   continue;
-        ZIDL_FIELD(10, delimited, 9,  in.message(msg.label_key, seen & bit<9>));                                            ZIDL_THEN(11, delimited); ZIDL_THEN(12, varint); ZIDL_THEN(13, varint);      continue;
-        ZIDL_FIELD(11, delimited, 10, in.message(msg.srv6_key, seen & bit<10>));                                            ZIDL_THEN(12, varint); ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited);      continue;
-        ZIDL_FIELD(12, varint,    11, in.varied_u32(msg.key_value_12));                                                     ZIDL_THEN(13, varint); ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint);      continue;
-        ZIDL_FIELD(13, varint,    12, in.varied_u32(msg.key_value_13));                                                     ZIDL_THEN(14, delimited); ZIDL_THEN(15, varint); ZIDL_THEN_RUN(16, 4);       continue;
-        ZIDL_FIELD(14, delimited, 13, in.message(msg.srv6_carriers, seen & bit<13>));                                       ZIDL_THEN(15, varint); ZIDL_THEN_RUN(16, 4); ZIDL_THEN(20, delimited);       continue;
-        ZIDL_FIELD(15, varint,    14, in.varied_u32(msg.key_value_15));                                                     ZIDL_THEN_RUN(16, 4); ZIDL_THEN(20, delimited);                              continue;
-        ZIDL_CASE(16) ZIDL_CASE(17) ZIDL_CASE(18) ZIDL_CASE(19) // key_value_16 to key_value_19
-        ZIDL_RUN(16, (in.u32_run<16, 4, 15>(member_bytes(msg, offsetof(zidl_rib_encap_id_key, key_value_16)), seen))); ZIDL_THEN(20, delimited); continue;
-        ZIDL_FIELD(20, delimited, 19, in.bytes(msg.key_bytes_20, msg.key_bytes_20_size, seen & bit<19>)); continue;
+        ZIDL_FIELD(key_value_1,        1,  varint,    0,  in.varied_u32(msg.key_value_1));
+            ZIDL_THEN(key_value_2, 2, varint); ZIDL_THEN(key_prefix, 3, delimited); ZIDL_THEN(key_value_4, 4, varint); continue;
+        ZIDL_FIELD(key_value_2,        2,  varint,    1,  in.varied_u32(msg.key_value_2));
+            ZIDL_THEN(key_prefix, 3, delimited); ZIDL_THEN(key_value_4, 4, varint); ZIDL_THEN(key_type, 5, varint); continue;
+        ZIDL_FIELD(key_prefix,         3,  delimited, 2,  in.message(msg.key_prefix, seen & bit<2>));
+            ZIDL_THEN(key_value_4, 4, varint); ZIDL_THEN(key_type, 5, varint); ZIDL_THEN(key_value_6, 6, fixed32); continue;
+        ZIDL_FIELD(key_value_4,        4,  varint,    3,  in.varied_u32(msg.key_value_4));
+            ZIDL_THEN(key_type, 5, varint); ZIDL_THEN(key_value_6, 6, fixed32); ZIDL_THEN(key_second_prefix, 7, delimited); continue;
+        ZIDL_FIELD(key_type,           5,  varint,    4,  in.varied_u32(msg.key_type));
+            ZIDL_THEN(key_value_6, 6, fixed32); ZIDL_THEN(key_second_prefix, 7, delimited); ZIDL_THEN(key_value_8, 8, varint); continue;
+        ZIDL_FIELD(key_value_6,        6,  fixed32,   5,  in.fixed(msg.key_value_6));
+            ZIDL_THEN(key_second_prefix, 7, delimited); ZIDL_THEN(key_value_8, 8, varint);
+            ZIDL_THEN(key_extra_prefixes, 9, delimited); continue;
+        ZIDL_FIELD(key_second_prefix,  7,  delimited, 6,  in.message(msg.key_second_prefix, seen & bit<6>));
+            ZIDL_THEN(key_value_8, 8, varint); ZIDL_THEN(key_extra_prefixes, 9, delimited); ZIDL_THEN(label_key, 10, delimited); continue;
+        ZIDL_FIELD(key_value_8,        8,  varint,    7,  in.varied_u32(msg.key_value_8));
+            ZIDL_THEN(key_extra_prefixes, 9, delimited); ZIDL_THEN(label_key, 10, delimited); ZIDL_THEN(srv6_key, 11, delimited); continue;
+        ZIDL_FIELD(key_extra_prefixes, 9,  delimited, 8,  in.messages<9>(msg.key_extra_prefixes, msg.key_extra_prefixes_count, seen & bit<8>));
+            ZIDL_THEN(label_key, 10, delimited); ZIDL_THEN(srv6_key, 11, delimited); ZIDL_THEN(key_value_12, 12, varint); continue;
+        ZIDL_FIELD(label_key,          10, delimited, 9,  in.message(msg.label_key, seen & bit<9>));
+            ZIDL_THEN(srv6_key, 11, delimited); ZIDL_THEN(key_value_12, 12, varint); ZIDL_THEN(key_value_13, 13, varint); continue;
+        ZIDL_FIELD(srv6_key,           11, delimited, 10, in.message(msg.srv6_key, seen & bit<10>));
+            ZIDL_THEN(key_value_12, 12, varint); ZIDL_THEN(key_value_13, 13, varint); ZIDL_THEN(srv6_carriers, 14, delimited); continue;
+        ZIDL_FIELD(key_value_12,       12, varint,    11, in.varied_u32(msg.key_value_12));
+            ZIDL_THEN(key_value_13, 13, varint); ZIDL_THEN(srv6_carriers, 14, delimited); ZIDL_THEN(key_value_15, 15, varint); continue;
+        ZIDL_FIELD(key_value_13,       13, varint,    12, in.varied_u32(msg.key_value_13));
+            ZIDL_THEN(srv6_carriers, 14, delimited); ZIDL_THEN(key_value_15, 15, varint); ZIDL_THEN_RUN(key_value_16, 16, 4); continue;
+        ZIDL_FIELD(srv6_carriers,      14, delimited, 13, in.message(msg.srv6_carriers, seen & bit<13>));
+            ZIDL_THEN(key_value_15, 15, varint); ZIDL_THEN_RUN(key_value_16, 16, 4); ZIDL_THEN(key_bytes_20, 20, delimited); continue;
+        ZIDL_FIELD(key_value_15,       15, varint,    14, in.varied_u32(msg.key_value_15));
+            ZIDL_THEN_RUN(key_value_16, 16, 4); ZIDL_THEN(key_bytes_20, 20, delimited); continue;
+        // key_value_16 to key_value_19
+        ZIDL_CASE(16) ZIDL_CASE(17) ZIDL_CASE(18) ZIDL_CASE(19)
+        ZIDL_RUN(key_value_16, (in.u32_run<16, 15, 4>(member_bytes(msg, offsetof(zidl_rib_encap_id_key, key_value_16)), seen)));
+            ZIDL_THEN(key_bytes_20, 20, delimited); continue;
+        ZIDL_FIELD(key_bytes_20,       20, delimited, 19, in.bytes(msg.key_bytes_20, msg.key_bytes_20_size, seen & bit<19>));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20>(in.tag() >> 3)))
                 continue;
@@ -461,51 +429,29 @@ struct shape<zidl_rib_encap_id> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 11;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_encap_id &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id &msg, const Visit &visit)
 {
     visit(msg.presence, 0x1);
 }
 ZIDL_RESET(id_clear, zidl_rib_encap_id)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_encap_id &msg)
+constexpr Sink encode(Sink out, const zidl_rib_encap_id &msg)
 {
     encode_u64<1>(out, has<0>(msg), msg.encap_id);
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_encap_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_encap_id &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint, 0, in.u64(msg.encap_id)); continue;
-        default:
-            if (in.unknown(is_one_of<1>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_encap_id &msg)
-{
-    uint64_t seen = 0;
-    if (in.u64<1>(msg.encap_id)) seen |= bit<0>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_encap_id &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u64<1, 0>(in, msg.encap_id);
 }
 
 // rib_grid_sync_list
@@ -515,28 +461,28 @@ struct shape<zidl_rib_grid_sync_list> {
     static constexpr unsigned presence_words = 1;
     static constexpr size_t fixed_bound = 2;
     static constexpr bool owns_memory = true;
+    static constexpr bool is_small = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_grid_sync_list &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_grid_sync_list &msg, const Visit &visit)
 {
     visit(msg.presence, 0x7);
 }
 ZIDL_RESET(rib_grid_sync_list_clear, zidl_rib_grid_sync_list)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_grid_sync_list &msg)
+constexpr Sink encode(Sink out, const zidl_rib_grid_sync_list &msg)
 {
     prefetch(msg.encap_ids, msg.encap_ids_count);
     prefetch(msg.keys, msg.keys_count);
     encode_messages<1>(out, has<0>(msg), msg.encap_ids, msg.encap_ids_count);
     encode_messages<2>(out, has<1>(msg), msg.keys, msg.keys_count);
-    {
-        ZIDL_ROOM(2, out);
-        encode_bool<4>(out, has<2>(msg), msg.multi_key);
-    }
+    within<2>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_bool<4>(room, has<2>(msg), msg.multi_key);
+    });
     return out;
 }
 
@@ -544,12 +490,15 @@ inline int32_t decode(zidl_rib_grid_sync_list &msg, const uint8_t *pos, const ui
 {
     reader in(pos, end, context);
     uint64_t seen = 0;
-    ZIDL_THEN(1, delimited);
+    ZIDL_THEN(encap_ids, 1, delimited);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(1, delimited, 0, in.messages<1>(msg.encap_ids, msg.encap_ids_count, seen & bit<0>)); ZIDL_THEN(2, delimited); ZIDL_THEN(4, varint); continue;
-        ZIDL_FIELD(2, delimited, 1, in.messages<2>(msg.keys, msg.keys_count, seen & bit<1>));           ZIDL_THEN(4, varint);                          continue;
-        ZIDL_FIELD(4, varint,    2, in.boolean(msg.multi_key));                                                                                        continue;
+        ZIDL_FIELD(encap_ids, 1, delimited, 0, in.messages<1>(msg.encap_ids, msg.encap_ids_count, seen & bit<0>));
+            ZIDL_THEN(keys, 2, delimited); ZIDL_THEN(multi_key, 4, varint); continue;
+        ZIDL_FIELD(keys,      2, delimited, 1, in.messages<2>(msg.keys, msg.keys_count, seen & bit<1>));
+            ZIDL_THEN(multi_key, 4, varint); continue;
+        ZIDL_FIELD(multi_key, 4, varint,    2, in.boolean(msg.multi_key));
+            continue;
         default:
             if (in.unknown(is_one_of<1, 2, 4>(in.tag() >> 3)))
                 continue;
@@ -582,12 +531,13 @@ struct shape<zidl_rib_nhid_encap_key> {
     static constexpr unsigned presence_words = 3;
     static constexpr size_t fixed_bound = 56;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_nhid_encap_key &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_nhid_encap_key &msg, const Visit &visit)
 {
     each_presence(msg.nhid_key_address, visit);
     visit(msg.presence, 0xf);
@@ -595,7 +545,7 @@ ZIDL_INLINE void each_presence(zidl_rib_nhid_encap_key &msg, const Visit &visit)
 ZIDL_RESET(rib_nhid_encap_key_clear, zidl_rib_nhid_encap_key)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_nhid_encap_key &msg)
+constexpr Sink encode(Sink out, const zidl_rib_nhid_encap_key &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.nhid_key_value_1);
     encode_message<2>(out, has<1>(msg), msg.nhid_key_address);
@@ -604,39 +554,13 @@ Sink encode(Sink out, const zidl_rib_nhid_encap_key &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_nhid_encap_key &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_nhid_encap_key &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.nhid_key_value_1));                    continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.nhid_key_address, seen & bit<1>)); continue;
-        ZIDL_FIELD(3, varint,    2, in.u32(msg.nhid_key_value_3));                    continue;
-        ZIDL_FIELD(4, varint,    3, in.u32(msg.nhid_key_value_4));                    continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3, 4>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_nhid_encap_key &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.nhid_key_value_1))     seen |= bit<0>;
-    if (in.message<2>(msg.nhid_key_address)) seen |= bit<1>;
-    if (in.u32<3>(msg.nhid_key_value_3))     seen |= bit<2>;
-    if (in.u32<4>(msg.nhid_key_value_4))     seen |= bit<3>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_nhid_encap_key &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32    <1, 0>(in, msg.nhid_key_value_1);
+    decode_message<2, 1>(in, msg.nhid_key_address);
+    decode_u32    <3, 2>(in, msg.nhid_key_value_3);
+    decode_u32    <4, 3>(in, msg.nhid_key_value_4);
 }
 
 // rib_nhid_update
@@ -646,12 +570,13 @@ struct shape<zidl_rib_nhid_update> {
     static constexpr unsigned presence_words = 4;
     static constexpr size_t fixed_bound = 75;
     static constexpr bool owns_memory = false;
+    static constexpr bool is_small = true;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
 
 template <class Visit>
-ZIDL_INLINE void each_presence(zidl_rib_nhid_update &msg, const Visit &visit)
+ZIDL_INLINE constexpr void each_presence(zidl_rib_nhid_update &msg, const Visit &visit)
 {
     each_presence(msg.nhid_encap_key, visit);
     visit(msg.presence, 0x7);
@@ -659,7 +584,7 @@ ZIDL_INLINE void each_presence(zidl_rib_nhid_update &msg, const Visit &visit)
 ZIDL_RESET(rib_nhid_update_clear, zidl_rib_nhid_update)
 
 template <class Sink>
-Sink encode(Sink out, const zidl_rib_nhid_update &msg)
+constexpr Sink encode(Sink out, const zidl_rib_nhid_update &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.nhid_update_value_1);
     encode_message<2>(out, has<1>(msg), msg.nhid_encap_key);
@@ -667,37 +592,12 @@ Sink encode(Sink out, const zidl_rib_nhid_update &msg)
     return out;
 }
 
-ZIDL_COLD inline int32_t decode_in_any_order(zidl_rib_nhid_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
+template <class Reader>
+ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_nhid_update &msg)
 {
-    patient_reader in(pos, end, context);
-    uint64_t seen = msg.presence;
-    while (in.next_tag()) {
-        switch (in.tag()) {
-        ZIDL_FIELD(1, varint,    0, in.u32(msg.nhid_update_value_1));               continue;
-        ZIDL_FIELD(2, delimited, 1, in.message(msg.nhid_encap_key, seen & bit<1>)); continue;
-        ZIDL_FIELD(3, varint,    2, in.u64(msg.nhid));                              continue;
-        default:
-            if (in.unknown(is_one_of<1, 2, 3>(in.tag() >> 3)))
-                continue;
-        }
-        break; // the value could not be read
-    }
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-    return in.status();
-}
-
-ZIDL_INLINE void decode_in_order(ordered_reader &in, zidl_rib_nhid_update &msg)
-{
-    uint64_t seen = 0;
-    if (in.u32<1>(msg.nhid_update_value_1)) seen |= bit<0>;
-    if (in.message<2>(msg.nhid_encap_key))  seen |= bit<1>;
-    if (in.u64<3>(msg.nhid))                seen |= bit<2>;
-    msg.presence = static_cast<uint8_t>(msg.presence | seen);
-}
-
-ZIDL_SMALL int32_t decode(zidl_rib_nhid_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
-{
-    return decode_small(msg, pos, end, context);
+    decode_u32    <1, 0>(in, msg.nhid_update_value_1);
+    decode_message<2, 1>(in, msg.nhid_encap_key);
+    decode_u64    <3, 2>(in, msg.nhid);
 }
 
 } // namespace ZIDL_VARIANT

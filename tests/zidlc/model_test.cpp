@@ -1150,7 +1150,6 @@ TEST_F(zidlc_model, four_neighbouring_u32_fields_with_like_tags_make_a_run)
     EXPECT_EQ(in_words(m.reads), "a | b | c | d | run e f g h | run i j k l n o | p");
     EXPECT_EQ(m.fields[0].writer, "varied_u32");
     EXPECT_EQ(m.fields[0].reader, "varied_u32");
-    EXPECT_EQ(m.fields[0].patient_reader, "u32");
     EXPECT_EQ(m.fields[3].writer, "u64");
     EXPECT_EQ(m.fields[3].reader, "varied_u64");
 }

@@ -94,10 +94,10 @@ fields first_stretch(fields rest)
     return rest.first(static_cast<std::size_t>(end - rest.begin()));
 }
 
-// A message that owns nothing is bounded as a whole: the room for it is made around it.
+// A message that is bounded as a whole is written only where there is room for it.
 std::vector<stretch> stretches(const message &m)
 {
-    if (!m.owns_memory)
+    if (m.is_bounded)
         return {{0, blocks(m.fields, true)}};
     std::vector<stretch> result;
     for (fields rest = m.fields; !rest.empty();) {
@@ -137,7 +137,6 @@ void choose_helpers(field &f, bool is_varied)
 {
     f.writer = f.repeated ? f.type->array : is_varied ? f.type->varied_writer : f.type->writer;
     f.reader = f.repeated ? f.type->array : is_varied ? f.type->varied_reader : f.type->reader;
-    f.patient_reader = f.repeated ? f.type->array : f.type->reader;
 }
 
 } // namespace
@@ -167,10 +166,10 @@ void derive(message &m)
         m.fixed_bound += f.fixed_bound;
     }
     m.reads = blocks(m.fields, false);
-    m.writes = stretches(m);
     m.is_varied = is_varied(m);
     m.is_small = is_small(m);
     m.is_bounded = is_bounded(m);
+    m.writes = stretches(m);
     for (field &f : m.fields)
         choose_helpers(f, m.is_varied);
 }

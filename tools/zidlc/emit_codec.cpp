@@ -14,7 +14,7 @@ namespace
 void emit_presence(printer &out, const message &msg)
 {
     out.line("template <class Visit>");
-    out.line("ZIDL_INLINE void each_presence({} &msg, const Visit &visit)", record_type(msg));
+    out.line("ZIDL_INLINE constexpr void each_presence({} &msg, const Visit &visit)", record_type(msg));
     out.line("{{");
     for (const field &f : msg.fields) {
         if (f.is_embedded)
@@ -33,6 +33,7 @@ void emit_shape(printer &out, const message &msg)
     out.line("    static constexpr unsigned presence_words = {};", msg.presence_words);
     out.line("    static constexpr size_t fixed_bound = {};", msg.fixed_bound);
     out.line("    static constexpr bool owns_memory = {};", msg.owns_memory);
+    out.line("    static constexpr bool is_small = {};", msg.is_small);
     out.line("    static constexpr bool is_bounded = {};", msg.is_bounded);
     out.line("    static constexpr bool holds_bytes = {};", msg.holds_bytes);
     out.line("}};");

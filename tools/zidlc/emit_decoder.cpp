@@ -12,11 +12,11 @@ namespace
 // How many of the fields declared next a decoder tests for before it asks the switch.
 constexpr size_t lookahead = 3;
 
-std::string read_call(const field &f, std::string_view reader)
+std::string read_call(const field &f)
 {
     const std::string number = f.repeated ? fmt::format("<{}>", f.number) : "";
     const std::string filled = f.repeated || !f.is_scalar ? fmt::format(", seen & bit<{}>", f.bit) : "";
-    return fmt::format("in.{}{}({}{})", reader, number, members(f, "msg"), filled);
+    return fmt::format("in.{}{}({}{})", f.reader, number, members(f, "msg"), filled);
 }
 
 bool is_run(const block &each)
@@ -28,109 +28,97 @@ std::string prediction(const block &each)
 {
     const field &first = each.fields.front();
     if (is_run(each))
-        return fmt::format("ZIDL_THEN_RUN({}, {});", first.number, each.fields.size());
-    return fmt::format("ZIDL_THEN({}, {});", first.number, first.type->wire.name);
+        return fmt::format("ZIDL_THEN_RUN({}, {}, {});", first.name, first.number, each.fields.size());
+    return fmt::format("ZIDL_THEN({}, {}, {});", first.name, first.number, first.type->wire.name);
 }
 
 // What likely comes behind a block.
-std::string predictions(const message &msg, size_t index)
+std::vector<std::string> predictions(const message &msg, size_t index)
 {
-    std::string tests;
+    std::vector<std::string> tests;
     for (size_t next = index + 1; next < msg.reads.size() && next <= index + lookahead; ++next)
-        tests += prediction(msg.reads[next]) + " ";
+        tests.push_back(prediction(msg.reads[next]));
     return tests;
 }
 
-// One line for a run, and above it the cases, with the fields by name.
-void emit_read_run(printer &out, const message &msg, const block &run, const std::string &behind)
+void add_read_row(table &rows, const field &f)
 {
-    std::string cases;
-    for (const field &f : run.fields)
-        cases += fmt::format("ZIDL_CASE({}) ", f.number);
+    rows.add("ZIDL_FIELD({},\t {},\t {},\t {},\t {});", f.name, f.number, f.type->wire.name, f.bit, read_call(f));
+}
+
+// One line for a run, and above it the cases.
+void add_run_row(table &rows, const message &msg, const block &run)
+{
     const field &first = run.fields.front();
-    out.line("        {}// {} to {}", cases, first.name, run.fields.back().name);
-    out.line(
-        "        ZIDL_RUN({0}, (in.u32_run<{0}, {1}, {2}>(member_bytes(msg, offsetof({3}, {4})), seen))); {5}continue;",
-        first.number, run.fields.size(), first.bit, record_type(msg), first.name, behind);
+    std::vector<std::string> cases;
+    for (const field &f : run.fields)
+        cases.push_back(fmt::format("ZIDL_CASE({})", f.number));
+    rows.add_line(fmt::format("// {} to {}", first.name, run.fields.back().name));
+    for (std::string &line : filled("", cases, " ", "", 8))
+        rows.add_line(std::move(line));
+    rows.add_line(fmt::format("ZIDL_RUN({}, (in.u32_run<{}, {}, {}>(member_bytes(msg, offsetof({}, {})), seen)));",
+                              first.name, first.number, first.bit, run.fields.size(), record_type(msg), first.name));
 }
 
-void add_read_row(table &rows, const field &f, std::string_view reader, const std::string &behind)
-{
-    rows.add("ZIDL_FIELD({},\t {},\t {},\t {});\t {}\tcontinue;", f.number, f.type->wire.name, f.bit,
-             read_call(f, reader), behind);
-}
-
+// Each field, and below it the way to the next one.
 void emit_read_rows(printer &out, const message &msg)
 {
     table rows;
     for (size_t i = 0; i < msg.reads.size(); ++i) {
-        const field &first = msg.reads[i].fields.front();
-        if (is_run(msg.reads[i])) {
-            out.block(std::exchange(rows, {}), "        ");
-            emit_read_run(out, msg, msg.reads[i], predictions(msg, i));
-        } else {
-            add_read_row(rows, first, first.reader, predictions(msg, i));
-        }
+        if (is_run(msg.reads[i]))
+            add_run_row(rows, msg, msg.reads[i]);
+        else
+            add_read_row(rows, msg.reads[i].fields.front());
+        for (std::string &line : filled("    ", predictions(msg, i), " ", " continue;", 8))
+            rows.add_line(std::move(line));
     }
     out.block(rows, "        ");
 }
 
-// The same for what is seldom read this way: nothing is foreseen.
-void emit_patient_rows(printer &out, const message &msg)
+std::vector<std::string> field_numbers(const message &msg)
 {
-    table rows;
+    std::vector<std::string> numbers;
     for (const field &f : msg.fields)
-        add_read_row(rows, f, f.patient_reader, "");
-    out.block(rows, "        ");
-}
-
-std::string field_numbers(const message &msg)
-{
-    std::string numbers;
-    for (const field &f : msg.fields)
-        numbers += (numbers.empty() ? "" : ", ") + std::to_string(f.number);
+        numbers.push_back(std::to_string(f.number));
     return numbers;
 }
 
-void add_ordered_row(table &rows, const message &msg, const block &each)
-{
-    const field &first = each.fields.front();
-    if (is_run(each))
-        rows.add("in.u32_run<{}, {}, {}>(member_bytes(msg, offsetof({}, {})), seen);", first.number, each.fields.size(),
-                 first.bit, record_type(msg), first.name);
-    else
-        rows.add("if (in.{}<{}>({}))\t seen |= bit<{}>;", first.reader, first.number, members(first, "msg"), first.bit);
-}
-
-void emit_decode_in_order(printer &out, const message &msg)
+// One line for each field or run, for both readers of small messages.
+void emit_decode_fields(printer &out, const message &msg)
 {
     table rows;
-    for (const block &each : msg.reads)
-        add_ordered_row(rows, msg, each);
-    out.line("ZIDL_INLINE void decode_in_order(ordered_reader &in, {} &msg)", record_type(msg));
+    for (const block &each : msg.reads) {
+        const field &first = each.fields.front();
+        if (is_run(each))
+            rows.add_line(fmt::format("decode_u32_run<{}, {}, {}, offsetof({}, {})>(in, msg); // {} to {}",
+                                      first.number, first.bit, each.fields.size(), record_type(msg), first.name,
+                                      first.name, each.fields.back().name));
+        else
+            rows.add("decode_{}\t<{}, {}>\t(in, {});", first.reader, first.number, first.bit, members(first, "msg"));
+    }
+    out.line("template <class Reader>");
+    out.line("ZIDL_INLINE void decode_fields(Reader &in, {} &msg)", record_type(msg));
     out.line("{{");
-    out.line("    uint64_t seen = 0;");
     out.block(rows, "    ");
-    out.line("    msg.presence = static_cast<{}>(msg.presence | seen);", presence_type(msg));
     out.line("}}");
     out.line();
 }
 
-void emit_decoder_head(printer &out, const message &msg, const std::string &linkage_and_name)
-{
-    out.line("{}({} &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)", linkage_and_name,
-             record_type(msg));
-    out.line("{{");
-}
-
 // Field after field, whatever comes, until the message ends.
-void emit_field_loop(printer &out, const message &msg)
+void emit_decode_large(printer &out, const message &msg)
 {
+    out.list("inline int32_t decode(",
+             {record_type(msg) + " &msg", "const uint8_t *pos", "const uint8_t *end", "const decode_context &context"},
+             ")");
+    out.line("{{");
+    out.line("    reader in(pos, end, context);");
+    out.line("    uint64_t seen = 0;");
+    out.line("    {}", prediction(msg.reads.front()));
     out.line("    while (in.next_tag()) {{");
     out.line("        switch (in.tag()) {{");
-    msg.is_small ? emit_patient_rows(out, msg) : emit_read_rows(out, msg);
+    emit_read_rows(out, msg);
     out.line("        default:");
-    out.line("            if (in.unknown(is_one_of<{}>(in.tag() >> 3)))", field_numbers(msg));
+    out.list("            if (in.unknown(is_one_of<", field_numbers(msg), ">(in.tag() >> 3)))");
     out.line("                continue;");
     out.line("        }}");
     out.line("        break; // the value could not be read");
@@ -141,30 +129,11 @@ void emit_field_loop(printer &out, const message &msg)
     out.line();
 }
 
-void emit_decode_small(printer &out, const message &msg)
-{
-    emit_decoder_head(out, msg, "ZIDL_COLD inline int32_t decode_in_any_order");
-    out.line("    patient_reader in(pos, end, context);");
-    out.line("    uint64_t seen = msg.presence;");
-    emit_field_loop(out, msg);
-    emit_decode_in_order(out, msg);
-    emit_decoder_head(out, msg, "ZIDL_SMALL int32_t decode");
-    out.line("    return decode_small(msg, pos, end, context);");
-    out.line("}}");
-    out.line();
-}
-
 } // namespace
 
 void emit_decode(printer &out, const message &msg)
 {
-    if (msg.is_small)
-        return emit_decode_small(out, msg);
-    emit_decoder_head(out, msg, "inline int32_t decode");
-    out.line("    reader in(pos, end, context);");
-    out.line("    uint64_t seen = 0;");
-    out.line("    {}", prediction(msg.reads.front()));
-    emit_field_loop(out, msg);
+    msg.is_small ? emit_decode_fields(out, msg) : emit_decode_large(out, msg);
 }
 
 } // namespace zidlc

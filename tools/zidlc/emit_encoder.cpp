@@ -9,71 +9,64 @@ namespace zidlc
 namespace
 {
 
-void add_encode_row(table &rows, const field &f)
+// Where the lines of a stretch stand, and what they write to: the message's own sink, or room in it.
+struct place {
+    std::string_view sink;
+    std::string_view indent;
+};
+
+void add_encode_row(table &rows, const field &f, const place &at)
 {
-    rows.add("encode_{}\t<{}>\t(out, has<{}>(msg),\t {});", f.writer, f.number, f.bit, members(f, "msg"));
+    rows.add("encode_{}\t<{}>\t({}, has<{}>(msg),\t {});", f.writer, f.number, at.sink, f.bit, members(f, "msg"));
 }
 
-// Neighbouring embedded messages are mostly absent together: one test passes them all.
-std::string absent_test(const block &embedded)
+// One test for neighbouring embedded messages.
+void add_embedded_rows(table &rows, const block &embedded, const place &at)
 {
-    uint64_t bits = 0;
-    std::string words;
+    std::string head = fmt::format("encode_neighbours({}, msg, ", at.sink);
     for (const field &f : embedded.fields) {
-        bits |= uint64_t{1} << f.bit;
-        words += fmt::format("{}any_presence(msg.{})", words.empty() ? "" : " | ", f.name);
+        rows.add_line(fmt::format("{}embedded<{}, {}>(msg.{}){}", head, f.number, f.bit, f.name,
+                                  &f == &embedded.fields.back() ? ");" : ","));
+        head.assign(head.size(), ' ');
     }
-    return fmt::format("(msg.presence & {:#x}) != 0 || ({}) != 0", bits, words);
-}
-
-void emit_embedded(printer &out, const block &embedded, const std::string &indent)
-{
-    table rows;
-    for (const field &f : embedded.fields)
-        add_encode_row(rows, f);
-    out.line("{}if ({}) {{", indent, absent_test(embedded));
-    out.block(rows, indent + "    ");
-    out.line("{}}}", indent);
 }
 
 // One line for a run that is long enough to be worth a loop over its set presence bits; the fields by name beside it.
-void emit_run(printer &out, const message &msg, const block &run, const std::string &indent)
+void add_run_row(table &rows, const message &msg, const block &run, const place &at)
 {
     const field &first = run.fields.front();
-    out.line("{}encode_u32_run<{}, {}, {}, offsetof({}, {})>(out, msg); // {} to {}", indent, first.number, first.bit,
-             run.fields.size(), record_type(msg), first.name, first.name, run.fields.back().name);
+    rows.add_line(fmt::format("encode_u32_run<{}, {}, {}, offsetof({}, {})>({}, msg); // {} to {}", first.number,
+                              first.bit, run.fields.size(), record_type(msg), first.name, at.sink, first.name,
+                              run.fields.back().name));
 }
 
-void emit_blocks(printer &out, const message &msg, const std::vector<block> &blocks, const std::string &indent)
+void emit_blocks(printer &out, const message &msg, const std::vector<block> &blocks, const place &at)
 {
     table rows;
     for (const block &each : blocks) {
-        if (each.taken_as != block::form::single)
-            out.block(std::exchange(rows, {}), indent);
         switch (each.taken_as) {
         case block::form::single:
-            add_encode_row(rows, each.fields.front());
+            add_encode_row(rows, each.fields.front(), at);
             break;
         case block::form::run:
-            emit_run(out, msg, each, indent);
+            add_run_row(rows, msg, each, at);
             break;
         case block::form::embedded:
-            emit_embedded(out, each, indent);
+            add_embedded_rows(rows, each, at);
             break;
         }
     }
-    out.block(rows, indent);
+    out.block(rows, at.indent);
 }
 
-// Fields of bounded size that stand together are written below one test of the room that they need.
+// Fields of bounded size that stand together are written within room for all of them.
 void emit_stretch(printer &out, const message &msg, const stretch &part)
 {
     if (part.room == 0)
-        return emit_blocks(out, msg, part.blocks, "    ");
-    out.line("    {{");
-    out.line("        ZIDL_ROOM({}, out);", part.room);
-    emit_blocks(out, msg, part.blocks, "        ");
-    out.line("    }}");
+        return emit_blocks(out, msg, part.blocks, {"out", "    "});
+    out.line("    within<{}>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {{", part.room);
+    emit_blocks(out, msg, part.blocks, {"room", "        "});
+    out.line("    }});");
 }
 
 } // namespace
@@ -89,7 +82,7 @@ void emit_prefetches(printer &out, const message &msg, const std::string &object
 void emit_encode(printer &out, const message &msg)
 {
     out.line("template <class Sink>");
-    out.line("Sink encode(Sink out, const {} &msg)", record_type(msg));
+    out.line("constexpr Sink encode(Sink out, const {} &msg)", record_type(msg));
     out.line("{{");
     emit_prefetches(out, msg, "msg");
     for (const stretch &part : msg.writes)

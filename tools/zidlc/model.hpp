@@ -44,7 +44,6 @@ struct field {
                               // arrays aside
     std::string_view writer;  // the helper that encodes it
     std::string_view reader;  // the helper that decodes it
-    std::string_view patient_reader; // the same, for messages that come in no order
 };
 
 // Neighbouring fields that generated code takes together.
@@ -58,7 +57,7 @@ struct block {
     std::span<const field> fields;
 };
 
-// Blocks that an encoder writes below one test of its room.
+// Blocks that an encoder writes one after another, within room for all of them or in none.
 struct stretch {
     uint64_t room = 0; // bytes that it needs at most; 0: they have no bound, or there is room for the whole message
     std::vector<block> blocks;

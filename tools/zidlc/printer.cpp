@@ -51,6 +51,31 @@ std::vector<std::string> table::lines() const
     return lines;
 }
 
+std::vector<std::string> filled(std::string head, const std::vector<std::string> &items, std::string_view separator,
+                                std::string_view tail, std::size_t indent)
+{
+    const std::string margin(head.size(), ' ');
+    std::vector<std::string> lines;
+    std::string line = std::move(head);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const bool is_last = i + 1 == items.size();
+        const std::string item = items[i] + std::string(is_last ? tail : separator);
+        if (line.size() > margin.size() && indent + line.size() + item.size() > widest_line + (item.back() == ' ')) {
+            line.erase(line.find_last_not_of(' ') + 1);
+            lines.push_back(std::exchange(line, margin));
+        }
+        line += item;
+    }
+    lines.push_back(items.empty() ? line + std::string(tail.substr(tail.find_first_not_of(' '))) : line);
+    return lines;
+}
+
+void printer::list(std::string head, const std::vector<std::string> &items, std::string_view tail)
+{
+    for (const std::string &line : filled(std::move(head), items, ", ", tail))
+        add_line(line);
+}
+
 void printer::block(const table &rows, std::string_view indent)
 {
     for (const std::string &row : rows.lines())

@@ -44,6 +44,14 @@ private:
     std::vector<row> rows_;
 };
 
+// No line of code is longer, in characters.
+constexpr std::size_t widest_line = 140;
+
+// `items` between `head` and `tail` in as many lines as it takes, each but the first indented as wide as `head`. The lines will
+// stand behind `indent` more blanks.
+std::vector<std::string> filled(std::string head, const std::vector<std::string> &items, std::string_view separator,
+                                std::string_view tail, std::size_t indent = 0);
+
 class printer
 {
 public:
@@ -55,6 +63,9 @@ public:
 
     // A blank line.
     void line() { text_ += '\n'; }
+
+    // `items` with commas between `head` and `tail`.
+    void list(std::string head, const std::vector<std::string> &items, std::string_view tail);
 
     // Text that is already laid out: one or more whole lines, each ended by a newline.
     void raw(std::string_view lines) { text_ += lines; }

@@ -1,0 +1,141 @@
+// What fields and messages take on the wire at most, and the comparisons that rely on it.
+
+#pragma once
+
+#include "codec/encode/sizer.hpp"
+
+namespace zidl
+{
+inline namespace ZIDL_VARIANT
+{
+
+template <uint32_t Number, class Value>
+constexpr size_t max_scalar_size = varint_size(make_tag(Number, varint)) + varint_size(static_cast<Value>(-1));
+
+template <uint32_t Number, class Record>
+constexpr size_t max_message_size = varint_size(make_tag(Number, delimited)) +
+                                    varint_size(shape<Record>::fixed_bound) + shape<Record>::fixed_bound;
+
+// One element of an array, whose size is bounded, and what it takes at most.
+template <uint32_t Number, class Sink, class Element>
+ZIDL_INLINE void put_element(Sink &out, const Element &element)
+{
+    if constexpr (std::is_integral<Element>::value)
+        out.template put_varint<make_tag(Number, varint)>(element);
+    else
+        out.template put_message<make_tag(Number, delimited)>(element, true);
+}
+
+template <uint32_t Number, class Element>
+constexpr size_t max_element_size()
+{
+    if constexpr (std::is_integral<Element>::value)
+        return max_scalar_size<Number, Element>;
+    else
+        return max_message_size<Number, Element>;
+}
+
+// Sizes of the bytes members that are present: what they take on the wire at most, and the bits that any of them has.
+struct content_sizes {
+    uint64_t bound;
+    uint64_t bits;
+
+    template <uint32_t Number>
+    ZIDL_INLINE void add(bool present, uint64_t size)
+    {
+        const uint64_t contents = present ? size : 0;
+        bound += varint_size(make_tag(Number, delimited)) + max_varint32_size + contents;
+        bits |= contents;
+    }
+};
+
+// Whether what a message of bounded size takes on the wire at most, and `Head` bytes before it, fit into `room` bytes, and
+// its sizes are to be trusted.
+template <size_t Head, class Record>
+ZIDL_INLINE bool bound_fits(const Record &msg, size_t room)
+{
+    content_sizes sizes{Head + shape<Record>::fixed_bound, 0};
+    if constexpr (shape<Record>::owns_memory)
+        add_sizes(sizes, msg);
+    return ZIDL_LIKELY(sizes.bound <= room) && ZIDL_LIKELY(sizes_are_trusted(sizes.bits));
+}
+
+// Adds up, when the code is compiled, what the fields of bounded size take at most: by the very lines that write them.
+struct bound_counter {
+    size_t len = 0;
+    bool rooms_are_right = true;
+
+    template <uint32_t Tag, class Value>
+    constexpr void put_varint(Value)
+    {
+        len += varint_size(Tag) + varint_size(static_cast<Value>(-1));
+    }
+
+    template <unsigned TagLen, size_t>
+    constexpr void put_numbered(uint32_t, uint32_t)
+    {
+        len += TagLen + max_varint32_size;
+    }
+
+    template <uint32_t Tag>
+    constexpr void put_byte(uint8_t)
+    {
+        len += varint_size(Tag) + 1;
+    }
+
+    template <uint32_t Tag>
+    constexpr void put_fixed32(uint32_t)
+    {
+        len += varint_size(Tag) + 4;
+    }
+
+    // The length of a message that owns memory may take any size.
+    template <uint32_t Tag, class Record>
+    constexpr void put_message(const Record &, bool)
+    {
+        constexpr size_t contents = shape<Record>::fixed_bound;
+        len += varint_size(Tag) + (shape<Record>::owns_memory ? max_varint32_size : varint_size(contents)) + contents;
+    }
+
+    // What has no bound is for the writers to compare.
+    template <uint32_t>
+    constexpr void put_bytes(const void *, uint64_t)
+    {
+    }
+
+    template <uint32_t>
+    constexpr void put_string(const char *)
+    {
+    }
+
+    template <uint32_t, class Element>
+    constexpr void put_elements(const Element *, uint32_t)
+    {
+    }
+
+    template <size_t Bytes, class Write>
+    constexpr void within(const Write &write)
+    {
+        const size_t before = len;
+        write(*this);
+        rooms_are_right = rooms_are_right && len - before == Bytes;
+    }
+};
+
+template <>
+struct sink_traits<bound_counter> : usual_sink {
+    static constexpr bool needs_room = true;
+    static constexpr bool takes_whole_runs = false;
+    static constexpr bool counts_absent = true;
+};
+
+// What zidlc says of a message is what the codec stores: the bound of the whole, and the room for each part of it.
+template <class Record>
+constexpr bool bounds_are_right()
+{
+    const bound_counter counted = encode(bound_counter(), Record());
+    return counted.rooms_are_right && counted.len == shape<Record>::fixed_bound;
+}
+
+} // namespace ZIDL_VARIANT
+} // namespace zidl

@@ -1,0 +1,64 @@
+// What must not compile: a field of bounded size that goes to a fast writer without room, and room that is not what the
+// fields in it take. tests/codec/CMakeLists.txt compiles each case by itself and looks for the compiler's reason; the case
+// without a mistake shows that it is the mistake that stops the others.
+
+#include "codec/operations.hpp"
+#include "messages/rib_common.hpp"
+
+namespace zidl
+{
+
+struct sample {
+    uint32_t value;
+    uint8_t block;
+    zidl_rib_ipv6_address address;
+    uint8_t presence;
+};
+
+inline namespace ZIDL_VARIANT
+{
+
+template <>
+struct shape<sample> {
+    static constexpr size_t fixed_bound = 6 + 24;
+    static constexpr bool owns_memory = true;
+    static constexpr bool is_bounded = false;
+};
+
+template <class Sink>
+constexpr Sink encode(Sink out, const sample &msg)
+{
+#if defined(NO_ROOM_FOR_A_NUMBER)
+    encode_u32<1>(out, has<0>(msg), msg.value);
+#elif defined(NO_ROOM_FOR_A_NUMBER_OF_ANY_LENGTH)
+    encode_varied_u32<1>(out, has<0>(msg), msg.value);
+#elif defined(NO_ROOM_FOR_A_BYTE)
+    encode_bool<1>(out, has<0>(msg), msg.block);
+#elif defined(NO_ROOM_FOR_FOUR_BYTES)
+    encode_fixed32<1>(out, has<0>(msg), msg.value);
+#elif defined(NO_ROOM_FOR_A_MESSAGE)
+    encode_message<2>(out, has<1>(msg), msg.address);
+#elif defined(TOO_LITTLE_ROOM)
+    within<29>(out, [&](auto &room) {
+        encode_u32<1>(room, has<0>(msg), msg.value);
+        encode_message<2>(room, has<1>(msg), msg.address);
+    });
+#elif defined(ANOTHER_BOUND)
+    within<6>(out, [&](auto &room) { encode_u32<1>(room, has<0>(msg), msg.value); });
+#else
+    within<30>(out, [&](auto &room) {
+        encode_u32<1>(room, has<0>(msg), msg.value);
+        encode_message<2>(room, has<1>(msg), msg.address);
+    });
+#endif
+    return out;
+}
+
+fast_writer write(const sample &msg, fast_writer out)
+{
+    static_assert(bounds_are_right<sample>(), "the bounds differ");
+    return encode(out, msg);
+}
+
+} // namespace ZIDL_VARIANT
+} // namespace zidl
