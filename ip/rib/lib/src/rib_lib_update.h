@@ -29,8 +29,8 @@ enum {
     RIB_SOCKET_FAMILY_IPV6 = 10
 };
 
-/* A converted address: IPv4 (RIB_FAMILY_IPV4) as its 32-bit value in host order in the first four bytes, IPv6 (RIB_FAMILY_IPV6) as
- * its sixteen bytes. */
+/* A converted address: of RIB_FAMILY_IPV4 its 32-bit value in host order in the first four bytes, of RIB_FAMILY_IPV6 its
+ * sixteen bytes. */
 typedef uint8_t rib_address_bytes[16];
 
 /* Fills label members that the message leaves absent. */
