@@ -113,9 +113,9 @@ constexpr message_descriptor descriptor_of_rib_ipv6_address = {
 };
 
 constexpr field_descriptor fields_of_rib_address[] = {
-    {"family", 1, kind::u32,     false, 0, offsetof(zidl_rib_address, family), 0, nullptr},
-    {"ipv4",   2, kind::u32,     false, 1, offsetof(zidl_rib_address, ipv4),   0, nullptr},
-    {"ipv6",   3, kind::message, false, 2, offsetof(zidl_rib_address, ipv6),   0, &descriptor_of_rib_ipv6_address},
+    {"family", 1, kind::u32, false, 0, offsetof(zidl_rib_address, family), 0, nullptr},
+    {"ipv4", 2, kind::u32, false, 1, offsetof(zidl_rib_address, ipv4), 0, nullptr},
+    {"ipv6", 3, kind::message, false, 2, offsetof(zidl_rib_address, ipv6), 0, &descriptor_of_rib_ipv6_address},
 };
 constexpr message_descriptor descriptor_of_rib_address = {
     "rib_address", "rib_common", fields_of_rib_address, 3,
@@ -127,8 +127,8 @@ constexpr message_descriptor descriptor_of_rib_address = {
 };
 
 constexpr field_descriptor fields_of_rib_prefix[] = {
-    {"address",    1, kind::message, false, 0, offsetof(zidl_rib_prefix, address),    0, &descriptor_of_rib_address},
-    {"prefix_len", 2, kind::u32,     false, 1, offsetof(zidl_rib_prefix, prefix_len), 0, nullptr},
+    {"address", 1, kind::message, false, 0, offsetof(zidl_rib_prefix, address), 0, &descriptor_of_rib_address},
+    {"prefix_len", 2, kind::u32, false, 1, offsetof(zidl_rib_prefix, prefix_len), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_prefix = {
     "rib_prefix", "rib_common", fields_of_rib_prefix, 2,
@@ -140,10 +140,10 @@ constexpr message_descriptor descriptor_of_rib_prefix = {
 };
 
 constexpr field_descriptor fields_of_rib_msg_prefix[] = {
-    {"family",     1, kind::u32,   false, 0, offsetof(zidl_rib_msg_prefix, family),     0,                                        nullptr},
-    {"prefix_len", 2, kind::u32,   false, 1, offsetof(zidl_rib_msg_prefix, prefix_len), 0,                                        nullptr},
-    {"ipv4",       3, kind::u32,   false, 2, offsetof(zidl_rib_msg_prefix, ipv4),       0,                                        nullptr},
-    {"ipv6",       4, kind::bytes, false, 3, offsetof(zidl_rib_msg_prefix, ipv6),       offsetof(zidl_rib_msg_prefix, ipv6_size), nullptr},
+    {"family", 1, kind::u32, false, 0, offsetof(zidl_rib_msg_prefix, family), 0, nullptr},
+    {"prefix_len", 2, kind::u32, false, 1, offsetof(zidl_rib_msg_prefix, prefix_len), 0, nullptr},
+    {"ipv4", 3, kind::u32, false, 2, offsetof(zidl_rib_msg_prefix, ipv4), 0, nullptr},
+    {"ipv6", 4, kind::bytes, false, 3, offsetof(zidl_rib_msg_prefix, ipv6), offsetof(zidl_rib_msg_prefix, ipv6_size), nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_msg_prefix = {
     "rib_msg_prefix", "rib_common", fields_of_rib_msg_prefix, 4,
@@ -155,8 +155,8 @@ constexpr message_descriptor descriptor_of_rib_msg_prefix = {
 };
 
 constexpr field_descriptor fields_of_srv6_prefix[] = {
-    {"prefix",     1, kind::bytes, false, 0, offsetof(zidl_srv6_prefix, prefix),     offsetof(zidl_srv6_prefix, prefix_size), nullptr},
-    {"prefix_len", 2, kind::u32,   false, 1, offsetof(zidl_srv6_prefix, prefix_len), 0,                                       nullptr},
+    {"prefix", 1, kind::bytes, false, 0, offsetof(zidl_srv6_prefix, prefix), offsetof(zidl_srv6_prefix, prefix_size), nullptr},
+    {"prefix_len", 2, kind::u32, false, 1, offsetof(zidl_srv6_prefix, prefix_len), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_srv6_prefix = {
     "srv6_prefix", "rib_common", fields_of_srv6_prefix, 2,
@@ -168,8 +168,9 @@ constexpr message_descriptor descriptor_of_srv6_prefix = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_prefix[] = {
-    {"prefix",     1, kind::bytes, false, 0, offsetof(zidl_ip_rib_srv6_prefix, prefix),     offsetof(zidl_ip_rib_srv6_prefix, prefix_size), nullptr},
-    {"prefix_len", 2, kind::u32,   false, 1, offsetof(zidl_ip_rib_srv6_prefix, prefix_len), 0,                                              nullptr},
+    {"prefix", 1, kind::bytes, false, 0, offsetof(zidl_ip_rib_srv6_prefix, prefix), offsetof(zidl_ip_rib_srv6_prefix, prefix_size),
+     nullptr},
+    {"prefix_len", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_prefix, prefix_len), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_prefix = {
     "ip_rib_srv6_prefix", "rib_common", fields_of_ip_rib_srv6_prefix, 2,
@@ -255,7 +256,7 @@ constexpr message_descriptor descriptor_of_rib_path_l2_info = {
 
 constexpr field_descriptor fields_of_rib_path_via_aft_id[] = {
     {"via_aft_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_path_via_aft_id, via_aft_value_1), 0, nullptr},
-    {"via_aft_id",      5, kind::u64, false, 1, offsetof(zidl_rib_path_via_aft_id, via_aft_id),      0, nullptr},
+    {"via_aft_id", 5, kind::u64, false, 1, offsetof(zidl_rib_path_via_aft_id, via_aft_id), 0, nullptr},
     {"via_aft_value_6", 6, kind::u32, false, 2, offsetof(zidl_rib_path_via_aft_id, via_aft_value_6), 0, nullptr},
     {"via_aft_value_7", 7, kind::u32, false, 3, offsetof(zidl_rib_path_via_aft_id, via_aft_value_7), 0, nullptr},
 };
@@ -269,13 +270,13 @@ constexpr message_descriptor descriptor_of_rib_path_via_aft_id = {
 };
 
 constexpr field_descriptor fields_of_rib_path_ip_tunnel_info[] = {
-    {"tunnel_value_1",  1,  kind::u32,     false, 0, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_1),  0, nullptr},
-    {"tunnel_flag",     5,  kind::boolean, false, 1, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_flag),     0, nullptr},
-    {"tunnel_value_6",  6,  kind::u32,     false, 2, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6),  0, nullptr},
-    {"tunnel_value_7",  7,  kind::u32,     false, 3, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_7),  0, nullptr},
-    {"tunnel_value_8",  8,  kind::u32,     false, 4, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_8),  0, nullptr},
-    {"tunnel_value_9",  9,  kind::u32,     false, 5, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_9),  0, nullptr},
-    {"tunnel_value_10", 10, kind::u64,     false, 6, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_10), 0, nullptr},
+    {"tunnel_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_1), 0, nullptr},
+    {"tunnel_flag", 5, kind::boolean, false, 1, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_flag), 0, nullptr},
+    {"tunnel_value_6", 6, kind::u32, false, 2, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6), 0, nullptr},
+    {"tunnel_value_7", 7, kind::u32, false, 3, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_7), 0, nullptr},
+    {"tunnel_value_8", 8, kind::u32, false, 4, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_8), 0, nullptr},
+    {"tunnel_value_9", 9, kind::u32, false, 5, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_9), 0, nullptr},
+    {"tunnel_value_10", 10, kind::u64, false, 6, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_10), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_path_ip_tunnel_info = {
     "rib_path_ip_tunnel_info", "rib_common", fields_of_rib_path_ip_tunnel_info, 7,
@@ -287,10 +288,10 @@ constexpr message_descriptor descriptor_of_rib_path_ip_tunnel_info = {
 };
 
 constexpr field_descriptor fields_of_rib_path_iid_attr[] = {
-    {"iid_attr_value_1", 1, kind::u32,     false, 0, offsetof(zidl_rib_path_iid_attr, iid_attr_value_1), 0, nullptr},
-    {"iid_attr_value_2", 2, kind::u32,     false, 1, offsetof(zidl_rib_path_iid_attr, iid_attr_value_2), 0, nullptr},
-    {"iid_attr_prefix",  3, kind::message, false, 2, offsetof(zidl_rib_path_iid_attr, iid_attr_prefix),  0, &descriptor_of_rib_prefix},
-    {"iid_attr_value_4", 4, kind::u32,     false, 3, offsetof(zidl_rib_path_iid_attr, iid_attr_value_4), 0, nullptr},
+    {"iid_attr_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_path_iid_attr, iid_attr_value_1), 0, nullptr},
+    {"iid_attr_value_2", 2, kind::u32, false, 1, offsetof(zidl_rib_path_iid_attr, iid_attr_value_2), 0, nullptr},
+    {"iid_attr_prefix", 3, kind::message, false, 2, offsetof(zidl_rib_path_iid_attr, iid_attr_prefix), 0, &descriptor_of_rib_prefix},
+    {"iid_attr_value_4", 4, kind::u32, false, 3, offsetof(zidl_rib_path_iid_attr, iid_attr_value_4), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_path_iid_attr = {
     "rib_path_iid_attr", "rib_common", fields_of_rib_path_iid_attr, 4,
@@ -302,9 +303,9 @@ constexpr message_descriptor descriptor_of_rib_path_iid_attr = {
 };
 
 constexpr field_descriptor fields_of_rib_path_via_srv6_sid[] = {
-    {"via_sid_value_1", 1, kind::u32,     false, 0, offsetof(zidl_rib_path_via_srv6_sid, via_sid_value_1), 0, nullptr},
-    {"via_sid",         2, kind::message, false, 1, offsetof(zidl_rib_path_via_srv6_sid, via_sid),         0, &descriptor_of_rib_ipv6_address},
-    {"via_sid_value_3", 3, kind::u32,     false, 2, offsetof(zidl_rib_path_via_srv6_sid, via_sid_value_3), 0, nullptr},
+    {"via_sid_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_path_via_srv6_sid, via_sid_value_1), 0, nullptr},
+    {"via_sid", 2, kind::message, false, 1, offsetof(zidl_rib_path_via_srv6_sid, via_sid), 0, &descriptor_of_rib_ipv6_address},
+    {"via_sid_value_3", 3, kind::u32, false, 2, offsetof(zidl_rib_path_via_srv6_sid, via_sid_value_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_path_via_srv6_sid = {
     "rib_path_via_srv6_sid", "rib_common", fields_of_rib_path_via_srv6_sid, 3,
@@ -316,9 +317,9 @@ constexpr message_descriptor descriptor_of_rib_path_via_srv6_sid = {
 };
 
 constexpr field_descriptor fields_of_rib_path_srv6_sid_info[] = {
-    {"sid_info_value_1", 1, kind::u32,     false, 0, offsetof(zidl_rib_path_srv6_sid_info, sid_info_value_1), 0, nullptr},
-    {"sid_info_prefix",  2, kind::message, false, 1, offsetof(zidl_rib_path_srv6_sid_info, sid_info_prefix),  0, &descriptor_of_rib_prefix},
-    {"sid_info_value_3", 3, kind::u32,     false, 2, offsetof(zidl_rib_path_srv6_sid_info, sid_info_value_3), 0, nullptr},
+    {"sid_info_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_path_srv6_sid_info, sid_info_value_1), 0, nullptr},
+    {"sid_info_prefix", 2, kind::message, false, 1, offsetof(zidl_rib_path_srv6_sid_info, sid_info_prefix), 0, &descriptor_of_rib_prefix},
+    {"sid_info_value_3", 3, kind::u32, false, 2, offsetof(zidl_rib_path_srv6_sid_info, sid_info_value_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_path_srv6_sid_info = {
     "rib_path_srv6_sid_info", "rib_common", fields_of_rib_path_srv6_sid_info, 3,
@@ -330,9 +331,10 @@ constexpr message_descriptor descriptor_of_rib_path_srv6_sid_info = {
 };
 
 constexpr field_descriptor fields_of_rib_ecomm_array[] = {
-    {"ecomm_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_ecomm_array, ecomm_value_1), 0,                                           nullptr},
-    {"ecomm_values",  2, kind::u64, true,  1, offsetof(zidl_rib_ecomm_array, ecomm_values),  offsetof(zidl_rib_ecomm_array, ecomm_count), nullptr},
-    {"ecomm_value_3", 3, kind::u32, false, 2, offsetof(zidl_rib_ecomm_array, ecomm_value_3), 0,                                           nullptr},
+    {"ecomm_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_ecomm_array, ecomm_value_1), 0, nullptr},
+    {"ecomm_values", 2, kind::u64, true, 1, offsetof(zidl_rib_ecomm_array, ecomm_values), offsetof(zidl_rib_ecomm_array, ecomm_count),
+     nullptr},
+    {"ecomm_value_3", 3, kind::u32, false, 2, offsetof(zidl_rib_ecomm_array, ecomm_value_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_ecomm_array = {
     "rib_ecomm_array", "rib_common", fields_of_rib_ecomm_array, 3,
@@ -344,38 +346,41 @@ constexpr message_descriptor descriptor_of_rib_ecomm_array = {
 };
 
 constexpr field_descriptor fields_of_rib_path[] = {
-    {"path_value_1",      1,  kind::u32,     false, 0,  offsetof(zidl_rib_path, path_value_1),      0,                                             nullptr},
-    {"path_value_2",      2,  kind::u32,     false, 1,  offsetof(zidl_rib_path, path_value_2),      0,                                             nullptr},
-    {"path_value_3",      3,  kind::u32,     false, 2,  offsetof(zidl_rib_path, path_value_3),      0,                                             nullptr},
-    {"path_address_4",    4,  kind::message, false, 3,  offsetof(zidl_rib_path, path_address_4),    0,                                             &descriptor_of_rib_address},
-    {"path_address_5",    5,  kind::message, false, 4,  offsetof(zidl_rib_path, path_address_5),    0,                                             &descriptor_of_rib_address},
-    {"path_prefix",       6,  kind::message, false, 5,  offsetof(zidl_rib_path, path_prefix),       0,                                             &descriptor_of_rib_prefix},
-    {"path_value_8",      8,  kind::u32,     false, 6,  offsetof(zidl_rib_path, path_value_8),      0,                                             nullptr},
-    {"path_values_9",     9,  kind::u32,     true,  7,  offsetof(zidl_rib_path, path_values_9),     offsetof(zidl_rib_path, path_values_9_count),  nullptr},
-    {"path_value_10",     10, kind::u32,     false, 8,  offsetof(zidl_rib_path, path_value_10),     0,                                             nullptr},
-    {"path_value_11",     11, kind::u32,     false, 9,  offsetof(zidl_rib_path, path_value_11),     0,                                             nullptr},
-    {"path_value_12",     12, kind::u32,     false, 10, offsetof(zidl_rib_path, path_value_12),     0,                                             nullptr},
-    {"path_value_13",     13, kind::u32,     false, 11, offsetof(zidl_rib_path, path_value_13),     0,                                             nullptr},
-    {"path_value_14",     14, kind::u32,     false, 12, offsetof(zidl_rib_path, path_value_14),     0,                                             nullptr},
-    {"path_value_16",     16, kind::u32,     false, 13, offsetof(zidl_rib_path, path_value_16),     0,                                             nullptr},
-    {"path_addresses",    17, kind::message, true,  14, offsetof(zidl_rib_path, path_addresses),    offsetof(zidl_rib_path, path_addresses_count), &descriptor_of_rib_address},
-    {"path_ipv6_address", 18, kind::message, false, 15, offsetof(zidl_rib_path, path_ipv6_address), 0,                                             &descriptor_of_rib_ipv6_address},
-    {"path_value_19",     19, kind::u32,     false, 16, offsetof(zidl_rib_path, path_value_19),     0,                                             nullptr},
-    {"nnh_entries",       21, kind::message, true,  17, offsetof(zidl_rib_path, nnh_entries),       offsetof(zidl_rib_path, nnh_entries_count),    &descriptor_of_rib_nnh},
-    {"path_value_22",     22, kind::u32,     false, 18, offsetof(zidl_rib_path, path_value_22),     0,                                             nullptr},
-    {"path_value_25",     25, kind::u32,     false, 19, offsetof(zidl_rib_path, path_value_25),     0,                                             nullptr},
-    {"ecomm",             26, kind::message, false, 20, offsetof(zidl_rib_path, ecomm),             0,                                             &descriptor_of_rib_ecomm_array},
-    {"path_value_27",     27, kind::u32,     false, 21, offsetof(zidl_rib_path, path_value_27),     0,                                             nullptr},
-    {"path_value_28",     28, kind::u32,     false, 22, offsetof(zidl_rib_path, path_value_28),     0,                                             nullptr},
-    {"iid_attr",          29, kind::message, false, 23, offsetof(zidl_rib_path, iid_attr),          0,                                             &descriptor_of_rib_path_iid_attr},
-    {"l2_info",           30, kind::message, false, 24, offsetof(zidl_rib_path, l2_info),           0,                                             &descriptor_of_rib_path_l2_info},
-    {"path_value_31",     31, kind::u32,     false, 25, offsetof(zidl_rib_path, path_value_31),     0,                                             nullptr},
-    {"via_srv6_sid",      32, kind::message, false, 26, offsetof(zidl_rib_path, via_srv6_sid),      0,                                             &descriptor_of_rib_path_via_srv6_sid},
-    {"srv6_sid_infos",    33, kind::message, true,  27, offsetof(zidl_rib_path, srv6_sid_infos),    offsetof(zidl_rib_path, srv6_sid_infos_count), &descriptor_of_rib_path_srv6_sid_info},
-    {"grouping_info",     40, kind::message, false, 28, offsetof(zidl_rib_path, grouping_info),     0,                                             &descriptor_of_rib_path_grouping_info},
-    {"ip_tunnel_info",    34, kind::message, false, 29, offsetof(zidl_rib_path, ip_tunnel_info),    0,                                             &descriptor_of_rib_path_ip_tunnel_info},
-    {"via_aft_id",        35, kind::message, false, 30, offsetof(zidl_rib_path, via_aft_id),        0,                                             &descriptor_of_rib_path_via_aft_id},
-    {"sl_id_info",        36, kind::message, false, 31, offsetof(zidl_rib_path, sl_id_info),        0,                                             &descriptor_of_rib_path_sl_id_info},
+    {"path_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_path, path_value_1), 0, nullptr},
+    {"path_value_2", 2, kind::u32, false, 1, offsetof(zidl_rib_path, path_value_2), 0, nullptr},
+    {"path_value_3", 3, kind::u32, false, 2, offsetof(zidl_rib_path, path_value_3), 0, nullptr},
+    {"path_address_4", 4, kind::message, false, 3, offsetof(zidl_rib_path, path_address_4), 0, &descriptor_of_rib_address},
+    {"path_address_5", 5, kind::message, false, 4, offsetof(zidl_rib_path, path_address_5), 0, &descriptor_of_rib_address},
+    {"path_prefix", 6, kind::message, false, 5, offsetof(zidl_rib_path, path_prefix), 0, &descriptor_of_rib_prefix},
+    {"path_value_8", 8, kind::u32, false, 6, offsetof(zidl_rib_path, path_value_8), 0, nullptr},
+    {"path_values_9", 9, kind::u32, true, 7, offsetof(zidl_rib_path, path_values_9), offsetof(zidl_rib_path, path_values_9_count), nullptr},
+    {"path_value_10", 10, kind::u32, false, 8, offsetof(zidl_rib_path, path_value_10), 0, nullptr},
+    {"path_value_11", 11, kind::u32, false, 9, offsetof(zidl_rib_path, path_value_11), 0, nullptr},
+    {"path_value_12", 12, kind::u32, false, 10, offsetof(zidl_rib_path, path_value_12), 0, nullptr},
+    {"path_value_13", 13, kind::u32, false, 11, offsetof(zidl_rib_path, path_value_13), 0, nullptr},
+    {"path_value_14", 14, kind::u32, false, 12, offsetof(zidl_rib_path, path_value_14), 0, nullptr},
+    {"path_value_16", 16, kind::u32, false, 13, offsetof(zidl_rib_path, path_value_16), 0, nullptr},
+    {"path_addresses", 17, kind::message, true, 14, offsetof(zidl_rib_path, path_addresses), offsetof(zidl_rib_path, path_addresses_count),
+     &descriptor_of_rib_address},
+    {"path_ipv6_address", 18, kind::message, false, 15, offsetof(zidl_rib_path, path_ipv6_address), 0, &descriptor_of_rib_ipv6_address},
+    {"path_value_19", 19, kind::u32, false, 16, offsetof(zidl_rib_path, path_value_19), 0, nullptr},
+    {"nnh_entries", 21, kind::message, true, 17, offsetof(zidl_rib_path, nnh_entries), offsetof(zidl_rib_path, nnh_entries_count),
+     &descriptor_of_rib_nnh},
+    {"path_value_22", 22, kind::u32, false, 18, offsetof(zidl_rib_path, path_value_22), 0, nullptr},
+    {"path_value_25", 25, kind::u32, false, 19, offsetof(zidl_rib_path, path_value_25), 0, nullptr},
+    {"ecomm", 26, kind::message, false, 20, offsetof(zidl_rib_path, ecomm), 0, &descriptor_of_rib_ecomm_array},
+    {"path_value_27", 27, kind::u32, false, 21, offsetof(zidl_rib_path, path_value_27), 0, nullptr},
+    {"path_value_28", 28, kind::u32, false, 22, offsetof(zidl_rib_path, path_value_28), 0, nullptr},
+    {"iid_attr", 29, kind::message, false, 23, offsetof(zidl_rib_path, iid_attr), 0, &descriptor_of_rib_path_iid_attr},
+    {"l2_info", 30, kind::message, false, 24, offsetof(zidl_rib_path, l2_info), 0, &descriptor_of_rib_path_l2_info},
+    {"path_value_31", 31, kind::u32, false, 25, offsetof(zidl_rib_path, path_value_31), 0, nullptr},
+    {"via_srv6_sid", 32, kind::message, false, 26, offsetof(zidl_rib_path, via_srv6_sid), 0, &descriptor_of_rib_path_via_srv6_sid},
+    {"srv6_sid_infos", 33, kind::message, true, 27, offsetof(zidl_rib_path, srv6_sid_infos), offsetof(zidl_rib_path, srv6_sid_infos_count),
+     &descriptor_of_rib_path_srv6_sid_info},
+    {"grouping_info", 40, kind::message, false, 28, offsetof(zidl_rib_path, grouping_info), 0, &descriptor_of_rib_path_grouping_info},
+    {"ip_tunnel_info", 34, kind::message, false, 29, offsetof(zidl_rib_path, ip_tunnel_info), 0, &descriptor_of_rib_path_ip_tunnel_info},
+    {"via_aft_id", 35, kind::message, false, 30, offsetof(zidl_rib_path, via_aft_id), 0, &descriptor_of_rib_path_via_aft_id},
+    {"sl_id_info", 36, kind::message, false, 31, offsetof(zidl_rib_path, sl_id_info), 0, &descriptor_of_rib_path_sl_id_info},
 };
 constexpr message_descriptor descriptor_of_rib_path = {
     "rib_path", "rib_common", fields_of_rib_path, 32,
@@ -400,10 +405,10 @@ constexpr message_descriptor descriptor_of_rib_route_l2_info = {
 };
 
 constexpr field_descriptor fields_of_rib_route_aft_id[] = {
-    {"route_aft_value_1",  1, kind::u32, false, 0, offsetof(zidl_rib_route_aft_id, route_aft_value_1),  0, nullptr},
+    {"route_aft_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_route_aft_id, route_aft_value_1), 0, nullptr},
     {"route_aft_id_value", 5, kind::u64, false, 1, offsetof(zidl_rib_route_aft_id, route_aft_id_value), 0, nullptr},
-    {"route_aft_value_6",  6, kind::u32, false, 2, offsetof(zidl_rib_route_aft_id, route_aft_value_6),  0, nullptr},
-    {"route_aft_value_7",  7, kind::u64, false, 3, offsetof(zidl_rib_route_aft_id, route_aft_value_7),  0, nullptr},
+    {"route_aft_value_6", 6, kind::u32, false, 2, offsetof(zidl_rib_route_aft_id, route_aft_value_6), 0, nullptr},
+    {"route_aft_value_7", 7, kind::u64, false, 3, offsetof(zidl_rib_route_aft_id, route_aft_value_7), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_route_aft_id = {
     "rib_route_aft_id", "rib_common", fields_of_rib_route_aft_id, 4,
@@ -415,8 +420,9 @@ constexpr message_descriptor descriptor_of_rib_route_aft_id = {
 };
 
 constexpr field_descriptor fields_of_rib_generic_attr_info[] = {
-    {"attr_type", 1, kind::u32,   false, 0, offsetof(zidl_rib_generic_attr_info, attr_type), 0,                                                    nullptr},
-    {"attr_data", 2, kind::bytes, false, 1, offsetof(zidl_rib_generic_attr_info, attr_data), offsetof(zidl_rib_generic_attr_info, attr_data_size), nullptr},
+    {"attr_type", 1, kind::u32, false, 0, offsetof(zidl_rib_generic_attr_info, attr_type), 0, nullptr},
+    {"attr_data", 2, kind::bytes, false, 1, offsetof(zidl_rib_generic_attr_info, attr_data),
+     offsetof(zidl_rib_generic_attr_info, attr_data_size), nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_generic_attr_info = {
     "rib_generic_attr_info", "rib_common", fields_of_rib_generic_attr_info, 2,
@@ -428,8 +434,9 @@ constexpr message_descriptor descriptor_of_rib_generic_attr_info = {
 };
 
 constexpr field_descriptor fields_of_rib_generic_attr_array[] = {
-    {"array_type", 1, kind::u32,     false, 0, offsetof(zidl_rib_generic_attr_array, array_type), 0,                                                  nullptr},
-    {"attrs",      2, kind::message, true,  1, offsetof(zidl_rib_generic_attr_array, attrs),      offsetof(zidl_rib_generic_attr_array, attrs_count), &descriptor_of_rib_generic_attr_info},
+    {"array_type", 1, kind::u32, false, 0, offsetof(zidl_rib_generic_attr_array, array_type), 0, nullptr},
+    {"attrs", 2, kind::message, true, 1, offsetof(zidl_rib_generic_attr_array, attrs), offsetof(zidl_rib_generic_attr_array, attrs_count),
+     &descriptor_of_rib_generic_attr_info},
 };
 constexpr message_descriptor descriptor_of_rib_generic_attr_array = {
     "rib_generic_attr_array", "rib_common", fields_of_rib_generic_attr_array, 2,
@@ -441,11 +448,13 @@ constexpr message_descriptor descriptor_of_rib_generic_attr_array = {
 };
 
 constexpr field_descriptor fields_of_rib_client_advertisement[] = {
-    {"advertised_values", 1, kind::u32, true, 0, offsetof(zidl_rib_client_advertisement, advertised_values), offsetof(zidl_rib_client_advertisement, advertised_values_count), nullptr},
+    {"advertised_values", 1, kind::u32, true, 0, offsetof(zidl_rib_client_advertisement, advertised_values),
+     offsetof(zidl_rib_client_advertisement, advertised_values_count), nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_client_advertisement = {
     "rib_client_advertisement", "rib_common", fields_of_rib_client_advertisement, 1,
-    sizeof(zidl_rib_client_advertisement), offsetof(zidl_rib_client_advertisement, presence), sizeof(zidl_rib_client_advertisement::presence),
+    sizeof(zidl_rib_client_advertisement), offsetof(zidl_rib_client_advertisement, presence),
+    sizeof(zidl_rib_client_advertisement::presence),
     encoder<zidl_rib_client_advertisement_encode_ext>::call,
     decoder<zidl_rib_client_advertisement_decode_ext>::call,
     duplicator<zidl_rib_client_advertisement_duplicate>::call,
@@ -453,47 +462,55 @@ constexpr message_descriptor descriptor_of_rib_client_advertisement = {
 };
 
 constexpr field_descriptor fields_of_rib_route[] = {
-    {"route_prefix",         1,  kind::message, false, 0,  offsetof(zidl_rib_route, route_prefix),         0,                                           &descriptor_of_rib_prefix},
-    {"route_value_2",        2,  kind::u32,     false, 1,  offsetof(zidl_rib_route, route_value_2),        0,                                           nullptr},
-    {"route_value_3",        3,  kind::u32,     false, 2,  offsetof(zidl_rib_route, route_value_3),        0,                                           nullptr},
-    {"route_value_4",        4,  kind::u32,     false, 3,  offsetof(zidl_rib_route, route_value_4),        0,                                           nullptr},
-    {"route_value_5",        5,  kind::u32,     false, 4,  offsetof(zidl_rib_route, route_value_5),        0,                                           nullptr},
-    {"route_value_6",        6,  kind::u32,     false, 5,  offsetof(zidl_rib_route, route_value_6),        0,                                           nullptr},
-    {"route_value_7",        7,  kind::u32,     false, 6,  offsetof(zidl_rib_route, route_value_7),        0,                                           nullptr},
-    {"route_value_8",        8,  kind::u32,     false, 7,  offsetof(zidl_rib_route, route_value_8),        0,                                           nullptr},
-    {"route_value_9",        9,  kind::u32,     false, 8,  offsetof(zidl_rib_route, route_value_9),        0,                                           nullptr},
-    {"route_value_10",       10, kind::u32,     false, 9,  offsetof(zidl_rib_route, route_value_10),       0,                                           nullptr},
-    {"route_value_11",       11, kind::u32,     false, 10, offsetof(zidl_rib_route, route_value_11),       0,                                           nullptr},
-    {"route_value_12",       12, kind::u32,     false, 11, offsetof(zidl_rib_route, route_value_12),       0,                                           nullptr},
-    {"route_value_13",       13, kind::u32,     false, 12, offsetof(zidl_rib_route, route_value_13),       0,                                           nullptr},
-    {"route_value_14",       14, kind::u32,     false, 13, offsetof(zidl_rib_route, route_value_14),       0,                                           nullptr},
-    {"route_value_15",       15, kind::u32,     false, 14, offsetof(zidl_rib_route, route_value_15),       0,                                           nullptr},
-    {"route_value_16",       16, kind::u32,     false, 15, offsetof(zidl_rib_route, route_value_16),       0,                                           nullptr},
-    {"algo_labels",          17, kind::message, true,  16, offsetof(zidl_rib_route, algo_labels),          offsetof(zidl_rib_route, algo_labels_count), &descriptor_of_rib_algo_label},
-    {"route_value_18",       18, kind::u32,     false, 17, offsetof(zidl_rib_route, route_value_18),       0,                                           nullptr},
-    {"route_value_19",       19, kind::u32,     false, 18, offsetof(zidl_rib_route, route_value_19),       0,                                           nullptr},
-    {"route_value_20",       20, kind::u32,     false, 19, offsetof(zidl_rib_route, route_value_20),       0,                                           nullptr},
-    {"route_value_21",       21, kind::u32,     false, 20, offsetof(zidl_rib_route, route_value_21),       0,                                           nullptr},
-    {"route_value_22",       22, kind::u32,     false, 21, offsetof(zidl_rib_route, route_value_22),       0,                                           nullptr},
-    {"route_value_23",       23, kind::u32,     false, 22, offsetof(zidl_rib_route, route_value_23),       0,                                           nullptr},
-    {"route_flags",          24, kind::u64,     false, 23, offsetof(zidl_rib_route, route_flags),          0,                                           nullptr},
-    {"route_value_25",       25, kind::u32,     false, 24, offsetof(zidl_rib_route, route_value_25),       0,                                           nullptr},
-    {"paths",                26, kind::message, true,  25, offsetof(zidl_rib_route, paths),                offsetof(zidl_rib_route, paths_count),       &descriptor_of_rib_path},
-    {"client_advertisement", 27, kind::message, false, 26, offsetof(zidl_rib_route, client_advertisement), 0,                                           &descriptor_of_rib_client_advertisement},
-    {"addr_generic_attrs",   28, kind::message, false, 27, offsetof(zidl_rib_route, addr_generic_attrs),   0,                                           &descriptor_of_rib_generic_attr_array},
-    {"generic_attrs_29",     29, kind::message, false, 28, offsetof(zidl_rib_route, generic_attrs_29),     0,                                           &descriptor_of_rib_generic_attr_array},
-    {"generic_attrs_30",     30, kind::message, false, 29, offsetof(zidl_rib_route, generic_attrs_30),     0,                                           &descriptor_of_rib_generic_attr_array},
-    {"generic_attrs_31",     31, kind::message, false, 30, offsetof(zidl_rib_route, generic_attrs_31),     0,                                           &descriptor_of_rib_generic_attr_array},
-    {"generic_attrs_32",     32, kind::message, false, 31, offsetof(zidl_rib_route, generic_attrs_32),     0,                                           &descriptor_of_rib_generic_attr_array},
-    {"generic_attrs_33",     33, kind::message, false, 32, offsetof(zidl_rib_route, generic_attrs_33),     0,                                           &descriptor_of_rib_generic_attr_array},
-    {"route_value_34",       34, kind::u32,     false, 33, offsetof(zidl_rib_route, route_value_34),       0,                                           nullptr},
-    {"route_value_35",       35, kind::u32,     false, 34, offsetof(zidl_rib_route, route_value_35),       0,                                           nullptr},
-    {"route_l2_info",        36, kind::message, false, 35, offsetof(zidl_rib_route, route_l2_info),        0,                                           &descriptor_of_rib_route_l2_info},
-    {"route_value_37",       37, kind::u32,     false, 36, offsetof(zidl_rib_route, route_value_37),       0,                                           nullptr},
-    {"route_value_38",       38, kind::u32,     false, 37, offsetof(zidl_rib_route, route_value_38),       0,                                           nullptr},
-    {"route_aft_id",         39, kind::message, false, 38, offsetof(zidl_rib_route, route_aft_id),         0,                                           &descriptor_of_rib_route_aft_id},
-    {"route_value_40",       40, kind::u64,     false, 39, offsetof(zidl_rib_route, route_value_40),       0,                                           nullptr},
-    {"route_value_41",       41, kind::u64,     false, 40, offsetof(zidl_rib_route, route_value_41),       0,                                           nullptr},
+    {"route_prefix", 1, kind::message, false, 0, offsetof(zidl_rib_route, route_prefix), 0, &descriptor_of_rib_prefix},
+    {"route_value_2", 2, kind::u32, false, 1, offsetof(zidl_rib_route, route_value_2), 0, nullptr},
+    {"route_value_3", 3, kind::u32, false, 2, offsetof(zidl_rib_route, route_value_3), 0, nullptr},
+    {"route_value_4", 4, kind::u32, false, 3, offsetof(zidl_rib_route, route_value_4), 0, nullptr},
+    {"route_value_5", 5, kind::u32, false, 4, offsetof(zidl_rib_route, route_value_5), 0, nullptr},
+    {"route_value_6", 6, kind::u32, false, 5, offsetof(zidl_rib_route, route_value_6), 0, nullptr},
+    {"route_value_7", 7, kind::u32, false, 6, offsetof(zidl_rib_route, route_value_7), 0, nullptr},
+    {"route_value_8", 8, kind::u32, false, 7, offsetof(zidl_rib_route, route_value_8), 0, nullptr},
+    {"route_value_9", 9, kind::u32, false, 8, offsetof(zidl_rib_route, route_value_9), 0, nullptr},
+    {"route_value_10", 10, kind::u32, false, 9, offsetof(zidl_rib_route, route_value_10), 0, nullptr},
+    {"route_value_11", 11, kind::u32, false, 10, offsetof(zidl_rib_route, route_value_11), 0, nullptr},
+    {"route_value_12", 12, kind::u32, false, 11, offsetof(zidl_rib_route, route_value_12), 0, nullptr},
+    {"route_value_13", 13, kind::u32, false, 12, offsetof(zidl_rib_route, route_value_13), 0, nullptr},
+    {"route_value_14", 14, kind::u32, false, 13, offsetof(zidl_rib_route, route_value_14), 0, nullptr},
+    {"route_value_15", 15, kind::u32, false, 14, offsetof(zidl_rib_route, route_value_15), 0, nullptr},
+    {"route_value_16", 16, kind::u32, false, 15, offsetof(zidl_rib_route, route_value_16), 0, nullptr},
+    {"algo_labels", 17, kind::message, true, 16, offsetof(zidl_rib_route, algo_labels), offsetof(zidl_rib_route, algo_labels_count),
+     &descriptor_of_rib_algo_label},
+    {"route_value_18", 18, kind::u32, false, 17, offsetof(zidl_rib_route, route_value_18), 0, nullptr},
+    {"route_value_19", 19, kind::u32, false, 18, offsetof(zidl_rib_route, route_value_19), 0, nullptr},
+    {"route_value_20", 20, kind::u32, false, 19, offsetof(zidl_rib_route, route_value_20), 0, nullptr},
+    {"route_value_21", 21, kind::u32, false, 20, offsetof(zidl_rib_route, route_value_21), 0, nullptr},
+    {"route_value_22", 22, kind::u32, false, 21, offsetof(zidl_rib_route, route_value_22), 0, nullptr},
+    {"route_value_23", 23, kind::u32, false, 22, offsetof(zidl_rib_route, route_value_23), 0, nullptr},
+    {"route_flags", 24, kind::u64, false, 23, offsetof(zidl_rib_route, route_flags), 0, nullptr},
+    {"route_value_25", 25, kind::u32, false, 24, offsetof(zidl_rib_route, route_value_25), 0, nullptr},
+    {"paths", 26, kind::message, true, 25, offsetof(zidl_rib_route, paths), offsetof(zidl_rib_route, paths_count), &descriptor_of_rib_path},
+    {"client_advertisement", 27, kind::message, false, 26, offsetof(zidl_rib_route, client_advertisement), 0,
+     &descriptor_of_rib_client_advertisement},
+    {"addr_generic_attrs", 28, kind::message, false, 27, offsetof(zidl_rib_route, addr_generic_attrs), 0,
+     &descriptor_of_rib_generic_attr_array},
+    {"generic_attrs_29", 29, kind::message, false, 28, offsetof(zidl_rib_route, generic_attrs_29), 0,
+     &descriptor_of_rib_generic_attr_array},
+    {"generic_attrs_30", 30, kind::message, false, 29, offsetof(zidl_rib_route, generic_attrs_30), 0,
+     &descriptor_of_rib_generic_attr_array},
+    {"generic_attrs_31", 31, kind::message, false, 30, offsetof(zidl_rib_route, generic_attrs_31), 0,
+     &descriptor_of_rib_generic_attr_array},
+    {"generic_attrs_32", 32, kind::message, false, 31, offsetof(zidl_rib_route, generic_attrs_32), 0,
+     &descriptor_of_rib_generic_attr_array},
+    {"generic_attrs_33", 33, kind::message, false, 32, offsetof(zidl_rib_route, generic_attrs_33), 0,
+     &descriptor_of_rib_generic_attr_array},
+    {"route_value_34", 34, kind::u32, false, 33, offsetof(zidl_rib_route, route_value_34), 0, nullptr},
+    {"route_value_35", 35, kind::u32, false, 34, offsetof(zidl_rib_route, route_value_35), 0, nullptr},
+    {"route_l2_info", 36, kind::message, false, 35, offsetof(zidl_rib_route, route_l2_info), 0, &descriptor_of_rib_route_l2_info},
+    {"route_value_37", 37, kind::u32, false, 36, offsetof(zidl_rib_route, route_value_37), 0, nullptr},
+    {"route_value_38", 38, kind::u32, false, 37, offsetof(zidl_rib_route, route_value_38), 0, nullptr},
+    {"route_aft_id", 39, kind::message, false, 38, offsetof(zidl_rib_route, route_aft_id), 0, &descriptor_of_rib_route_aft_id},
+    {"route_value_40", 40, kind::u64, false, 39, offsetof(zidl_rib_route, route_value_40), 0, nullptr},
+    {"route_value_41", 41, kind::u64, false, 40, offsetof(zidl_rib_route, route_value_41), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_route = {
     "rib_route", "rib_common", fields_of_rib_route, 41,
@@ -517,10 +534,10 @@ constexpr message_descriptor descriptor_of_rib_bind_reply = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_proto_update[] = {
-    {"proto_id",         1, kind::u32,    false, 0, offsetof(zidl_ip_rib_proto_update, proto_id),         0, nullptr},
-    {"proto_sub_id",     2, kind::u32,    false, 1, offsetof(zidl_ip_rib_proto_update, proto_sub_id),     0, nullptr},
-    {"proto_value",      3, kind::u64,    false, 2, offsetof(zidl_ip_rib_proto_update, proto_value),      0, nullptr},
-    {"proto_name",       4, kind::string, false, 3, offsetof(zidl_ip_rib_proto_update, proto_name),       0, nullptr},
+    {"proto_id", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_proto_update, proto_id), 0, nullptr},
+    {"proto_sub_id", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_proto_update, proto_sub_id), 0, nullptr},
+    {"proto_value", 3, kind::u64, false, 2, offsetof(zidl_ip_rib_proto_update, proto_value), 0, nullptr},
+    {"proto_name", 4, kind::string, false, 3, offsetof(zidl_ip_rib_proto_update, proto_name), 0, nullptr},
     {"proto_extra_name", 5, kind::string, false, 4, offsetof(zidl_ip_rib_proto_update, proto_extra_name), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_proto_update = {
@@ -533,12 +550,14 @@ constexpr message_descriptor descriptor_of_ip_rib_proto_update = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_opaque[] = {
-    {"opaque_type",   1, kind::u32,   false, 0, offsetof(zidl_ip_rib_opaque, opaque_type),   0,                                               nullptr},
-    {"opaque_id",     2, kind::u32,   false, 1, offsetof(zidl_ip_rib_opaque, opaque_id),     0,                                               nullptr},
-    {"opaque_sub_id", 3, kind::u32,   false, 2, offsetof(zidl_ip_rib_opaque, opaque_sub_id), 0,                                               nullptr},
-    {"opaque_value",  4, kind::u32,   false, 3, offsetof(zidl_ip_rib_opaque, opaque_value),  0,                                               nullptr},
-    {"first_block",   5, kind::bytes, false, 4, offsetof(zidl_ip_rib_opaque, first_block),   offsetof(zidl_ip_rib_opaque, first_block_size),  nullptr},
-    {"second_block",  6, kind::bytes, false, 5, offsetof(zidl_ip_rib_opaque, second_block),  offsetof(zidl_ip_rib_opaque, second_block_size), nullptr},
+    {"opaque_type", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_opaque, opaque_type), 0, nullptr},
+    {"opaque_id", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_opaque, opaque_id), 0, nullptr},
+    {"opaque_sub_id", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_opaque, opaque_sub_id), 0, nullptr},
+    {"opaque_value", 4, kind::u32, false, 3, offsetof(zidl_ip_rib_opaque, opaque_value), 0, nullptr},
+    {"first_block", 5, kind::bytes, false, 4, offsetof(zidl_ip_rib_opaque, first_block), offsetof(zidl_ip_rib_opaque, first_block_size),
+     nullptr},
+    {"second_block", 6, kind::bytes, false, 5, offsetof(zidl_ip_rib_opaque, second_block), offsetof(zidl_ip_rib_opaque, second_block_size),
+     nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_opaque = {
     "ip_rib_opaque", "ip_rib", fields_of_ip_rib_opaque, 6,
@@ -556,7 +575,8 @@ constexpr field_descriptor fields_of_ip_rib_iid_evpn_vpws_ctx[] = {
 };
 constexpr message_descriptor descriptor_of_ip_rib_iid_evpn_vpws_ctx = {
     "ip_rib_iid_evpn_vpws_ctx", "ip_rib", fields_of_ip_rib_iid_evpn_vpws_ctx, 3,
-    sizeof(zidl_ip_rib_iid_evpn_vpws_ctx), offsetof(zidl_ip_rib_iid_evpn_vpws_ctx, presence), sizeof(zidl_ip_rib_iid_evpn_vpws_ctx::presence),
+    sizeof(zidl_ip_rib_iid_evpn_vpws_ctx), offsetof(zidl_ip_rib_iid_evpn_vpws_ctx, presence),
+    sizeof(zidl_ip_rib_iid_evpn_vpws_ctx::presence),
     encoder<zidl_ip_rib_iid_evpn_vpws_ctx_encode_ext>::call,
     decoder<zidl_ip_rib_iid_evpn_vpws_ctx_decode_ext>::call,
     duplicator<zidl_ip_rib_iid_evpn_vpws_ctx_duplicate>::call,
@@ -564,17 +584,20 @@ constexpr message_descriptor descriptor_of_ip_rib_iid_evpn_vpws_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_iid_evpn_elan_ctx[] = {
-    {"ctx_value_1", 1, kind::u32,   false, 0, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_1), 0,                                                         nullptr},
-    {"ctx_bytes_2", 2, kind::bytes, false, 1, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_bytes_2), offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_bytes_2_size), nullptr},
-    {"ctx_value_3", 3, kind::u32,   false, 2, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_3), 0,                                                         nullptr},
-    {"ctx_value_4", 4, kind::u32,   false, 3, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_4), 0,                                                         nullptr},
-    {"ctx_bytes_5", 5, kind::bytes, false, 4, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_bytes_5), offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_bytes_5_size), nullptr},
-    {"ctx_value_6", 6, kind::u32,   false, 5, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_6), 0,                                                         nullptr},
-    {"ctx_value_7", 7, kind::u32,   false, 6, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_7), 0,                                                         nullptr},
+    {"ctx_value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_1), 0, nullptr},
+    {"ctx_bytes_2", 2, kind::bytes, false, 1, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_bytes_2),
+     offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_bytes_2_size), nullptr},
+    {"ctx_value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_3), 0, nullptr},
+    {"ctx_value_4", 4, kind::u32, false, 3, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_4), 0, nullptr},
+    {"ctx_bytes_5", 5, kind::bytes, false, 4, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_bytes_5),
+     offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_bytes_5_size), nullptr},
+    {"ctx_value_6", 6, kind::u32, false, 5, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_6), 0, nullptr},
+    {"ctx_value_7", 7, kind::u32, false, 6, offsetof(zidl_ip_rib_iid_evpn_elan_ctx, ctx_value_7), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_iid_evpn_elan_ctx = {
     "ip_rib_iid_evpn_elan_ctx", "ip_rib", fields_of_ip_rib_iid_evpn_elan_ctx, 7,
-    sizeof(zidl_ip_rib_iid_evpn_elan_ctx), offsetof(zidl_ip_rib_iid_evpn_elan_ctx, presence), sizeof(zidl_ip_rib_iid_evpn_elan_ctx::presence),
+    sizeof(zidl_ip_rib_iid_evpn_elan_ctx), offsetof(zidl_ip_rib_iid_evpn_elan_ctx, presence),
+    sizeof(zidl_ip_rib_iid_evpn_elan_ctx::presence),
     encoder<zidl_ip_rib_iid_evpn_elan_ctx_encode_ext>::call,
     decoder<zidl_ip_rib_iid_evpn_elan_ctx_decode_ext>::call,
     duplicator<zidl_ip_rib_iid_evpn_elan_ctx_duplicate>::call,
@@ -582,17 +605,20 @@ constexpr message_descriptor descriptor_of_ip_rib_iid_evpn_elan_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_iid_l2vpn_ip_tunnel_ctx[] = {
-    {"ctx_value_1", 1, kind::u32,   false, 0, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_1), 0,                                                               nullptr},
-    {"ctx_bytes_2", 2, kind::bytes, false, 1, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_bytes_2), offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_bytes_2_size), nullptr},
-    {"ctx_value_3", 3, kind::u32,   false, 2, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_3), 0,                                                               nullptr},
-    {"ctx_value_4", 4, kind::u32,   false, 3, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_4), 0,                                                               nullptr},
-    {"ctx_bytes_5", 5, kind::bytes, false, 4, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_bytes_5), offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_bytes_5_size), nullptr},
-    {"ctx_value_6", 6, kind::u32,   false, 5, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_6), 0,                                                               nullptr},
-    {"ctx_value_7", 7, kind::u32,   false, 6, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_7), 0,                                                               nullptr},
+    {"ctx_value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_1), 0, nullptr},
+    {"ctx_bytes_2", 2, kind::bytes, false, 1, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_bytes_2),
+     offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_bytes_2_size), nullptr},
+    {"ctx_value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_3), 0, nullptr},
+    {"ctx_value_4", 4, kind::u32, false, 3, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_4), 0, nullptr},
+    {"ctx_bytes_5", 5, kind::bytes, false, 4, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_bytes_5),
+     offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_bytes_5_size), nullptr},
+    {"ctx_value_6", 6, kind::u32, false, 5, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_6), 0, nullptr},
+    {"ctx_value_7", 7, kind::u32, false, 6, offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, ctx_value_7), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_iid_l2vpn_ip_tunnel_ctx = {
     "ip_rib_iid_l2vpn_ip_tunnel_ctx", "ip_rib", fields_of_ip_rib_iid_l2vpn_ip_tunnel_ctx, 7,
-    sizeof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx), offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, presence), sizeof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx::presence),
+    sizeof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx), offsetof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, presence),
+    sizeof(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx::presence),
     encoder<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_encode_ext>::call,
     decoder<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_decode_ext>::call,
     duplicator<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_duplicate>::call,
@@ -600,12 +626,14 @@ constexpr message_descriptor descriptor_of_ip_rib_iid_l2vpn_ip_tunnel_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_iid_lss_ctx[] = {
-    {"lss_value_1",  1, kind::u32,     false, 0, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_1),  0,                                                     nullptr},
-    {"lss_value_2",  2, kind::u32,     false, 1, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_2),  0,                                                     nullptr},
-    {"lss_value_3",  3, kind::u32,     false, 2, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_3),  0,                                                     nullptr},
-    {"lss_value_4",  4, kind::u32,     false, 3, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_4),  0,                                                     nullptr},
-    {"lss_bytes",    5, kind::bytes,   false, 4, offsetof(zidl_ip_rib_iid_lss_ctx, lss_bytes),    offsetof(zidl_ip_rib_iid_lss_ctx, lss_bytes_size),     nullptr},
-    {"lss_prefixes", 6, kind::message, true,  5, offsetof(zidl_ip_rib_iid_lss_ctx, lss_prefixes), offsetof(zidl_ip_rib_iid_lss_ctx, lss_prefixes_count), &descriptor_of_srv6_prefix},
+    {"lss_value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_1), 0, nullptr},
+    {"lss_value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_2), 0, nullptr},
+    {"lss_value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_3), 0, nullptr},
+    {"lss_value_4", 4, kind::u32, false, 3, offsetof(zidl_ip_rib_iid_lss_ctx, lss_value_4), 0, nullptr},
+    {"lss_bytes", 5, kind::bytes, false, 4, offsetof(zidl_ip_rib_iid_lss_ctx, lss_bytes), offsetof(zidl_ip_rib_iid_lss_ctx, lss_bytes_size),
+     nullptr},
+    {"lss_prefixes", 6, kind::message, true, 5, offsetof(zidl_ip_rib_iid_lss_ctx, lss_prefixes),
+     offsetof(zidl_ip_rib_iid_lss_ctx, lss_prefixes_count), &descriptor_of_srv6_prefix},
 };
 constexpr message_descriptor descriptor_of_ip_rib_iid_lss_ctx = {
     "ip_rib_iid_lss_ctx", "ip_rib", fields_of_ip_rib_iid_lss_ctx, 6,
@@ -618,7 +646,7 @@ constexpr message_descriptor descriptor_of_ip_rib_iid_lss_ctx = {
 
 constexpr field_descriptor fields_of_ip_rib_iid_aft_nhg_ctx[] = {
     {"aft_nhg_value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_iid_aft_nhg_ctx, aft_nhg_value_1), 0, nullptr},
-    {"aft_nhg_id",      2, kind::u64, false, 1, offsetof(zidl_ip_rib_iid_aft_nhg_ctx, aft_nhg_id),      0, nullptr},
+    {"aft_nhg_id", 2, kind::u64, false, 1, offsetof(zidl_ip_rib_iid_aft_nhg_ctx, aft_nhg_id), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_iid_aft_nhg_ctx = {
     "ip_rib_iid_aft_nhg_ctx", "ip_rib", fields_of_ip_rib_iid_aft_nhg_ctx, 2,
@@ -630,10 +658,10 @@ constexpr message_descriptor descriptor_of_ip_rib_iid_aft_nhg_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_iid_sl_id_ctx[] = {
-    {"sl_id_value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_iid_sl_id_ctx, sl_id_value_1), 0, nullptr},
-    {"sl_id_value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_iid_sl_id_ctx, sl_id_value_2), 0, nullptr},
-    {"sl_id_value_3", 3, kind::u32,    false, 2, offsetof(zidl_ip_rib_iid_sl_id_ctx, sl_id_value_3), 0, nullptr},
-    {"sl_id_name",    4, kind::string, false, 3, offsetof(zidl_ip_rib_iid_sl_id_ctx, sl_id_name),    0, nullptr},
+    {"sl_id_value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_iid_sl_id_ctx, sl_id_value_1), 0, nullptr},
+    {"sl_id_value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_iid_sl_id_ctx, sl_id_value_2), 0, nullptr},
+    {"sl_id_value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_iid_sl_id_ctx, sl_id_value_3), 0, nullptr},
+    {"sl_id_name", 4, kind::string, false, 3, offsetof(zidl_ip_rib_iid_sl_id_ctx, sl_id_name), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_iid_sl_id_ctx = {
     "ip_rib_iid_sl_id_ctx", "ip_rib", fields_of_ip_rib_iid_sl_id_ctx, 4,
@@ -645,13 +673,14 @@ constexpr message_descriptor descriptor_of_ip_rib_iid_sl_id_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_iid_ctx[] = {
-    {"iid_ctx_kind",    1, kind::u32,     false, 0, offsetof(zidl_ip_rib_iid_ctx, iid_ctx_kind),    0, nullptr},
-    {"evpn_vpws",       2, kind::message, false, 1, offsetof(zidl_ip_rib_iid_ctx, evpn_vpws),       0, &descriptor_of_ip_rib_iid_evpn_vpws_ctx},
-    {"lss",             3, kind::message, false, 2, offsetof(zidl_ip_rib_iid_ctx, lss),             0, &descriptor_of_ip_rib_iid_lss_ctx},
-    {"evpn_elan",       4, kind::message, false, 3, offsetof(zidl_ip_rib_iid_ctx, evpn_elan),       0, &descriptor_of_ip_rib_iid_evpn_elan_ctx},
-    {"aft_nhg",         5, kind::message, false, 4, offsetof(zidl_ip_rib_iid_ctx, aft_nhg),         0, &descriptor_of_ip_rib_iid_aft_nhg_ctx},
-    {"l2vpn_ip_tunnel", 6, kind::message, false, 5, offsetof(zidl_ip_rib_iid_ctx, l2vpn_ip_tunnel), 0, &descriptor_of_ip_rib_iid_l2vpn_ip_tunnel_ctx},
-    {"sl_id",           7, kind::message, false, 6, offsetof(zidl_ip_rib_iid_ctx, sl_id),           0, &descriptor_of_ip_rib_iid_sl_id_ctx},
+    {"iid_ctx_kind", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_iid_ctx, iid_ctx_kind), 0, nullptr},
+    {"evpn_vpws", 2, kind::message, false, 1, offsetof(zidl_ip_rib_iid_ctx, evpn_vpws), 0, &descriptor_of_ip_rib_iid_evpn_vpws_ctx},
+    {"lss", 3, kind::message, false, 2, offsetof(zidl_ip_rib_iid_ctx, lss), 0, &descriptor_of_ip_rib_iid_lss_ctx},
+    {"evpn_elan", 4, kind::message, false, 3, offsetof(zidl_ip_rib_iid_ctx, evpn_elan), 0, &descriptor_of_ip_rib_iid_evpn_elan_ctx},
+    {"aft_nhg", 5, kind::message, false, 4, offsetof(zidl_ip_rib_iid_ctx, aft_nhg), 0, &descriptor_of_ip_rib_iid_aft_nhg_ctx},
+    {"l2vpn_ip_tunnel", 6, kind::message, false, 5, offsetof(zidl_ip_rib_iid_ctx, l2vpn_ip_tunnel), 0,
+     &descriptor_of_ip_rib_iid_l2vpn_ip_tunnel_ctx},
+    {"sl_id", 7, kind::message, false, 6, offsetof(zidl_ip_rib_iid_ctx, sl_id), 0, &descriptor_of_ip_rib_iid_sl_id_ctx},
 };
 constexpr message_descriptor descriptor_of_ip_rib_iid_ctx = {
     "ip_rib_iid_ctx", "ip_rib", fields_of_ip_rib_iid_ctx, 7,
@@ -663,11 +692,11 @@ constexpr message_descriptor descriptor_of_ip_rib_iid_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_iid_update[] = {
-    {"iid_ctx",            1, kind::message, false, 0, offsetof(zidl_ip_rib_iid_update, iid_ctx),            0, &descriptor_of_ip_rib_iid_ctx},
-    {"iid_update_flag_2",  2, kind::boolean, false, 1, offsetof(zidl_ip_rib_iid_update, iid_update_flag_2),  0, nullptr},
-    {"iid_update_value_3", 3, kind::u32,     false, 2, offsetof(zidl_ip_rib_iid_update, iid_update_value_3), 0, nullptr},
-    {"iid_update_value_4", 4, kind::u32,     false, 3, offsetof(zidl_ip_rib_iid_update, iid_update_value_4), 0, nullptr},
-    {"iid_update_flag_5",  5, kind::boolean, false, 4, offsetof(zidl_ip_rib_iid_update, iid_update_flag_5),  0, nullptr},
+    {"iid_ctx", 1, kind::message, false, 0, offsetof(zidl_ip_rib_iid_update, iid_ctx), 0, &descriptor_of_ip_rib_iid_ctx},
+    {"iid_update_flag_2", 2, kind::boolean, false, 1, offsetof(zidl_ip_rib_iid_update, iid_update_flag_2), 0, nullptr},
+    {"iid_update_value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_iid_update, iid_update_value_3), 0, nullptr},
+    {"iid_update_value_4", 4, kind::u32, false, 3, offsetof(zidl_ip_rib_iid_update, iid_update_value_4), 0, nullptr},
+    {"iid_update_flag_5", 5, kind::boolean, false, 4, offsetof(zidl_ip_rib_iid_update, iid_update_flag_5), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_iid_update = {
     "ip_rib_iid_update", "ip_rib", fields_of_ip_rib_iid_update, 5,
@@ -679,9 +708,9 @@ constexpr message_descriptor descriptor_of_ip_rib_iid_update = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_sid_info[] = {
-    {"value_1", 1, kind::u32,     false, 0, offsetof(zidl_ip_rib_srv6_sid_info, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,     false, 1, offsetof(zidl_ip_rib_srv6_sid_info, value_2), 0, nullptr},
-    {"sid",     3, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_sid_info, sid),     0, &descriptor_of_ip_rib_srv6_prefix},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_sid_info, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_sid_info, value_2), 0, nullptr},
+    {"sid", 3, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_sid_info, sid), 0, &descriptor_of_ip_rib_srv6_prefix},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_sid_info = {
     "ip_rib_srv6_sid_info", "ip_rib_srv6", fields_of_ip_rib_srv6_sid_info, 3,
@@ -712,20 +741,22 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_lib_ranges = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_locator[] = {
-    {"name",           1,  kind::string,  false, 0,  offsetof(zidl_ip_rib_srv6_locator, name),           0,                                              nullptr},
-    {"locator_prefix", 2,  kind::message, false, 1,  offsetof(zidl_ip_rib_srv6_locator, locator_prefix), 0,                                              &descriptor_of_ip_rib_srv6_prefix},
-    {"second_prefix",  3,  kind::message, false, 2,  offsetof(zidl_ip_rib_srv6_locator, second_prefix),  0,                                              &descriptor_of_ip_rib_srv6_prefix},
-    {"value_4",        4,  kind::u32,     false, 3,  offsetof(zidl_ip_rib_srv6_locator, value_4),        0,                                              nullptr},
-    {"value_5",        5,  kind::u32,     false, 4,  offsetof(zidl_ip_rib_srv6_locator, value_5),        0,                                              nullptr},
-    {"value_6",        6,  kind::u32,     false, 5,  offsetof(zidl_ip_rib_srv6_locator, value_6),        0,                                              nullptr},
-    {"value_7",        7,  kind::u32,     false, 6,  offsetof(zidl_ip_rib_srv6_locator, value_7),        0,                                              nullptr},
-    {"value_8",        8,  kind::u32,     false, 7,  offsetof(zidl_ip_rib_srv6_locator, value_8),        0,                                              nullptr},
-    {"flag_10",        10, kind::boolean, false, 8,  offsetof(zidl_ip_rib_srv6_locator, flag_10),        0,                                              nullptr},
-    {"value_11",       11, kind::u32,     false, 9,  offsetof(zidl_ip_rib_srv6_locator, value_11),       0,                                              nullptr},
-    {"sids",           12, kind::message, true,  10, offsetof(zidl_ip_rib_srv6_locator, sids),           offsetof(zidl_ip_rib_srv6_locator, sids_count), &descriptor_of_ip_rib_srv6_sid_info},
-    {"value_13",       13, kind::u32,     false, 11, offsetof(zidl_ip_rib_srv6_locator, value_13),       0,                                              nullptr},
-    {"lib_ranges",     14, kind::message, false, 12, offsetof(zidl_ip_rib_srv6_locator, lib_ranges),     0,                                              &descriptor_of_ip_rib_srv6_lib_ranges},
-    {"flag_15",        15, kind::boolean, false, 13, offsetof(zidl_ip_rib_srv6_locator, flag_15),        0,                                              nullptr},
+    {"name", 1, kind::string, false, 0, offsetof(zidl_ip_rib_srv6_locator, name), 0, nullptr},
+    {"locator_prefix", 2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_locator, locator_prefix), 0,
+     &descriptor_of_ip_rib_srv6_prefix},
+    {"second_prefix", 3, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_locator, second_prefix), 0, &descriptor_of_ip_rib_srv6_prefix},
+    {"value_4", 4, kind::u32, false, 3, offsetof(zidl_ip_rib_srv6_locator, value_4), 0, nullptr},
+    {"value_5", 5, kind::u32, false, 4, offsetof(zidl_ip_rib_srv6_locator, value_5), 0, nullptr},
+    {"value_6", 6, kind::u32, false, 5, offsetof(zidl_ip_rib_srv6_locator, value_6), 0, nullptr},
+    {"value_7", 7, kind::u32, false, 6, offsetof(zidl_ip_rib_srv6_locator, value_7), 0, nullptr},
+    {"value_8", 8, kind::u32, false, 7, offsetof(zidl_ip_rib_srv6_locator, value_8), 0, nullptr},
+    {"flag_10", 10, kind::boolean, false, 8, offsetof(zidl_ip_rib_srv6_locator, flag_10), 0, nullptr},
+    {"value_11", 11, kind::u32, false, 9, offsetof(zidl_ip_rib_srv6_locator, value_11), 0, nullptr},
+    {"sids", 12, kind::message, true, 10, offsetof(zidl_ip_rib_srv6_locator, sids), offsetof(zidl_ip_rib_srv6_locator, sids_count),
+     &descriptor_of_ip_rib_srv6_sid_info},
+    {"value_13", 13, kind::u32, false, 11, offsetof(zidl_ip_rib_srv6_locator, value_13), 0, nullptr},
+    {"lib_ranges", 14, kind::message, false, 12, offsetof(zidl_ip_rib_srv6_locator, lib_ranges), 0, &descriptor_of_ip_rib_srv6_lib_ranges},
+    {"flag_15", 15, kind::boolean, false, 13, offsetof(zidl_ip_rib_srv6_locator, flag_15), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_locator = {
     "ip_rib_srv6_locator", "ip_rib_srv6", fields_of_ip_rib_srv6_locator, 14,
@@ -737,19 +768,22 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_locator = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_glb_encap_info[] = {
-    {"encap_prefix_1", 1, kind::message, false, 0, offsetof(zidl_ip_rib_srv6_glb_encap_info, encap_prefix_1), 0, &descriptor_of_ip_rib_srv6_prefix},
-    {"encap_prefix_2", 2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_glb_encap_info, encap_prefix_2), 0, &descriptor_of_ip_rib_srv6_prefix},
-    {"flag_3",         3, kind::boolean, false, 2, offsetof(zidl_ip_rib_srv6_glb_encap_info, flag_3),         0, nullptr},
-    {"flag_4",         4, kind::boolean, false, 3, offsetof(zidl_ip_rib_srv6_glb_encap_info, flag_4),         0, nullptr},
-    {"value_5",        5, kind::u32,     false, 4, offsetof(zidl_ip_rib_srv6_glb_encap_info, value_5),        0, nullptr},
-    {"flag_6",         6, kind::boolean, false, 5, offsetof(zidl_ip_rib_srv6_glb_encap_info, flag_6),         0, nullptr},
-    {"flag_7",         7, kind::boolean, false, 6, offsetof(zidl_ip_rib_srv6_glb_encap_info, flag_7),         0, nullptr},
-    {"value_8",        8, kind::u32,     false, 7, offsetof(zidl_ip_rib_srv6_glb_encap_info, value_8),        0, nullptr},
-    {"value_9",        9, kind::u32,     false, 8, offsetof(zidl_ip_rib_srv6_glb_encap_info, value_9),        0, nullptr},
+    {"encap_prefix_1", 1, kind::message, false, 0, offsetof(zidl_ip_rib_srv6_glb_encap_info, encap_prefix_1), 0,
+     &descriptor_of_ip_rib_srv6_prefix},
+    {"encap_prefix_2", 2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_glb_encap_info, encap_prefix_2), 0,
+     &descriptor_of_ip_rib_srv6_prefix},
+    {"flag_3", 3, kind::boolean, false, 2, offsetof(zidl_ip_rib_srv6_glb_encap_info, flag_3), 0, nullptr},
+    {"flag_4", 4, kind::boolean, false, 3, offsetof(zidl_ip_rib_srv6_glb_encap_info, flag_4), 0, nullptr},
+    {"value_5", 5, kind::u32, false, 4, offsetof(zidl_ip_rib_srv6_glb_encap_info, value_5), 0, nullptr},
+    {"flag_6", 6, kind::boolean, false, 5, offsetof(zidl_ip_rib_srv6_glb_encap_info, flag_6), 0, nullptr},
+    {"flag_7", 7, kind::boolean, false, 6, offsetof(zidl_ip_rib_srv6_glb_encap_info, flag_7), 0, nullptr},
+    {"value_8", 8, kind::u32, false, 7, offsetof(zidl_ip_rib_srv6_glb_encap_info, value_8), 0, nullptr},
+    {"value_9", 9, kind::u32, false, 8, offsetof(zidl_ip_rib_srv6_glb_encap_info, value_9), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_glb_encap_info = {
     "ip_rib_srv6_glb_encap_info", "ip_rib_srv6", fields_of_ip_rib_srv6_glb_encap_info, 9,
-    sizeof(zidl_ip_rib_srv6_glb_encap_info), offsetof(zidl_ip_rib_srv6_glb_encap_info, presence), sizeof(zidl_ip_rib_srv6_glb_encap_info::presence),
+    sizeof(zidl_ip_rib_srv6_glb_encap_info), offsetof(zidl_ip_rib_srv6_glb_encap_info, presence),
+    sizeof(zidl_ip_rib_srv6_glb_encap_info::presence),
     encoder<zidl_ip_rib_srv6_glb_encap_info_encode_ext>::call,
     decoder<zidl_ip_rib_srv6_glb_encap_info_decode_ext>::call,
     duplicator<zidl_ip_rib_srv6_glb_encap_info_duplicate>::call,
@@ -762,7 +796,8 @@ constexpr field_descriptor fields_of_ip_rib_srv6_usid_lib_ranges[] = {
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_usid_lib_ranges = {
     "ip_rib_srv6_usid_lib_ranges", "ip_rib_srv6", fields_of_ip_rib_srv6_usid_lib_ranges, 2,
-    sizeof(zidl_ip_rib_srv6_usid_lib_ranges), offsetof(zidl_ip_rib_srv6_usid_lib_ranges, presence), sizeof(zidl_ip_rib_srv6_usid_lib_ranges::presence),
+    sizeof(zidl_ip_rib_srv6_usid_lib_ranges), offsetof(zidl_ip_rib_srv6_usid_lib_ranges, presence),
+    sizeof(zidl_ip_rib_srv6_usid_lib_ranges::presence),
     encoder<zidl_ip_rib_srv6_usid_lib_ranges_encode_ext>::call,
     decoder<zidl_ip_rib_srv6_usid_lib_ranges_decode_ext>::call,
     duplicator<zidl_ip_rib_srv6_usid_lib_ranges_duplicate>::call,
@@ -774,7 +809,8 @@ constexpr field_descriptor fields_of_ip_rib_srv6_usid_wlib_ranges[] = {
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_usid_wlib_ranges = {
     "ip_rib_srv6_usid_wlib_ranges", "ip_rib_srv6", fields_of_ip_rib_srv6_usid_wlib_ranges, 1,
-    sizeof(zidl_ip_rib_srv6_usid_wlib_ranges), offsetof(zidl_ip_rib_srv6_usid_wlib_ranges, presence), sizeof(zidl_ip_rib_srv6_usid_wlib_ranges::presence),
+    sizeof(zidl_ip_rib_srv6_usid_wlib_ranges), offsetof(zidl_ip_rib_srv6_usid_wlib_ranges, presence),
+    sizeof(zidl_ip_rib_srv6_usid_wlib_ranges::presence),
     encoder<zidl_ip_rib_srv6_usid_wlib_ranges_encode_ext>::call,
     decoder<zidl_ip_rib_srv6_usid_wlib_ranges_decode_ext>::call,
     duplicator<zidl_ip_rib_srv6_usid_wlib_ranges_duplicate>::call,
@@ -782,7 +818,7 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_usid_wlib_ranges = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_mode_info[] = {
-    {"flag_1",      1, kind::boolean, false, 0, offsetof(zidl_ip_rib_srv6_mode_info, flag_1),      0, nullptr},
+    {"flag_1", 1, kind::boolean, false, 0, offsetof(zidl_ip_rib_srv6_mode_info, flag_1), 0, nullptr},
     {"mode_prefix", 2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_mode_info, mode_prefix), 0, &descriptor_of_ip_rib_srv6_prefix},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_mode_info = {
@@ -795,13 +831,16 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_mode_info = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_fmt_config_info[] = {
-    {"format",           1, kind::u32,     false, 0, offsetof(zidl_ip_rib_srv6_fmt_config_info, format),           0, nullptr},
-    {"usid_lib_ranges",  2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_fmt_config_info, usid_lib_ranges),  0, &descriptor_of_ip_rib_srv6_usid_lib_ranges},
-    {"usid_wlib_ranges", 3, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_fmt_config_info, usid_wlib_ranges), 0, &descriptor_of_ip_rib_srv6_usid_wlib_ranges},
+    {"format", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_fmt_config_info, format), 0, nullptr},
+    {"usid_lib_ranges", 2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_fmt_config_info, usid_lib_ranges), 0,
+     &descriptor_of_ip_rib_srv6_usid_lib_ranges},
+    {"usid_wlib_ranges", 3, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_fmt_config_info, usid_wlib_ranges), 0,
+     &descriptor_of_ip_rib_srv6_usid_wlib_ranges},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_fmt_config_info = {
     "ip_rib_srv6_fmt_config_info", "ip_rib_srv6", fields_of_ip_rib_srv6_fmt_config_info, 3,
-    sizeof(zidl_ip_rib_srv6_fmt_config_info), offsetof(zidl_ip_rib_srv6_fmt_config_info, presence), sizeof(zidl_ip_rib_srv6_fmt_config_info::presence),
+    sizeof(zidl_ip_rib_srv6_fmt_config_info), offsetof(zidl_ip_rib_srv6_fmt_config_info, presence),
+    sizeof(zidl_ip_rib_srv6_fmt_config_info::presence),
     encoder<zidl_ip_rib_srv6_fmt_config_info_encode_ext>::call,
     decoder<zidl_ip_rib_srv6_fmt_config_info_decode_ext>::call,
     duplicator<zidl_ip_rib_srv6_fmt_config_info_duplicate>::call,
@@ -809,12 +848,15 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_fmt_config_info = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_glb_info[] = {
-    {"value_1",    1, kind::u32,     false, 0, offsetof(zidl_ip_rib_srv6_glb_info, value_1),    0,                                                  nullptr},
-    {"value_2",    2, kind::u32,     false, 1, offsetof(zidl_ip_rib_srv6_glb_info, value_2),    0,                                                  nullptr},
-    {"encap_info", 4, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_glb_info, encap_info), 0,                                                  &descriptor_of_ip_rib_srv6_glb_encap_info},
-    {"modes",      6, kind::message, true,  3, offsetof(zidl_ip_rib_srv6_glb_info, modes),      offsetof(zidl_ip_rib_srv6_glb_info, modes_count),   &descriptor_of_ip_rib_srv6_mode_info},
-    {"value_7",    7, kind::u32,     false, 4, offsetof(zidl_ip_rib_srv6_glb_info, value_7),    0,                                                  nullptr},
-    {"formats",    8, kind::message, true,  5, offsetof(zidl_ip_rib_srv6_glb_info, formats),    offsetof(zidl_ip_rib_srv6_glb_info, formats_count), &descriptor_of_ip_rib_srv6_fmt_config_info},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_glb_info, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_glb_info, value_2), 0, nullptr},
+    {"encap_info", 4, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_glb_info, encap_info), 0,
+     &descriptor_of_ip_rib_srv6_glb_encap_info},
+    {"modes", 6, kind::message, true, 3, offsetof(zidl_ip_rib_srv6_glb_info, modes), offsetof(zidl_ip_rib_srv6_glb_info, modes_count),
+     &descriptor_of_ip_rib_srv6_mode_info},
+    {"value_7", 7, kind::u32, false, 4, offsetof(zidl_ip_rib_srv6_glb_info, value_7), 0, nullptr},
+    {"formats", 8, kind::message, true, 5, offsetof(zidl_ip_rib_srv6_glb_info, formats), offsetof(zidl_ip_rib_srv6_glb_info, formats_count),
+     &descriptor_of_ip_rib_srv6_fmt_config_info},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_glb_info = {
     "ip_rib_srv6_glb_info", "ip_rib_srv6", fields_of_ip_rib_srv6_glb_info, 6,
@@ -826,8 +868,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_glb_info = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_cfg_update[] = {
-    {"global_info", 1, kind::message, false, 0, offsetof(zidl_ip_rib_srv6_cfg_update, global_info), 0,                                                     &descriptor_of_ip_rib_srv6_glb_info},
-    {"locators",    2, kind::message, true,  1, offsetof(zidl_ip_rib_srv6_cfg_update, locators),    offsetof(zidl_ip_rib_srv6_cfg_update, locators_count), &descriptor_of_ip_rib_srv6_locator},
+    {"global_info", 1, kind::message, false, 0, offsetof(zidl_ip_rib_srv6_cfg_update, global_info), 0, &descriptor_of_ip_rib_srv6_glb_info},
+    {"locators", 2, kind::message, true, 1, offsetof(zidl_ip_rib_srv6_cfg_update, locators),
+     offsetof(zidl_ip_rib_srv6_cfg_update, locators_count), &descriptor_of_ip_rib_srv6_locator},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_cfg_update = {
     "ip_rib_srv6_cfg_update", "ip_rib_srv6", fields_of_ip_rib_srv6_cfg_update, 2,
@@ -839,9 +882,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_cfg_update = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_e_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_e_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_e_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_e_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_e_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_e_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_e_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_e_ctx = {
     "ip_rib_srv6_e_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_e_ctx, 3,
@@ -853,12 +896,12 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_e_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_x_ctx[] = {
-    {"flag_1",         1, kind::boolean, false, 0, offsetof(zidl_ip_rib_srv6_x_ctx, flag_1),         0, nullptr},
-    {"value_2",        2, kind::u32,     false, 1, offsetof(zidl_ip_rib_srv6_x_ctx, value_2),        0, nullptr},
-    {"value_3",        3, kind::u32,     false, 2, offsetof(zidl_ip_rib_srv6_x_ctx, value_3),        0, nullptr},
+    {"flag_1", 1, kind::boolean, false, 0, offsetof(zidl_ip_rib_srv6_x_ctx, flag_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_x_ctx, value_2), 0, nullptr},
+    {"value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_srv6_x_ctx, value_3), 0, nullptr},
     {"context_prefix", 4, kind::message, false, 3, offsetof(zidl_ip_rib_srv6_x_ctx, context_prefix), 0, &descriptor_of_ip_rib_srv6_prefix},
-    {"name_5",         5, kind::string,  false, 4, offsetof(zidl_ip_rib_srv6_x_ctx, name_5),         0, nullptr},
-    {"name_6",         6, kind::string,  false, 5, offsetof(zidl_ip_rib_srv6_x_ctx, name_6),         0, nullptr},
+    {"name_5", 5, kind::string, false, 4, offsetof(zidl_ip_rib_srv6_x_ctx, name_5), 0, nullptr},
+    {"name_6", 6, kind::string, false, 5, offsetof(zidl_ip_rib_srv6_x_ctx, name_6), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_x_ctx = {
     "ip_rib_srv6_x_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_x_ctx, 6,
@@ -870,9 +913,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_x_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_dx_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_dx_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_dx_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_dx_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_dx_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_dx_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_dx_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_dx_ctx = {
     "ip_rib_srv6_dx_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_dx_ctx, 3,
@@ -884,8 +927,8 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_dx_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_dt_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_dt_ctx, value_1), 0, nullptr},
-    {"name_2",  2, kind::string, false, 1, offsetof(zidl_ip_rib_srv6_dt_ctx, name_2),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_dt_ctx, value_1), 0, nullptr},
+    {"name_2", 2, kind::string, false, 1, offsetof(zidl_ip_rib_srv6_dt_ctx, name_2), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_dt_ctx = {
     "ip_rib_srv6_dt_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_dt_ctx, 2,
@@ -897,9 +940,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_dt_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_dx2_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_dx2_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_dx2_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_dx2_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_dx2_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_dx2_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_dx2_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_dx2_ctx = {
     "ip_rib_srv6_dx2_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_dx2_ctx, 3,
@@ -911,9 +954,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_dx2_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_dt2u_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_dt2u_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_dt2u_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_dt2u_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_dt2u_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_dt2u_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_dt2u_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_dt2u_ctx = {
     "ip_rib_srv6_dt2u_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_dt2u_ctx, 3,
@@ -925,9 +968,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_dt2u_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_dt2m_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_dt2m_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_dt2m_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_dt2m_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_dt2m_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_dt2m_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_dt2m_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_dt2m_ctx = {
     "ip_rib_srv6_dt2m_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_dt2m_ctx, 3,
@@ -944,7 +987,8 @@ constexpr field_descriptor fields_of_ip_rib_srv6_dt_named_ctx[] = {
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_dt_named_ctx = {
     "ip_rib_srv6_dt_named_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_dt_named_ctx, 2,
-    sizeof(zidl_ip_rib_srv6_dt_named_ctx), offsetof(zidl_ip_rib_srv6_dt_named_ctx, presence), sizeof(zidl_ip_rib_srv6_dt_named_ctx::presence),
+    sizeof(zidl_ip_rib_srv6_dt_named_ctx), offsetof(zidl_ip_rib_srv6_dt_named_ctx, presence),
+    sizeof(zidl_ip_rib_srv6_dt_named_ctx::presence),
     encoder<zidl_ip_rib_srv6_dt_named_ctx_encode_ext>::call,
     decoder<zidl_ip_rib_srv6_dt_named_ctx_decode_ext>::call,
     duplicator<zidl_ip_rib_srv6_dt_named_ctx_duplicate>::call,
@@ -952,9 +996,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_dt_named_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_un_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_un_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_un_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_un_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_un_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_un_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_un_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_un_ctx = {
     "ip_rib_srv6_un_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_un_ctx, 3,
@@ -966,13 +1010,13 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_un_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_ua_ctx[] = {
-    {"flag_1",         1, kind::boolean, false, 0, offsetof(zidl_ip_rib_srv6_ua_ctx, flag_1),         0, nullptr},
-    {"value_2",        2, kind::u32,     false, 1, offsetof(zidl_ip_rib_srv6_ua_ctx, value_2),        0, nullptr},
-    {"value_3",        3, kind::u32,     false, 2, offsetof(zidl_ip_rib_srv6_ua_ctx, value_3),        0, nullptr},
+    {"flag_1", 1, kind::boolean, false, 0, offsetof(zidl_ip_rib_srv6_ua_ctx, flag_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_ua_ctx, value_2), 0, nullptr},
+    {"value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_srv6_ua_ctx, value_3), 0, nullptr},
     {"context_prefix", 4, kind::message, false, 3, offsetof(zidl_ip_rib_srv6_ua_ctx, context_prefix), 0, &descriptor_of_ip_rib_srv6_prefix},
-    {"value_5",        5, kind::u32,     false, 4, offsetof(zidl_ip_rib_srv6_ua_ctx, value_5),        0, nullptr},
-    {"name_6",         6, kind::string,  false, 5, offsetof(zidl_ip_rib_srv6_ua_ctx, name_6),         0, nullptr},
-    {"name_7",         7, kind::string,  false, 6, offsetof(zidl_ip_rib_srv6_ua_ctx, name_7),         0, nullptr},
+    {"value_5", 5, kind::u32, false, 4, offsetof(zidl_ip_rib_srv6_ua_ctx, value_5), 0, nullptr},
+    {"name_6", 6, kind::string, false, 5, offsetof(zidl_ip_rib_srv6_ua_ctx, name_6), 0, nullptr},
+    {"name_7", 7, kind::string, false, 6, offsetof(zidl_ip_rib_srv6_ua_ctx, name_7), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_ua_ctx = {
     "ip_rib_srv6_ua_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_ua_ctx, 7,
@@ -984,8 +1028,8 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_ua_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_udt_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_udt_ctx, value_1), 0, nullptr},
-    {"name_2",  2, kind::string, false, 1, offsetof(zidl_ip_rib_srv6_udt_ctx, name_2),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_udt_ctx, value_1), 0, nullptr},
+    {"name_2", 2, kind::string, false, 1, offsetof(zidl_ip_rib_srv6_udt_ctx, name_2), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_udt_ctx = {
     "ip_rib_srv6_udt_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_udt_ctx, 2,
@@ -1002,7 +1046,8 @@ constexpr field_descriptor fields_of_ip_rib_srv6_udt_named_ctx[] = {
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_udt_named_ctx = {
     "ip_rib_srv6_udt_named_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_udt_named_ctx, 2,
-    sizeof(zidl_ip_rib_srv6_udt_named_ctx), offsetof(zidl_ip_rib_srv6_udt_named_ctx, presence), sizeof(zidl_ip_rib_srv6_udt_named_ctx::presence),
+    sizeof(zidl_ip_rib_srv6_udt_named_ctx), offsetof(zidl_ip_rib_srv6_udt_named_ctx, presence),
+    sizeof(zidl_ip_rib_srv6_udt_named_ctx::presence),
     encoder<zidl_ip_rib_srv6_udt_named_ctx_encode_ext>::call,
     decoder<zidl_ip_rib_srv6_udt_named_ctx_decode_ext>::call,
     duplicator<zidl_ip_rib_srv6_udt_named_ctx_duplicate>::call,
@@ -1010,12 +1055,13 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_udt_named_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_ub6_ctx[] = {
-    {"name_1",         1, kind::string,  false, 0, offsetof(zidl_ip_rib_srv6_ub6_ctx, name_1),         0, nullptr},
-    {"value_2",        2, kind::u32,     false, 1, offsetof(zidl_ip_rib_srv6_ub6_ctx, value_2),        0, nullptr},
-    {"value_3",        3, kind::u32,     false, 2, offsetof(zidl_ip_rib_srv6_ub6_ctx, value_3),        0, nullptr},
-    {"value_4",        4, kind::u32,     false, 3, offsetof(zidl_ip_rib_srv6_ub6_ctx, value_4),        0, nullptr},
-    {"context_prefix", 5, kind::message, false, 4, offsetof(zidl_ip_rib_srv6_ub6_ctx, context_prefix), 0, &descriptor_of_ip_rib_srv6_prefix},
-    {"name_6",         6, kind::string,  false, 5, offsetof(zidl_ip_rib_srv6_ub6_ctx, name_6),         0, nullptr},
+    {"name_1", 1, kind::string, false, 0, offsetof(zidl_ip_rib_srv6_ub6_ctx, name_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_ub6_ctx, value_2), 0, nullptr},
+    {"value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_srv6_ub6_ctx, value_3), 0, nullptr},
+    {"value_4", 4, kind::u32, false, 3, offsetof(zidl_ip_rib_srv6_ub6_ctx, value_4), 0, nullptr},
+    {"context_prefix", 5, kind::message, false, 4, offsetof(zidl_ip_rib_srv6_ub6_ctx, context_prefix), 0,
+     &descriptor_of_ip_rib_srv6_prefix},
+    {"name_6", 6, kind::string, false, 5, offsetof(zidl_ip_rib_srv6_ub6_ctx, name_6), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_ub6_ctx = {
     "ip_rib_srv6_ub6_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_ub6_ctx, 6,
@@ -1027,9 +1073,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_ub6_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_udx2_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_udx2_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_udx2_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_udx2_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_udx2_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_udx2_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_udx2_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_udx2_ctx = {
     "ip_rib_srv6_udx2_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_udx2_ctx, 3,
@@ -1041,9 +1087,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_udx2_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_udt2u_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_udt2u_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_udt2u_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_udt2u_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_udt2u_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_udt2u_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_udt2u_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_udt2u_ctx = {
     "ip_rib_srv6_udt2u_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_udt2u_ctx, 3,
@@ -1055,9 +1101,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_udt2u_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_udt2m_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_udt2m_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_udt2m_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_udt2m_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_udt2m_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_udt2m_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_udt2m_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_udt2m_ctx = {
     "ip_rib_srv6_udt2m_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_udt2m_ctx, 3,
@@ -1069,9 +1115,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_udt2m_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_udx_ctx[] = {
-    {"value_1", 1, kind::u32,    false, 0, offsetof(zidl_ip_rib_srv6_udx_ctx, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,    false, 1, offsetof(zidl_ip_rib_srv6_udx_ctx, value_2), 0, nullptr},
-    {"name_3",  3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_udx_ctx, name_3),  0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_udx_ctx, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_udx_ctx, value_2), 0, nullptr},
+    {"name_3", 3, kind::string, false, 2, offsetof(zidl_ip_rib_srv6_udx_ctx, name_3), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_udx_ctx = {
     "ip_rib_srv6_udx_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_udx_ctx, 3,
@@ -1083,25 +1129,28 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_udx_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_sid_ctx[] = {
-    {"value_1",       1,  kind::u32,     false, 0,  offsetof(zidl_ip_rib_srv6_sid_ctx, value_1),       0,                                                  nullptr},
-    {"values_2",      2,  kind::u8,      true,  1,  offsetof(zidl_ip_rib_srv6_sid_ctx, values_2),      offsetof(zidl_ip_rib_srv6_sid_ctx, values_2_count), nullptr},
-    {"e_ctx",         3,  kind::message, false, 2,  offsetof(zidl_ip_rib_srv6_sid_ctx, e_ctx),         0,                                                  &descriptor_of_ip_rib_srv6_e_ctx},
-    {"x_ctx",         4,  kind::message, false, 3,  offsetof(zidl_ip_rib_srv6_sid_ctx, x_ctx),         0,                                                  &descriptor_of_ip_rib_srv6_x_ctx},
-    {"dx_ctx",        5,  kind::message, false, 4,  offsetof(zidl_ip_rib_srv6_sid_ctx, dx_ctx),        0,                                                  &descriptor_of_ip_rib_srv6_dx_ctx},
-    {"dt_ctx",        6,  kind::message, false, 5,  offsetof(zidl_ip_rib_srv6_sid_ctx, dt_ctx),        0,                                                  &descriptor_of_ip_rib_srv6_dt_ctx},
-    {"dx2_ctx",       7,  kind::message, false, 6,  offsetof(zidl_ip_rib_srv6_sid_ctx, dx2_ctx),       0,                                                  &descriptor_of_ip_rib_srv6_dx2_ctx},
-    {"un_ctx",        10, kind::message, false, 7,  offsetof(zidl_ip_rib_srv6_sid_ctx, un_ctx),        0,                                                  &descriptor_of_ip_rib_srv6_un_ctx},
-    {"ua_ctx",        11, kind::message, false, 8,  offsetof(zidl_ip_rib_srv6_sid_ctx, ua_ctx),        0,                                                  &descriptor_of_ip_rib_srv6_ua_ctx},
-    {"udt_ctx",       12, kind::message, false, 9,  offsetof(zidl_ip_rib_srv6_sid_ctx, udt_ctx),       0,                                                  &descriptor_of_ip_rib_srv6_udt_ctx},
-    {"ub6_ctx",       13, kind::message, false, 10, offsetof(zidl_ip_rib_srv6_sid_ctx, ub6_ctx),       0,                                                  &descriptor_of_ip_rib_srv6_ub6_ctx},
-    {"udx2_ctx",      14, kind::message, false, 11, offsetof(zidl_ip_rib_srv6_sid_ctx, udx2_ctx),      0,                                                  &descriptor_of_ip_rib_srv6_udx2_ctx},
-    {"dt2u_ctx",      15, kind::message, false, 12, offsetof(zidl_ip_rib_srv6_sid_ctx, dt2u_ctx),      0,                                                  &descriptor_of_ip_rib_srv6_dt2u_ctx},
-    {"dt2m_ctx",      16, kind::message, false, 13, offsetof(zidl_ip_rib_srv6_sid_ctx, dt2m_ctx),      0,                                                  &descriptor_of_ip_rib_srv6_dt2m_ctx},
-    {"udt2u_ctx",     17, kind::message, false, 14, offsetof(zidl_ip_rib_srv6_sid_ctx, udt2u_ctx),     0,                                                  &descriptor_of_ip_rib_srv6_udt2u_ctx},
-    {"udt2m_ctx",     18, kind::message, false, 15, offsetof(zidl_ip_rib_srv6_sid_ctx, udt2m_ctx),     0,                                                  &descriptor_of_ip_rib_srv6_udt2m_ctx},
-    {"udx_ctx",       19, kind::message, false, 16, offsetof(zidl_ip_rib_srv6_sid_ctx, udx_ctx),       0,                                                  &descriptor_of_ip_rib_srv6_udx_ctx},
-    {"udt_named_ctx", 20, kind::message, false, 17, offsetof(zidl_ip_rib_srv6_sid_ctx, udt_named_ctx), 0,                                                  &descriptor_of_ip_rib_srv6_udt_named_ctx},
-    {"dt_named_ctx",  21, kind::message, false, 18, offsetof(zidl_ip_rib_srv6_sid_ctx, dt_named_ctx),  0,                                                  &descriptor_of_ip_rib_srv6_dt_named_ctx},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_sid_ctx, value_1), 0, nullptr},
+    {"values_2", 2, kind::u8, true, 1, offsetof(zidl_ip_rib_srv6_sid_ctx, values_2), offsetof(zidl_ip_rib_srv6_sid_ctx, values_2_count),
+     nullptr},
+    {"e_ctx", 3, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_sid_ctx, e_ctx), 0, &descriptor_of_ip_rib_srv6_e_ctx},
+    {"x_ctx", 4, kind::message, false, 3, offsetof(zidl_ip_rib_srv6_sid_ctx, x_ctx), 0, &descriptor_of_ip_rib_srv6_x_ctx},
+    {"dx_ctx", 5, kind::message, false, 4, offsetof(zidl_ip_rib_srv6_sid_ctx, dx_ctx), 0, &descriptor_of_ip_rib_srv6_dx_ctx},
+    {"dt_ctx", 6, kind::message, false, 5, offsetof(zidl_ip_rib_srv6_sid_ctx, dt_ctx), 0, &descriptor_of_ip_rib_srv6_dt_ctx},
+    {"dx2_ctx", 7, kind::message, false, 6, offsetof(zidl_ip_rib_srv6_sid_ctx, dx2_ctx), 0, &descriptor_of_ip_rib_srv6_dx2_ctx},
+    {"un_ctx", 10, kind::message, false, 7, offsetof(zidl_ip_rib_srv6_sid_ctx, un_ctx), 0, &descriptor_of_ip_rib_srv6_un_ctx},
+    {"ua_ctx", 11, kind::message, false, 8, offsetof(zidl_ip_rib_srv6_sid_ctx, ua_ctx), 0, &descriptor_of_ip_rib_srv6_ua_ctx},
+    {"udt_ctx", 12, kind::message, false, 9, offsetof(zidl_ip_rib_srv6_sid_ctx, udt_ctx), 0, &descriptor_of_ip_rib_srv6_udt_ctx},
+    {"ub6_ctx", 13, kind::message, false, 10, offsetof(zidl_ip_rib_srv6_sid_ctx, ub6_ctx), 0, &descriptor_of_ip_rib_srv6_ub6_ctx},
+    {"udx2_ctx", 14, kind::message, false, 11, offsetof(zidl_ip_rib_srv6_sid_ctx, udx2_ctx), 0, &descriptor_of_ip_rib_srv6_udx2_ctx},
+    {"dt2u_ctx", 15, kind::message, false, 12, offsetof(zidl_ip_rib_srv6_sid_ctx, dt2u_ctx), 0, &descriptor_of_ip_rib_srv6_dt2u_ctx},
+    {"dt2m_ctx", 16, kind::message, false, 13, offsetof(zidl_ip_rib_srv6_sid_ctx, dt2m_ctx), 0, &descriptor_of_ip_rib_srv6_dt2m_ctx},
+    {"udt2u_ctx", 17, kind::message, false, 14, offsetof(zidl_ip_rib_srv6_sid_ctx, udt2u_ctx), 0, &descriptor_of_ip_rib_srv6_udt2u_ctx},
+    {"udt2m_ctx", 18, kind::message, false, 15, offsetof(zidl_ip_rib_srv6_sid_ctx, udt2m_ctx), 0, &descriptor_of_ip_rib_srv6_udt2m_ctx},
+    {"udx_ctx", 19, kind::message, false, 16, offsetof(zidl_ip_rib_srv6_sid_ctx, udx_ctx), 0, &descriptor_of_ip_rib_srv6_udx_ctx},
+    {"udt_named_ctx", 20, kind::message, false, 17, offsetof(zidl_ip_rib_srv6_sid_ctx, udt_named_ctx), 0,
+     &descriptor_of_ip_rib_srv6_udt_named_ctx},
+    {"dt_named_ctx", 21, kind::message, false, 18, offsetof(zidl_ip_rib_srv6_sid_ctx, dt_named_ctx), 0,
+     &descriptor_of_ip_rib_srv6_dt_named_ctx},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_sid_ctx = {
     "ip_rib_srv6_sid_ctx", "ip_rib_srv6", fields_of_ip_rib_srv6_sid_ctx, 19,
@@ -1113,15 +1162,16 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_sid_ctx = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_opcode_update[] = {
-    {"value_1", 1, kind::u32,     false, 0, offsetof(zidl_ip_rib_srv6_opcode_update, value_1), 0, nullptr},
-    {"value_2", 2, kind::u32,     false, 1, offsetof(zidl_ip_rib_srv6_opcode_update, value_2), 0, nullptr},
-    {"value_3", 3, kind::u32,     false, 2, offsetof(zidl_ip_rib_srv6_opcode_update, value_3), 0, nullptr},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_opcode_update, value_1), 0, nullptr},
+    {"value_2", 2, kind::u32, false, 1, offsetof(zidl_ip_rib_srv6_opcode_update, value_2), 0, nullptr},
+    {"value_3", 3, kind::u32, false, 2, offsetof(zidl_ip_rib_srv6_opcode_update, value_3), 0, nullptr},
     {"sid_ctx", 4, kind::message, false, 3, offsetof(zidl_ip_rib_srv6_opcode_update, sid_ctx), 0, &descriptor_of_ip_rib_srv6_sid_ctx},
-    {"flag_5",  5, kind::boolean, false, 4, offsetof(zidl_ip_rib_srv6_opcode_update, flag_5),  0, nullptr},
+    {"flag_5", 5, kind::boolean, false, 4, offsetof(zidl_ip_rib_srv6_opcode_update, flag_5), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_opcode_update = {
     "ip_rib_srv6_opcode_update", "ip_rib_srv6", fields_of_ip_rib_srv6_opcode_update, 5,
-    sizeof(zidl_ip_rib_srv6_opcode_update), offsetof(zidl_ip_rib_srv6_opcode_update, presence), sizeof(zidl_ip_rib_srv6_opcode_update::presence),
+    sizeof(zidl_ip_rib_srv6_opcode_update), offsetof(zidl_ip_rib_srv6_opcode_update, presence),
+    sizeof(zidl_ip_rib_srv6_opcode_update::presence),
     encoder<zidl_ip_rib_srv6_opcode_update_encode_ext>::call,
     decoder<zidl_ip_rib_srv6_opcode_update_decode_ext>::call,
     duplicator<zidl_ip_rib_srv6_opcode_update_duplicate>::call,
@@ -1129,14 +1179,16 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_opcode_update = {
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_static_endpoint_update[] = {
-    {"sid",     1, kind::message, false, 0, offsetof(zidl_ip_rib_srv6_static_endpoint_update, sid),     0, &descriptor_of_ip_rib_srv6_prefix},
-    {"sid_ctx", 2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_static_endpoint_update, sid_ctx), 0, &descriptor_of_ip_rib_srv6_sid_ctx},
-    {"flag_3",  3, kind::boolean, false, 2, offsetof(zidl_ip_rib_srv6_static_endpoint_update, flag_3),  0, nullptr},
-    {"value_4", 4, kind::u32,     false, 3, offsetof(zidl_ip_rib_srv6_static_endpoint_update, value_4), 0, nullptr},
+    {"sid", 1, kind::message, false, 0, offsetof(zidl_ip_rib_srv6_static_endpoint_update, sid), 0, &descriptor_of_ip_rib_srv6_prefix},
+    {"sid_ctx", 2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_static_endpoint_update, sid_ctx), 0,
+     &descriptor_of_ip_rib_srv6_sid_ctx},
+    {"flag_3", 3, kind::boolean, false, 2, offsetof(zidl_ip_rib_srv6_static_endpoint_update, flag_3), 0, nullptr},
+    {"value_4", 4, kind::u32, false, 3, offsetof(zidl_ip_rib_srv6_static_endpoint_update, value_4), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_static_endpoint_update = {
     "ip_rib_srv6_static_endpoint_update", "ip_rib_srv6", fields_of_ip_rib_srv6_static_endpoint_update, 4,
-    sizeof(zidl_ip_rib_srv6_static_endpoint_update), offsetof(zidl_ip_rib_srv6_static_endpoint_update, presence), sizeof(zidl_ip_rib_srv6_static_endpoint_update::presence),
+    sizeof(zidl_ip_rib_srv6_static_endpoint_update), offsetof(zidl_ip_rib_srv6_static_endpoint_update, presence),
+    sizeof(zidl_ip_rib_srv6_static_endpoint_update::presence),
     encoder<zidl_ip_rib_srv6_static_endpoint_update_encode_ext>::call,
     decoder<zidl_ip_rib_srv6_static_endpoint_update_decode_ext>::call,
     duplicator<zidl_ip_rib_srv6_static_endpoint_update_duplicate>::call,
@@ -1144,10 +1196,12 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_static_endpoint_update = 
 };
 
 constexpr field_descriptor fields_of_ip_rib_srv6_update[] = {
-    {"value_1",                1, kind::u32,     false, 0, offsetof(zidl_ip_rib_srv6_update, value_1),                0, nullptr},
-    {"cfg_update",             2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_update, cfg_update),             0, &descriptor_of_ip_rib_srv6_cfg_update},
-    {"opcode_update",          3, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_update, opcode_update),          0, &descriptor_of_ip_rib_srv6_opcode_update},
-    {"static_endpoint_update", 4, kind::message, false, 3, offsetof(zidl_ip_rib_srv6_update, static_endpoint_update), 0, &descriptor_of_ip_rib_srv6_static_endpoint_update},
+    {"value_1", 1, kind::u32, false, 0, offsetof(zidl_ip_rib_srv6_update, value_1), 0, nullptr},
+    {"cfg_update", 2, kind::message, false, 1, offsetof(zidl_ip_rib_srv6_update, cfg_update), 0, &descriptor_of_ip_rib_srv6_cfg_update},
+    {"opcode_update", 3, kind::message, false, 2, offsetof(zidl_ip_rib_srv6_update, opcode_update), 0,
+     &descriptor_of_ip_rib_srv6_opcode_update},
+    {"static_endpoint_update", 4, kind::message, false, 3, offsetof(zidl_ip_rib_srv6_update, static_endpoint_update), 0,
+     &descriptor_of_ip_rib_srv6_static_endpoint_update},
 };
 constexpr message_descriptor descriptor_of_ip_rib_srv6_update = {
     "ip_rib_srv6_update", "ip_rib_srv6", fields_of_ip_rib_srv6_update, 4,
@@ -1159,9 +1213,9 @@ constexpr message_descriptor descriptor_of_ip_rib_srv6_update = {
 };
 
 constexpr field_descriptor fields_of_rib_srv6_oper_type[] = {
-    {"oper_selector",   1, kind::boolean, false, 0, offsetof(zidl_rib_srv6_oper_type, oper_selector),   0, nullptr},
-    {"oper_when_set",   2, kind::u32,     false, 1, offsetof(zidl_rib_srv6_oper_type, oper_when_set),   0, nullptr},
-    {"oper_when_clear", 3, kind::u32,     false, 2, offsetof(zidl_rib_srv6_oper_type, oper_when_clear), 0, nullptr},
+    {"oper_selector", 1, kind::boolean, false, 0, offsetof(zidl_rib_srv6_oper_type, oper_selector), 0, nullptr},
+    {"oper_when_set", 2, kind::u32, false, 1, offsetof(zidl_rib_srv6_oper_type, oper_when_set), 0, nullptr},
+    {"oper_when_clear", 3, kind::u32, false, 2, offsetof(zidl_rib_srv6_oper_type, oper_when_clear), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_srv6_oper_type = {
     "rib_srv6_oper_type", "rib_encap", fields_of_rib_srv6_oper_type, 3,
@@ -1173,12 +1227,14 @@ constexpr message_descriptor descriptor_of_rib_srv6_oper_type = {
 };
 
 constexpr field_descriptor fields_of_rib_encap_id_path_key_label[] = {
-    {"label_key_value", 1, kind::u32, false, 0, offsetof(zidl_rib_encap_id_path_key_label, label_key_value), 0,                                                        nullptr},
-    {"labels",          2, kind::u32, true,  1, offsetof(zidl_rib_encap_id_path_key_label, labels),          offsetof(zidl_rib_encap_id_path_key_label, labels_count), nullptr},
+    {"label_key_value", 1, kind::u32, false, 0, offsetof(zidl_rib_encap_id_path_key_label, label_key_value), 0, nullptr},
+    {"labels", 2, kind::u32, true, 1, offsetof(zidl_rib_encap_id_path_key_label, labels),
+     offsetof(zidl_rib_encap_id_path_key_label, labels_count), nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_encap_id_path_key_label = {
     "rib_encap_id_path_key_label", "rib_encap", fields_of_rib_encap_id_path_key_label, 2,
-    sizeof(zidl_rib_encap_id_path_key_label), offsetof(zidl_rib_encap_id_path_key_label, presence), sizeof(zidl_rib_encap_id_path_key_label::presence),
+    sizeof(zidl_rib_encap_id_path_key_label), offsetof(zidl_rib_encap_id_path_key_label, presence),
+    sizeof(zidl_rib_encap_id_path_key_label::presence),
     encoder<zidl_rib_encap_id_path_key_label_encode_ext>::call,
     decoder<zidl_rib_encap_id_path_key_label_decode_ext>::call,
     duplicator<zidl_rib_encap_id_path_key_label_duplicate>::call,
@@ -1186,12 +1242,14 @@ constexpr message_descriptor descriptor_of_rib_encap_id_path_key_label = {
 };
 
 constexpr field_descriptor fields_of_rib_encap_id_path_key_srv6[] = {
-    {"oper_type", 1, kind::message, false, 0, offsetof(zidl_rib_encap_id_path_key_srv6, oper_type), 0,                                                        &descriptor_of_rib_srv6_oper_type},
-    {"entries",   2, kind::bytes,   true,  1, offsetof(zidl_rib_encap_id_path_key_srv6, entries),   offsetof(zidl_rib_encap_id_path_key_srv6, entries_count), nullptr},
+    {"oper_type", 1, kind::message, false, 0, offsetof(zidl_rib_encap_id_path_key_srv6, oper_type), 0, &descriptor_of_rib_srv6_oper_type},
+    {"entries", 2, kind::bytes, true, 1, offsetof(zidl_rib_encap_id_path_key_srv6, entries),
+     offsetof(zidl_rib_encap_id_path_key_srv6, entries_count), nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_encap_id_path_key_srv6 = {
     "rib_encap_id_path_key_srv6", "rib_encap", fields_of_rib_encap_id_path_key_srv6, 2,
-    sizeof(zidl_rib_encap_id_path_key_srv6), offsetof(zidl_rib_encap_id_path_key_srv6, presence), sizeof(zidl_rib_encap_id_path_key_srv6::presence),
+    sizeof(zidl_rib_encap_id_path_key_srv6), offsetof(zidl_rib_encap_id_path_key_srv6, presence),
+    sizeof(zidl_rib_encap_id_path_key_srv6::presence),
     encoder<zidl_rib_encap_id_path_key_srv6_encode_ext>::call,
     decoder<zidl_rib_encap_id_path_key_srv6_decode_ext>::call,
     duplicator<zidl_rib_encap_id_path_key_srv6_duplicate>::call,
@@ -1199,13 +1257,15 @@ constexpr message_descriptor descriptor_of_rib_encap_id_path_key_srv6 = {
 };
 
 constexpr field_descriptor fields_of_rib_encap_id_path_key_srv6_carrier_info[] = {
-    {"carrier_value_1", 1, kind::u32,   false, 0, offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, carrier_value_1), 0,                                                                          nullptr},
-    {"carrier_value_2", 2, kind::u32,   false, 1, offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, carrier_value_2), 0,                                                                          nullptr},
-    {"carrier_bytes",   3, kind::bytes, false, 2, offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, carrier_bytes),   offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, carrier_bytes_size), nullptr},
+    {"carrier_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, carrier_value_1), 0, nullptr},
+    {"carrier_value_2", 2, kind::u32, false, 1, offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, carrier_value_2), 0, nullptr},
+    {"carrier_bytes", 3, kind::bytes, false, 2, offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, carrier_bytes),
+     offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, carrier_bytes_size), nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_encap_id_path_key_srv6_carrier_info = {
     "rib_encap_id_path_key_srv6_carrier_info", "rib_encap", fields_of_rib_encap_id_path_key_srv6_carrier_info, 3,
-    sizeof(zidl_rib_encap_id_path_key_srv6_carrier_info), offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, presence), sizeof(zidl_rib_encap_id_path_key_srv6_carrier_info::presence),
+    sizeof(zidl_rib_encap_id_path_key_srv6_carrier_info), offsetof(zidl_rib_encap_id_path_key_srv6_carrier_info, presence),
+    sizeof(zidl_rib_encap_id_path_key_srv6_carrier_info::presence),
     encoder<zidl_rib_encap_id_path_key_srv6_carrier_info_encode_ext>::call,
     decoder<zidl_rib_encap_id_path_key_srv6_carrier_info_decode_ext>::call,
     duplicator<zidl_rib_encap_id_path_key_srv6_carrier_info_duplicate>::call,
@@ -1213,12 +1273,15 @@ constexpr message_descriptor descriptor_of_rib_encap_id_path_key_srv6_carrier_in
 };
 
 constexpr field_descriptor fields_of_rib_encap_id_path_key_srv6_carriers[] = {
-    {"oper_type", 1, kind::message, false, 0, offsetof(zidl_rib_encap_id_path_key_srv6_carriers, oper_type), 0,                                                                  &descriptor_of_rib_srv6_oper_type},
-    {"carriers",  2, kind::message, true,  1, offsetof(zidl_rib_encap_id_path_key_srv6_carriers, carriers),  offsetof(zidl_rib_encap_id_path_key_srv6_carriers, carriers_count), &descriptor_of_rib_encap_id_path_key_srv6_carrier_info},
+    {"oper_type", 1, kind::message, false, 0, offsetof(zidl_rib_encap_id_path_key_srv6_carriers, oper_type), 0,
+     &descriptor_of_rib_srv6_oper_type},
+    {"carriers", 2, kind::message, true, 1, offsetof(zidl_rib_encap_id_path_key_srv6_carriers, carriers),
+     offsetof(zidl_rib_encap_id_path_key_srv6_carriers, carriers_count), &descriptor_of_rib_encap_id_path_key_srv6_carrier_info},
 };
 constexpr message_descriptor descriptor_of_rib_encap_id_path_key_srv6_carriers = {
     "rib_encap_id_path_key_srv6_carriers", "rib_encap", fields_of_rib_encap_id_path_key_srv6_carriers, 2,
-    sizeof(zidl_rib_encap_id_path_key_srv6_carriers), offsetof(zidl_rib_encap_id_path_key_srv6_carriers, presence), sizeof(zidl_rib_encap_id_path_key_srv6_carriers::presence),
+    sizeof(zidl_rib_encap_id_path_key_srv6_carriers), offsetof(zidl_rib_encap_id_path_key_srv6_carriers, presence),
+    sizeof(zidl_rib_encap_id_path_key_srv6_carriers::presence),
     encoder<zidl_rib_encap_id_path_key_srv6_carriers_encode_ext>::call,
     decoder<zidl_rib_encap_id_path_key_srv6_carriers_decode_ext>::call,
     duplicator<zidl_rib_encap_id_path_key_srv6_carriers_duplicate>::call,
@@ -1226,26 +1289,29 @@ constexpr message_descriptor descriptor_of_rib_encap_id_path_key_srv6_carriers =
 };
 
 constexpr field_descriptor fields_of_rib_encap_id_key[] = {
-    {"key_value_1",        1,  kind::u32,     false, 0,  offsetof(zidl_rib_encap_id_key, key_value_1),        0,                                                         nullptr},
-    {"key_value_2",        2,  kind::u32,     false, 1,  offsetof(zidl_rib_encap_id_key, key_value_2),        0,                                                         nullptr},
-    {"key_prefix",         3,  kind::message, false, 2,  offsetof(zidl_rib_encap_id_key, key_prefix),         0,                                                         &descriptor_of_rib_msg_prefix},
-    {"key_value_4",        4,  kind::u32,     false, 3,  offsetof(zidl_rib_encap_id_key, key_value_4),        0,                                                         nullptr},
-    {"key_type",           5,  kind::u32,     false, 4,  offsetof(zidl_rib_encap_id_key, key_type),           0,                                                         nullptr},
-    {"key_value_6",        6,  kind::fixed32, false, 5,  offsetof(zidl_rib_encap_id_key, key_value_6),        0,                                                         nullptr},
-    {"key_second_prefix",  7,  kind::message, false, 6,  offsetof(zidl_rib_encap_id_key, key_second_prefix),  0,                                                         &descriptor_of_rib_msg_prefix},
-    {"key_value_8",        8,  kind::u32,     false, 7,  offsetof(zidl_rib_encap_id_key, key_value_8),        0,                                                         nullptr},
-    {"key_extra_prefixes", 9,  kind::message, true,  8,  offsetof(zidl_rib_encap_id_key, key_extra_prefixes), offsetof(zidl_rib_encap_id_key, key_extra_prefixes_count), &descriptor_of_rib_msg_prefix},
-    {"label_key",          10, kind::message, false, 9,  offsetof(zidl_rib_encap_id_key, label_key),          0,                                                         &descriptor_of_rib_encap_id_path_key_label},
-    {"srv6_key",           11, kind::message, false, 10, offsetof(zidl_rib_encap_id_key, srv6_key),           0,                                                         &descriptor_of_rib_encap_id_path_key_srv6},
-    {"key_value_12",       12, kind::u32,     false, 11, offsetof(zidl_rib_encap_id_key, key_value_12),       0,                                                         nullptr},
-    {"key_value_13",       13, kind::u32,     false, 12, offsetof(zidl_rib_encap_id_key, key_value_13),       0,                                                         nullptr},
-    {"srv6_carriers",      14, kind::message, false, 13, offsetof(zidl_rib_encap_id_key, srv6_carriers),      0,                                                         &descriptor_of_rib_encap_id_path_key_srv6_carriers},
-    {"key_value_15",       15, kind::u32,     false, 14, offsetof(zidl_rib_encap_id_key, key_value_15),       0,                                                         nullptr},
-    {"key_value_16",       16, kind::u32,     false, 15, offsetof(zidl_rib_encap_id_key, key_value_16),       0,                                                         nullptr},
-    {"key_value_17",       17, kind::u32,     false, 16, offsetof(zidl_rib_encap_id_key, key_value_17),       0,                                                         nullptr},
-    {"key_value_18",       18, kind::u32,     false, 17, offsetof(zidl_rib_encap_id_key, key_value_18),       0,                                                         nullptr},
-    {"key_value_19",       19, kind::u32,     false, 18, offsetof(zidl_rib_encap_id_key, key_value_19),       0,                                                         nullptr},
-    {"key_bytes_20",       20, kind::bytes,   false, 19, offsetof(zidl_rib_encap_id_key, key_bytes_20),       offsetof(zidl_rib_encap_id_key, key_bytes_20_size),        nullptr},
+    {"key_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_encap_id_key, key_value_1), 0, nullptr},
+    {"key_value_2", 2, kind::u32, false, 1, offsetof(zidl_rib_encap_id_key, key_value_2), 0, nullptr},
+    {"key_prefix", 3, kind::message, false, 2, offsetof(zidl_rib_encap_id_key, key_prefix), 0, &descriptor_of_rib_msg_prefix},
+    {"key_value_4", 4, kind::u32, false, 3, offsetof(zidl_rib_encap_id_key, key_value_4), 0, nullptr},
+    {"key_type", 5, kind::u32, false, 4, offsetof(zidl_rib_encap_id_key, key_type), 0, nullptr},
+    {"key_value_6", 6, kind::fixed32, false, 5, offsetof(zidl_rib_encap_id_key, key_value_6), 0, nullptr},
+    {"key_second_prefix", 7, kind::message, false, 6, offsetof(zidl_rib_encap_id_key, key_second_prefix), 0, &descriptor_of_rib_msg_prefix},
+    {"key_value_8", 8, kind::u32, false, 7, offsetof(zidl_rib_encap_id_key, key_value_8), 0, nullptr},
+    {"key_extra_prefixes", 9, kind::message, true, 8, offsetof(zidl_rib_encap_id_key, key_extra_prefixes),
+     offsetof(zidl_rib_encap_id_key, key_extra_prefixes_count), &descriptor_of_rib_msg_prefix},
+    {"label_key", 10, kind::message, false, 9, offsetof(zidl_rib_encap_id_key, label_key), 0, &descriptor_of_rib_encap_id_path_key_label},
+    {"srv6_key", 11, kind::message, false, 10, offsetof(zidl_rib_encap_id_key, srv6_key), 0, &descriptor_of_rib_encap_id_path_key_srv6},
+    {"key_value_12", 12, kind::u32, false, 11, offsetof(zidl_rib_encap_id_key, key_value_12), 0, nullptr},
+    {"key_value_13", 13, kind::u32, false, 12, offsetof(zidl_rib_encap_id_key, key_value_13), 0, nullptr},
+    {"srv6_carriers", 14, kind::message, false, 13, offsetof(zidl_rib_encap_id_key, srv6_carriers), 0,
+     &descriptor_of_rib_encap_id_path_key_srv6_carriers},
+    {"key_value_15", 15, kind::u32, false, 14, offsetof(zidl_rib_encap_id_key, key_value_15), 0, nullptr},
+    {"key_value_16", 16, kind::u32, false, 15, offsetof(zidl_rib_encap_id_key, key_value_16), 0, nullptr},
+    {"key_value_17", 17, kind::u32, false, 16, offsetof(zidl_rib_encap_id_key, key_value_17), 0, nullptr},
+    {"key_value_18", 18, kind::u32, false, 17, offsetof(zidl_rib_encap_id_key, key_value_18), 0, nullptr},
+    {"key_value_19", 19, kind::u32, false, 18, offsetof(zidl_rib_encap_id_key, key_value_19), 0, nullptr},
+    {"key_bytes_20", 20, kind::bytes, false, 19, offsetof(zidl_rib_encap_id_key, key_bytes_20),
+     offsetof(zidl_rib_encap_id_key, key_bytes_20_size), nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_encap_id_key = {
     "rib_encap_id_key", "rib_encap", fields_of_rib_encap_id_key, 20,
@@ -1269,9 +1335,11 @@ constexpr message_descriptor descriptor_of_rib_encap_id = {
 };
 
 constexpr field_descriptor fields_of_rib_grid_sync_list[] = {
-    {"encap_ids", 1, kind::message, true,  0, offsetof(zidl_rib_grid_sync_list, encap_ids), offsetof(zidl_rib_grid_sync_list, encap_ids_count), &descriptor_of_rib_encap_id},
-    {"keys",      2, kind::message, true,  1, offsetof(zidl_rib_grid_sync_list, keys),      offsetof(zidl_rib_grid_sync_list, keys_count),      &descriptor_of_rib_encap_id_key},
-    {"multi_key", 4, kind::boolean, false, 2, offsetof(zidl_rib_grid_sync_list, multi_key), 0,                                                  nullptr},
+    {"encap_ids", 1, kind::message, true, 0, offsetof(zidl_rib_grid_sync_list, encap_ids),
+     offsetof(zidl_rib_grid_sync_list, encap_ids_count), &descriptor_of_rib_encap_id},
+    {"keys", 2, kind::message, true, 1, offsetof(zidl_rib_grid_sync_list, keys), offsetof(zidl_rib_grid_sync_list, keys_count),
+     &descriptor_of_rib_encap_id_key},
+    {"multi_key", 4, kind::boolean, false, 2, offsetof(zidl_rib_grid_sync_list, multi_key), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_grid_sync_list = {
     "rib_grid_sync_list", "rib_encap", fields_of_rib_grid_sync_list, 3,
@@ -1283,10 +1351,10 @@ constexpr message_descriptor descriptor_of_rib_grid_sync_list = {
 };
 
 constexpr field_descriptor fields_of_rib_nhid_encap_key[] = {
-    {"nhid_key_value_1", 1, kind::u32,     false, 0, offsetof(zidl_rib_nhid_encap_key, nhid_key_value_1), 0, nullptr},
+    {"nhid_key_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_nhid_encap_key, nhid_key_value_1), 0, nullptr},
     {"nhid_key_address", 2, kind::message, false, 1, offsetof(zidl_rib_nhid_encap_key, nhid_key_address), 0, &descriptor_of_rib_address},
-    {"nhid_key_value_3", 3, kind::u32,     false, 2, offsetof(zidl_rib_nhid_encap_key, nhid_key_value_3), 0, nullptr},
-    {"nhid_key_value_4", 4, kind::u32,     false, 3, offsetof(zidl_rib_nhid_encap_key, nhid_key_value_4), 0, nullptr},
+    {"nhid_key_value_3", 3, kind::u32, false, 2, offsetof(zidl_rib_nhid_encap_key, nhid_key_value_3), 0, nullptr},
+    {"nhid_key_value_4", 4, kind::u32, false, 3, offsetof(zidl_rib_nhid_encap_key, nhid_key_value_4), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_nhid_encap_key = {
     "rib_nhid_encap_key", "rib_encap", fields_of_rib_nhid_encap_key, 4,
@@ -1298,9 +1366,9 @@ constexpr message_descriptor descriptor_of_rib_nhid_encap_key = {
 };
 
 constexpr field_descriptor fields_of_rib_nhid_update[] = {
-    {"nhid_update_value_1", 1, kind::u32,     false, 0, offsetof(zidl_rib_nhid_update, nhid_update_value_1), 0, nullptr},
-    {"nhid_encap_key",      2, kind::message, false, 1, offsetof(zidl_rib_nhid_update, nhid_encap_key),      0, &descriptor_of_rib_nhid_encap_key},
-    {"nhid",                3, kind::u64,     false, 2, offsetof(zidl_rib_nhid_update, nhid),                0, nullptr},
+    {"nhid_update_value_1", 1, kind::u32, false, 0, offsetof(zidl_rib_nhid_update, nhid_update_value_1), 0, nullptr},
+    {"nhid_encap_key", 2, kind::message, false, 1, offsetof(zidl_rib_nhid_update, nhid_encap_key), 0, &descriptor_of_rib_nhid_encap_key},
+    {"nhid", 3, kind::u64, false, 2, offsetof(zidl_rib_nhid_update, nhid), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_rib_nhid_update = {
     "rib_nhid_update", "rib_encap", fields_of_rib_nhid_update, 3,

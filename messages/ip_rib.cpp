@@ -9,12 +9,14 @@ extern "C" {
 
 // ip_rib_proto_update
 
-size_t ZIDL_BASELINE(zidl_ip_rib_proto_update_encode_ext)(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BASELINE(zidl_ip_rib_proto_update_encode_ext)(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen,
+                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_ip_rib_proto_update_decode_ext)(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BASELINE(zidl_ip_rib_proto_update_decode_ext)(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len,
+                                                           zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -22,7 +24,8 @@ int32_t ZIDL_BASELINE(zidl_ip_rib_proto_update_decode_ext)(zidl_ip_rib_proto_upd
 ZIDL_DISPATCHED(zidl_ip_rib_proto_update_encode_ext)
 ZIDL_DISPATCHED(zidl_ip_rib_proto_update_decode_ext)
 
-int32_t zidl_ip_rib_proto_update_duplicate(zidl_ip_rib_proto_update *dst, const zidl_ip_rib_proto_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_proto_update_duplicate(zidl_ip_rib_proto_update *dst, const zidl_ip_rib_proto_update *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -34,12 +37,14 @@ void zidl_ip_rib_proto_update_free_ext(zidl_ip_rib_proto_update *msg, zidl_free_
 
 // ip_rib_opaque
 
-size_t ZIDL_BASELINE(zidl_ip_rib_opaque_encode_ext)(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BASELINE(zidl_ip_rib_opaque_encode_ext)(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_ip_rib_opaque_decode_ext)(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BASELINE(zidl_ip_rib_opaque_decode_ext)(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -59,7 +64,8 @@ void zidl_ip_rib_opaque_free_ext(zidl_ip_rib_opaque *msg, zidl_free_fn free_fn, 
 
 // ip_rib_iid_evpn_vpws_ctx
 
-size_t zidl_ip_rib_iid_evpn_vpws_ctx_encode_ext(const zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs)
+size_t zidl_ip_rib_iid_evpn_vpws_ctx_encode_ext(const zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                uint32_t *nsegs)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
 }
@@ -81,17 +87,20 @@ void zidl_ip_rib_iid_evpn_vpws_ctx_free_ext(zidl_ip_rib_iid_evpn_vpws_ctx *msg, 
 
 // ip_rib_iid_evpn_elan_ctx
 
-size_t zidl_ip_rib_iid_evpn_elan_ctx_encode_ext(const zidl_ip_rib_iid_evpn_elan_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_iid_evpn_elan_ctx_encode_ext(const zidl_ip_rib_iid_evpn_elan_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_iid_evpn_elan_ctx_decode_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_iid_evpn_elan_ctx_decode_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_iid_evpn_elan_ctx_duplicate(zidl_ip_rib_iid_evpn_elan_ctx *dst, const zidl_ip_rib_iid_evpn_elan_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_iid_evpn_elan_ctx_duplicate(zidl_ip_rib_iid_evpn_elan_ctx *dst, const zidl_ip_rib_iid_evpn_elan_ctx *src,
+                                                zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -103,39 +112,47 @@ void zidl_ip_rib_iid_evpn_elan_ctx_free_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, 
 
 // ip_rib_iid_l2vpn_ip_tunnel_ctx
 
-size_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_encode_ext(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_encode_ext(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint8_t *buf, size_t buflen,
+                                                      zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_decode_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_decode_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, const uint8_t *buf, size_t len,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_duplicate(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *dst, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_duplicate(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *dst,
+                                                      const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *src, zidl_alloc_fn alloc_fn,
+                                                      void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
-void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_free_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
+void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_free_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                  uint32_t flags)
 {
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_lss_ctx
 
-size_t zidl_ip_rib_iid_lss_ctx_encode_ext(const zidl_ip_rib_iid_lss_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_iid_lss_ctx_encode_ext(const zidl_ip_rib_iid_lss_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_iid_lss_ctx_decode_ext(zidl_ip_rib_iid_lss_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_iid_lss_ctx_decode_ext(zidl_ip_rib_iid_lss_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_iid_lss_ctx_duplicate(zidl_ip_rib_iid_lss_ctx *dst, const zidl_ip_rib_iid_lss_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_iid_lss_ctx_duplicate(zidl_ip_rib_iid_lss_ctx *dst, const zidl_ip_rib_iid_lss_ctx *src, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -147,7 +164,8 @@ void zidl_ip_rib_iid_lss_ctx_free_ext(zidl_ip_rib_iid_lss_ctx *msg, zidl_free_fn
 
 // ip_rib_iid_aft_nhg_ctx
 
-size_t zidl_ip_rib_iid_aft_nhg_ctx_encode_ext(const zidl_ip_rib_iid_aft_nhg_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs)
+size_t zidl_ip_rib_iid_aft_nhg_ctx_encode_ext(const zidl_ip_rib_iid_aft_nhg_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                              uint32_t *nsegs)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
 }
@@ -169,17 +187,20 @@ void zidl_ip_rib_iid_aft_nhg_ctx_free_ext(zidl_ip_rib_iid_aft_nhg_ctx *msg, zidl
 
 // ip_rib_iid_sl_id_ctx
 
-size_t zidl_ip_rib_iid_sl_id_ctx_encode_ext(const zidl_ip_rib_iid_sl_id_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_iid_sl_id_ctx_encode_ext(const zidl_ip_rib_iid_sl_id_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                            uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_iid_sl_id_ctx_decode_ext(zidl_ip_rib_iid_sl_id_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_iid_sl_id_ctx_decode_ext(zidl_ip_rib_iid_sl_id_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, 0);
 }
 
-int32_t zidl_ip_rib_iid_sl_id_ctx_duplicate(zidl_ip_rib_iid_sl_id_ctx *dst, const zidl_ip_rib_iid_sl_id_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_iid_sl_id_ctx_duplicate(zidl_ip_rib_iid_sl_id_ctx *dst, const zidl_ip_rib_iid_sl_id_ctx *src, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -191,12 +212,14 @@ void zidl_ip_rib_iid_sl_id_ctx_free_ext(zidl_ip_rib_iid_sl_id_ctx *msg, zidl_fre
 
 // ip_rib_iid_ctx
 
-size_t zidl_ip_rib_iid_ctx_encode_ext(const zidl_ip_rib_iid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_iid_ctx_encode_ext(const zidl_ip_rib_iid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                      uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_iid_ctx_decode_ext(zidl_ip_rib_iid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_iid_ctx_decode_ext(zidl_ip_rib_iid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                       uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -213,17 +236,20 @@ void zidl_ip_rib_iid_ctx_free_ext(zidl_ip_rib_iid_ctx *msg, zidl_free_fn free_fn
 
 // ip_rib_iid_update
 
-size_t zidl_ip_rib_iid_update_encode_ext(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_iid_update_encode_ext(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                         uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_iid_update_decode_ext(zidl_ip_rib_iid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_iid_update_decode_ext(zidl_ip_rib_iid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_iid_update_duplicate(zidl_ip_rib_iid_update *dst, const zidl_ip_rib_iid_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_iid_update_duplicate(zidl_ip_rib_iid_update *dst, const zidl_ip_rib_iid_update *src, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -239,13 +265,17 @@ void zidl_ip_rib_iid_update_free_ext(zidl_ip_rib_iid_update *msg, zidl_free_fn f
 
 decltype(zidl_ip_rib_proto_update_encode_ext) zidl_ip_rib_proto_update_encode_ext_baseline;
 
-size_t zidl_ip_rib_proto_update_encode_ext_bmi2(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_proto_update_encode_ext_bmi2(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                uint32_t *nsegs, uint32_t flags)
 {
     const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_ip_rib_proto_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    if (ZIDL_LIKELY(len != zidl::not_written))
+        return len;
+    return zidl_ip_rib_proto_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_proto_update_decode_ext_bmi2(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_proto_update_decode_ext_bmi2(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -254,13 +284,17 @@ int32_t zidl_ip_rib_proto_update_decode_ext_bmi2(zidl_ip_rib_proto_update *msg, 
 
 decltype(zidl_ip_rib_opaque_encode_ext) zidl_ip_rib_opaque_encode_ext_baseline;
 
-size_t zidl_ip_rib_opaque_encode_ext_bmi2(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_opaque_encode_ext_bmi2(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                          uint32_t flags)
 {
     const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_ip_rib_opaque_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    if (ZIDL_LIKELY(len != zidl::not_written))
+        return len;
+    return zidl_ip_rib_opaque_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_opaque_decode_ext_bmi2(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_opaque_decode_ext_bmi2(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                           uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

@@ -28,16 +28,22 @@ static inline bool zidl_ip_rib_proto_update_has_proto_sub_id    (const zidl_ip_r
 static inline bool zidl_ip_rib_proto_update_has_proto_value     (const zidl_ip_rib_proto_update *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_ip_rib_proto_update_has_proto_name      (const zidl_ip_rib_proto_update *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_ip_rib_proto_update_has_proto_extra_name(const zidl_ip_rib_proto_update *msg) { return msg->presence >> 4 & 1; }
-static inline void zidl_ip_rib_proto_update_set_proto_id    (zidl_ip_rib_proto_update *msg, uint32_t value) { msg->proto_id     = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_proto_update_set_proto_sub_id(zidl_ip_rib_proto_update *msg, uint32_t value) { msg->proto_sub_id = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_proto_update_set_proto_value (zidl_ip_rib_proto_update *msg, uint64_t value) { msg->proto_value  = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_proto_update_set_proto_id(zidl_ip_rib_proto_update *msg, uint32_t value)
+    { msg->proto_id = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_proto_update_set_proto_sub_id(zidl_ip_rib_proto_update *msg, uint32_t value)
+    { msg->proto_sub_id = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_proto_update_set_proto_value(zidl_ip_rib_proto_update *msg, uint64_t value)
+    { msg->proto_value = value; msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_proto_update_mark_proto_name      (zidl_ip_rib_proto_update *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_proto_update_mark_proto_extra_name(zidl_ip_rib_proto_update *msg) { msg->presence |= 1u << 4; }
 
-ZIDL_API size_t  zidl_ip_rib_proto_update_encode_ext(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_proto_update_decode_ext(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_proto_update_duplicate (zidl_ip_rib_proto_update *dst, const zidl_ip_rib_proto_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_proto_update_free_ext  (zidl_ip_rib_proto_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_proto_update_encode_ext(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_proto_update_decode_ext(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_proto_update_duplicate(zidl_ip_rib_proto_update *dst, const zidl_ip_rib_proto_update *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_proto_update_free_ext(zidl_ip_rib_proto_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // An opaque update: four numbers and two blocks that nothing here looks into. Owns first_block and second_block.
 
@@ -59,17 +65,24 @@ static inline bool zidl_ip_rib_opaque_has_opaque_sub_id(const zidl_ip_rib_opaque
 static inline bool zidl_ip_rib_opaque_has_opaque_value (const zidl_ip_rib_opaque *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_ip_rib_opaque_has_first_block  (const zidl_ip_rib_opaque *msg) { return msg->presence >> 4 & 1; }
 static inline bool zidl_ip_rib_opaque_has_second_block (const zidl_ip_rib_opaque *msg) { return msg->presence >> 5 & 1; }
-static inline void zidl_ip_rib_opaque_set_opaque_type  (zidl_ip_rib_opaque *msg, uint32_t value) { msg->opaque_type   = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_opaque_set_opaque_id    (zidl_ip_rib_opaque *msg, uint32_t value) { msg->opaque_id     = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_opaque_set_opaque_sub_id(zidl_ip_rib_opaque *msg, uint32_t value) { msg->opaque_sub_id = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_opaque_set_opaque_value (zidl_ip_rib_opaque *msg, uint32_t value) { msg->opaque_value  = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_opaque_set_opaque_type(zidl_ip_rib_opaque *msg, uint32_t value)
+    { msg->opaque_type = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_opaque_set_opaque_id(zidl_ip_rib_opaque *msg, uint32_t value)
+    { msg->opaque_id = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_opaque_set_opaque_sub_id(zidl_ip_rib_opaque *msg, uint32_t value)
+    { msg->opaque_sub_id = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_opaque_set_opaque_value(zidl_ip_rib_opaque *msg, uint32_t value)
+    { msg->opaque_value = value; msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_opaque_mark_first_block (zidl_ip_rib_opaque *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_opaque_mark_second_block(zidl_ip_rib_opaque *msg) { msg->presence |= 1u << 5; }
 
-ZIDL_API size_t  zidl_ip_rib_opaque_encode_ext(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_opaque_decode_ext(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_opaque_duplicate (zidl_ip_rib_opaque *dst, const zidl_ip_rib_opaque *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_opaque_free_ext  (zidl_ip_rib_opaque *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_opaque_encode_ext(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                              uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_opaque_decode_ext(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_opaque_duplicate(zidl_ip_rib_opaque *dst, const zidl_ip_rib_opaque *src, zidl_alloc_fn alloc_fn,
+                                              void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_opaque_free_ext(zidl_ip_rib_opaque *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of an EVPN VPWS instance ID. Owns nothing.
 
@@ -80,17 +93,25 @@ typedef struct zidl_ip_rib_iid_evpn_vpws_ctx {
     uint8_t  presence;     // bits 0 to 2
 } zidl_ip_rib_iid_evpn_vpws_ctx;
 
-static inline bool zidl_ip_rib_iid_evpn_vpws_ctx_has_vpws_value_1(const zidl_ip_rib_iid_evpn_vpws_ctx *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_ip_rib_iid_evpn_vpws_ctx_has_vpws_value_2(const zidl_ip_rib_iid_evpn_vpws_ctx *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_ip_rib_iid_evpn_vpws_ctx_has_vpws_value_3(const zidl_ip_rib_iid_evpn_vpws_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_iid_evpn_vpws_ctx_set_vpws_value_1(zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint32_t value) { msg->vpws_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_iid_evpn_vpws_ctx_set_vpws_value_2(zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint32_t value) { msg->vpws_value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_iid_evpn_vpws_ctx_set_vpws_value_3(zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint32_t value) { msg->vpws_value_3 = value; msg->presence |= 1u << 2; }
+static inline bool zidl_ip_rib_iid_evpn_vpws_ctx_has_vpws_value_1(const zidl_ip_rib_iid_evpn_vpws_ctx *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_ip_rib_iid_evpn_vpws_ctx_has_vpws_value_2(const zidl_ip_rib_iid_evpn_vpws_ctx *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_ip_rib_iid_evpn_vpws_ctx_has_vpws_value_3(const zidl_ip_rib_iid_evpn_vpws_ctx *msg)
+    { return msg->presence >> 2 & 1; }
+static inline void zidl_ip_rib_iid_evpn_vpws_ctx_set_vpws_value_1(zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint32_t value)
+    { msg->vpws_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_iid_evpn_vpws_ctx_set_vpws_value_2(zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint32_t value)
+    { msg->vpws_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_iid_evpn_vpws_ctx_set_vpws_value_3(zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint32_t value)
+    { msg->vpws_value_3 = value; msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_iid_evpn_vpws_ctx_encode_ext(const zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs);
+ZIDL_API size_t zidl_ip_rib_iid_evpn_vpws_ctx_encode_ext(const zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint8_t *buf, size_t buflen,
+                                                         zidl_segment *segs, uint32_t *nsegs);
 ZIDL_API int32_t zidl_ip_rib_iid_evpn_vpws_ctx_decode_ext(zidl_ip_rib_iid_evpn_vpws_ctx *msg, const uint8_t *buf, size_t len);
-ZIDL_API int32_t zidl_ip_rib_iid_evpn_vpws_ctx_duplicate (zidl_ip_rib_iid_evpn_vpws_ctx *dst, const zidl_ip_rib_iid_evpn_vpws_ctx *src);
-ZIDL_API void    zidl_ip_rib_iid_evpn_vpws_ctx_free_ext  (zidl_ip_rib_iid_evpn_vpws_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_evpn_vpws_ctx_duplicate(zidl_ip_rib_iid_evpn_vpws_ctx *dst, const zidl_ip_rib_iid_evpn_vpws_ctx *src);
+ZIDL_API void zidl_ip_rib_iid_evpn_vpws_ctx_free_ext(zidl_ip_rib_iid_evpn_vpws_ctx *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                     uint32_t flags);
 
 // The context of an EVPN E-LAN instance ID. Owns ctx_bytes_2 and ctx_bytes_5.
 
@@ -107,25 +128,41 @@ typedef struct zidl_ip_rib_iid_evpn_elan_ctx {
     uint8_t   presence;         // bits 0 to 6
 } zidl_ip_rib_iid_evpn_elan_ctx;
 
-static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_1(const zidl_ip_rib_iid_evpn_elan_ctx *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_bytes_2(const zidl_ip_rib_iid_evpn_elan_ctx *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_3(const zidl_ip_rib_iid_evpn_elan_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_4(const zidl_ip_rib_iid_evpn_elan_ctx *msg) { return msg->presence >> 3 & 1; }
-static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_bytes_5(const zidl_ip_rib_iid_evpn_elan_ctx *msg) { return msg->presence >> 4 & 1; }
-static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_6(const zidl_ip_rib_iid_evpn_elan_ctx *msg) { return msg->presence >> 5 & 1; }
-static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_7(const zidl_ip_rib_iid_evpn_elan_ctx *msg) { return msg->presence >> 6 & 1; }
-static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_1(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value) { msg->ctx_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_3(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value) { msg->ctx_value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_4(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value) { msg->ctx_value_4 = value; msg->presence |= 1u << 3; }
-static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_6(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value) { msg->ctx_value_6 = value; msg->presence |= 1u << 5; }
-static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_7(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value) { msg->ctx_value_7 = value; msg->presence |= 1u << 6; }
+static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_1(const zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_bytes_2(const zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_3(const zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { return msg->presence >> 2 & 1; }
+static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_4(const zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { return msg->presence >> 3 & 1; }
+static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_bytes_5(const zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { return msg->presence >> 4 & 1; }
+static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_6(const zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { return msg->presence >> 5 & 1; }
+static inline bool zidl_ip_rib_iid_evpn_elan_ctx_has_ctx_value_7(const zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { return msg->presence >> 6 & 1; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_1(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value)
+    { msg->ctx_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_3(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value)
+    { msg->ctx_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_4(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value)
+    { msg->ctx_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_6(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value)
+    { msg->ctx_value_6 = value; msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_7(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value)
+    { msg->ctx_value_7 = value; msg->presence |= 1u << 6; }
 static inline void zidl_ip_rib_iid_evpn_elan_ctx_mark_ctx_bytes_2(zidl_ip_rib_iid_evpn_elan_ctx *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_iid_evpn_elan_ctx_mark_ctx_bytes_5(zidl_ip_rib_iid_evpn_elan_ctx *msg) { msg->presence |= 1u << 4; }
 
-ZIDL_API size_t  zidl_ip_rib_iid_evpn_elan_ctx_encode_ext(const zidl_ip_rib_iid_evpn_elan_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_evpn_elan_ctx_decode_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_evpn_elan_ctx_duplicate (zidl_ip_rib_iid_evpn_elan_ctx *dst, const zidl_ip_rib_iid_evpn_elan_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_iid_evpn_elan_ctx_free_ext  (zidl_ip_rib_iid_evpn_elan_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_iid_evpn_elan_ctx_encode_ext(const zidl_ip_rib_iid_evpn_elan_ctx *msg, uint8_t *buf, size_t buflen,
+                                                         zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_evpn_elan_ctx_decode_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, const uint8_t *buf, size_t len,
+                                                          zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_evpn_elan_ctx_duplicate(zidl_ip_rib_iid_evpn_elan_ctx *dst, const zidl_ip_rib_iid_evpn_elan_ctx *src,
+                                                         zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_iid_evpn_elan_ctx_free_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                     uint32_t flags);
 
 // The context of an L2VPN IP tunnel instance ID: a type of its own, with the encoding of ip_rib_iid_evpn_elan_ctx.
 // Owns ctx_bytes_2 and ctx_bytes_5.
@@ -143,25 +180,44 @@ typedef struct zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx {
     uint8_t   presence;         // bits 0 to 6
 } zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx;
 
-static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_1(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_bytes_2(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_3(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_4(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { return msg->presence >> 3 & 1; }
-static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_bytes_5(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { return msg->presence >> 4 & 1; }
-static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_6(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { return msg->presence >> 5 & 1; }
-static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_7(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { return msg->presence >> 6 & 1; }
-static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_1(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value) { msg->ctx_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_3(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value) { msg->ctx_value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_4(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value) { msg->ctx_value_4 = value; msg->presence |= 1u << 3; }
-static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_6(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value) { msg->ctx_value_6 = value; msg->presence |= 1u << 5; }
-static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_7(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value) { msg->ctx_value_7 = value; msg->presence |= 1u << 6; }
-static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_mark_ctx_bytes_2(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_mark_ctx_bytes_5(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg) { msg->presence |= 1u << 4; }
+static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_1(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_bytes_2(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_3(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { return msg->presence >> 2 & 1; }
+static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_4(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { return msg->presence >> 3 & 1; }
+static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_bytes_5(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { return msg->presence >> 4 & 1; }
+static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_6(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { return msg->presence >> 5 & 1; }
+static inline bool zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_has_ctx_value_7(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { return msg->presence >> 6 & 1; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_1(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value)
+    { msg->ctx_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_3(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value)
+    { msg->ctx_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_4(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value)
+    { msg->ctx_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_6(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value)
+    { msg->ctx_value_6 = value; msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_7(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value)
+    { msg->ctx_value_7 = value; msg->presence |= 1u << 6; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_mark_ctx_bytes_2(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_mark_ctx_bytes_5(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->presence |= 1u << 4; }
 
-ZIDL_API size_t  zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_encode_ext(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_decode_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_duplicate (zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *dst, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_free_ext  (zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_encode_ext(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint8_t *buf, size_t buflen,
+                                                               zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_decode_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, const uint8_t *buf, size_t len,
+                                                                zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_duplicate(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *dst,
+                                                               const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *src, zidl_alloc_fn alloc_fn,
+                                                               void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_free_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                           uint32_t flags);
 
 // The context of a label-switching instance ID. Owns lss_bytes and lss_prefixes.
 
@@ -183,17 +239,24 @@ static inline bool zidl_ip_rib_iid_lss_ctx_has_lss_value_3 (const zidl_ip_rib_ii
 static inline bool zidl_ip_rib_iid_lss_ctx_has_lss_value_4 (const zidl_ip_rib_iid_lss_ctx *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_ip_rib_iid_lss_ctx_has_lss_bytes   (const zidl_ip_rib_iid_lss_ctx *msg) { return msg->presence >> 4 & 1; }
 static inline bool zidl_ip_rib_iid_lss_ctx_has_lss_prefixes(const zidl_ip_rib_iid_lss_ctx *msg) { return msg->presence >> 5 & 1; }
-static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_1(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value) { msg->lss_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_2(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value) { msg->lss_value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_3(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value) { msg->lss_value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_4(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value) { msg->lss_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_1(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value)
+    { msg->lss_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_2(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value)
+    { msg->lss_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_3(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value)
+    { msg->lss_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_4(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value)
+    { msg->lss_value_4 = value; msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_iid_lss_ctx_mark_lss_bytes   (zidl_ip_rib_iid_lss_ctx *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_iid_lss_ctx_mark_lss_prefixes(zidl_ip_rib_iid_lss_ctx *msg) { msg->presence |= 1u << 5; }
 
-ZIDL_API size_t  zidl_ip_rib_iid_lss_ctx_encode_ext(const zidl_ip_rib_iid_lss_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_lss_ctx_decode_ext(zidl_ip_rib_iid_lss_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_lss_ctx_duplicate (zidl_ip_rib_iid_lss_ctx *dst, const zidl_ip_rib_iid_lss_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_iid_lss_ctx_free_ext  (zidl_ip_rib_iid_lss_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_iid_lss_ctx_encode_ext(const zidl_ip_rib_iid_lss_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_lss_ctx_decode_ext(zidl_ip_rib_iid_lss_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_lss_ctx_duplicate(zidl_ip_rib_iid_lss_ctx *dst, const zidl_ip_rib_iid_lss_ctx *src, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_iid_lss_ctx_free_ext(zidl_ip_rib_iid_lss_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of an instance ID that belongs to an AFT next-hop group. Owns nothing.
 
@@ -203,15 +266,20 @@ typedef struct zidl_ip_rib_iid_aft_nhg_ctx {
     uint8_t  presence;        // bits 0 and 1
 } zidl_ip_rib_iid_aft_nhg_ctx;
 
-static inline bool zidl_ip_rib_iid_aft_nhg_ctx_has_aft_nhg_value_1(const zidl_ip_rib_iid_aft_nhg_ctx *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_ip_rib_iid_aft_nhg_ctx_has_aft_nhg_id     (const zidl_ip_rib_iid_aft_nhg_ctx *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_ip_rib_iid_aft_nhg_ctx_set_aft_nhg_value_1(zidl_ip_rib_iid_aft_nhg_ctx *msg, uint32_t value) { msg->aft_nhg_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_iid_aft_nhg_ctx_set_aft_nhg_id     (zidl_ip_rib_iid_aft_nhg_ctx *msg, uint64_t value) { msg->aft_nhg_id      = value; msg->presence |= 1u << 1; }
+static inline bool zidl_ip_rib_iid_aft_nhg_ctx_has_aft_nhg_value_1(const zidl_ip_rib_iid_aft_nhg_ctx *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_ip_rib_iid_aft_nhg_ctx_has_aft_nhg_id(const zidl_ip_rib_iid_aft_nhg_ctx *msg)
+    { return msg->presence >> 1 & 1; }
+static inline void zidl_ip_rib_iid_aft_nhg_ctx_set_aft_nhg_value_1(zidl_ip_rib_iid_aft_nhg_ctx *msg, uint32_t value)
+    { msg->aft_nhg_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_iid_aft_nhg_ctx_set_aft_nhg_id(zidl_ip_rib_iid_aft_nhg_ctx *msg, uint64_t value)
+    { msg->aft_nhg_id = value; msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_iid_aft_nhg_ctx_encode_ext(const zidl_ip_rib_iid_aft_nhg_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs);
+ZIDL_API size_t zidl_ip_rib_iid_aft_nhg_ctx_encode_ext(const zidl_ip_rib_iid_aft_nhg_ctx *msg, uint8_t *buf, size_t buflen,
+                                                       zidl_segment *segs, uint32_t *nsegs);
 ZIDL_API int32_t zidl_ip_rib_iid_aft_nhg_ctx_decode_ext(zidl_ip_rib_iid_aft_nhg_ctx *msg, const uint8_t *buf, size_t len);
-ZIDL_API int32_t zidl_ip_rib_iid_aft_nhg_ctx_duplicate (zidl_ip_rib_iid_aft_nhg_ctx *dst, const zidl_ip_rib_iid_aft_nhg_ctx *src);
-ZIDL_API void    zidl_ip_rib_iid_aft_nhg_ctx_free_ext  (zidl_ip_rib_iid_aft_nhg_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_aft_nhg_ctx_duplicate(zidl_ip_rib_iid_aft_nhg_ctx *dst, const zidl_ip_rib_iid_aft_nhg_ctx *src);
+ZIDL_API void zidl_ip_rib_iid_aft_nhg_ctx_free_ext(zidl_ip_rib_iid_aft_nhg_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of a segment-list instance ID. Owns sl_id_name.
 
@@ -227,15 +295,21 @@ static inline bool zidl_ip_rib_iid_sl_id_ctx_has_sl_id_value_1(const zidl_ip_rib
 static inline bool zidl_ip_rib_iid_sl_id_ctx_has_sl_id_value_2(const zidl_ip_rib_iid_sl_id_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_iid_sl_id_ctx_has_sl_id_value_3(const zidl_ip_rib_iid_sl_id_ctx *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_ip_rib_iid_sl_id_ctx_has_sl_id_name   (const zidl_ip_rib_iid_sl_id_ctx *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_value_1(zidl_ip_rib_iid_sl_id_ctx *msg, uint32_t value) { msg->sl_id_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_value_2(zidl_ip_rib_iid_sl_id_ctx *msg, uint32_t value) { msg->sl_id_value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_value_3(zidl_ip_rib_iid_sl_id_ctx *msg, uint32_t value) { msg->sl_id_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_value_1(zidl_ip_rib_iid_sl_id_ctx *msg, uint32_t value)
+    { msg->sl_id_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_value_2(zidl_ip_rib_iid_sl_id_ctx *msg, uint32_t value)
+    { msg->sl_id_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_value_3(zidl_ip_rib_iid_sl_id_ctx *msg, uint32_t value)
+    { msg->sl_id_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_iid_sl_id_ctx_mark_sl_id_name(zidl_ip_rib_iid_sl_id_ctx *msg) { msg->presence |= 1u << 3; }
 
-ZIDL_API size_t  zidl_ip_rib_iid_sl_id_ctx_encode_ext(const zidl_ip_rib_iid_sl_id_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_sl_id_ctx_decode_ext(zidl_ip_rib_iid_sl_id_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API int32_t zidl_ip_rib_iid_sl_id_ctx_duplicate (zidl_ip_rib_iid_sl_id_ctx *dst, const zidl_ip_rib_iid_sl_id_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_iid_sl_id_ctx_free_ext  (zidl_ip_rib_iid_sl_id_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_iid_sl_id_ctx_encode_ext(const zidl_ip_rib_iid_sl_id_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                     uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_sl_id_ctx_decode_ext(zidl_ip_rib_iid_sl_id_ctx *msg, const uint8_t *buf, size_t len,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API int32_t zidl_ip_rib_iid_sl_id_ctx_duplicate(zidl_ip_rib_iid_sl_id_ctx *dst, const zidl_ip_rib_iid_sl_id_ctx *src,
+                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_iid_sl_id_ctx_free_ext(zidl_ip_rib_iid_sl_id_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context that an instance ID belongs to. The six contexts do not exclude each other.
 // Owns what lss, evpn_elan, l2vpn_ip_tunnel and sl_id own.
@@ -258,7 +332,8 @@ static inline bool zidl_ip_rib_iid_ctx_has_evpn_elan      (const zidl_ip_rib_iid
 static inline bool zidl_ip_rib_iid_ctx_has_aft_nhg        (const zidl_ip_rib_iid_ctx *msg) { return msg->presence >> 4 & 1; }
 static inline bool zidl_ip_rib_iid_ctx_has_l2vpn_ip_tunnel(const zidl_ip_rib_iid_ctx *msg) { return msg->presence >> 5 & 1; }
 static inline bool zidl_ip_rib_iid_ctx_has_sl_id          (const zidl_ip_rib_iid_ctx *msg) { return msg->presence >> 6 & 1; }
-static inline void zidl_ip_rib_iid_ctx_set_iid_ctx_kind(zidl_ip_rib_iid_ctx *msg, uint32_t value) { msg->iid_ctx_kind = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_iid_ctx_set_iid_ctx_kind(zidl_ip_rib_iid_ctx *msg, uint32_t value)
+    { msg->iid_ctx_kind = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_iid_ctx_mark_evpn_vpws      (zidl_ip_rib_iid_ctx *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_iid_ctx_mark_lss            (zidl_ip_rib_iid_ctx *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_iid_ctx_mark_evpn_elan      (zidl_ip_rib_iid_ctx *msg) { msg->presence |= 1u << 3; }
@@ -266,10 +341,13 @@ static inline void zidl_ip_rib_iid_ctx_mark_aft_nhg        (zidl_ip_rib_iid_ctx 
 static inline void zidl_ip_rib_iid_ctx_mark_l2vpn_ip_tunnel(zidl_ip_rib_iid_ctx *msg) { msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_iid_ctx_mark_sl_id          (zidl_ip_rib_iid_ctx *msg) { msg->presence |= 1u << 6; }
 
-ZIDL_API size_t  zidl_ip_rib_iid_ctx_encode_ext(const zidl_ip_rib_iid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_ctx_decode_ext(zidl_ip_rib_iid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_ctx_duplicate (zidl_ip_rib_iid_ctx *dst, const zidl_ip_rib_iid_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_iid_ctx_free_ext  (zidl_ip_rib_iid_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_iid_ctx_encode_ext(const zidl_ip_rib_iid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                               uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_ctx_decode_ext(zidl_ip_rib_iid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_ctx_duplicate(zidl_ip_rib_iid_ctx *dst, const zidl_ip_rib_iid_ctx *src, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_iid_ctx_free_ext(zidl_ip_rib_iid_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // One instance ID with its context. Owns what iid_ctx owns.
 
@@ -287,16 +365,23 @@ static inline bool zidl_ip_rib_iid_update_has_iid_update_flag_2 (const zidl_ip_r
 static inline bool zidl_ip_rib_iid_update_has_iid_update_value_3(const zidl_ip_rib_iid_update *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_ip_rib_iid_update_has_iid_update_value_4(const zidl_ip_rib_iid_update *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_ip_rib_iid_update_has_iid_update_flag_5 (const zidl_ip_rib_iid_update *msg) { return msg->presence >> 4 & 1; }
-static inline void zidl_ip_rib_iid_update_set_iid_update_flag_2 (zidl_ip_rib_iid_update *msg, bool     value) { msg->iid_update_flag_2  = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_iid_update_set_iid_update_value_3(zidl_ip_rib_iid_update *msg, uint32_t value) { msg->iid_update_value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_iid_update_set_iid_update_value_4(zidl_ip_rib_iid_update *msg, uint32_t value) { msg->iid_update_value_4 = value; msg->presence |= 1u << 3; }
-static inline void zidl_ip_rib_iid_update_set_iid_update_flag_5 (zidl_ip_rib_iid_update *msg, bool     value) { msg->iid_update_flag_5  = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_iid_update_set_iid_update_flag_2(zidl_ip_rib_iid_update *msg, bool value)
+    { msg->iid_update_flag_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_iid_update_set_iid_update_value_3(zidl_ip_rib_iid_update *msg, uint32_t value)
+    { msg->iid_update_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_iid_update_set_iid_update_value_4(zidl_ip_rib_iid_update *msg, uint32_t value)
+    { msg->iid_update_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_iid_update_set_iid_update_flag_5(zidl_ip_rib_iid_update *msg, bool value)
+    { msg->iid_update_flag_5 = value; msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_iid_update_mark_iid_ctx(zidl_ip_rib_iid_update *msg) { msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_ip_rib_iid_update_encode_ext(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_update_decode_ext(zidl_ip_rib_iid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_iid_update_duplicate (zidl_ip_rib_iid_update *dst, const zidl_ip_rib_iid_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_iid_update_free_ext  (zidl_ip_rib_iid_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_iid_update_encode_ext(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                  uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_update_decode_ext(zidl_ip_rib_iid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_iid_update_duplicate(zidl_ip_rib_iid_update *dst, const zidl_ip_rib_iid_update *src, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_iid_update_free_ext(zidl_ip_rib_iid_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 #ifdef __cplusplus
 }

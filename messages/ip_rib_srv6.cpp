@@ -9,17 +9,20 @@ extern "C" {
 
 // ip_rib_srv6_sid_info
 
-size_t zidl_ip_rib_srv6_sid_info_encode_ext(const zidl_ip_rib_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_sid_info_encode_ext(const zidl_ip_rib_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                            uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_sid_info_decode_ext(zidl_ip_rib_srv6_sid_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_sid_info_decode_ext(zidl_ip_rib_srv6_sid_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_sid_info_duplicate(zidl_ip_rib_srv6_sid_info *dst, const zidl_ip_rib_srv6_sid_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_sid_info_duplicate(zidl_ip_rib_srv6_sid_info *dst, const zidl_ip_rib_srv6_sid_info *src, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -31,17 +34,20 @@ void zidl_ip_rib_srv6_sid_info_free_ext(zidl_ip_rib_srv6_sid_info *msg, zidl_fre
 
 // ip_rib_srv6_lib_ranges
 
-size_t zidl_ip_rib_srv6_lib_ranges_encode_ext(const zidl_ip_rib_srv6_lib_ranges *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_lib_ranges_encode_ext(const zidl_ip_rib_srv6_lib_ranges *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                              uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_lib_ranges_decode_ext(zidl_ip_rib_srv6_lib_ranges *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_lib_ranges_decode_ext(zidl_ip_rib_srv6_lib_ranges *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_lib_ranges_duplicate(zidl_ip_rib_srv6_lib_ranges *dst, const zidl_ip_rib_srv6_lib_ranges *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_lib_ranges_duplicate(zidl_ip_rib_srv6_lib_ranges *dst, const zidl_ip_rib_srv6_lib_ranges *src,
+                                              zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -53,17 +59,20 @@ void zidl_ip_rib_srv6_lib_ranges_free_ext(zidl_ip_rib_srv6_lib_ranges *msg, zidl
 
 // ip_rib_srv6_locator
 
-size_t zidl_ip_rib_srv6_locator_encode_ext(const zidl_ip_rib_srv6_locator *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_locator_encode_ext(const zidl_ip_rib_srv6_locator *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                           uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_locator_decode_ext(zidl_ip_rib_srv6_locator *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_locator_decode_ext(zidl_ip_rib_srv6_locator *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_locator_duplicate(zidl_ip_rib_srv6_locator *dst, const zidl_ip_rib_srv6_locator *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_locator_duplicate(zidl_ip_rib_srv6_locator *dst, const zidl_ip_rib_srv6_locator *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -75,17 +84,20 @@ void zidl_ip_rib_srv6_locator_free_ext(zidl_ip_rib_srv6_locator *msg, zidl_free_
 
 // ip_rib_srv6_glb_encap_info
 
-size_t zidl_ip_rib_srv6_glb_encap_info_encode_ext(const zidl_ip_rib_srv6_glb_encap_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_glb_encap_info_encode_ext(const zidl_ip_rib_srv6_glb_encap_info *msg, uint8_t *buf, size_t buflen,
+                                                  zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_glb_encap_info_decode_ext(zidl_ip_rib_srv6_glb_encap_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_glb_encap_info_decode_ext(zidl_ip_rib_srv6_glb_encap_info *msg, const uint8_t *buf, size_t len,
+                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_glb_encap_info_duplicate(zidl_ip_rib_srv6_glb_encap_info *dst, const zidl_ip_rib_srv6_glb_encap_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_glb_encap_info_duplicate(zidl_ip_rib_srv6_glb_encap_info *dst, const zidl_ip_rib_srv6_glb_encap_info *src,
+                                                  zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -97,17 +109,20 @@ void zidl_ip_rib_srv6_glb_encap_info_free_ext(zidl_ip_rib_srv6_glb_encap_info *m
 
 // ip_rib_srv6_usid_lib_ranges
 
-size_t zidl_ip_rib_srv6_usid_lib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_lib_ranges *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_usid_lib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_lib_ranges *msg, uint8_t *buf, size_t buflen,
+                                                   zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_usid_lib_ranges_decode_ext(zidl_ip_rib_srv6_usid_lib_ranges *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_usid_lib_ranges_decode_ext(zidl_ip_rib_srv6_usid_lib_ranges *msg, const uint8_t *buf, size_t len,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_usid_lib_ranges_duplicate(zidl_ip_rib_srv6_usid_lib_ranges *dst, const zidl_ip_rib_srv6_usid_lib_ranges *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_usid_lib_ranges_duplicate(zidl_ip_rib_srv6_usid_lib_ranges *dst, const zidl_ip_rib_srv6_usid_lib_ranges *src,
+                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -119,39 +134,46 @@ void zidl_ip_rib_srv6_usid_lib_ranges_free_ext(zidl_ip_rib_srv6_usid_lib_ranges 
 
 // ip_rib_srv6_usid_wlib_ranges
 
-size_t zidl_ip_rib_srv6_usid_wlib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_usid_wlib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint8_t *buf, size_t buflen,
+                                                    zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_usid_wlib_ranges_decode_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_usid_wlib_ranges_decode_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, const uint8_t *buf, size_t len,
+                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_usid_wlib_ranges_duplicate(zidl_ip_rib_srv6_usid_wlib_ranges *dst, const zidl_ip_rib_srv6_usid_wlib_ranges *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_usid_wlib_ranges_duplicate(zidl_ip_rib_srv6_usid_wlib_ranges *dst, const zidl_ip_rib_srv6_usid_wlib_ranges *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
-void zidl_ip_rib_srv6_usid_wlib_ranges_free_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
+void zidl_ip_rib_srv6_usid_wlib_ranges_free_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                uint32_t flags)
 {
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_mode_info
 
-size_t zidl_ip_rib_srv6_mode_info_encode_ext(const zidl_ip_rib_srv6_mode_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_mode_info_encode_ext(const zidl_ip_rib_srv6_mode_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                             uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_mode_info_decode_ext(zidl_ip_rib_srv6_mode_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_mode_info_decode_ext(zidl_ip_rib_srv6_mode_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                              void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_mode_info_duplicate(zidl_ip_rib_srv6_mode_info *dst, const zidl_ip_rib_srv6_mode_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_mode_info_duplicate(zidl_ip_rib_srv6_mode_info *dst, const zidl_ip_rib_srv6_mode_info *src, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -163,17 +185,20 @@ void zidl_ip_rib_srv6_mode_info_free_ext(zidl_ip_rib_srv6_mode_info *msg, zidl_f
 
 // ip_rib_srv6_fmt_config_info
 
-size_t zidl_ip_rib_srv6_fmt_config_info_encode_ext(const zidl_ip_rib_srv6_fmt_config_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_fmt_config_info_encode_ext(const zidl_ip_rib_srv6_fmt_config_info *msg, uint8_t *buf, size_t buflen,
+                                                   zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_fmt_config_info_decode_ext(zidl_ip_rib_srv6_fmt_config_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_fmt_config_info_decode_ext(zidl_ip_rib_srv6_fmt_config_info *msg, const uint8_t *buf, size_t len,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_fmt_config_info_duplicate(zidl_ip_rib_srv6_fmt_config_info *dst, const zidl_ip_rib_srv6_fmt_config_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_fmt_config_info_duplicate(zidl_ip_rib_srv6_fmt_config_info *dst, const zidl_ip_rib_srv6_fmt_config_info *src,
+                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -185,17 +210,20 @@ void zidl_ip_rib_srv6_fmt_config_info_free_ext(zidl_ip_rib_srv6_fmt_config_info 
 
 // ip_rib_srv6_glb_info
 
-size_t zidl_ip_rib_srv6_glb_info_encode_ext(const zidl_ip_rib_srv6_glb_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_glb_info_encode_ext(const zidl_ip_rib_srv6_glb_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                            uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_glb_info_decode_ext(zidl_ip_rib_srv6_glb_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_glb_info_decode_ext(zidl_ip_rib_srv6_glb_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_glb_info_duplicate(zidl_ip_rib_srv6_glb_info *dst, const zidl_ip_rib_srv6_glb_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_glb_info_duplicate(zidl_ip_rib_srv6_glb_info *dst, const zidl_ip_rib_srv6_glb_info *src, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -207,12 +235,14 @@ void zidl_ip_rib_srv6_glb_info_free_ext(zidl_ip_rib_srv6_glb_info *msg, zidl_fre
 
 // ip_rib_srv6_cfg_update
 
-size_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_encode_ext)(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_encode_ext)(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen,
+                                                             zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_decode_ext)(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_decode_ext)(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len,
+                                                              zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -220,7 +250,8 @@ int32_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_decode_ext)(zidl_ip_rib_srv6_c
 ZIDL_DISPATCHED(zidl_ip_rib_srv6_cfg_update_encode_ext)
 ZIDL_DISPATCHED(zidl_ip_rib_srv6_cfg_update_decode_ext)
 
-int32_t zidl_ip_rib_srv6_cfg_update_duplicate(zidl_ip_rib_srv6_cfg_update *dst, const zidl_ip_rib_srv6_cfg_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_cfg_update_duplicate(zidl_ip_rib_srv6_cfg_update *dst, const zidl_ip_rib_srv6_cfg_update *src,
+                                              zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -232,17 +263,20 @@ void zidl_ip_rib_srv6_cfg_update_free_ext(zidl_ip_rib_srv6_cfg_update *msg, zidl
 
 // ip_rib_srv6_e_ctx
 
-size_t zidl_ip_rib_srv6_e_ctx_encode_ext(const zidl_ip_rib_srv6_e_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_e_ctx_encode_ext(const zidl_ip_rib_srv6_e_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                         uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_e_ctx_decode_ext(zidl_ip_rib_srv6_e_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_e_ctx_decode_ext(zidl_ip_rib_srv6_e_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_e_ctx_duplicate(zidl_ip_rib_srv6_e_ctx *dst, const zidl_ip_rib_srv6_e_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_e_ctx_duplicate(zidl_ip_rib_srv6_e_ctx *dst, const zidl_ip_rib_srv6_e_ctx *src, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -254,17 +288,20 @@ void zidl_ip_rib_srv6_e_ctx_free_ext(zidl_ip_rib_srv6_e_ctx *msg, zidl_free_fn f
 
 // ip_rib_srv6_x_ctx
 
-size_t zidl_ip_rib_srv6_x_ctx_encode_ext(const zidl_ip_rib_srv6_x_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_x_ctx_encode_ext(const zidl_ip_rib_srv6_x_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                         uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_x_ctx_decode_ext(zidl_ip_rib_srv6_x_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_x_ctx_decode_ext(zidl_ip_rib_srv6_x_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_x_ctx_duplicate(zidl_ip_rib_srv6_x_ctx *dst, const zidl_ip_rib_srv6_x_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_x_ctx_duplicate(zidl_ip_rib_srv6_x_ctx *dst, const zidl_ip_rib_srv6_x_ctx *src, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -276,17 +313,20 @@ void zidl_ip_rib_srv6_x_ctx_free_ext(zidl_ip_rib_srv6_x_ctx *msg, zidl_free_fn f
 
 // ip_rib_srv6_dx_ctx
 
-size_t zidl_ip_rib_srv6_dx_ctx_encode_ext(const zidl_ip_rib_srv6_dx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_dx_ctx_encode_ext(const zidl_ip_rib_srv6_dx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dx_ctx_decode_ext(zidl_ip_rib_srv6_dx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_dx_ctx_decode_ext(zidl_ip_rib_srv6_dx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dx_ctx_duplicate(zidl_ip_rib_srv6_dx_ctx *dst, const zidl_ip_rib_srv6_dx_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_dx_ctx_duplicate(zidl_ip_rib_srv6_dx_ctx *dst, const zidl_ip_rib_srv6_dx_ctx *src, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -298,17 +338,20 @@ void zidl_ip_rib_srv6_dx_ctx_free_ext(zidl_ip_rib_srv6_dx_ctx *msg, zidl_free_fn
 
 // ip_rib_srv6_dt_ctx
 
-size_t zidl_ip_rib_srv6_dt_ctx_encode_ext(const zidl_ip_rib_srv6_dt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_dt_ctx_encode_ext(const zidl_ip_rib_srv6_dt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dt_ctx_decode_ext(zidl_ip_rib_srv6_dt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_dt_ctx_decode_ext(zidl_ip_rib_srv6_dt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dt_ctx_duplicate(zidl_ip_rib_srv6_dt_ctx *dst, const zidl_ip_rib_srv6_dt_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_dt_ctx_duplicate(zidl_ip_rib_srv6_dt_ctx *dst, const zidl_ip_rib_srv6_dt_ctx *src, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -320,17 +363,20 @@ void zidl_ip_rib_srv6_dt_ctx_free_ext(zidl_ip_rib_srv6_dt_ctx *msg, zidl_free_fn
 
 // ip_rib_srv6_dx2_ctx
 
-size_t zidl_ip_rib_srv6_dx2_ctx_encode_ext(const zidl_ip_rib_srv6_dx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_dx2_ctx_encode_ext(const zidl_ip_rib_srv6_dx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                           uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dx2_ctx_decode_ext(zidl_ip_rib_srv6_dx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_dx2_ctx_decode_ext(zidl_ip_rib_srv6_dx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dx2_ctx_duplicate(zidl_ip_rib_srv6_dx2_ctx *dst, const zidl_ip_rib_srv6_dx2_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_dx2_ctx_duplicate(zidl_ip_rib_srv6_dx2_ctx *dst, const zidl_ip_rib_srv6_dx2_ctx *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -342,17 +388,20 @@ void zidl_ip_rib_srv6_dx2_ctx_free_ext(zidl_ip_rib_srv6_dx2_ctx *msg, zidl_free_
 
 // ip_rib_srv6_dt2u_ctx
 
-size_t zidl_ip_rib_srv6_dt2u_ctx_encode_ext(const zidl_ip_rib_srv6_dt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_dt2u_ctx_encode_ext(const zidl_ip_rib_srv6_dt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                            uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dt2u_ctx_decode_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_dt2u_ctx_decode_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dt2u_ctx_duplicate(zidl_ip_rib_srv6_dt2u_ctx *dst, const zidl_ip_rib_srv6_dt2u_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_dt2u_ctx_duplicate(zidl_ip_rib_srv6_dt2u_ctx *dst, const zidl_ip_rib_srv6_dt2u_ctx *src, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -364,17 +413,20 @@ void zidl_ip_rib_srv6_dt2u_ctx_free_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, zidl_fre
 
 // ip_rib_srv6_dt2m_ctx
 
-size_t zidl_ip_rib_srv6_dt2m_ctx_encode_ext(const zidl_ip_rib_srv6_dt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_dt2m_ctx_encode_ext(const zidl_ip_rib_srv6_dt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                            uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dt2m_ctx_decode_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_dt2m_ctx_decode_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dt2m_ctx_duplicate(zidl_ip_rib_srv6_dt2m_ctx *dst, const zidl_ip_rib_srv6_dt2m_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_dt2m_ctx_duplicate(zidl_ip_rib_srv6_dt2m_ctx *dst, const zidl_ip_rib_srv6_dt2m_ctx *src, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -386,17 +438,20 @@ void zidl_ip_rib_srv6_dt2m_ctx_free_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, zidl_fre
 
 // ip_rib_srv6_dt_named_ctx
 
-size_t zidl_ip_rib_srv6_dt_named_ctx_encode_ext(const zidl_ip_rib_srv6_dt_named_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_dt_named_ctx_encode_ext(const zidl_ip_rib_srv6_dt_named_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dt_named_ctx_decode_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_dt_named_ctx_decode_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_dt_named_ctx_duplicate(zidl_ip_rib_srv6_dt_named_ctx *dst, const zidl_ip_rib_srv6_dt_named_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_dt_named_ctx_duplicate(zidl_ip_rib_srv6_dt_named_ctx *dst, const zidl_ip_rib_srv6_dt_named_ctx *src,
+                                                zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -408,17 +463,20 @@ void zidl_ip_rib_srv6_dt_named_ctx_free_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, 
 
 // ip_rib_srv6_un_ctx
 
-size_t zidl_ip_rib_srv6_un_ctx_encode_ext(const zidl_ip_rib_srv6_un_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_un_ctx_encode_ext(const zidl_ip_rib_srv6_un_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_un_ctx_decode_ext(zidl_ip_rib_srv6_un_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_un_ctx_decode_ext(zidl_ip_rib_srv6_un_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_un_ctx_duplicate(zidl_ip_rib_srv6_un_ctx *dst, const zidl_ip_rib_srv6_un_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_un_ctx_duplicate(zidl_ip_rib_srv6_un_ctx *dst, const zidl_ip_rib_srv6_un_ctx *src, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -430,17 +488,20 @@ void zidl_ip_rib_srv6_un_ctx_free_ext(zidl_ip_rib_srv6_un_ctx *msg, zidl_free_fn
 
 // ip_rib_srv6_ua_ctx
 
-size_t zidl_ip_rib_srv6_ua_ctx_encode_ext(const zidl_ip_rib_srv6_ua_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_ua_ctx_encode_ext(const zidl_ip_rib_srv6_ua_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_ua_ctx_decode_ext(zidl_ip_rib_srv6_ua_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_ua_ctx_decode_ext(zidl_ip_rib_srv6_ua_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_ua_ctx_duplicate(zidl_ip_rib_srv6_ua_ctx *dst, const zidl_ip_rib_srv6_ua_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_ua_ctx_duplicate(zidl_ip_rib_srv6_ua_ctx *dst, const zidl_ip_rib_srv6_ua_ctx *src, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -452,17 +513,20 @@ void zidl_ip_rib_srv6_ua_ctx_free_ext(zidl_ip_rib_srv6_ua_ctx *msg, zidl_free_fn
 
 // ip_rib_srv6_udt_ctx
 
-size_t zidl_ip_rib_srv6_udt_ctx_encode_ext(const zidl_ip_rib_srv6_udt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_udt_ctx_encode_ext(const zidl_ip_rib_srv6_udt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                           uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udt_ctx_decode_ext(zidl_ip_rib_srv6_udt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_udt_ctx_decode_ext(zidl_ip_rib_srv6_udt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udt_ctx_duplicate(zidl_ip_rib_srv6_udt_ctx *dst, const zidl_ip_rib_srv6_udt_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_udt_ctx_duplicate(zidl_ip_rib_srv6_udt_ctx *dst, const zidl_ip_rib_srv6_udt_ctx *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -474,17 +538,20 @@ void zidl_ip_rib_srv6_udt_ctx_free_ext(zidl_ip_rib_srv6_udt_ctx *msg, zidl_free_
 
 // ip_rib_srv6_udt_named_ctx
 
-size_t zidl_ip_rib_srv6_udt_named_ctx_encode_ext(const zidl_ip_rib_srv6_udt_named_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_udt_named_ctx_encode_ext(const zidl_ip_rib_srv6_udt_named_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                 uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udt_named_ctx_decode_ext(zidl_ip_rib_srv6_udt_named_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_udt_named_ctx_decode_ext(zidl_ip_rib_srv6_udt_named_ctx *msg, const uint8_t *buf, size_t len,
+                                                  zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udt_named_ctx_duplicate(zidl_ip_rib_srv6_udt_named_ctx *dst, const zidl_ip_rib_srv6_udt_named_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_udt_named_ctx_duplicate(zidl_ip_rib_srv6_udt_named_ctx *dst, const zidl_ip_rib_srv6_udt_named_ctx *src,
+                                                 zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -496,17 +563,20 @@ void zidl_ip_rib_srv6_udt_named_ctx_free_ext(zidl_ip_rib_srv6_udt_named_ctx *msg
 
 // ip_rib_srv6_ub6_ctx
 
-size_t zidl_ip_rib_srv6_ub6_ctx_encode_ext(const zidl_ip_rib_srv6_ub6_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_ub6_ctx_encode_ext(const zidl_ip_rib_srv6_ub6_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                           uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_ub6_ctx_decode_ext(zidl_ip_rib_srv6_ub6_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_ub6_ctx_decode_ext(zidl_ip_rib_srv6_ub6_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_ub6_ctx_duplicate(zidl_ip_rib_srv6_ub6_ctx *dst, const zidl_ip_rib_srv6_ub6_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_ub6_ctx_duplicate(zidl_ip_rib_srv6_ub6_ctx *dst, const zidl_ip_rib_srv6_ub6_ctx *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -518,17 +588,20 @@ void zidl_ip_rib_srv6_ub6_ctx_free_ext(zidl_ip_rib_srv6_ub6_ctx *msg, zidl_free_
 
 // ip_rib_srv6_udx2_ctx
 
-size_t zidl_ip_rib_srv6_udx2_ctx_encode_ext(const zidl_ip_rib_srv6_udx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_udx2_ctx_encode_ext(const zidl_ip_rib_srv6_udx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                            uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udx2_ctx_decode_ext(zidl_ip_rib_srv6_udx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_udx2_ctx_decode_ext(zidl_ip_rib_srv6_udx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udx2_ctx_duplicate(zidl_ip_rib_srv6_udx2_ctx *dst, const zidl_ip_rib_srv6_udx2_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_udx2_ctx_duplicate(zidl_ip_rib_srv6_udx2_ctx *dst, const zidl_ip_rib_srv6_udx2_ctx *src, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -540,17 +613,20 @@ void zidl_ip_rib_srv6_udx2_ctx_free_ext(zidl_ip_rib_srv6_udx2_ctx *msg, zidl_fre
 
 // ip_rib_srv6_udt2u_ctx
 
-size_t zidl_ip_rib_srv6_udt2u_ctx_encode_ext(const zidl_ip_rib_srv6_udt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_udt2u_ctx_encode_ext(const zidl_ip_rib_srv6_udt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                             uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udt2u_ctx_decode_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_udt2u_ctx_decode_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                              void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udt2u_ctx_duplicate(zidl_ip_rib_srv6_udt2u_ctx *dst, const zidl_ip_rib_srv6_udt2u_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_udt2u_ctx_duplicate(zidl_ip_rib_srv6_udt2u_ctx *dst, const zidl_ip_rib_srv6_udt2u_ctx *src, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -562,17 +638,20 @@ void zidl_ip_rib_srv6_udt2u_ctx_free_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, zidl_f
 
 // ip_rib_srv6_udt2m_ctx
 
-size_t zidl_ip_rib_srv6_udt2m_ctx_encode_ext(const zidl_ip_rib_srv6_udt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_udt2m_ctx_encode_ext(const zidl_ip_rib_srv6_udt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                             uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udt2m_ctx_decode_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_udt2m_ctx_decode_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                              void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udt2m_ctx_duplicate(zidl_ip_rib_srv6_udt2m_ctx *dst, const zidl_ip_rib_srv6_udt2m_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_udt2m_ctx_duplicate(zidl_ip_rib_srv6_udt2m_ctx *dst, const zidl_ip_rib_srv6_udt2m_ctx *src, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -584,17 +663,20 @@ void zidl_ip_rib_srv6_udt2m_ctx_free_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, zidl_f
 
 // ip_rib_srv6_udx_ctx
 
-size_t zidl_ip_rib_srv6_udx_ctx_encode_ext(const zidl_ip_rib_srv6_udx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_udx_ctx_encode_ext(const zidl_ip_rib_srv6_udx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                           uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udx_ctx_decode_ext(zidl_ip_rib_srv6_udx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_udx_ctx_decode_ext(zidl_ip_rib_srv6_udx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_udx_ctx_duplicate(zidl_ip_rib_srv6_udx_ctx *dst, const zidl_ip_rib_srv6_udx_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_udx_ctx_duplicate(zidl_ip_rib_srv6_udx_ctx *dst, const zidl_ip_rib_srv6_udx_ctx *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -606,17 +688,20 @@ void zidl_ip_rib_srv6_udx_ctx_free_ext(zidl_ip_rib_srv6_udx_ctx *msg, zidl_free_
 
 // ip_rib_srv6_sid_ctx
 
-size_t zidl_ip_rib_srv6_sid_ctx_encode_ext(const zidl_ip_rib_srv6_sid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_sid_ctx_encode_ext(const zidl_ip_rib_srv6_sid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                           uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_sid_ctx_decode_ext(zidl_ip_rib_srv6_sid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_sid_ctx_decode_ext(zidl_ip_rib_srv6_sid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_sid_ctx_duplicate(zidl_ip_rib_srv6_sid_ctx *dst, const zidl_ip_rib_srv6_sid_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_sid_ctx_duplicate(zidl_ip_rib_srv6_sid_ctx *dst, const zidl_ip_rib_srv6_sid_ctx *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -628,17 +713,20 @@ void zidl_ip_rib_srv6_sid_ctx_free_ext(zidl_ip_rib_srv6_sid_ctx *msg, zidl_free_
 
 // ip_rib_srv6_opcode_update
 
-size_t zidl_ip_rib_srv6_opcode_update_encode_ext(const zidl_ip_rib_srv6_opcode_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_opcode_update_encode_ext(const zidl_ip_rib_srv6_opcode_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                 uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_opcode_update_decode_ext(zidl_ip_rib_srv6_opcode_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_opcode_update_decode_ext(zidl_ip_rib_srv6_opcode_update *msg, const uint8_t *buf, size_t len,
+                                                  zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_opcode_update_duplicate(zidl_ip_rib_srv6_opcode_update *dst, const zidl_ip_rib_srv6_opcode_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_opcode_update_duplicate(zidl_ip_rib_srv6_opcode_update *dst, const zidl_ip_rib_srv6_opcode_update *src,
+                                                 zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -650,39 +738,47 @@ void zidl_ip_rib_srv6_opcode_update_free_ext(zidl_ip_rib_srv6_opcode_update *msg
 
 // ip_rib_srv6_static_endpoint_update
 
-size_t zidl_ip_rib_srv6_static_endpoint_update_encode_ext(const zidl_ip_rib_srv6_static_endpoint_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_static_endpoint_update_encode_ext(const zidl_ip_rib_srv6_static_endpoint_update *msg, uint8_t *buf, size_t buflen,
+                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_static_endpoint_update_decode_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_static_endpoint_update_decode_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, const uint8_t *buf, size_t len,
+                                                           zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_static_endpoint_update_duplicate(zidl_ip_rib_srv6_static_endpoint_update *dst, const zidl_ip_rib_srv6_static_endpoint_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_static_endpoint_update_duplicate(zidl_ip_rib_srv6_static_endpoint_update *dst,
+                                                          const zidl_ip_rib_srv6_static_endpoint_update *src, zidl_alloc_fn alloc_fn,
+                                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
-void zidl_ip_rib_srv6_static_endpoint_update_free_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
+void zidl_ip_rib_srv6_static_endpoint_update_free_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                      uint32_t flags)
 {
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_update
 
-size_t zidl_ip_rib_srv6_update_encode_ext(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_update_encode_ext(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_update_decode_ext(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_update_decode_ext(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_update_duplicate(zidl_ip_rib_srv6_update *dst, const zidl_ip_rib_srv6_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_update_duplicate(zidl_ip_rib_srv6_update *dst, const zidl_ip_rib_srv6_update *src, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -698,13 +794,17 @@ void zidl_ip_rib_srv6_update_free_ext(zidl_ip_rib_srv6_update *msg, zidl_free_fn
 
 decltype(zidl_ip_rib_srv6_cfg_update_encode_ext) zidl_ip_rib_srv6_cfg_update_encode_ext_baseline;
 
-size_t zidl_ip_rib_srv6_cfg_update_encode_ext_bmi2(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_cfg_update_encode_ext_bmi2(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags)
 {
     const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_ip_rib_srv6_cfg_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    if (ZIDL_LIKELY(len != zidl::not_written))
+        return len;
+    return zidl_ip_rib_srv6_cfg_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_cfg_update_decode_ext_bmi2(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_cfg_update_decode_ext_bmi2(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

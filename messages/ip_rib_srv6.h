@@ -25,14 +25,19 @@ typedef struct zidl_ip_rib_srv6_sid_info {
 static inline bool zidl_ip_rib_srv6_sid_info_has_value_1(const zidl_ip_rib_srv6_sid_info *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_sid_info_has_value_2(const zidl_ip_rib_srv6_sid_info *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_sid_info_has_sid    (const zidl_ip_rib_srv6_sid_info *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_sid_info_set_value_1(zidl_ip_rib_srv6_sid_info *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_sid_info_set_value_2(zidl_ip_rib_srv6_sid_info *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_sid_info_set_value_1(zidl_ip_rib_srv6_sid_info *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_sid_info_set_value_2(zidl_ip_rib_srv6_sid_info *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_sid_info_mark_sid(zidl_ip_rib_srv6_sid_info *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_sid_info_encode_ext(const zidl_ip_rib_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_sid_info_decode_ext(zidl_ip_rib_srv6_sid_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_sid_info_duplicate (zidl_ip_rib_srv6_sid_info *dst, const zidl_ip_rib_srv6_sid_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_sid_info_free_ext  (zidl_ip_rib_srv6_sid_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_sid_info_encode_ext(const zidl_ip_rib_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                     uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_sid_info_decode_ext(zidl_ip_rib_srv6_sid_info *msg, const uint8_t *buf, size_t len,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_sid_info_duplicate(zidl_ip_rib_srv6_sid_info *dst, const zidl_ip_rib_srv6_sid_info *src,
+                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_sid_info_free_ext(zidl_ip_rib_srv6_sid_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The ranges of a locator's local-ID block. Owns nothing.
 
@@ -56,19 +61,30 @@ static inline bool zidl_ip_rib_srv6_lib_ranges_has_value_5(const zidl_ip_rib_srv
 static inline bool zidl_ip_rib_srv6_lib_ranges_has_value_6(const zidl_ip_rib_srv6_lib_ranges *msg) { return msg->presence >> 5 & 1; }
 static inline bool zidl_ip_rib_srv6_lib_ranges_has_value_7(const zidl_ip_rib_srv6_lib_ranges *msg) { return msg->presence >> 6 & 1; }
 static inline bool zidl_ip_rib_srv6_lib_ranges_has_value_8(const zidl_ip_rib_srv6_lib_ranges *msg) { return msg->presence >> 7 & 1; }
-static inline void zidl_ip_rib_srv6_lib_ranges_set_value_1(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_lib_ranges_set_value_2(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_srv6_lib_ranges_set_value_3(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value) { msg->value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_srv6_lib_ranges_set_value_4(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value) { msg->value_4 = value; msg->presence |= 1u << 3; }
-static inline void zidl_ip_rib_srv6_lib_ranges_set_value_5(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value) { msg->value_5 = value; msg->presence |= 1u << 4; }
-static inline void zidl_ip_rib_srv6_lib_ranges_set_value_6(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value) { msg->value_6 = value; msg->presence |= 1u << 5; }
-static inline void zidl_ip_rib_srv6_lib_ranges_set_value_7(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value) { msg->value_7 = value; msg->presence |= 1u << 6; }
-static inline void zidl_ip_rib_srv6_lib_ranges_set_value_8(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value) { msg->value_8 = value; msg->presence |= 1u << 7; }
+static inline void zidl_ip_rib_srv6_lib_ranges_set_value_1(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_lib_ranges_set_value_2(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_lib_ranges_set_value_3(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
+    { msg->value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_lib_ranges_set_value_4(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
+    { msg->value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_lib_ranges_set_value_5(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
+    { msg->value_5 = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_lib_ranges_set_value_6(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
+    { msg->value_6 = value; msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_srv6_lib_ranges_set_value_7(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
+    { msg->value_7 = value; msg->presence |= 1u << 6; }
+static inline void zidl_ip_rib_srv6_lib_ranges_set_value_8(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
+    { msg->value_8 = value; msg->presence |= 1u << 7; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_lib_ranges_encode_ext(const zidl_ip_rib_srv6_lib_ranges *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_lib_ranges_decode_ext(zidl_ip_rib_srv6_lib_ranges *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_lib_ranges_duplicate (zidl_ip_rib_srv6_lib_ranges *dst, const zidl_ip_rib_srv6_lib_ranges *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_lib_ranges_free_ext  (zidl_ip_rib_srv6_lib_ranges *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_lib_ranges_encode_ext(const zidl_ip_rib_srv6_lib_ranges *msg, uint8_t *buf, size_t buflen,
+                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_lib_ranges_decode_ext(zidl_ip_rib_srv6_lib_ranges *msg, const uint8_t *buf, size_t len,
+                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_lib_ranges_duplicate(zidl_ip_rib_srv6_lib_ranges *dst, const zidl_ip_rib_srv6_lib_ranges *src,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_lib_ranges_free_ext(zidl_ip_rib_srv6_lib_ranges *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // A locator with its SIDs and ranges. Owns name, sids and what locator_prefix and second_prefix own.
 
@@ -105,25 +121,37 @@ static inline bool zidl_ip_rib_srv6_locator_has_sids          (const zidl_ip_rib
 static inline bool zidl_ip_rib_srv6_locator_has_value_13      (const zidl_ip_rib_srv6_locator *msg) { return msg->presence >> 11 & 1; }
 static inline bool zidl_ip_rib_srv6_locator_has_lib_ranges    (const zidl_ip_rib_srv6_locator *msg) { return msg->presence >> 12 & 1; }
 static inline bool zidl_ip_rib_srv6_locator_has_flag_15       (const zidl_ip_rib_srv6_locator *msg) { return msg->presence >> 13 & 1; }
-static inline void zidl_ip_rib_srv6_locator_set_value_4 (zidl_ip_rib_srv6_locator *msg, uint32_t value) { msg->value_4  = value; msg->presence |= 1u << 3; }
-static inline void zidl_ip_rib_srv6_locator_set_value_5 (zidl_ip_rib_srv6_locator *msg, uint32_t value) { msg->value_5  = value; msg->presence |= 1u << 4; }
-static inline void zidl_ip_rib_srv6_locator_set_value_6 (zidl_ip_rib_srv6_locator *msg, uint32_t value) { msg->value_6  = value; msg->presence |= 1u << 5; }
-static inline void zidl_ip_rib_srv6_locator_set_value_7 (zidl_ip_rib_srv6_locator *msg, uint32_t value) { msg->value_7  = value; msg->presence |= 1u << 6; }
-static inline void zidl_ip_rib_srv6_locator_set_value_8 (zidl_ip_rib_srv6_locator *msg, uint32_t value) { msg->value_8  = value; msg->presence |= 1u << 7; }
-static inline void zidl_ip_rib_srv6_locator_set_flag_10 (zidl_ip_rib_srv6_locator *msg, bool     value) { msg->flag_10  = value; msg->presence |= 1u << 8; }
-static inline void zidl_ip_rib_srv6_locator_set_value_11(zidl_ip_rib_srv6_locator *msg, uint32_t value) { msg->value_11 = value; msg->presence |= 1u << 9; }
-static inline void zidl_ip_rib_srv6_locator_set_value_13(zidl_ip_rib_srv6_locator *msg, uint32_t value) { msg->value_13 = value; msg->presence |= 1u << 11; }
-static inline void zidl_ip_rib_srv6_locator_set_flag_15 (zidl_ip_rib_srv6_locator *msg, bool     value) { msg->flag_15  = value; msg->presence |= 1u << 13; }
+static inline void zidl_ip_rib_srv6_locator_set_value_4(zidl_ip_rib_srv6_locator *msg, uint32_t value)
+    { msg->value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_locator_set_value_5(zidl_ip_rib_srv6_locator *msg, uint32_t value)
+    { msg->value_5 = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_locator_set_value_6(zidl_ip_rib_srv6_locator *msg, uint32_t value)
+    { msg->value_6 = value; msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_srv6_locator_set_value_7(zidl_ip_rib_srv6_locator *msg, uint32_t value)
+    { msg->value_7 = value; msg->presence |= 1u << 6; }
+static inline void zidl_ip_rib_srv6_locator_set_value_8(zidl_ip_rib_srv6_locator *msg, uint32_t value)
+    { msg->value_8 = value; msg->presence |= 1u << 7; }
+static inline void zidl_ip_rib_srv6_locator_set_flag_10(zidl_ip_rib_srv6_locator *msg, bool value)
+    { msg->flag_10 = value; msg->presence |= 1u << 8; }
+static inline void zidl_ip_rib_srv6_locator_set_value_11(zidl_ip_rib_srv6_locator *msg, uint32_t value)
+    { msg->value_11 = value; msg->presence |= 1u << 9; }
+static inline void zidl_ip_rib_srv6_locator_set_value_13(zidl_ip_rib_srv6_locator *msg, uint32_t value)
+    { msg->value_13 = value; msg->presence |= 1u << 11; }
+static inline void zidl_ip_rib_srv6_locator_set_flag_15(zidl_ip_rib_srv6_locator *msg, bool value)
+    { msg->flag_15 = value; msg->presence |= 1u << 13; }
 static inline void zidl_ip_rib_srv6_locator_mark_name          (zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_locator_mark_locator_prefix(zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_locator_mark_second_prefix (zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_locator_mark_sids          (zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 10; }
 static inline void zidl_ip_rib_srv6_locator_mark_lib_ranges    (zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 12; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_locator_encode_ext(const zidl_ip_rib_srv6_locator *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_locator_decode_ext(zidl_ip_rib_srv6_locator *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_locator_duplicate (zidl_ip_rib_srv6_locator *dst, const zidl_ip_rib_srv6_locator *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_locator_free_ext  (zidl_ip_rib_srv6_locator *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_locator_encode_ext(const zidl_ip_rib_srv6_locator *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_locator_decode_ext(zidl_ip_rib_srv6_locator *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_locator_duplicate(zidl_ip_rib_srv6_locator *dst, const zidl_ip_rib_srv6_locator *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_locator_free_ext(zidl_ip_rib_srv6_locator *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The global encapsulation settings. Owns what encap_prefix_1 and encap_prefix_2 own.
 
@@ -140,29 +168,49 @@ typedef struct zidl_ip_rib_srv6_glb_encap_info {
     uint16_t                presence;       // bits 0 to 8
 } zidl_ip_rib_srv6_glb_encap_info;
 
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_encap_prefix_1(const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_encap_prefix_2(const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_flag_3        (const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 2 & 1; }
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_flag_4        (const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 3 & 1; }
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_value_5       (const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 4 & 1; }
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_flag_6        (const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 5 & 1; }
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_flag_7        (const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 6 & 1; }
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_value_8       (const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 7 & 1; }
-static inline bool zidl_ip_rib_srv6_glb_encap_info_has_value_9       (const zidl_ip_rib_srv6_glb_encap_info *msg) { return msg->presence >> 8 & 1; }
-static inline void zidl_ip_rib_srv6_glb_encap_info_set_flag_3 (zidl_ip_rib_srv6_glb_encap_info *msg, bool     value) { msg->flag_3  = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_srv6_glb_encap_info_set_flag_4 (zidl_ip_rib_srv6_glb_encap_info *msg, bool     value) { msg->flag_4  = value; msg->presence |= 1u << 3; }
-static inline void zidl_ip_rib_srv6_glb_encap_info_set_value_5(zidl_ip_rib_srv6_glb_encap_info *msg, uint32_t value) { msg->value_5 = value; msg->presence |= 1u << 4; }
-static inline void zidl_ip_rib_srv6_glb_encap_info_set_flag_6 (zidl_ip_rib_srv6_glb_encap_info *msg, bool     value) { msg->flag_6  = value; msg->presence |= 1u << 5; }
-static inline void zidl_ip_rib_srv6_glb_encap_info_set_flag_7 (zidl_ip_rib_srv6_glb_encap_info *msg, bool     value) { msg->flag_7  = value; msg->presence |= 1u << 6; }
-static inline void zidl_ip_rib_srv6_glb_encap_info_set_value_8(zidl_ip_rib_srv6_glb_encap_info *msg, uint32_t value) { msg->value_8 = value; msg->presence |= 1u << 7; }
-static inline void zidl_ip_rib_srv6_glb_encap_info_set_value_9(zidl_ip_rib_srv6_glb_encap_info *msg, uint32_t value) { msg->value_9 = value; msg->presence |= 1u << 8; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_encap_prefix_1(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_encap_prefix_2(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_flag_3(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 2 & 1; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_flag_4(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 3 & 1; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_value_5(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 4 & 1; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_flag_6(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 5 & 1; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_flag_7(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 6 & 1; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_value_8(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 7 & 1; }
+static inline bool zidl_ip_rib_srv6_glb_encap_info_has_value_9(const zidl_ip_rib_srv6_glb_encap_info *msg)
+    { return msg->presence >> 8 & 1; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_set_flag_3(zidl_ip_rib_srv6_glb_encap_info *msg, bool value)
+    { msg->flag_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_set_flag_4(zidl_ip_rib_srv6_glb_encap_info *msg, bool value)
+    { msg->flag_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_set_value_5(zidl_ip_rib_srv6_glb_encap_info *msg, uint32_t value)
+    { msg->value_5 = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_set_flag_6(zidl_ip_rib_srv6_glb_encap_info *msg, bool value)
+    { msg->flag_6 = value; msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_set_flag_7(zidl_ip_rib_srv6_glb_encap_info *msg, bool value)
+    { msg->flag_7 = value; msg->presence |= 1u << 6; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_set_value_8(zidl_ip_rib_srv6_glb_encap_info *msg, uint32_t value)
+    { msg->value_8 = value; msg->presence |= 1u << 7; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_set_value_9(zidl_ip_rib_srv6_glb_encap_info *msg, uint32_t value)
+    { msg->value_9 = value; msg->presence |= 1u << 8; }
 static inline void zidl_ip_rib_srv6_glb_encap_info_mark_encap_prefix_1(zidl_ip_rib_srv6_glb_encap_info *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_glb_encap_info_mark_encap_prefix_2(zidl_ip_rib_srv6_glb_encap_info *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_glb_encap_info_encode_ext(const zidl_ip_rib_srv6_glb_encap_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_glb_encap_info_decode_ext(zidl_ip_rib_srv6_glb_encap_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_glb_encap_info_duplicate (zidl_ip_rib_srv6_glb_encap_info *dst, const zidl_ip_rib_srv6_glb_encap_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_glb_encap_info_free_ext  (zidl_ip_rib_srv6_glb_encap_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_glb_encap_info_encode_ext(const zidl_ip_rib_srv6_glb_encap_info *msg, uint8_t *buf, size_t buflen,
+                                                           zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_glb_encap_info_decode_ext(zidl_ip_rib_srv6_glb_encap_info *msg, const uint8_t *buf, size_t len,
+                                                            zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_glb_encap_info_duplicate(zidl_ip_rib_srv6_glb_encap_info *dst, const zidl_ip_rib_srv6_glb_encap_info *src,
+                                                           zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_glb_encap_info_free_ext(zidl_ip_rib_srv6_glb_encap_info *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                       uint32_t flags);
 
 // The local-ID block of a uSID format. Owns nothing.
 
@@ -172,15 +220,24 @@ typedef struct zidl_ip_rib_srv6_usid_lib_ranges {
     uint8_t  presence; // bits 0 and 1
 } zidl_ip_rib_srv6_usid_lib_ranges;
 
-static inline bool zidl_ip_rib_srv6_usid_lib_ranges_has_value_1(const zidl_ip_rib_srv6_usid_lib_ranges *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_ip_rib_srv6_usid_lib_ranges_has_value_2(const zidl_ip_rib_srv6_usid_lib_ranges *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_ip_rib_srv6_usid_lib_ranges_set_value_1(zidl_ip_rib_srv6_usid_lib_ranges *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_usid_lib_ranges_set_value_2(zidl_ip_rib_srv6_usid_lib_ranges *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline bool zidl_ip_rib_srv6_usid_lib_ranges_has_value_1(const zidl_ip_rib_srv6_usid_lib_ranges *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_ip_rib_srv6_usid_lib_ranges_has_value_2(const zidl_ip_rib_srv6_usid_lib_ranges *msg)
+    { return msg->presence >> 1 & 1; }
+static inline void zidl_ip_rib_srv6_usid_lib_ranges_set_value_1(zidl_ip_rib_srv6_usid_lib_ranges *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_usid_lib_ranges_set_value_2(zidl_ip_rib_srv6_usid_lib_ranges *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_usid_lib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_lib_ranges *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_usid_lib_ranges_decode_ext(zidl_ip_rib_srv6_usid_lib_ranges *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_usid_lib_ranges_duplicate (zidl_ip_rib_srv6_usid_lib_ranges *dst, const zidl_ip_rib_srv6_usid_lib_ranges *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_usid_lib_ranges_free_ext  (zidl_ip_rib_srv6_usid_lib_ranges *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_usid_lib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_lib_ranges *msg, uint8_t *buf, size_t buflen,
+                                                            zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_usid_lib_ranges_decode_ext(zidl_ip_rib_srv6_usid_lib_ranges *msg, const uint8_t *buf, size_t len,
+                                                             zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_usid_lib_ranges_duplicate(zidl_ip_rib_srv6_usid_lib_ranges *dst,
+                                                            const zidl_ip_rib_srv6_usid_lib_ranges *src, zidl_alloc_fn alloc_fn,
+                                                            void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_usid_lib_ranges_free_ext(zidl_ip_rib_srv6_usid_lib_ranges *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                        uint32_t flags);
 
 // The wide local-ID block of a uSID format. Owns nothing.
 
@@ -189,13 +246,20 @@ typedef struct zidl_ip_rib_srv6_usid_wlib_ranges {
     uint8_t  presence; // bit 0
 } zidl_ip_rib_srv6_usid_wlib_ranges;
 
-static inline bool zidl_ip_rib_srv6_usid_wlib_ranges_has_value_1(const zidl_ip_rib_srv6_usid_wlib_ranges *msg) { return msg->presence >> 0 & 1; }
-static inline void zidl_ip_rib_srv6_usid_wlib_ranges_set_value_1(zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline bool zidl_ip_rib_srv6_usid_wlib_ranges_has_value_1(const zidl_ip_rib_srv6_usid_wlib_ranges *msg)
+    { return msg->presence >> 0 & 1; }
+static inline void zidl_ip_rib_srv6_usid_wlib_ranges_set_value_1(zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_usid_wlib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_usid_wlib_ranges_decode_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_usid_wlib_ranges_duplicate (zidl_ip_rib_srv6_usid_wlib_ranges *dst, const zidl_ip_rib_srv6_usid_wlib_ranges *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_usid_wlib_ranges_free_ext  (zidl_ip_rib_srv6_usid_wlib_ranges *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_usid_wlib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint8_t *buf, size_t buflen,
+                                                             zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_usid_wlib_ranges_decode_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, const uint8_t *buf, size_t len,
+                                                              zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_usid_wlib_ranges_duplicate(zidl_ip_rib_srv6_usid_wlib_ranges *dst,
+                                                             const zidl_ip_rib_srv6_usid_wlib_ranges *src, zidl_alloc_fn alloc_fn,
+                                                             void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_usid_wlib_ranges_free_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                         uint32_t flags);
 
 // One mode of the global settings. Owns what mode_prefix owns.
 
@@ -207,13 +271,17 @@ typedef struct zidl_ip_rib_srv6_mode_info {
 
 static inline bool zidl_ip_rib_srv6_mode_info_has_flag_1     (const zidl_ip_rib_srv6_mode_info *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_mode_info_has_mode_prefix(const zidl_ip_rib_srv6_mode_info *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_ip_rib_srv6_mode_info_set_flag_1(zidl_ip_rib_srv6_mode_info *msg, bool value) { msg->flag_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_mode_info_set_flag_1(zidl_ip_rib_srv6_mode_info *msg, bool value)
+    { msg->flag_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_mode_info_mark_mode_prefix(zidl_ip_rib_srv6_mode_info *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_mode_info_encode_ext(const zidl_ip_rib_srv6_mode_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_mode_info_decode_ext(zidl_ip_rib_srv6_mode_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_mode_info_duplicate (zidl_ip_rib_srv6_mode_info *dst, const zidl_ip_rib_srv6_mode_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_mode_info_free_ext  (zidl_ip_rib_srv6_mode_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_mode_info_encode_ext(const zidl_ip_rib_srv6_mode_info *msg, uint8_t *buf, size_t buflen,
+                                                      zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_mode_info_decode_ext(zidl_ip_rib_srv6_mode_info *msg, const uint8_t *buf, size_t len,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_mode_info_duplicate(zidl_ip_rib_srv6_mode_info *dst, const zidl_ip_rib_srv6_mode_info *src,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_mode_info_free_ext(zidl_ip_rib_srv6_mode_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The ranges of one uSID format. Owns nothing.
 
@@ -224,17 +292,28 @@ typedef struct zidl_ip_rib_srv6_fmt_config_info {
     uint8_t                           presence;         // bits 0 to 2
 } zidl_ip_rib_srv6_fmt_config_info;
 
-static inline bool zidl_ip_rib_srv6_fmt_config_info_has_format          (const zidl_ip_rib_srv6_fmt_config_info *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_ip_rib_srv6_fmt_config_info_has_usid_lib_ranges (const zidl_ip_rib_srv6_fmt_config_info *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_ip_rib_srv6_fmt_config_info_has_usid_wlib_ranges(const zidl_ip_rib_srv6_fmt_config_info *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_fmt_config_info_set_format(zidl_ip_rib_srv6_fmt_config_info *msg, uint32_t value) { msg->format = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_fmt_config_info_mark_usid_lib_ranges (zidl_ip_rib_srv6_fmt_config_info *msg) { msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_srv6_fmt_config_info_mark_usid_wlib_ranges(zidl_ip_rib_srv6_fmt_config_info *msg) { msg->presence |= 1u << 2; }
+static inline bool zidl_ip_rib_srv6_fmt_config_info_has_format(const zidl_ip_rib_srv6_fmt_config_info *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_ip_rib_srv6_fmt_config_info_has_usid_lib_ranges(const zidl_ip_rib_srv6_fmt_config_info *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_ip_rib_srv6_fmt_config_info_has_usid_wlib_ranges(const zidl_ip_rib_srv6_fmt_config_info *msg)
+    { return msg->presence >> 2 & 1; }
+static inline void zidl_ip_rib_srv6_fmt_config_info_set_format(zidl_ip_rib_srv6_fmt_config_info *msg, uint32_t value)
+    { msg->format = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_fmt_config_info_mark_usid_lib_ranges(zidl_ip_rib_srv6_fmt_config_info *msg)
+    { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_fmt_config_info_mark_usid_wlib_ranges(zidl_ip_rib_srv6_fmt_config_info *msg)
+    { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_fmt_config_info_encode_ext(const zidl_ip_rib_srv6_fmt_config_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_fmt_config_info_decode_ext(zidl_ip_rib_srv6_fmt_config_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_fmt_config_info_duplicate (zidl_ip_rib_srv6_fmt_config_info *dst, const zidl_ip_rib_srv6_fmt_config_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_fmt_config_info_free_ext  (zidl_ip_rib_srv6_fmt_config_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_fmt_config_info_encode_ext(const zidl_ip_rib_srv6_fmt_config_info *msg, uint8_t *buf, size_t buflen,
+                                                            zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_fmt_config_info_decode_ext(zidl_ip_rib_srv6_fmt_config_info *msg, const uint8_t *buf, size_t len,
+                                                             zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_fmt_config_info_duplicate(zidl_ip_rib_srv6_fmt_config_info *dst,
+                                                            const zidl_ip_rib_srv6_fmt_config_info *src, zidl_alloc_fn alloc_fn,
+                                                            void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_fmt_config_info_free_ext(zidl_ip_rib_srv6_fmt_config_info *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                        uint32_t flags);
 
 // The global settings. Owns modes, formats and what encap_info owns.
 
@@ -256,17 +335,23 @@ static inline bool zidl_ip_rib_srv6_glb_info_has_encap_info(const zidl_ip_rib_sr
 static inline bool zidl_ip_rib_srv6_glb_info_has_modes     (const zidl_ip_rib_srv6_glb_info *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_ip_rib_srv6_glb_info_has_value_7   (const zidl_ip_rib_srv6_glb_info *msg) { return msg->presence >> 4 & 1; }
 static inline bool zidl_ip_rib_srv6_glb_info_has_formats   (const zidl_ip_rib_srv6_glb_info *msg) { return msg->presence >> 5 & 1; }
-static inline void zidl_ip_rib_srv6_glb_info_set_value_1(zidl_ip_rib_srv6_glb_info *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_glb_info_set_value_2(zidl_ip_rib_srv6_glb_info *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_srv6_glb_info_set_value_7(zidl_ip_rib_srv6_glb_info *msg, uint32_t value) { msg->value_7 = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_glb_info_set_value_1(zidl_ip_rib_srv6_glb_info *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_glb_info_set_value_2(zidl_ip_rib_srv6_glb_info *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_glb_info_set_value_7(zidl_ip_rib_srv6_glb_info *msg, uint32_t value)
+    { msg->value_7 = value; msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_srv6_glb_info_mark_encap_info(zidl_ip_rib_srv6_glb_info *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_glb_info_mark_modes     (zidl_ip_rib_srv6_glb_info *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_srv6_glb_info_mark_formats   (zidl_ip_rib_srv6_glb_info *msg) { msg->presence |= 1u << 5; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_glb_info_encode_ext(const zidl_ip_rib_srv6_glb_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_glb_info_decode_ext(zidl_ip_rib_srv6_glb_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_glb_info_duplicate (zidl_ip_rib_srv6_glb_info *dst, const zidl_ip_rib_srv6_glb_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_glb_info_free_ext  (zidl_ip_rib_srv6_glb_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_glb_info_encode_ext(const zidl_ip_rib_srv6_glb_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                     uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_glb_info_decode_ext(zidl_ip_rib_srv6_glb_info *msg, const uint8_t *buf, size_t len,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_glb_info_duplicate(zidl_ip_rib_srv6_glb_info *dst, const zidl_ip_rib_srv6_glb_info *src,
+                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_glb_info_free_ext(zidl_ip_rib_srv6_glb_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The whole SRv6 configuration: global settings and locators. Owns locators and what global_info owns.
 
@@ -282,10 +367,13 @@ static inline bool zidl_ip_rib_srv6_cfg_update_has_locators   (const zidl_ip_rib
 static inline void zidl_ip_rib_srv6_cfg_update_mark_global_info(zidl_ip_rib_srv6_cfg_update *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_cfg_update_mark_locators   (zidl_ip_rib_srv6_cfg_update *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_cfg_update_encode_ext(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_cfg_update_decode_ext(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_cfg_update_duplicate (zidl_ip_rib_srv6_cfg_update *dst, const zidl_ip_rib_srv6_cfg_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_cfg_update_free_ext  (zidl_ip_rib_srv6_cfg_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_cfg_update_encode_ext(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen,
+                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_cfg_update_decode_ext(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len,
+                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_cfg_update_duplicate(zidl_ip_rib_srv6_cfg_update *dst, const zidl_ip_rib_srv6_cfg_update *src,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_cfg_update_free_ext(zidl_ip_rib_srv6_cfg_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour End. Owns name_3.
 
@@ -299,14 +387,19 @@ typedef struct zidl_ip_rib_srv6_e_ctx {
 static inline bool zidl_ip_rib_srv6_e_ctx_has_value_1(const zidl_ip_rib_srv6_e_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_e_ctx_has_value_2(const zidl_ip_rib_srv6_e_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_e_ctx_has_name_3 (const zidl_ip_rib_srv6_e_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_e_ctx_set_value_1(zidl_ip_rib_srv6_e_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_e_ctx_set_value_2(zidl_ip_rib_srv6_e_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_e_ctx_set_value_1(zidl_ip_rib_srv6_e_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_e_ctx_set_value_2(zidl_ip_rib_srv6_e_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_e_ctx_mark_name_3(zidl_ip_rib_srv6_e_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_e_ctx_encode_ext(const zidl_ip_rib_srv6_e_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_e_ctx_decode_ext(zidl_ip_rib_srv6_e_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_e_ctx_duplicate (zidl_ip_rib_srv6_e_ctx *dst, const zidl_ip_rib_srv6_e_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_e_ctx_free_ext  (zidl_ip_rib_srv6_e_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_e_ctx_encode_ext(const zidl_ip_rib_srv6_e_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                  uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_e_ctx_decode_ext(zidl_ip_rib_srv6_e_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_e_ctx_duplicate(zidl_ip_rib_srv6_e_ctx *dst, const zidl_ip_rib_srv6_e_ctx *src, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_e_ctx_free_ext(zidl_ip_rib_srv6_e_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour End.X, an adjacency. Owns name_5, name_6 and what context_prefix owns.
 
@@ -326,17 +419,23 @@ static inline bool zidl_ip_rib_srv6_x_ctx_has_value_3       (const zidl_ip_rib_s
 static inline bool zidl_ip_rib_srv6_x_ctx_has_context_prefix(const zidl_ip_rib_srv6_x_ctx *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_ip_rib_srv6_x_ctx_has_name_5        (const zidl_ip_rib_srv6_x_ctx *msg) { return msg->presence >> 4 & 1; }
 static inline bool zidl_ip_rib_srv6_x_ctx_has_name_6        (const zidl_ip_rib_srv6_x_ctx *msg) { return msg->presence >> 5 & 1; }
-static inline void zidl_ip_rib_srv6_x_ctx_set_flag_1 (zidl_ip_rib_srv6_x_ctx *msg, bool     value) { msg->flag_1  = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_x_ctx_set_value_2(zidl_ip_rib_srv6_x_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_srv6_x_ctx_set_value_3(zidl_ip_rib_srv6_x_ctx *msg, uint32_t value) { msg->value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_x_ctx_set_flag_1(zidl_ip_rib_srv6_x_ctx *msg, bool value)
+    { msg->flag_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_x_ctx_set_value_2(zidl_ip_rib_srv6_x_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_x_ctx_set_value_3(zidl_ip_rib_srv6_x_ctx *msg, uint32_t value)
+    { msg->value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_x_ctx_mark_context_prefix(zidl_ip_rib_srv6_x_ctx *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_srv6_x_ctx_mark_name_5        (zidl_ip_rib_srv6_x_ctx *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_srv6_x_ctx_mark_name_6        (zidl_ip_rib_srv6_x_ctx *msg) { msg->presence |= 1u << 5; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_x_ctx_encode_ext(const zidl_ip_rib_srv6_x_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_x_ctx_decode_ext(zidl_ip_rib_srv6_x_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_x_ctx_duplicate (zidl_ip_rib_srv6_x_ctx *dst, const zidl_ip_rib_srv6_x_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_x_ctx_free_ext  (zidl_ip_rib_srv6_x_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_x_ctx_encode_ext(const zidl_ip_rib_srv6_x_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                  uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_x_ctx_decode_ext(zidl_ip_rib_srv6_x_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_x_ctx_duplicate(zidl_ip_rib_srv6_x_ctx *dst, const zidl_ip_rib_srv6_x_ctx *src, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_x_ctx_free_ext(zidl_ip_rib_srv6_x_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour End.DX. Owns name_3.
 
@@ -350,14 +449,19 @@ typedef struct zidl_ip_rib_srv6_dx_ctx {
 static inline bool zidl_ip_rib_srv6_dx_ctx_has_value_1(const zidl_ip_rib_srv6_dx_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_dx_ctx_has_value_2(const zidl_ip_rib_srv6_dx_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_dx_ctx_has_name_3 (const zidl_ip_rib_srv6_dx_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_dx_ctx_set_value_1(zidl_ip_rib_srv6_dx_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_dx_ctx_set_value_2(zidl_ip_rib_srv6_dx_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dx_ctx_set_value_1(zidl_ip_rib_srv6_dx_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_dx_ctx_set_value_2(zidl_ip_rib_srv6_dx_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_dx_ctx_mark_name_3(zidl_ip_rib_srv6_dx_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_dx_ctx_encode_ext(const zidl_ip_rib_srv6_dx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dx_ctx_decode_ext(zidl_ip_rib_srv6_dx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dx_ctx_duplicate (zidl_ip_rib_srv6_dx_ctx *dst, const zidl_ip_rib_srv6_dx_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_dx_ctx_free_ext  (zidl_ip_rib_srv6_dx_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_dx_ctx_encode_ext(const zidl_ip_rib_srv6_dx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dx_ctx_decode_ext(zidl_ip_rib_srv6_dx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dx_ctx_duplicate(zidl_ip_rib_srv6_dx_ctx *dst, const zidl_ip_rib_srv6_dx_ctx *src, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_dx_ctx_free_ext(zidl_ip_rib_srv6_dx_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour End.DT. Owns name_2.
 
@@ -369,13 +473,17 @@ typedef struct zidl_ip_rib_srv6_dt_ctx {
 
 static inline bool zidl_ip_rib_srv6_dt_ctx_has_value_1(const zidl_ip_rib_srv6_dt_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_dt_ctx_has_name_2 (const zidl_ip_rib_srv6_dt_ctx *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_ip_rib_srv6_dt_ctx_set_value_1(zidl_ip_rib_srv6_dt_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_dt_ctx_set_value_1(zidl_ip_rib_srv6_dt_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_dt_ctx_mark_name_2(zidl_ip_rib_srv6_dt_ctx *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_dt_ctx_encode_ext(const zidl_ip_rib_srv6_dt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dt_ctx_decode_ext(zidl_ip_rib_srv6_dt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dt_ctx_duplicate (zidl_ip_rib_srv6_dt_ctx *dst, const zidl_ip_rib_srv6_dt_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_dt_ctx_free_ext  (zidl_ip_rib_srv6_dt_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_dt_ctx_encode_ext(const zidl_ip_rib_srv6_dt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dt_ctx_decode_ext(zidl_ip_rib_srv6_dt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dt_ctx_duplicate(zidl_ip_rib_srv6_dt_ctx *dst, const zidl_ip_rib_srv6_dt_ctx *src, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_dt_ctx_free_ext(zidl_ip_rib_srv6_dt_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour End.DX2. Owns name_3.
 
@@ -389,14 +497,19 @@ typedef struct zidl_ip_rib_srv6_dx2_ctx {
 static inline bool zidl_ip_rib_srv6_dx2_ctx_has_value_1(const zidl_ip_rib_srv6_dx2_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_dx2_ctx_has_value_2(const zidl_ip_rib_srv6_dx2_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_dx2_ctx_has_name_3 (const zidl_ip_rib_srv6_dx2_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_dx2_ctx_set_value_1(zidl_ip_rib_srv6_dx2_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_dx2_ctx_set_value_2(zidl_ip_rib_srv6_dx2_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dx2_ctx_set_value_1(zidl_ip_rib_srv6_dx2_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_dx2_ctx_set_value_2(zidl_ip_rib_srv6_dx2_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_dx2_ctx_mark_name_3(zidl_ip_rib_srv6_dx2_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_dx2_ctx_encode_ext(const zidl_ip_rib_srv6_dx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dx2_ctx_decode_ext(zidl_ip_rib_srv6_dx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dx2_ctx_duplicate (zidl_ip_rib_srv6_dx2_ctx *dst, const zidl_ip_rib_srv6_dx2_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_dx2_ctx_free_ext  (zidl_ip_rib_srv6_dx2_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_dx2_ctx_encode_ext(const zidl_ip_rib_srv6_dx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dx2_ctx_decode_ext(zidl_ip_rib_srv6_dx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dx2_ctx_duplicate(zidl_ip_rib_srv6_dx2_ctx *dst, const zidl_ip_rib_srv6_dx2_ctx *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_dx2_ctx_free_ext(zidl_ip_rib_srv6_dx2_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour End.DT2U. Owns name_3.
 
@@ -410,14 +523,19 @@ typedef struct zidl_ip_rib_srv6_dt2u_ctx {
 static inline bool zidl_ip_rib_srv6_dt2u_ctx_has_value_1(const zidl_ip_rib_srv6_dt2u_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_dt2u_ctx_has_value_2(const zidl_ip_rib_srv6_dt2u_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_dt2u_ctx_has_name_3 (const zidl_ip_rib_srv6_dt2u_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_dt2u_ctx_set_value_1(zidl_ip_rib_srv6_dt2u_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_dt2u_ctx_set_value_2(zidl_ip_rib_srv6_dt2u_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dt2u_ctx_set_value_1(zidl_ip_rib_srv6_dt2u_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_dt2u_ctx_set_value_2(zidl_ip_rib_srv6_dt2u_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_dt2u_ctx_mark_name_3(zidl_ip_rib_srv6_dt2u_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_dt2u_ctx_encode_ext(const zidl_ip_rib_srv6_dt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dt2u_ctx_decode_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dt2u_ctx_duplicate (zidl_ip_rib_srv6_dt2u_ctx *dst, const zidl_ip_rib_srv6_dt2u_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_dt2u_ctx_free_ext  (zidl_ip_rib_srv6_dt2u_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_dt2u_ctx_encode_ext(const zidl_ip_rib_srv6_dt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                     uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dt2u_ctx_decode_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, const uint8_t *buf, size_t len,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dt2u_ctx_duplicate(zidl_ip_rib_srv6_dt2u_ctx *dst, const zidl_ip_rib_srv6_dt2u_ctx *src,
+                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_dt2u_ctx_free_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour End.DT2M. Owns name_3.
 
@@ -431,14 +549,19 @@ typedef struct zidl_ip_rib_srv6_dt2m_ctx {
 static inline bool zidl_ip_rib_srv6_dt2m_ctx_has_value_1(const zidl_ip_rib_srv6_dt2m_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_dt2m_ctx_has_value_2(const zidl_ip_rib_srv6_dt2m_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_dt2m_ctx_has_name_3 (const zidl_ip_rib_srv6_dt2m_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_dt2m_ctx_set_value_1(zidl_ip_rib_srv6_dt2m_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_dt2m_ctx_set_value_2(zidl_ip_rib_srv6_dt2m_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dt2m_ctx_set_value_1(zidl_ip_rib_srv6_dt2m_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_dt2m_ctx_set_value_2(zidl_ip_rib_srv6_dt2m_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_dt2m_ctx_mark_name_3(zidl_ip_rib_srv6_dt2m_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_dt2m_ctx_encode_ext(const zidl_ip_rib_srv6_dt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dt2m_ctx_decode_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dt2m_ctx_duplicate (zidl_ip_rib_srv6_dt2m_ctx *dst, const zidl_ip_rib_srv6_dt2m_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_dt2m_ctx_free_ext  (zidl_ip_rib_srv6_dt2m_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_dt2m_ctx_encode_ext(const zidl_ip_rib_srv6_dt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                     uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dt2m_ctx_decode_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, const uint8_t *buf, size_t len,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dt2m_ctx_duplicate(zidl_ip_rib_srv6_dt2m_ctx *dst, const zidl_ip_rib_srv6_dt2m_ctx *src,
+                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_dt2m_ctx_free_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour End.DT in its named form. Owns name_1 and name_2.
 
@@ -453,10 +576,14 @@ static inline bool zidl_ip_rib_srv6_dt_named_ctx_has_name_2(const zidl_ip_rib_sr
 static inline void zidl_ip_rib_srv6_dt_named_ctx_mark_name_1(zidl_ip_rib_srv6_dt_named_ctx *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_dt_named_ctx_mark_name_2(zidl_ip_rib_srv6_dt_named_ctx *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_dt_named_ctx_encode_ext(const zidl_ip_rib_srv6_dt_named_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dt_named_ctx_decode_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_dt_named_ctx_duplicate (zidl_ip_rib_srv6_dt_named_ctx *dst, const zidl_ip_rib_srv6_dt_named_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_dt_named_ctx_free_ext  (zidl_ip_rib_srv6_dt_named_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_dt_named_ctx_encode_ext(const zidl_ip_rib_srv6_dt_named_ctx *msg, uint8_t *buf, size_t buflen,
+                                                         zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dt_named_ctx_decode_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, const uint8_t *buf, size_t len,
+                                                          zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_dt_named_ctx_duplicate(zidl_ip_rib_srv6_dt_named_ctx *dst, const zidl_ip_rib_srv6_dt_named_ctx *src,
+                                                         zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_dt_named_ctx_free_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                     uint32_t flags);
 
 // The context of behaviour uN. Owns name_3.
 
@@ -470,14 +597,19 @@ typedef struct zidl_ip_rib_srv6_un_ctx {
 static inline bool zidl_ip_rib_srv6_un_ctx_has_value_1(const zidl_ip_rib_srv6_un_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_un_ctx_has_value_2(const zidl_ip_rib_srv6_un_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_un_ctx_has_name_3 (const zidl_ip_rib_srv6_un_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_un_ctx_set_value_1(zidl_ip_rib_srv6_un_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_un_ctx_set_value_2(zidl_ip_rib_srv6_un_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_un_ctx_set_value_1(zidl_ip_rib_srv6_un_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_un_ctx_set_value_2(zidl_ip_rib_srv6_un_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_un_ctx_mark_name_3(zidl_ip_rib_srv6_un_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_un_ctx_encode_ext(const zidl_ip_rib_srv6_un_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_un_ctx_decode_ext(zidl_ip_rib_srv6_un_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_un_ctx_duplicate (zidl_ip_rib_srv6_un_ctx *dst, const zidl_ip_rib_srv6_un_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_un_ctx_free_ext  (zidl_ip_rib_srv6_un_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_un_ctx_encode_ext(const zidl_ip_rib_srv6_un_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_un_ctx_decode_ext(zidl_ip_rib_srv6_un_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_un_ctx_duplicate(zidl_ip_rib_srv6_un_ctx *dst, const zidl_ip_rib_srv6_un_ctx *src, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_un_ctx_free_ext(zidl_ip_rib_srv6_un_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour uA, an adjacency. Owns name_6, name_7 and what context_prefix owns.
 
@@ -499,18 +631,25 @@ static inline bool zidl_ip_rib_srv6_ua_ctx_has_context_prefix(const zidl_ip_rib_
 static inline bool zidl_ip_rib_srv6_ua_ctx_has_value_5       (const zidl_ip_rib_srv6_ua_ctx *msg) { return msg->presence >> 4 & 1; }
 static inline bool zidl_ip_rib_srv6_ua_ctx_has_name_6        (const zidl_ip_rib_srv6_ua_ctx *msg) { return msg->presence >> 5 & 1; }
 static inline bool zidl_ip_rib_srv6_ua_ctx_has_name_7        (const zidl_ip_rib_srv6_ua_ctx *msg) { return msg->presence >> 6 & 1; }
-static inline void zidl_ip_rib_srv6_ua_ctx_set_flag_1 (zidl_ip_rib_srv6_ua_ctx *msg, bool     value) { msg->flag_1  = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_ua_ctx_set_value_2(zidl_ip_rib_srv6_ua_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_srv6_ua_ctx_set_value_3(zidl_ip_rib_srv6_ua_ctx *msg, uint32_t value) { msg->value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_srv6_ua_ctx_set_value_5(zidl_ip_rib_srv6_ua_ctx *msg, uint32_t value) { msg->value_5 = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_ua_ctx_set_flag_1(zidl_ip_rib_srv6_ua_ctx *msg, bool value)
+    { msg->flag_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_ua_ctx_set_value_2(zidl_ip_rib_srv6_ua_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_ua_ctx_set_value_3(zidl_ip_rib_srv6_ua_ctx *msg, uint32_t value)
+    { msg->value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_ua_ctx_set_value_5(zidl_ip_rib_srv6_ua_ctx *msg, uint32_t value)
+    { msg->value_5 = value; msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_srv6_ua_ctx_mark_context_prefix(zidl_ip_rib_srv6_ua_ctx *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_srv6_ua_ctx_mark_name_6        (zidl_ip_rib_srv6_ua_ctx *msg) { msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_srv6_ua_ctx_mark_name_7        (zidl_ip_rib_srv6_ua_ctx *msg) { msg->presence |= 1u << 6; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_ua_ctx_encode_ext(const zidl_ip_rib_srv6_ua_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_ua_ctx_decode_ext(zidl_ip_rib_srv6_ua_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_ua_ctx_duplicate (zidl_ip_rib_srv6_ua_ctx *dst, const zidl_ip_rib_srv6_ua_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_ua_ctx_free_ext  (zidl_ip_rib_srv6_ua_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_ua_ctx_encode_ext(const zidl_ip_rib_srv6_ua_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_ua_ctx_decode_ext(zidl_ip_rib_srv6_ua_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_ua_ctx_duplicate(zidl_ip_rib_srv6_ua_ctx *dst, const zidl_ip_rib_srv6_ua_ctx *src, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_ua_ctx_free_ext(zidl_ip_rib_srv6_ua_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour uDT. Owns name_2.
 
@@ -522,13 +661,17 @@ typedef struct zidl_ip_rib_srv6_udt_ctx {
 
 static inline bool zidl_ip_rib_srv6_udt_ctx_has_value_1(const zidl_ip_rib_srv6_udt_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_udt_ctx_has_name_2 (const zidl_ip_rib_srv6_udt_ctx *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_ip_rib_srv6_udt_ctx_set_value_1(zidl_ip_rib_srv6_udt_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_udt_ctx_set_value_1(zidl_ip_rib_srv6_udt_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_udt_ctx_mark_name_2(zidl_ip_rib_srv6_udt_ctx *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_udt_ctx_encode_ext(const zidl_ip_rib_srv6_udt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udt_ctx_decode_ext(zidl_ip_rib_srv6_udt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udt_ctx_duplicate (zidl_ip_rib_srv6_udt_ctx *dst, const zidl_ip_rib_srv6_udt_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_udt_ctx_free_ext  (zidl_ip_rib_srv6_udt_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_udt_ctx_encode_ext(const zidl_ip_rib_srv6_udt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udt_ctx_decode_ext(zidl_ip_rib_srv6_udt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udt_ctx_duplicate(zidl_ip_rib_srv6_udt_ctx *dst, const zidl_ip_rib_srv6_udt_ctx *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_udt_ctx_free_ext(zidl_ip_rib_srv6_udt_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour uDT in its named form. Owns name_1 and name_2.
 
@@ -543,10 +686,14 @@ static inline bool zidl_ip_rib_srv6_udt_named_ctx_has_name_2(const zidl_ip_rib_s
 static inline void zidl_ip_rib_srv6_udt_named_ctx_mark_name_1(zidl_ip_rib_srv6_udt_named_ctx *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_udt_named_ctx_mark_name_2(zidl_ip_rib_srv6_udt_named_ctx *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_udt_named_ctx_encode_ext(const zidl_ip_rib_srv6_udt_named_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udt_named_ctx_decode_ext(zidl_ip_rib_srv6_udt_named_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udt_named_ctx_duplicate (zidl_ip_rib_srv6_udt_named_ctx *dst, const zidl_ip_rib_srv6_udt_named_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_udt_named_ctx_free_ext  (zidl_ip_rib_srv6_udt_named_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_udt_named_ctx_encode_ext(const zidl_ip_rib_srv6_udt_named_ctx *msg, uint8_t *buf, size_t buflen,
+                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udt_named_ctx_decode_ext(zidl_ip_rib_srv6_udt_named_ctx *msg, const uint8_t *buf, size_t len,
+                                                           zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udt_named_ctx_duplicate(zidl_ip_rib_srv6_udt_named_ctx *dst, const zidl_ip_rib_srv6_udt_named_ctx *src,
+                                                          zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_udt_named_ctx_free_ext(zidl_ip_rib_srv6_udt_named_ctx *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                      uint32_t flags);
 
 // The context of behaviour uB6, a binding. Owns name_1, name_6 and what context_prefix owns.
 
@@ -566,17 +713,23 @@ static inline bool zidl_ip_rib_srv6_ub6_ctx_has_value_3       (const zidl_ip_rib
 static inline bool zidl_ip_rib_srv6_ub6_ctx_has_value_4       (const zidl_ip_rib_srv6_ub6_ctx *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_ip_rib_srv6_ub6_ctx_has_context_prefix(const zidl_ip_rib_srv6_ub6_ctx *msg) { return msg->presence >> 4 & 1; }
 static inline bool zidl_ip_rib_srv6_ub6_ctx_has_name_6        (const zidl_ip_rib_srv6_ub6_ctx *msg) { return msg->presence >> 5 & 1; }
-static inline void zidl_ip_rib_srv6_ub6_ctx_set_value_2(zidl_ip_rib_srv6_ub6_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_srv6_ub6_ctx_set_value_3(zidl_ip_rib_srv6_ub6_ctx *msg, uint32_t value) { msg->value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_srv6_ub6_ctx_set_value_4(zidl_ip_rib_srv6_ub6_ctx *msg, uint32_t value) { msg->value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_set_value_2(zidl_ip_rib_srv6_ub6_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_set_value_3(zidl_ip_rib_srv6_ub6_ctx *msg, uint32_t value)
+    { msg->value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_set_value_4(zidl_ip_rib_srv6_ub6_ctx *msg, uint32_t value)
+    { msg->value_4 = value; msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_srv6_ub6_ctx_mark_name_1        (zidl_ip_rib_srv6_ub6_ctx *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_ub6_ctx_mark_context_prefix(zidl_ip_rib_srv6_ub6_ctx *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_srv6_ub6_ctx_mark_name_6        (zidl_ip_rib_srv6_ub6_ctx *msg) { msg->presence |= 1u << 5; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_ub6_ctx_encode_ext(const zidl_ip_rib_srv6_ub6_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_ub6_ctx_decode_ext(zidl_ip_rib_srv6_ub6_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_ub6_ctx_duplicate (zidl_ip_rib_srv6_ub6_ctx *dst, const zidl_ip_rib_srv6_ub6_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_ub6_ctx_free_ext  (zidl_ip_rib_srv6_ub6_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_ub6_ctx_encode_ext(const zidl_ip_rib_srv6_ub6_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_ub6_ctx_decode_ext(zidl_ip_rib_srv6_ub6_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_ub6_ctx_duplicate(zidl_ip_rib_srv6_ub6_ctx *dst, const zidl_ip_rib_srv6_ub6_ctx *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_ub6_ctx_free_ext(zidl_ip_rib_srv6_ub6_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour uDX2. Owns name_3.
 
@@ -590,14 +743,19 @@ typedef struct zidl_ip_rib_srv6_udx2_ctx {
 static inline bool zidl_ip_rib_srv6_udx2_ctx_has_value_1(const zidl_ip_rib_srv6_udx2_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_udx2_ctx_has_value_2(const zidl_ip_rib_srv6_udx2_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_udx2_ctx_has_name_3 (const zidl_ip_rib_srv6_udx2_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_udx2_ctx_set_value_1(zidl_ip_rib_srv6_udx2_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_udx2_ctx_set_value_2(zidl_ip_rib_srv6_udx2_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udx2_ctx_set_value_1(zidl_ip_rib_srv6_udx2_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_udx2_ctx_set_value_2(zidl_ip_rib_srv6_udx2_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_udx2_ctx_mark_name_3(zidl_ip_rib_srv6_udx2_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_udx2_ctx_encode_ext(const zidl_ip_rib_srv6_udx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udx2_ctx_decode_ext(zidl_ip_rib_srv6_udx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udx2_ctx_duplicate (zidl_ip_rib_srv6_udx2_ctx *dst, const zidl_ip_rib_srv6_udx2_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_udx2_ctx_free_ext  (zidl_ip_rib_srv6_udx2_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_udx2_ctx_encode_ext(const zidl_ip_rib_srv6_udx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                     uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udx2_ctx_decode_ext(zidl_ip_rib_srv6_udx2_ctx *msg, const uint8_t *buf, size_t len,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udx2_ctx_duplicate(zidl_ip_rib_srv6_udx2_ctx *dst, const zidl_ip_rib_srv6_udx2_ctx *src,
+                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_udx2_ctx_free_ext(zidl_ip_rib_srv6_udx2_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour uDT2U. Owns name_3.
 
@@ -611,14 +769,19 @@ typedef struct zidl_ip_rib_srv6_udt2u_ctx {
 static inline bool zidl_ip_rib_srv6_udt2u_ctx_has_value_1(const zidl_ip_rib_srv6_udt2u_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_udt2u_ctx_has_value_2(const zidl_ip_rib_srv6_udt2u_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_udt2u_ctx_has_name_3 (const zidl_ip_rib_srv6_udt2u_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_udt2u_ctx_set_value_1(zidl_ip_rib_srv6_udt2u_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_udt2u_ctx_set_value_2(zidl_ip_rib_srv6_udt2u_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udt2u_ctx_set_value_1(zidl_ip_rib_srv6_udt2u_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_udt2u_ctx_set_value_2(zidl_ip_rib_srv6_udt2u_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_udt2u_ctx_mark_name_3(zidl_ip_rib_srv6_udt2u_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_udt2u_ctx_encode_ext(const zidl_ip_rib_srv6_udt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udt2u_ctx_decode_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udt2u_ctx_duplicate (zidl_ip_rib_srv6_udt2u_ctx *dst, const zidl_ip_rib_srv6_udt2u_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_udt2u_ctx_free_ext  (zidl_ip_rib_srv6_udt2u_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_udt2u_ctx_encode_ext(const zidl_ip_rib_srv6_udt2u_ctx *msg, uint8_t *buf, size_t buflen,
+                                                      zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udt2u_ctx_decode_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, const uint8_t *buf, size_t len,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udt2u_ctx_duplicate(zidl_ip_rib_srv6_udt2u_ctx *dst, const zidl_ip_rib_srv6_udt2u_ctx *src,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_udt2u_ctx_free_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour uDT2M. Owns name_3.
 
@@ -632,14 +795,19 @@ typedef struct zidl_ip_rib_srv6_udt2m_ctx {
 static inline bool zidl_ip_rib_srv6_udt2m_ctx_has_value_1(const zidl_ip_rib_srv6_udt2m_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_udt2m_ctx_has_value_2(const zidl_ip_rib_srv6_udt2m_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_udt2m_ctx_has_name_3 (const zidl_ip_rib_srv6_udt2m_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_udt2m_ctx_set_value_1(zidl_ip_rib_srv6_udt2m_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_udt2m_ctx_set_value_2(zidl_ip_rib_srv6_udt2m_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udt2m_ctx_set_value_1(zidl_ip_rib_srv6_udt2m_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_udt2m_ctx_set_value_2(zidl_ip_rib_srv6_udt2m_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_udt2m_ctx_mark_name_3(zidl_ip_rib_srv6_udt2m_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_udt2m_ctx_encode_ext(const zidl_ip_rib_srv6_udt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udt2m_ctx_decode_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udt2m_ctx_duplicate (zidl_ip_rib_srv6_udt2m_ctx *dst, const zidl_ip_rib_srv6_udt2m_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_udt2m_ctx_free_ext  (zidl_ip_rib_srv6_udt2m_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_udt2m_ctx_encode_ext(const zidl_ip_rib_srv6_udt2m_ctx *msg, uint8_t *buf, size_t buflen,
+                                                      zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udt2m_ctx_decode_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, const uint8_t *buf, size_t len,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udt2m_ctx_duplicate(zidl_ip_rib_srv6_udt2m_ctx *dst, const zidl_ip_rib_srv6_udt2m_ctx *src,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_udt2m_ctx_free_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of behaviour uDX. Owns name_3.
 
@@ -653,14 +821,19 @@ typedef struct zidl_ip_rib_srv6_udx_ctx {
 static inline bool zidl_ip_rib_srv6_udx_ctx_has_value_1(const zidl_ip_rib_srv6_udx_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_udx_ctx_has_value_2(const zidl_ip_rib_srv6_udx_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_udx_ctx_has_name_3 (const zidl_ip_rib_srv6_udx_ctx *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_ip_rib_srv6_udx_ctx_set_value_1(zidl_ip_rib_srv6_udx_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_udx_ctx_set_value_2(zidl_ip_rib_srv6_udx_ctx *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udx_ctx_set_value_1(zidl_ip_rib_srv6_udx_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_udx_ctx_set_value_2(zidl_ip_rib_srv6_udx_ctx *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_udx_ctx_mark_name_3(zidl_ip_rib_srv6_udx_ctx *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_udx_ctx_encode_ext(const zidl_ip_rib_srv6_udx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udx_ctx_decode_ext(zidl_ip_rib_srv6_udx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_udx_ctx_duplicate (zidl_ip_rib_srv6_udx_ctx *dst, const zidl_ip_rib_srv6_udx_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_udx_ctx_free_ext  (zidl_ip_rib_srv6_udx_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_udx_ctx_encode_ext(const zidl_ip_rib_srv6_udx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udx_ctx_decode_ext(zidl_ip_rib_srv6_udx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_udx_ctx_duplicate(zidl_ip_rib_srv6_udx_ctx *dst, const zidl_ip_rib_srv6_udx_ctx *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_udx_ctx_free_ext(zidl_ip_rib_srv6_udx_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The context of one local SID. Any number of behaviour contexts may be present at once.
 // Owns values_2 and what e_ctx, x_ctx, dx_ctx, dt_ctx, dx2_ctx, un_ctx, ua_ctx, udt_ctx, ub6_ctx, udx2_ctx,
@@ -709,7 +882,8 @@ static inline bool zidl_ip_rib_srv6_sid_ctx_has_udt2m_ctx    (const zidl_ip_rib_
 static inline bool zidl_ip_rib_srv6_sid_ctx_has_udx_ctx      (const zidl_ip_rib_srv6_sid_ctx *msg) { return msg->presence >> 16 & 1; }
 static inline bool zidl_ip_rib_srv6_sid_ctx_has_udt_named_ctx(const zidl_ip_rib_srv6_sid_ctx *msg) { return msg->presence >> 17 & 1; }
 static inline bool zidl_ip_rib_srv6_sid_ctx_has_dt_named_ctx (const zidl_ip_rib_srv6_sid_ctx *msg) { return msg->presence >> 18 & 1; }
-static inline void zidl_ip_rib_srv6_sid_ctx_set_value_1(zidl_ip_rib_srv6_sid_ctx *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_sid_ctx_set_value_1(zidl_ip_rib_srv6_sid_ctx *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_values_2     (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_e_ctx        (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_x_ctx        (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 3; }
@@ -729,10 +903,13 @@ static inline void zidl_ip_rib_srv6_sid_ctx_mark_udx_ctx      (zidl_ip_rib_srv6_
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_udt_named_ctx(zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 17; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_dt_named_ctx (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 18; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_sid_ctx_encode_ext(const zidl_ip_rib_srv6_sid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_sid_ctx_decode_ext(zidl_ip_rib_srv6_sid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_sid_ctx_duplicate (zidl_ip_rib_srv6_sid_ctx *dst, const zidl_ip_rib_srv6_sid_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_sid_ctx_free_ext  (zidl_ip_rib_srv6_sid_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_sid_ctx_encode_ext(const zidl_ip_rib_srv6_sid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_sid_ctx_decode_ext(zidl_ip_rib_srv6_sid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_sid_ctx_duplicate(zidl_ip_rib_srv6_sid_ctx *dst, const zidl_ip_rib_srv6_sid_ctx *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_sid_ctx_free_ext(zidl_ip_rib_srv6_sid_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // A change of an opcode: three values, its SID context and a flag. Owns what sid_ctx owns.
 
@@ -750,16 +927,24 @@ static inline bool zidl_ip_rib_srv6_opcode_update_has_value_2(const zidl_ip_rib_
 static inline bool zidl_ip_rib_srv6_opcode_update_has_value_3(const zidl_ip_rib_srv6_opcode_update *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_ip_rib_srv6_opcode_update_has_sid_ctx(const zidl_ip_rib_srv6_opcode_update *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_ip_rib_srv6_opcode_update_has_flag_5 (const zidl_ip_rib_srv6_opcode_update *msg) { return msg->presence >> 4 & 1; }
-static inline void zidl_ip_rib_srv6_opcode_update_set_value_1(zidl_ip_rib_srv6_opcode_update *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_opcode_update_set_value_2(zidl_ip_rib_srv6_opcode_update *msg, uint32_t value) { msg->value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_ip_rib_srv6_opcode_update_set_value_3(zidl_ip_rib_srv6_opcode_update *msg, uint32_t value) { msg->value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_srv6_opcode_update_set_flag_5 (zidl_ip_rib_srv6_opcode_update *msg, bool     value) { msg->flag_5  = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_opcode_update_set_value_1(zidl_ip_rib_srv6_opcode_update *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_opcode_update_set_value_2(zidl_ip_rib_srv6_opcode_update *msg, uint32_t value)
+    { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_opcode_update_set_value_3(zidl_ip_rib_srv6_opcode_update *msg, uint32_t value)
+    { msg->value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_opcode_update_set_flag_5(zidl_ip_rib_srv6_opcode_update *msg, bool value)
+    { msg->flag_5 = value; msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_srv6_opcode_update_mark_sid_ctx(zidl_ip_rib_srv6_opcode_update *msg) { msg->presence |= 1u << 3; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_opcode_update_encode_ext(const zidl_ip_rib_srv6_opcode_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_opcode_update_decode_ext(zidl_ip_rib_srv6_opcode_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_opcode_update_duplicate (zidl_ip_rib_srv6_opcode_update *dst, const zidl_ip_rib_srv6_opcode_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_opcode_update_free_ext  (zidl_ip_rib_srv6_opcode_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_opcode_update_encode_ext(const zidl_ip_rib_srv6_opcode_update *msg, uint8_t *buf, size_t buflen,
+                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_opcode_update_decode_ext(zidl_ip_rib_srv6_opcode_update *msg, const uint8_t *buf, size_t len,
+                                                           zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_opcode_update_duplicate(zidl_ip_rib_srv6_opcode_update *dst, const zidl_ip_rib_srv6_opcode_update *src,
+                                                          zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_opcode_update_free_ext(zidl_ip_rib_srv6_opcode_update *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                      uint32_t flags);
 
 // A change of a statically configured endpoint. Owns what sid and sid_ctx own.
 
@@ -771,19 +956,32 @@ typedef struct zidl_ip_rib_srv6_static_endpoint_update {
     uint8_t                  presence; // bits 0 to 3
 } zidl_ip_rib_srv6_static_endpoint_update;
 
-static inline bool zidl_ip_rib_srv6_static_endpoint_update_has_sid    (const zidl_ip_rib_srv6_static_endpoint_update *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_ip_rib_srv6_static_endpoint_update_has_sid_ctx(const zidl_ip_rib_srv6_static_endpoint_update *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_ip_rib_srv6_static_endpoint_update_has_flag_3 (const zidl_ip_rib_srv6_static_endpoint_update *msg) { return msg->presence >> 2 & 1; }
-static inline bool zidl_ip_rib_srv6_static_endpoint_update_has_value_4(const zidl_ip_rib_srv6_static_endpoint_update *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_ip_rib_srv6_static_endpoint_update_set_flag_3 (zidl_ip_rib_srv6_static_endpoint_update *msg, bool     value) { msg->flag_3  = value; msg->presence |= 1u << 2; }
-static inline void zidl_ip_rib_srv6_static_endpoint_update_set_value_4(zidl_ip_rib_srv6_static_endpoint_update *msg, uint32_t value) { msg->value_4 = value; msg->presence |= 1u << 3; }
-static inline void zidl_ip_rib_srv6_static_endpoint_update_mark_sid    (zidl_ip_rib_srv6_static_endpoint_update *msg) { msg->presence |= 1u << 0; }
-static inline void zidl_ip_rib_srv6_static_endpoint_update_mark_sid_ctx(zidl_ip_rib_srv6_static_endpoint_update *msg) { msg->presence |= 1u << 1; }
+static inline bool zidl_ip_rib_srv6_static_endpoint_update_has_sid(const zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_ip_rib_srv6_static_endpoint_update_has_sid_ctx(const zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_ip_rib_srv6_static_endpoint_update_has_flag_3(const zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { return msg->presence >> 2 & 1; }
+static inline bool zidl_ip_rib_srv6_static_endpoint_update_has_value_4(const zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { return msg->presence >> 3 & 1; }
+static inline void zidl_ip_rib_srv6_static_endpoint_update_set_flag_3(zidl_ip_rib_srv6_static_endpoint_update *msg, bool value)
+    { msg->flag_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_static_endpoint_update_set_value_4(zidl_ip_rib_srv6_static_endpoint_update *msg, uint32_t value)
+    { msg->value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_static_endpoint_update_mark_sid(zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_static_endpoint_update_mark_sid_ctx(zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_static_endpoint_update_encode_ext(const zidl_ip_rib_srv6_static_endpoint_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_static_endpoint_update_decode_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_static_endpoint_update_duplicate (zidl_ip_rib_srv6_static_endpoint_update *dst, const zidl_ip_rib_srv6_static_endpoint_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_static_endpoint_update_free_ext  (zidl_ip_rib_srv6_static_endpoint_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_static_endpoint_update_encode_ext(const zidl_ip_rib_srv6_static_endpoint_update *msg, uint8_t *buf,
+                                                                   size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_static_endpoint_update_decode_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, const uint8_t *buf,
+                                                                    size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_static_endpoint_update_duplicate(zidl_ip_rib_srv6_static_endpoint_update *dst,
+                                                                   const zidl_ip_rib_srv6_static_endpoint_update *src,
+                                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_static_endpoint_update_free_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, zidl_free_fn free_fn,
+                                                               void *free_ctx, uint32_t flags);
 
 // An SRv6 update: configuration, opcode and static endpoint, each where present.
 // Owns what cfg_update, opcode_update and static_endpoint_update own.
@@ -800,15 +998,19 @@ static inline bool zidl_ip_rib_srv6_update_has_value_1               (const zidl
 static inline bool zidl_ip_rib_srv6_update_has_cfg_update            (const zidl_ip_rib_srv6_update *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_ip_rib_srv6_update_has_opcode_update         (const zidl_ip_rib_srv6_update *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_ip_rib_srv6_update_has_static_endpoint_update(const zidl_ip_rib_srv6_update *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_ip_rib_srv6_update_set_value_1(zidl_ip_rib_srv6_update *msg, uint32_t value) { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_update_set_value_1(zidl_ip_rib_srv6_update *msg, uint32_t value)
+    { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_update_mark_cfg_update            (zidl_ip_rib_srv6_update *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_update_mark_opcode_update         (zidl_ip_rib_srv6_update *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_update_mark_static_endpoint_update(zidl_ip_rib_srv6_update *msg) { msg->presence |= 1u << 3; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_update_encode_ext(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_update_decode_ext(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_update_duplicate (zidl_ip_rib_srv6_update *dst, const zidl_ip_rib_srv6_update *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_update_free_ext  (zidl_ip_rib_srv6_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_update_encode_ext(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_update_decode_ext(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_update_duplicate(zidl_ip_rib_srv6_update *dst, const zidl_ip_rib_srv6_update *src, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_update_free_ext(zidl_ip_rib_srv6_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 #ifdef __cplusplus
 }

@@ -9,17 +9,20 @@ extern "C" {
 
 // rib_ipv6_address
 
-size_t zidl_rib_ipv6_address_encode_ext(const zidl_rib_ipv6_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_ipv6_address_encode_ext(const zidl_rib_ipv6_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                        uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_ipv6_address_decode_ext(zidl_rib_ipv6_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_ipv6_address_decode_ext(zidl_rib_ipv6_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_ipv6_address_duplicate(zidl_rib_ipv6_address *dst, const zidl_rib_ipv6_address *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_ipv6_address_duplicate(zidl_rib_ipv6_address *dst, const zidl_rib_ipv6_address *src, zidl_alloc_fn alloc_fn,
+                                        void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -31,12 +34,14 @@ void zidl_rib_ipv6_address_free_ext(zidl_rib_ipv6_address *msg, zidl_free_fn fre
 
 // rib_address
 
-size_t zidl_rib_address_encode_ext(const zidl_rib_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_address_encode_ext(const zidl_rib_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                   uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_address_decode_ext(zidl_rib_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_address_decode_ext(zidl_rib_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                    uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -53,12 +58,14 @@ void zidl_rib_address_free_ext(zidl_rib_address *msg, zidl_free_fn free_fn, void
 
 // rib_prefix
 
-size_t zidl_rib_prefix_encode_ext(const zidl_rib_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_prefix_encode_ext(const zidl_rib_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                  uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_prefix_decode_ext(zidl_rib_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_prefix_decode_ext(zidl_rib_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                   uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -75,12 +82,14 @@ void zidl_rib_prefix_free_ext(zidl_rib_prefix *msg, zidl_free_fn free_fn, void *
 
 // rib_msg_prefix
 
-size_t zidl_rib_msg_prefix_encode_ext(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_msg_prefix_encode_ext(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                      uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_msg_prefix_decode_ext(zidl_rib_msg_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_msg_prefix_decode_ext(zidl_rib_msg_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                       uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -97,12 +106,14 @@ void zidl_rib_msg_prefix_free_ext(zidl_rib_msg_prefix *msg, zidl_free_fn free_fn
 
 // srv6_prefix
 
-size_t zidl_srv6_prefix_encode_ext(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_srv6_prefix_encode_ext(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                   uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_srv6_prefix_decode_ext(zidl_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_srv6_prefix_decode_ext(zidl_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                    uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -119,17 +130,20 @@ void zidl_srv6_prefix_free_ext(zidl_srv6_prefix *msg, zidl_free_fn free_fn, void
 
 // ip_rib_srv6_prefix
 
-size_t zidl_ip_rib_srv6_prefix_encode_ext(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_ip_rib_srv6_prefix_encode_ext(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_prefix_decode_ext(zidl_ip_rib_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_ip_rib_srv6_prefix_decode_ext(zidl_ip_rib_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_ip_rib_srv6_prefix_duplicate(zidl_ip_rib_srv6_prefix *dst, const zidl_ip_rib_srv6_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_ip_rib_srv6_prefix_duplicate(zidl_ip_rib_srv6_prefix *dst, const zidl_ip_rib_srv6_prefix *src, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -163,12 +177,14 @@ void zidl_rib_nnh_free_ext(zidl_rib_nnh *msg, zidl_free_fn free_fn, void *free_c
 
 // rib_algo_label
 
-size_t zidl_rib_algo_label_encode_ext(const zidl_rib_algo_label *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_algo_label_encode_ext(const zidl_rib_algo_label *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                      uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_algo_label_decode_ext(zidl_rib_algo_label *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_algo_label_decode_ext(zidl_rib_algo_label *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                       uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -185,17 +201,20 @@ void zidl_rib_algo_label_free_ext(zidl_rib_algo_label *msg, zidl_free_fn free_fn
 
 // rib_path_grouping_info
 
-size_t zidl_rib_path_grouping_info_encode_ext(const zidl_rib_path_grouping_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_path_grouping_info_encode_ext(const zidl_rib_path_grouping_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                              uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_grouping_info_decode_ext(zidl_rib_path_grouping_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_grouping_info_decode_ext(zidl_rib_path_grouping_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_path_grouping_info_duplicate(zidl_rib_path_grouping_info *dst, const zidl_rib_path_grouping_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_path_grouping_info_duplicate(zidl_rib_path_grouping_info *dst, const zidl_rib_path_grouping_info *src,
+                                              zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -207,17 +226,20 @@ void zidl_rib_path_grouping_info_free_ext(zidl_rib_path_grouping_info *msg, zidl
 
 // rib_path_sl_id_info
 
-size_t zidl_rib_path_sl_id_info_encode_ext(const zidl_rib_path_sl_id_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_path_sl_id_info_encode_ext(const zidl_rib_path_sl_id_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                           uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_sl_id_info_decode_ext(zidl_rib_path_sl_id_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_sl_id_info_decode_ext(zidl_rib_path_sl_id_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_path_sl_id_info_duplicate(zidl_rib_path_sl_id_info *dst, const zidl_rib_path_sl_id_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_path_sl_id_info_duplicate(zidl_rib_path_sl_id_info *dst, const zidl_rib_path_sl_id_info *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -229,17 +251,20 @@ void zidl_rib_path_sl_id_info_free_ext(zidl_rib_path_sl_id_info *msg, zidl_free_
 
 // rib_path_l2_info
 
-size_t zidl_rib_path_l2_info_encode_ext(const zidl_rib_path_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_path_l2_info_encode_ext(const zidl_rib_path_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                        uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_l2_info_decode_ext(zidl_rib_path_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_l2_info_decode_ext(zidl_rib_path_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_path_l2_info_duplicate(zidl_rib_path_l2_info *dst, const zidl_rib_path_l2_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_path_l2_info_duplicate(zidl_rib_path_l2_info *dst, const zidl_rib_path_l2_info *src, zidl_alloc_fn alloc_fn,
+                                        void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -251,17 +276,20 @@ void zidl_rib_path_l2_info_free_ext(zidl_rib_path_l2_info *msg, zidl_free_fn fre
 
 // rib_path_via_aft_id
 
-size_t zidl_rib_path_via_aft_id_encode_ext(const zidl_rib_path_via_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_path_via_aft_id_encode_ext(const zidl_rib_path_via_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                           uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_via_aft_id_decode_ext(zidl_rib_path_via_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_via_aft_id_decode_ext(zidl_rib_path_via_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                            void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_path_via_aft_id_duplicate(zidl_rib_path_via_aft_id *dst, const zidl_rib_path_via_aft_id *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_path_via_aft_id_duplicate(zidl_rib_path_via_aft_id *dst, const zidl_rib_path_via_aft_id *src, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -273,17 +301,20 @@ void zidl_rib_path_via_aft_id_free_ext(zidl_rib_path_via_aft_id *msg, zidl_free_
 
 // rib_path_ip_tunnel_info
 
-size_t zidl_rib_path_ip_tunnel_info_encode_ext(const zidl_rib_path_ip_tunnel_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_path_ip_tunnel_info_encode_ext(const zidl_rib_path_ip_tunnel_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                               uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_ip_tunnel_info_decode_ext(zidl_rib_path_ip_tunnel_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_ip_tunnel_info_decode_ext(zidl_rib_path_ip_tunnel_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_path_ip_tunnel_info_duplicate(zidl_rib_path_ip_tunnel_info *dst, const zidl_rib_path_ip_tunnel_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_path_ip_tunnel_info_duplicate(zidl_rib_path_ip_tunnel_info *dst, const zidl_rib_path_ip_tunnel_info *src,
+                                               zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -295,17 +326,20 @@ void zidl_rib_path_ip_tunnel_info_free_ext(zidl_rib_path_ip_tunnel_info *msg, zi
 
 // rib_path_iid_attr
 
-size_t zidl_rib_path_iid_attr_encode_ext(const zidl_rib_path_iid_attr *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_path_iid_attr_encode_ext(const zidl_rib_path_iid_attr *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                         uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_iid_attr_decode_ext(zidl_rib_path_iid_attr *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_iid_attr_decode_ext(zidl_rib_path_iid_attr *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_path_iid_attr_duplicate(zidl_rib_path_iid_attr *dst, const zidl_rib_path_iid_attr *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_path_iid_attr_duplicate(zidl_rib_path_iid_attr *dst, const zidl_rib_path_iid_attr *src, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -317,17 +351,20 @@ void zidl_rib_path_iid_attr_free_ext(zidl_rib_path_iid_attr *msg, zidl_free_fn f
 
 // rib_path_via_srv6_sid
 
-size_t zidl_rib_path_via_srv6_sid_encode_ext(const zidl_rib_path_via_srv6_sid *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_path_via_srv6_sid_encode_ext(const zidl_rib_path_via_srv6_sid *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                             uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_via_srv6_sid_decode_ext(zidl_rib_path_via_srv6_sid *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_via_srv6_sid_decode_ext(zidl_rib_path_via_srv6_sid *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                              void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_path_via_srv6_sid_duplicate(zidl_rib_path_via_srv6_sid *dst, const zidl_rib_path_via_srv6_sid *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_path_via_srv6_sid_duplicate(zidl_rib_path_via_srv6_sid *dst, const zidl_rib_path_via_srv6_sid *src, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -339,17 +376,20 @@ void zidl_rib_path_via_srv6_sid_free_ext(zidl_rib_path_via_srv6_sid *msg, zidl_f
 
 // rib_path_srv6_sid_info
 
-size_t zidl_rib_path_srv6_sid_info_encode_ext(const zidl_rib_path_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_path_srv6_sid_info_encode_ext(const zidl_rib_path_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                              uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_srv6_sid_info_decode_ext(zidl_rib_path_srv6_sid_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_srv6_sid_info_decode_ext(zidl_rib_path_srv6_sid_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_path_srv6_sid_info_duplicate(zidl_rib_path_srv6_sid_info *dst, const zidl_rib_path_srv6_sid_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_path_srv6_sid_info_duplicate(zidl_rib_path_srv6_sid_info *dst, const zidl_rib_path_srv6_sid_info *src,
+                                              zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -361,12 +401,14 @@ void zidl_rib_path_srv6_sid_info_free_ext(zidl_rib_path_srv6_sid_info *msg, zidl
 
 // rib_ecomm_array
 
-size_t zidl_rib_ecomm_array_encode_ext(const zidl_rib_ecomm_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_ecomm_array_encode_ext(const zidl_rib_ecomm_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                       uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_ecomm_array_decode_ext(zidl_rib_ecomm_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_ecomm_array_decode_ext(zidl_rib_ecomm_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                        uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -388,7 +430,8 @@ size_t zidl_rib_path_encode_ext(const zidl_rib_path *msg, uint8_t *buf, size_t b
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_path_decode_ext(zidl_rib_path *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_path_decode_ext(zidl_rib_path *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                 uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -405,17 +448,20 @@ void zidl_rib_path_free_ext(zidl_rib_path *msg, zidl_free_fn free_fn, void *free
 
 // rib_route_l2_info
 
-size_t zidl_rib_route_l2_info_encode_ext(const zidl_rib_route_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_route_l2_info_encode_ext(const zidl_rib_route_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                         uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_route_l2_info_decode_ext(zidl_rib_route_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_route_l2_info_decode_ext(zidl_rib_route_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_route_l2_info_duplicate(zidl_rib_route_l2_info *dst, const zidl_rib_route_l2_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_route_l2_info_duplicate(zidl_rib_route_l2_info *dst, const zidl_rib_route_l2_info *src, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -427,17 +473,20 @@ void zidl_rib_route_l2_info_free_ext(zidl_rib_route_l2_info *msg, zidl_free_fn f
 
 // rib_route_aft_id
 
-size_t zidl_rib_route_aft_id_encode_ext(const zidl_rib_route_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_route_aft_id_encode_ext(const zidl_rib_route_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                        uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_route_aft_id_decode_ext(zidl_rib_route_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_route_aft_id_decode_ext(zidl_rib_route_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_route_aft_id_duplicate(zidl_rib_route_aft_id *dst, const zidl_rib_route_aft_id *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_route_aft_id_duplicate(zidl_rib_route_aft_id *dst, const zidl_rib_route_aft_id *src, zidl_alloc_fn alloc_fn,
+                                        void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -449,17 +498,20 @@ void zidl_rib_route_aft_id_free_ext(zidl_rib_route_aft_id *msg, zidl_free_fn fre
 
 // rib_generic_attr_info
 
-size_t zidl_rib_generic_attr_info_encode_ext(const zidl_rib_generic_attr_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_generic_attr_info_encode_ext(const zidl_rib_generic_attr_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                             uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_generic_attr_info_decode_ext(zidl_rib_generic_attr_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_generic_attr_info_decode_ext(zidl_rib_generic_attr_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                              void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_generic_attr_info_duplicate(zidl_rib_generic_attr_info *dst, const zidl_rib_generic_attr_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_generic_attr_info_duplicate(zidl_rib_generic_attr_info *dst, const zidl_rib_generic_attr_info *src, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -471,17 +523,20 @@ void zidl_rib_generic_attr_info_free_ext(zidl_rib_generic_attr_info *msg, zidl_f
 
 // rib_generic_attr_array
 
-size_t zidl_rib_generic_attr_array_encode_ext(const zidl_rib_generic_attr_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_generic_attr_array_encode_ext(const zidl_rib_generic_attr_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                              uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_generic_attr_array_decode_ext(zidl_rib_generic_attr_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_generic_attr_array_decode_ext(zidl_rib_generic_attr_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_generic_attr_array_duplicate(zidl_rib_generic_attr_array *dst, const zidl_rib_generic_attr_array *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_generic_attr_array_duplicate(zidl_rib_generic_attr_array *dst, const zidl_rib_generic_attr_array *src,
+                                              zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -493,17 +548,20 @@ void zidl_rib_generic_attr_array_free_ext(zidl_rib_generic_attr_array *msg, zidl
 
 // rib_client_advertisement
 
-size_t zidl_rib_client_advertisement_encode_ext(const zidl_rib_client_advertisement *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_client_advertisement_encode_ext(const zidl_rib_client_advertisement *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_client_advertisement_decode_ext(zidl_rib_client_advertisement *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_client_advertisement_decode_ext(zidl_rib_client_advertisement *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_client_advertisement_duplicate(zidl_rib_client_advertisement *dst, const zidl_rib_client_advertisement *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_client_advertisement_duplicate(zidl_rib_client_advertisement *dst, const zidl_rib_client_advertisement *src,
+                                                zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -515,12 +573,14 @@ void zidl_rib_client_advertisement_free_ext(zidl_rib_client_advertisement *msg, 
 
 // rib_route
 
-size_t ZIDL_BASELINE(zidl_rib_route_encode_ext)(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BASELINE(zidl_rib_route_encode_ext)(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                                uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_rib_route_decode_ext)(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BASELINE(zidl_rib_route_decode_ext)(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -540,12 +600,14 @@ void zidl_rib_route_free_ext(zidl_rib_route *msg, zidl_free_fn free_fn, void *fr
 
 // rib_bind_reply
 
-size_t zidl_rib_bind_reply_encode_ext(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_bind_reply_encode_ext(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                      uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_bind_reply_decode_ext(zidl_rib_bind_reply *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_bind_reply_decode_ext(zidl_rib_bind_reply *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                       uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -566,13 +628,17 @@ void zidl_rib_bind_reply_free_ext(zidl_rib_bind_reply *msg, zidl_free_fn free_fn
 
 decltype(zidl_rib_route_encode_ext) zidl_rib_route_encode_ext_baseline;
 
-size_t zidl_rib_route_encode_ext_bmi2(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_route_encode_ext_bmi2(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                      uint32_t flags)
 {
     const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_rib_route_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    if (ZIDL_LIKELY(len != zidl::not_written))
+        return len;
+    return zidl_rib_route_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_route_decode_ext_bmi2(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_route_decode_ext_bmi2(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                       uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

@@ -22,13 +22,18 @@ typedef struct zidl_rib_ipv6_address {
 
 static inline bool zidl_rib_ipv6_address_has_half0(const zidl_rib_ipv6_address *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_ipv6_address_has_half1(const zidl_rib_ipv6_address *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_rib_ipv6_address_set_half0(zidl_rib_ipv6_address *msg, uint64_t value) { msg->half0 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_ipv6_address_set_half1(zidl_rib_ipv6_address *msg, uint64_t value) { msg->half1 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_ipv6_address_set_half0(zidl_rib_ipv6_address *msg, uint64_t value)
+    { msg->half0 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_ipv6_address_set_half1(zidl_rib_ipv6_address *msg, uint64_t value)
+    { msg->half1 = value; msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_ipv6_address_encode_ext(const zidl_rib_ipv6_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_ipv6_address_decode_ext(zidl_rib_ipv6_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_ipv6_address_duplicate (zidl_rib_ipv6_address *dst, const zidl_rib_ipv6_address *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_ipv6_address_free_ext  (zidl_rib_ipv6_address *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_ipv6_address_encode_ext(const zidl_rib_ipv6_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                 uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_ipv6_address_decode_ext(zidl_rib_ipv6_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_ipv6_address_duplicate(zidl_rib_ipv6_address *dst, const zidl_rib_ipv6_address *src, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx);
+ZIDL_API void zidl_rib_ipv6_address_free_ext(zidl_rib_ipv6_address *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // An address of either family. Nothing ties the family to the member that is filled. Owns nothing.
 
@@ -46,10 +51,12 @@ static inline void zidl_rib_address_set_family(zidl_rib_address *msg, uint32_t v
 static inline void zidl_rib_address_set_ipv4  (zidl_rib_address *msg, uint32_t value) { msg->ipv4   = value; msg->presence |= 1u << 1; }
 static inline void zidl_rib_address_mark_ipv6(zidl_rib_address *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_rib_address_encode_ext(const zidl_rib_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_address_decode_ext(zidl_rib_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_address_duplicate (zidl_rib_address *dst, const zidl_rib_address *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_address_free_ext  (zidl_rib_address *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_address_encode_ext(const zidl_rib_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                            uint32_t flags);
+ZIDL_API int32_t zidl_rib_address_decode_ext(zidl_rib_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                             uint32_t flags);
+ZIDL_API int32_t zidl_rib_address_duplicate(zidl_rib_address *dst, const zidl_rib_address *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_address_free_ext(zidl_rib_address *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // An address with a prefix length. Owns nothing.
 
@@ -61,13 +68,16 @@ typedef struct zidl_rib_prefix {
 
 static inline bool zidl_rib_prefix_has_address   (const zidl_rib_prefix *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_prefix_has_prefix_len(const zidl_rib_prefix *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_rib_prefix_set_prefix_len(zidl_rib_prefix *msg, uint32_t value) { msg->prefix_len = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_prefix_set_prefix_len(zidl_rib_prefix *msg, uint32_t value)
+    { msg->prefix_len = value; msg->presence |= 1u << 1; }
 static inline void zidl_rib_prefix_mark_address(zidl_rib_prefix *msg) { msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_rib_prefix_encode_ext(const zidl_rib_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_prefix_decode_ext(zidl_rib_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_prefix_duplicate (zidl_rib_prefix *dst, const zidl_rib_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_prefix_free_ext  (zidl_rib_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_prefix_encode_ext(const zidl_rib_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                           uint32_t flags);
+ZIDL_API int32_t zidl_rib_prefix_decode_ext(zidl_rib_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                            uint32_t flags);
+ZIDL_API int32_t zidl_rib_prefix_duplicate(zidl_rib_prefix *dst, const zidl_rib_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_prefix_free_ext(zidl_rib_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // A flat prefix of either family, as the encapsulation keys carry it. Owns ipv6.
 
@@ -84,15 +94,21 @@ static inline bool zidl_rib_msg_prefix_has_family    (const zidl_rib_msg_prefix 
 static inline bool zidl_rib_msg_prefix_has_prefix_len(const zidl_rib_msg_prefix *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_msg_prefix_has_ipv4      (const zidl_rib_msg_prefix *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_rib_msg_prefix_has_ipv6      (const zidl_rib_msg_prefix *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_rib_msg_prefix_set_family    (zidl_rib_msg_prefix *msg, uint32_t value) { msg->family     = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_msg_prefix_set_prefix_len(zidl_rib_msg_prefix *msg, uint32_t value) { msg->prefix_len = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_msg_prefix_set_ipv4      (zidl_rib_msg_prefix *msg, uint32_t value) { msg->ipv4       = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_msg_prefix_set_family(zidl_rib_msg_prefix *msg, uint32_t value)
+    { msg->family = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_msg_prefix_set_prefix_len(zidl_rib_msg_prefix *msg, uint32_t value)
+    { msg->prefix_len = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_msg_prefix_set_ipv4(zidl_rib_msg_prefix *msg, uint32_t value)
+    { msg->ipv4 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_msg_prefix_mark_ipv6(zidl_rib_msg_prefix *msg) { msg->presence |= 1u << 3; }
 
-ZIDL_API size_t  zidl_rib_msg_prefix_encode_ext(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_msg_prefix_decode_ext(zidl_rib_msg_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_msg_prefix_duplicate (zidl_rib_msg_prefix *dst, const zidl_rib_msg_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_msg_prefix_free_ext  (zidl_rib_msg_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_msg_prefix_encode_ext(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                               uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_msg_prefix_decode_ext(zidl_rib_msg_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_msg_prefix_duplicate(zidl_rib_msg_prefix *dst, const zidl_rib_msg_prefix *src, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx);
+ZIDL_API void zidl_rib_msg_prefix_free_ext(zidl_rib_msg_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // A prefix whose address is plain bytes, as the instance-ID contexts carry it. Owns prefix.
 
@@ -105,13 +121,16 @@ typedef struct zidl_srv6_prefix {
 
 static inline bool zidl_srv6_prefix_has_prefix    (const zidl_srv6_prefix *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_srv6_prefix_has_prefix_len(const zidl_srv6_prefix *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_srv6_prefix_set_prefix_len(zidl_srv6_prefix *msg, uint32_t value) { msg->prefix_len = value; msg->presence |= 1u << 1; }
+static inline void zidl_srv6_prefix_set_prefix_len(zidl_srv6_prefix *msg, uint32_t value)
+    { msg->prefix_len = value; msg->presence |= 1u << 1; }
 static inline void zidl_srv6_prefix_mark_prefix(zidl_srv6_prefix *msg) { msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_srv6_prefix_encode_ext(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_srv6_prefix_decode_ext(zidl_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_srv6_prefix_duplicate (zidl_srv6_prefix *dst, const zidl_srv6_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_srv6_prefix_free_ext  (zidl_srv6_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_srv6_prefix_encode_ext(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                            uint32_t flags);
+ZIDL_API int32_t zidl_srv6_prefix_decode_ext(zidl_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                             uint32_t flags);
+ZIDL_API int32_t zidl_srv6_prefix_duplicate(zidl_srv6_prefix *dst, const zidl_srv6_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_srv6_prefix_free_ext(zidl_srv6_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The same prefix as the SRv6 messages carry it: a type of its own, with the encoding of srv6_prefix. Owns prefix.
 
@@ -124,13 +143,17 @@ typedef struct zidl_ip_rib_srv6_prefix {
 
 static inline bool zidl_ip_rib_srv6_prefix_has_prefix    (const zidl_ip_rib_srv6_prefix *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_prefix_has_prefix_len(const zidl_ip_rib_srv6_prefix *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_ip_rib_srv6_prefix_set_prefix_len(zidl_ip_rib_srv6_prefix *msg, uint32_t value) { msg->prefix_len = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_prefix_set_prefix_len(zidl_ip_rib_srv6_prefix *msg, uint32_t value)
+    { msg->prefix_len = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_prefix_mark_prefix(zidl_ip_rib_srv6_prefix *msg) { msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_ip_rib_srv6_prefix_encode_ext(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_prefix_decode_ext(zidl_ip_rib_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_ip_rib_srv6_prefix_duplicate (zidl_ip_rib_srv6_prefix *dst, const zidl_ip_rib_srv6_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_ip_rib_srv6_prefix_free_ext  (zidl_ip_rib_srv6_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_ip_rib_srv6_prefix_encode_ext(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_prefix_decode_ext(zidl_ip_rib_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_ip_rib_srv6_prefix_duplicate(zidl_ip_rib_srv6_prefix *dst, const zidl_ip_rib_srv6_prefix *src, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx);
+ZIDL_API void zidl_ip_rib_srv6_prefix_free_ext(zidl_ip_rib_srv6_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // One next-next-hop entry of a path: four uninterpreted values. Owns nothing.
 
@@ -151,10 +174,12 @@ static inline void zidl_rib_nnh_set_nnh_value_2(zidl_rib_nnh *msg, uint32_t valu
 static inline void zidl_rib_nnh_set_nnh_value_3(zidl_rib_nnh *msg, uint32_t value) { msg->nnh_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_nnh_set_nnh_value_4(zidl_rib_nnh *msg, uint32_t value) { msg->nnh_value_4 = value; msg->presence |= 1u << 3; }
 
-ZIDL_API size_t  zidl_rib_nnh_encode_ext(const zidl_rib_nnh *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_nnh_decode_ext(zidl_rib_nnh *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_nnh_duplicate (zidl_rib_nnh *dst, const zidl_rib_nnh *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_nnh_free_ext  (zidl_rib_nnh *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_nnh_encode_ext(const zidl_rib_nnh *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                        uint32_t flags);
+ZIDL_API int32_t zidl_rib_nnh_decode_ext(zidl_rib_nnh *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                         uint32_t flags);
+ZIDL_API int32_t zidl_rib_nnh_duplicate(zidl_rib_nnh *dst, const zidl_rib_nnh *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_nnh_free_ext(zidl_rib_nnh *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The label entry of one algorithm of a route. Owns nothing.
 
@@ -170,15 +195,22 @@ static inline bool zidl_rib_algo_label_has_algo_label_value_1(const zidl_rib_alg
 static inline bool zidl_rib_algo_label_has_algo_label_value_2(const zidl_rib_algo_label *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_algo_label_has_algo_label_value_3(const zidl_rib_algo_label *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_rib_algo_label_has_algo_label_value_4(const zidl_rib_algo_label *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_rib_algo_label_set_algo_label_value_1(zidl_rib_algo_label *msg, uint32_t value) { msg->algo_label_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_algo_label_set_algo_label_value_2(zidl_rib_algo_label *msg, uint32_t value) { msg->algo_label_value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_algo_label_set_algo_label_value_3(zidl_rib_algo_label *msg, uint32_t value) { msg->algo_label_value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_rib_algo_label_set_algo_label_value_4(zidl_rib_algo_label *msg, uint32_t value) { msg->algo_label_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_algo_label_set_algo_label_value_1(zidl_rib_algo_label *msg, uint32_t value)
+    { msg->algo_label_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_algo_label_set_algo_label_value_2(zidl_rib_algo_label *msg, uint32_t value)
+    { msg->algo_label_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_algo_label_set_algo_label_value_3(zidl_rib_algo_label *msg, uint32_t value)
+    { msg->algo_label_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_algo_label_set_algo_label_value_4(zidl_rib_algo_label *msg, uint32_t value)
+    { msg->algo_label_value_4 = value; msg->presence |= 1u << 3; }
 
-ZIDL_API size_t  zidl_rib_algo_label_encode_ext(const zidl_rib_algo_label *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_algo_label_decode_ext(zidl_rib_algo_label *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_algo_label_duplicate (zidl_rib_algo_label *dst, const zidl_rib_algo_label *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_algo_label_free_ext  (zidl_rib_algo_label *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_algo_label_encode_ext(const zidl_rib_algo_label *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                               uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_algo_label_decode_ext(zidl_rib_algo_label *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_algo_label_duplicate(zidl_rib_algo_label *dst, const zidl_rib_algo_label *src, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx);
+ZIDL_API void zidl_rib_algo_label_free_ext(zidl_rib_algo_label *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The grouping of a path. Owns nothing.
 
@@ -188,15 +220,22 @@ typedef struct zidl_rib_path_grouping_info {
     uint8_t  presence;         // bits 0 and 1
 } zidl_rib_path_grouping_info;
 
-static inline bool zidl_rib_path_grouping_info_has_grouping_value_1(const zidl_rib_path_grouping_info *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_rib_path_grouping_info_has_grouping_value_2(const zidl_rib_path_grouping_info *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_rib_path_grouping_info_set_grouping_value_1(zidl_rib_path_grouping_info *msg, uint32_t value) { msg->grouping_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_grouping_info_set_grouping_value_2(zidl_rib_path_grouping_info *msg, uint32_t value) { msg->grouping_value_2 = value; msg->presence |= 1u << 1; }
+static inline bool zidl_rib_path_grouping_info_has_grouping_value_1(const zidl_rib_path_grouping_info *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_rib_path_grouping_info_has_grouping_value_2(const zidl_rib_path_grouping_info *msg)
+    { return msg->presence >> 1 & 1; }
+static inline void zidl_rib_path_grouping_info_set_grouping_value_1(zidl_rib_path_grouping_info *msg, uint32_t value)
+    { msg->grouping_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_grouping_info_set_grouping_value_2(zidl_rib_path_grouping_info *msg, uint32_t value)
+    { msg->grouping_value_2 = value; msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_path_grouping_info_encode_ext(const zidl_rib_path_grouping_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_grouping_info_decode_ext(zidl_rib_path_grouping_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_grouping_info_duplicate (zidl_rib_path_grouping_info *dst, const zidl_rib_path_grouping_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_grouping_info_free_ext  (zidl_rib_path_grouping_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_grouping_info_encode_ext(const zidl_rib_path_grouping_info *msg, uint8_t *buf, size_t buflen,
+                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_grouping_info_decode_ext(zidl_rib_path_grouping_info *msg, const uint8_t *buf, size_t len,
+                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_grouping_info_duplicate(zidl_rib_path_grouping_info *dst, const zidl_rib_path_grouping_info *src,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_path_grouping_info_free_ext(zidl_rib_path_grouping_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The segment-list identifier of a path. Owns nothing.
 
@@ -210,14 +249,20 @@ typedef struct zidl_rib_path_sl_id_info {
 static inline bool zidl_rib_path_sl_id_info_has_sl_id_value_1(const zidl_rib_path_sl_id_info *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_path_sl_id_info_has_sl_id_value_2(const zidl_rib_path_sl_id_info *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_path_sl_id_info_has_sl_id_value_3(const zidl_rib_path_sl_id_info *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_rib_path_sl_id_info_set_sl_id_value_1(zidl_rib_path_sl_id_info *msg, uint32_t value) { msg->sl_id_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_sl_id_info_set_sl_id_value_2(zidl_rib_path_sl_id_info *msg, uint32_t value) { msg->sl_id_value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_path_sl_id_info_set_sl_id_value_3(zidl_rib_path_sl_id_info *msg, uint32_t value) { msg->sl_id_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_path_sl_id_info_set_sl_id_value_1(zidl_rib_path_sl_id_info *msg, uint32_t value)
+    { msg->sl_id_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_sl_id_info_set_sl_id_value_2(zidl_rib_path_sl_id_info *msg, uint32_t value)
+    { msg->sl_id_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_sl_id_info_set_sl_id_value_3(zidl_rib_path_sl_id_info *msg, uint32_t value)
+    { msg->sl_id_value_3 = value; msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_rib_path_sl_id_info_encode_ext(const zidl_rib_path_sl_id_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_sl_id_info_decode_ext(zidl_rib_path_sl_id_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_sl_id_info_duplicate (zidl_rib_path_sl_id_info *dst, const zidl_rib_path_sl_id_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_sl_id_info_free_ext  (zidl_rib_path_sl_id_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_sl_id_info_encode_ext(const zidl_rib_path_sl_id_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_sl_id_info_decode_ext(zidl_rib_path_sl_id_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_sl_id_info_duplicate(zidl_rib_path_sl_id_info *dst, const zidl_rib_path_sl_id_info *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_path_sl_id_info_free_ext(zidl_rib_path_sl_id_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The layer-2 attributes of a path. Owns nothing.
 
@@ -235,16 +280,24 @@ static inline bool zidl_rib_path_l2_info_has_l2_value_5(const zidl_rib_path_l2_i
 static inline bool zidl_rib_path_l2_info_has_l2_value_6(const zidl_rib_path_l2_info *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_rib_path_l2_info_has_l2_value_7(const zidl_rib_path_l2_info *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_rib_path_l2_info_has_l2_value_8(const zidl_rib_path_l2_info *msg) { return msg->presence >> 4 & 1; }
-static inline void zidl_rib_path_l2_info_set_l2_value_1(zidl_rib_path_l2_info *msg, uint32_t value) { msg->l2_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_l2_info_set_l2_value_5(zidl_rib_path_l2_info *msg, uint32_t value) { msg->l2_value_5 = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_path_l2_info_set_l2_value_6(zidl_rib_path_l2_info *msg, uint32_t value) { msg->l2_value_6 = value; msg->presence |= 1u << 2; }
-static inline void zidl_rib_path_l2_info_set_l2_value_7(zidl_rib_path_l2_info *msg, uint32_t value) { msg->l2_value_7 = value; msg->presence |= 1u << 3; }
-static inline void zidl_rib_path_l2_info_set_l2_value_8(zidl_rib_path_l2_info *msg, uint32_t value) { msg->l2_value_8 = value; msg->presence |= 1u << 4; }
+static inline void zidl_rib_path_l2_info_set_l2_value_1(zidl_rib_path_l2_info *msg, uint32_t value)
+    { msg->l2_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_l2_info_set_l2_value_5(zidl_rib_path_l2_info *msg, uint32_t value)
+    { msg->l2_value_5 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_l2_info_set_l2_value_6(zidl_rib_path_l2_info *msg, uint32_t value)
+    { msg->l2_value_6 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_path_l2_info_set_l2_value_7(zidl_rib_path_l2_info *msg, uint32_t value)
+    { msg->l2_value_7 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_path_l2_info_set_l2_value_8(zidl_rib_path_l2_info *msg, uint32_t value)
+    { msg->l2_value_8 = value; msg->presence |= 1u << 4; }
 
-ZIDL_API size_t  zidl_rib_path_l2_info_encode_ext(const zidl_rib_path_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_l2_info_decode_ext(zidl_rib_path_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_l2_info_duplicate (zidl_rib_path_l2_info *dst, const zidl_rib_path_l2_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_l2_info_free_ext  (zidl_rib_path_l2_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_l2_info_encode_ext(const zidl_rib_path_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                 uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_l2_info_decode_ext(zidl_rib_path_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_l2_info_duplicate(zidl_rib_path_l2_info *dst, const zidl_rib_path_l2_info *src, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx);
+ZIDL_API void zidl_rib_path_l2_info_free_ext(zidl_rib_path_l2_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The abstract-forwarding-table identifier that a path goes through. Owns nothing.
 
@@ -260,15 +313,22 @@ static inline bool zidl_rib_path_via_aft_id_has_via_aft_value_1(const zidl_rib_p
 static inline bool zidl_rib_path_via_aft_id_has_via_aft_id     (const zidl_rib_path_via_aft_id *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_path_via_aft_id_has_via_aft_value_6(const zidl_rib_path_via_aft_id *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_rib_path_via_aft_id_has_via_aft_value_7(const zidl_rib_path_via_aft_id *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_rib_path_via_aft_id_set_via_aft_value_1(zidl_rib_path_via_aft_id *msg, uint32_t value) { msg->via_aft_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_via_aft_id_set_via_aft_id     (zidl_rib_path_via_aft_id *msg, uint64_t value) { msg->via_aft_id      = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_path_via_aft_id_set_via_aft_value_6(zidl_rib_path_via_aft_id *msg, uint32_t value) { msg->via_aft_value_6 = value; msg->presence |= 1u << 2; }
-static inline void zidl_rib_path_via_aft_id_set_via_aft_value_7(zidl_rib_path_via_aft_id *msg, uint32_t value) { msg->via_aft_value_7 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_path_via_aft_id_set_via_aft_value_1(zidl_rib_path_via_aft_id *msg, uint32_t value)
+    { msg->via_aft_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_via_aft_id_set_via_aft_id(zidl_rib_path_via_aft_id *msg, uint64_t value)
+    { msg->via_aft_id = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_via_aft_id_set_via_aft_value_6(zidl_rib_path_via_aft_id *msg, uint32_t value)
+    { msg->via_aft_value_6 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_path_via_aft_id_set_via_aft_value_7(zidl_rib_path_via_aft_id *msg, uint32_t value)
+    { msg->via_aft_value_7 = value; msg->presence |= 1u << 3; }
 
-ZIDL_API size_t  zidl_rib_path_via_aft_id_encode_ext(const zidl_rib_path_via_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_via_aft_id_decode_ext(zidl_rib_path_via_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_via_aft_id_duplicate (zidl_rib_path_via_aft_id *dst, const zidl_rib_path_via_aft_id *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_via_aft_id_free_ext  (zidl_rib_path_via_aft_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_via_aft_id_encode_ext(const zidl_rib_path_via_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_via_aft_id_decode_ext(zidl_rib_path_via_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                     void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_via_aft_id_duplicate(zidl_rib_path_via_aft_id *dst, const zidl_rib_path_via_aft_id *src,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_path_via_aft_id_free_ext(zidl_rib_path_via_aft_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The IP tunnel of a path. Owns nothing.
 
@@ -283,25 +343,43 @@ typedef struct zidl_rib_path_ip_tunnel_info {
     uint8_t  presence;        // bits 0 to 6
 } zidl_rib_path_ip_tunnel_info;
 
-static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_1 (const zidl_rib_path_ip_tunnel_info *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_flag    (const zidl_rib_path_ip_tunnel_info *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_6 (const zidl_rib_path_ip_tunnel_info *msg) { return msg->presence >> 2 & 1; }
-static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_7 (const zidl_rib_path_ip_tunnel_info *msg) { return msg->presence >> 3 & 1; }
-static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_8 (const zidl_rib_path_ip_tunnel_info *msg) { return msg->presence >> 4 & 1; }
-static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_9 (const zidl_rib_path_ip_tunnel_info *msg) { return msg->presence >> 5 & 1; }
-static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_10(const zidl_rib_path_ip_tunnel_info *msg) { return msg->presence >> 6 & 1; }
-static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_1 (zidl_rib_path_ip_tunnel_info *msg, uint32_t value) { msg->tunnel_value_1  = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_flag    (zidl_rib_path_ip_tunnel_info *msg, bool     value) { msg->tunnel_flag     = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_6 (zidl_rib_path_ip_tunnel_info *msg, uint32_t value) { msg->tunnel_value_6  = value; msg->presence |= 1u << 2; }
-static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_7 (zidl_rib_path_ip_tunnel_info *msg, uint32_t value) { msg->tunnel_value_7  = value; msg->presence |= 1u << 3; }
-static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_8 (zidl_rib_path_ip_tunnel_info *msg, uint32_t value) { msg->tunnel_value_8  = value; msg->presence |= 1u << 4; }
-static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_9 (zidl_rib_path_ip_tunnel_info *msg, uint32_t value) { msg->tunnel_value_9  = value; msg->presence |= 1u << 5; }
-static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_10(zidl_rib_path_ip_tunnel_info *msg, uint64_t value) { msg->tunnel_value_10 = value; msg->presence |= 1u << 6; }
+static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_1(const zidl_rib_path_ip_tunnel_info *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_flag(const zidl_rib_path_ip_tunnel_info *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_6(const zidl_rib_path_ip_tunnel_info *msg)
+    { return msg->presence >> 2 & 1; }
+static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_7(const zidl_rib_path_ip_tunnel_info *msg)
+    { return msg->presence >> 3 & 1; }
+static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_8(const zidl_rib_path_ip_tunnel_info *msg)
+    { return msg->presence >> 4 & 1; }
+static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_9(const zidl_rib_path_ip_tunnel_info *msg)
+    { return msg->presence >> 5 & 1; }
+static inline bool zidl_rib_path_ip_tunnel_info_has_tunnel_value_10(const zidl_rib_path_ip_tunnel_info *msg)
+    { return msg->presence >> 6 & 1; }
+static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_1(zidl_rib_path_ip_tunnel_info *msg, uint32_t value)
+    { msg->tunnel_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_flag(zidl_rib_path_ip_tunnel_info *msg, bool value)
+    { msg->tunnel_flag = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_6(zidl_rib_path_ip_tunnel_info *msg, uint32_t value)
+    { msg->tunnel_value_6 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_7(zidl_rib_path_ip_tunnel_info *msg, uint32_t value)
+    { msg->tunnel_value_7 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_8(zidl_rib_path_ip_tunnel_info *msg, uint32_t value)
+    { msg->tunnel_value_8 = value; msg->presence |= 1u << 4; }
+static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_9(zidl_rib_path_ip_tunnel_info *msg, uint32_t value)
+    { msg->tunnel_value_9 = value; msg->presence |= 1u << 5; }
+static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_10(zidl_rib_path_ip_tunnel_info *msg, uint64_t value)
+    { msg->tunnel_value_10 = value; msg->presence |= 1u << 6; }
 
-ZIDL_API size_t  zidl_rib_path_ip_tunnel_info_encode_ext(const zidl_rib_path_ip_tunnel_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_ip_tunnel_info_decode_ext(zidl_rib_path_ip_tunnel_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_ip_tunnel_info_duplicate (zidl_rib_path_ip_tunnel_info *dst, const zidl_rib_path_ip_tunnel_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_ip_tunnel_info_free_ext  (zidl_rib_path_ip_tunnel_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_ip_tunnel_info_encode_ext(const zidl_rib_path_ip_tunnel_info *msg, uint8_t *buf, size_t buflen,
+                                                        zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_ip_tunnel_info_decode_ext(zidl_rib_path_ip_tunnel_info *msg, const uint8_t *buf, size_t len,
+                                                         zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_ip_tunnel_info_duplicate(zidl_rib_path_ip_tunnel_info *dst, const zidl_rib_path_ip_tunnel_info *src,
+                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_path_ip_tunnel_info_free_ext(zidl_rib_path_ip_tunnel_info *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                    uint32_t flags);
 
 // The instance-identifier attribute of a path, with its prefix. Owns nothing.
 
@@ -317,15 +395,21 @@ static inline bool zidl_rib_path_iid_attr_has_iid_attr_value_1(const zidl_rib_pa
 static inline bool zidl_rib_path_iid_attr_has_iid_attr_value_2(const zidl_rib_path_iid_attr *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_path_iid_attr_has_iid_attr_prefix (const zidl_rib_path_iid_attr *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_rib_path_iid_attr_has_iid_attr_value_4(const zidl_rib_path_iid_attr *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_rib_path_iid_attr_set_iid_attr_value_1(zidl_rib_path_iid_attr *msg, uint32_t value) { msg->iid_attr_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_iid_attr_set_iid_attr_value_2(zidl_rib_path_iid_attr *msg, uint32_t value) { msg->iid_attr_value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_path_iid_attr_set_iid_attr_value_4(zidl_rib_path_iid_attr *msg, uint32_t value) { msg->iid_attr_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_path_iid_attr_set_iid_attr_value_1(zidl_rib_path_iid_attr *msg, uint32_t value)
+    { msg->iid_attr_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_iid_attr_set_iid_attr_value_2(zidl_rib_path_iid_attr *msg, uint32_t value)
+    { msg->iid_attr_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_iid_attr_set_iid_attr_value_4(zidl_rib_path_iid_attr *msg, uint32_t value)
+    { msg->iid_attr_value_4 = value; msg->presence |= 1u << 3; }
 static inline void zidl_rib_path_iid_attr_mark_iid_attr_prefix(zidl_rib_path_iid_attr *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_rib_path_iid_attr_encode_ext(const zidl_rib_path_iid_attr *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_iid_attr_decode_ext(zidl_rib_path_iid_attr *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_iid_attr_duplicate (zidl_rib_path_iid_attr *dst, const zidl_rib_path_iid_attr *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_iid_attr_free_ext  (zidl_rib_path_iid_attr *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_iid_attr_encode_ext(const zidl_rib_path_iid_attr *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                  uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_iid_attr_decode_ext(zidl_rib_path_iid_attr *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_iid_attr_duplicate(zidl_rib_path_iid_attr *dst, const zidl_rib_path_iid_attr *src, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx);
+ZIDL_API void zidl_rib_path_iid_attr_free_ext(zidl_rib_path_iid_attr *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The SRv6 segment that a path goes through. Owns nothing.
 
@@ -339,14 +423,19 @@ typedef struct zidl_rib_path_via_srv6_sid {
 static inline bool zidl_rib_path_via_srv6_sid_has_via_sid_value_1(const zidl_rib_path_via_srv6_sid *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_path_via_srv6_sid_has_via_sid        (const zidl_rib_path_via_srv6_sid *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_path_via_srv6_sid_has_via_sid_value_3(const zidl_rib_path_via_srv6_sid *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_rib_path_via_srv6_sid_set_via_sid_value_1(zidl_rib_path_via_srv6_sid *msg, uint32_t value) { msg->via_sid_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_via_srv6_sid_set_via_sid_value_3(zidl_rib_path_via_srv6_sid *msg, uint32_t value) { msg->via_sid_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_path_via_srv6_sid_set_via_sid_value_1(zidl_rib_path_via_srv6_sid *msg, uint32_t value)
+    { msg->via_sid_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_via_srv6_sid_set_via_sid_value_3(zidl_rib_path_via_srv6_sid *msg, uint32_t value)
+    { msg->via_sid_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_path_via_srv6_sid_mark_via_sid(zidl_rib_path_via_srv6_sid *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_path_via_srv6_sid_encode_ext(const zidl_rib_path_via_srv6_sid *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_via_srv6_sid_decode_ext(zidl_rib_path_via_srv6_sid *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_via_srv6_sid_duplicate (zidl_rib_path_via_srv6_sid *dst, const zidl_rib_path_via_srv6_sid *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_via_srv6_sid_free_ext  (zidl_rib_path_via_srv6_sid *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_via_srv6_sid_encode_ext(const zidl_rib_path_via_srv6_sid *msg, uint8_t *buf, size_t buflen,
+                                                      zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_via_srv6_sid_decode_ext(zidl_rib_path_via_srv6_sid *msg, const uint8_t *buf, size_t len,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_via_srv6_sid_duplicate(zidl_rib_path_via_srv6_sid *dst, const zidl_rib_path_via_srv6_sid *src,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_path_via_srv6_sid_free_ext(zidl_rib_path_via_srv6_sid *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // One SRv6 segment of a path, with its prefix. Owns nothing.
 
@@ -357,17 +446,25 @@ typedef struct zidl_rib_path_srv6_sid_info {
     uint8_t         presence;         // bits 0 to 2
 } zidl_rib_path_srv6_sid_info;
 
-static inline bool zidl_rib_path_srv6_sid_info_has_sid_info_value_1(const zidl_rib_path_srv6_sid_info *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_rib_path_srv6_sid_info_has_sid_info_prefix (const zidl_rib_path_srv6_sid_info *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_rib_path_srv6_sid_info_has_sid_info_value_3(const zidl_rib_path_srv6_sid_info *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_rib_path_srv6_sid_info_set_sid_info_value_1(zidl_rib_path_srv6_sid_info *msg, uint32_t value) { msg->sid_info_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_srv6_sid_info_set_sid_info_value_3(zidl_rib_path_srv6_sid_info *msg, uint32_t value) { msg->sid_info_value_3 = value; msg->presence |= 1u << 2; }
+static inline bool zidl_rib_path_srv6_sid_info_has_sid_info_value_1(const zidl_rib_path_srv6_sid_info *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_rib_path_srv6_sid_info_has_sid_info_prefix(const zidl_rib_path_srv6_sid_info *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_rib_path_srv6_sid_info_has_sid_info_value_3(const zidl_rib_path_srv6_sid_info *msg)
+    { return msg->presence >> 2 & 1; }
+static inline void zidl_rib_path_srv6_sid_info_set_sid_info_value_1(zidl_rib_path_srv6_sid_info *msg, uint32_t value)
+    { msg->sid_info_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_srv6_sid_info_set_sid_info_value_3(zidl_rib_path_srv6_sid_info *msg, uint32_t value)
+    { msg->sid_info_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_path_srv6_sid_info_mark_sid_info_prefix(zidl_rib_path_srv6_sid_info *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_path_srv6_sid_info_encode_ext(const zidl_rib_path_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_srv6_sid_info_decode_ext(zidl_rib_path_srv6_sid_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_srv6_sid_info_duplicate (zidl_rib_path_srv6_sid_info *dst, const zidl_rib_path_srv6_sid_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_srv6_sid_info_free_ext  (zidl_rib_path_srv6_sid_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_srv6_sid_info_encode_ext(const zidl_rib_path_srv6_sid_info *msg, uint8_t *buf, size_t buflen,
+                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_srv6_sid_info_decode_ext(zidl_rib_path_srv6_sid_info *msg, const uint8_t *buf, size_t len,
+                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_srv6_sid_info_duplicate(zidl_rib_path_srv6_sid_info *dst, const zidl_rib_path_srv6_sid_info *src,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_path_srv6_sid_info_free_ext(zidl_rib_path_srv6_sid_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // Extended-community values, with a value on either side of them. Owns ecomm_values.
 
@@ -382,14 +479,19 @@ typedef struct zidl_rib_ecomm_array {
 static inline bool zidl_rib_ecomm_array_has_ecomm_value_1(const zidl_rib_ecomm_array *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_ecomm_array_has_ecomm_values (const zidl_rib_ecomm_array *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_ecomm_array_has_ecomm_value_3(const zidl_rib_ecomm_array *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_rib_ecomm_array_set_ecomm_value_1(zidl_rib_ecomm_array *msg, uint32_t value) { msg->ecomm_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_ecomm_array_set_ecomm_value_3(zidl_rib_ecomm_array *msg, uint32_t value) { msg->ecomm_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_ecomm_array_set_ecomm_value_1(zidl_rib_ecomm_array *msg, uint32_t value)
+    { msg->ecomm_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_ecomm_array_set_ecomm_value_3(zidl_rib_ecomm_array *msg, uint32_t value)
+    { msg->ecomm_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_ecomm_array_mark_ecomm_values(zidl_rib_ecomm_array *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_ecomm_array_encode_ext(const zidl_rib_ecomm_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_ecomm_array_decode_ext(zidl_rib_ecomm_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_ecomm_array_duplicate (zidl_rib_ecomm_array *dst, const zidl_rib_ecomm_array *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_ecomm_array_free_ext  (zidl_rib_ecomm_array *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_ecomm_array_encode_ext(const zidl_rib_ecomm_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_ecomm_array_decode_ext(zidl_rib_ecomm_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_ecomm_array_duplicate(zidl_rib_ecomm_array *dst, const zidl_rib_ecomm_array *src, zidl_alloc_fn alloc_fn,
+                                                void *alloc_ctx);
+ZIDL_API void zidl_rib_ecomm_array_free_ext(zidl_rib_ecomm_array *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // One path of a route. The numbered values are carried uninterpreted.
 // Owns path_values_9, path_addresses, nnh_entries, srv6_sid_infos and what ecomm owns.
@@ -466,22 +568,38 @@ static inline bool zidl_rib_path_has_grouping_info    (const zidl_rib_path *msg)
 static inline bool zidl_rib_path_has_ip_tunnel_info   (const zidl_rib_path *msg) { return msg->presence >> 29 & 1; }
 static inline bool zidl_rib_path_has_via_aft_id       (const zidl_rib_path *msg) { return msg->presence >> 30 & 1; }
 static inline bool zidl_rib_path_has_sl_id_info       (const zidl_rib_path *msg) { return msg->presence >> 31 & 1; }
-static inline void zidl_rib_path_set_path_value_1 (zidl_rib_path *msg, uint32_t value) { msg->path_value_1  = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_path_set_path_value_2 (zidl_rib_path *msg, uint32_t value) { msg->path_value_2  = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_path_set_path_value_3 (zidl_rib_path *msg, uint32_t value) { msg->path_value_3  = value; msg->presence |= 1u << 2; }
-static inline void zidl_rib_path_set_path_value_8 (zidl_rib_path *msg, uint32_t value) { msg->path_value_8  = value; msg->presence |= 1u << 6; }
-static inline void zidl_rib_path_set_path_value_10(zidl_rib_path *msg, uint32_t value) { msg->path_value_10 = value; msg->presence |= 1u << 8; }
-static inline void zidl_rib_path_set_path_value_11(zidl_rib_path *msg, uint32_t value) { msg->path_value_11 = value; msg->presence |= 1u << 9; }
-static inline void zidl_rib_path_set_path_value_12(zidl_rib_path *msg, uint32_t value) { msg->path_value_12 = value; msg->presence |= 1u << 10; }
-static inline void zidl_rib_path_set_path_value_13(zidl_rib_path *msg, uint32_t value) { msg->path_value_13 = value; msg->presence |= 1u << 11; }
-static inline void zidl_rib_path_set_path_value_14(zidl_rib_path *msg, uint32_t value) { msg->path_value_14 = value; msg->presence |= 1u << 12; }
-static inline void zidl_rib_path_set_path_value_16(zidl_rib_path *msg, uint32_t value) { msg->path_value_16 = value; msg->presence |= 1u << 13; }
-static inline void zidl_rib_path_set_path_value_19(zidl_rib_path *msg, uint32_t value) { msg->path_value_19 = value; msg->presence |= 1u << 16; }
-static inline void zidl_rib_path_set_path_value_22(zidl_rib_path *msg, uint32_t value) { msg->path_value_22 = value; msg->presence |= 1u << 18; }
-static inline void zidl_rib_path_set_path_value_25(zidl_rib_path *msg, uint32_t value) { msg->path_value_25 = value; msg->presence |= 1u << 19; }
-static inline void zidl_rib_path_set_path_value_27(zidl_rib_path *msg, uint32_t value) { msg->path_value_27 = value; msg->presence |= 1u << 21; }
-static inline void zidl_rib_path_set_path_value_28(zidl_rib_path *msg, uint32_t value) { msg->path_value_28 = value; msg->presence |= 1u << 22; }
-static inline void zidl_rib_path_set_path_value_31(zidl_rib_path *msg, uint32_t value) { msg->path_value_31 = value; msg->presence |= 1u << 25; }
+static inline void zidl_rib_path_set_path_value_1(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_path_set_path_value_2(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_set_path_value_3(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_path_set_path_value_8(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_8 = value; msg->presence |= 1u << 6; }
+static inline void zidl_rib_path_set_path_value_10(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_10 = value; msg->presence |= 1u << 8; }
+static inline void zidl_rib_path_set_path_value_11(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_11 = value; msg->presence |= 1u << 9; }
+static inline void zidl_rib_path_set_path_value_12(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_12 = value; msg->presence |= 1u << 10; }
+static inline void zidl_rib_path_set_path_value_13(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_13 = value; msg->presence |= 1u << 11; }
+static inline void zidl_rib_path_set_path_value_14(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_14 = value; msg->presence |= 1u << 12; }
+static inline void zidl_rib_path_set_path_value_16(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_16 = value; msg->presence |= 1u << 13; }
+static inline void zidl_rib_path_set_path_value_19(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_19 = value; msg->presence |= 1u << 16; }
+static inline void zidl_rib_path_set_path_value_22(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_22 = value; msg->presence |= 1u << 18; }
+static inline void zidl_rib_path_set_path_value_25(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_25 = value; msg->presence |= 1u << 19; }
+static inline void zidl_rib_path_set_path_value_27(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_27 = value; msg->presence |= 1u << 21; }
+static inline void zidl_rib_path_set_path_value_28(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_28 = value; msg->presence |= 1u << 22; }
+static inline void zidl_rib_path_set_path_value_31(zidl_rib_path *msg, uint32_t value)
+    { msg->path_value_31 = value; msg->presence |= 1u << 25; }
 static inline void zidl_rib_path_mark_path_address_4   (zidl_rib_path *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_rib_path_mark_path_address_5   (zidl_rib_path *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_rib_path_mark_path_prefix      (zidl_rib_path *msg) { msg->presence |= 1u << 5; }
@@ -499,10 +617,12 @@ static inline void zidl_rib_path_mark_ip_tunnel_info   (zidl_rib_path *msg) { ms
 static inline void zidl_rib_path_mark_via_aft_id       (zidl_rib_path *msg) { msg->presence |= 1u << 30; }
 static inline void zidl_rib_path_mark_sl_id_info       (zidl_rib_path *msg) { msg->presence |= 1u << 31; }
 
-ZIDL_API size_t  zidl_rib_path_encode_ext(const zidl_rib_path *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_decode_ext(zidl_rib_path *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_path_duplicate (zidl_rib_path *dst, const zidl_rib_path *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_path_free_ext  (zidl_rib_path *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_path_encode_ext(const zidl_rib_path *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                         uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_decode_ext(zidl_rib_path *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                          uint32_t flags);
+ZIDL_API int32_t zidl_rib_path_duplicate(zidl_rib_path *dst, const zidl_rib_path *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_path_free_ext(zidl_rib_path *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The layer-2 attributes of a route. Owns nothing.
 
@@ -514,13 +634,18 @@ typedef struct zidl_rib_route_l2_info {
 
 static inline bool zidl_rib_route_l2_info_has_route_l2_value_1(const zidl_rib_route_l2_info *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_route_l2_info_has_route_l2_value_5(const zidl_rib_route_l2_info *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_rib_route_l2_info_set_route_l2_value_1(zidl_rib_route_l2_info *msg, uint32_t value) { msg->route_l2_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_route_l2_info_set_route_l2_value_5(zidl_rib_route_l2_info *msg, uint32_t value) { msg->route_l2_value_5 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_route_l2_info_set_route_l2_value_1(zidl_rib_route_l2_info *msg, uint32_t value)
+    { msg->route_l2_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_route_l2_info_set_route_l2_value_5(zidl_rib_route_l2_info *msg, uint32_t value)
+    { msg->route_l2_value_5 = value; msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_route_l2_info_encode_ext(const zidl_rib_route_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_route_l2_info_decode_ext(zidl_rib_route_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_route_l2_info_duplicate (zidl_rib_route_l2_info *dst, const zidl_rib_route_l2_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_route_l2_info_free_ext  (zidl_rib_route_l2_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_route_l2_info_encode_ext(const zidl_rib_route_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                  uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_route_l2_info_decode_ext(zidl_rib_route_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_route_l2_info_duplicate(zidl_rib_route_l2_info *dst, const zidl_rib_route_l2_info *src, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx);
+ZIDL_API void zidl_rib_route_l2_info_free_ext(zidl_rib_route_l2_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The abstract-forwarding-table identifier of a route. Owns nothing.
 
@@ -536,15 +661,22 @@ static inline bool zidl_rib_route_aft_id_has_route_aft_value_1 (const zidl_rib_r
 static inline bool zidl_rib_route_aft_id_has_route_aft_id_value(const zidl_rib_route_aft_id *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_route_aft_id_has_route_aft_value_6 (const zidl_rib_route_aft_id *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_rib_route_aft_id_has_route_aft_value_7 (const zidl_rib_route_aft_id *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_rib_route_aft_id_set_route_aft_value_1 (zidl_rib_route_aft_id *msg, uint32_t value) { msg->route_aft_value_1  = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_route_aft_id_set_route_aft_id_value(zidl_rib_route_aft_id *msg, uint64_t value) { msg->route_aft_id_value = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_route_aft_id_set_route_aft_value_6 (zidl_rib_route_aft_id *msg, uint32_t value) { msg->route_aft_value_6  = value; msg->presence |= 1u << 2; }
-static inline void zidl_rib_route_aft_id_set_route_aft_value_7 (zidl_rib_route_aft_id *msg, uint64_t value) { msg->route_aft_value_7  = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_route_aft_id_set_route_aft_value_1(zidl_rib_route_aft_id *msg, uint32_t value)
+    { msg->route_aft_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_route_aft_id_set_route_aft_id_value(zidl_rib_route_aft_id *msg, uint64_t value)
+    { msg->route_aft_id_value = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_route_aft_id_set_route_aft_value_6(zidl_rib_route_aft_id *msg, uint32_t value)
+    { msg->route_aft_value_6 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_route_aft_id_set_route_aft_value_7(zidl_rib_route_aft_id *msg, uint64_t value)
+    { msg->route_aft_value_7 = value; msg->presence |= 1u << 3; }
 
-ZIDL_API size_t  zidl_rib_route_aft_id_encode_ext(const zidl_rib_route_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_route_aft_id_decode_ext(zidl_rib_route_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_route_aft_id_duplicate (zidl_rib_route_aft_id *dst, const zidl_rib_route_aft_id *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_route_aft_id_free_ext  (zidl_rib_route_aft_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_route_aft_id_encode_ext(const zidl_rib_route_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                 uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_route_aft_id_decode_ext(zidl_rib_route_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_route_aft_id_duplicate(zidl_rib_route_aft_id *dst, const zidl_rib_route_aft_id *src, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx);
+ZIDL_API void zidl_rib_route_aft_id_free_ext(zidl_rib_route_aft_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // One generic attribute: a type and a block of data. Owns attr_data.
 
@@ -557,13 +689,17 @@ typedef struct zidl_rib_generic_attr_info {
 
 static inline bool zidl_rib_generic_attr_info_has_attr_type(const zidl_rib_generic_attr_info *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_generic_attr_info_has_attr_data(const zidl_rib_generic_attr_info *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_rib_generic_attr_info_set_attr_type(zidl_rib_generic_attr_info *msg, uint32_t value) { msg->attr_type = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_generic_attr_info_set_attr_type(zidl_rib_generic_attr_info *msg, uint32_t value)
+    { msg->attr_type = value; msg->presence |= 1u << 0; }
 static inline void zidl_rib_generic_attr_info_mark_attr_data(zidl_rib_generic_attr_info *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_generic_attr_info_encode_ext(const zidl_rib_generic_attr_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_generic_attr_info_decode_ext(zidl_rib_generic_attr_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_generic_attr_info_duplicate (zidl_rib_generic_attr_info *dst, const zidl_rib_generic_attr_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_generic_attr_info_free_ext  (zidl_rib_generic_attr_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_generic_attr_info_encode_ext(const zidl_rib_generic_attr_info *msg, uint8_t *buf, size_t buflen,
+                                                      zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_generic_attr_info_decode_ext(zidl_rib_generic_attr_info *msg, const uint8_t *buf, size_t len,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_generic_attr_info_duplicate(zidl_rib_generic_attr_info *dst, const zidl_rib_generic_attr_info *src,
+                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_generic_attr_info_free_ext(zidl_rib_generic_attr_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The generic attributes of one kind. Owns attrs.
 
@@ -576,13 +712,17 @@ typedef struct zidl_rib_generic_attr_array {
 
 static inline bool zidl_rib_generic_attr_array_has_array_type(const zidl_rib_generic_attr_array *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_generic_attr_array_has_attrs     (const zidl_rib_generic_attr_array *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_rib_generic_attr_array_set_array_type(zidl_rib_generic_attr_array *msg, uint32_t value) { msg->array_type = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_generic_attr_array_set_array_type(zidl_rib_generic_attr_array *msg, uint32_t value)
+    { msg->array_type = value; msg->presence |= 1u << 0; }
 static inline void zidl_rib_generic_attr_array_mark_attrs(zidl_rib_generic_attr_array *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_generic_attr_array_encode_ext(const zidl_rib_generic_attr_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_generic_attr_array_decode_ext(zidl_rib_generic_attr_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_generic_attr_array_duplicate (zidl_rib_generic_attr_array *dst, const zidl_rib_generic_attr_array *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_generic_attr_array_free_ext  (zidl_rib_generic_attr_array *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_generic_attr_array_encode_ext(const zidl_rib_generic_attr_array *msg, uint8_t *buf, size_t buflen,
+                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_generic_attr_array_decode_ext(zidl_rib_generic_attr_array *msg, const uint8_t *buf, size_t len,
+                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_generic_attr_array_duplicate(zidl_rib_generic_attr_array *dst, const zidl_rib_generic_attr_array *src,
+                                                       zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_generic_attr_array_free_ext(zidl_rib_generic_attr_array *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The values of a route's advertisement to clients. Owns advertised_values.
 
@@ -592,13 +732,18 @@ typedef struct zidl_rib_client_advertisement {
     uint8_t   presence;                // bit 0
 } zidl_rib_client_advertisement;
 
-static inline bool zidl_rib_client_advertisement_has_advertised_values(const zidl_rib_client_advertisement *msg) { return msg->presence >> 0 & 1; }
+static inline bool zidl_rib_client_advertisement_has_advertised_values(const zidl_rib_client_advertisement *msg)
+    { return msg->presence >> 0 & 1; }
 static inline void zidl_rib_client_advertisement_mark_advertised_values(zidl_rib_client_advertisement *msg) { msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_rib_client_advertisement_encode_ext(const zidl_rib_client_advertisement *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_client_advertisement_decode_ext(zidl_rib_client_advertisement *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_client_advertisement_duplicate (zidl_rib_client_advertisement *dst, const zidl_rib_client_advertisement *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_client_advertisement_free_ext  (zidl_rib_client_advertisement *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_client_advertisement_encode_ext(const zidl_rib_client_advertisement *msg, uint8_t *buf, size_t buflen,
+                                                         zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_client_advertisement_decode_ext(zidl_rib_client_advertisement *msg, const uint8_t *buf, size_t len,
+                                                          zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_client_advertisement_duplicate(zidl_rib_client_advertisement *dst, const zidl_rib_client_advertisement *src,
+                                                         zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_client_advertisement_free_ext(zidl_rib_client_advertisement *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                     uint32_t flags);
 
 // One route as the RIB server sends it to a client: destination, labels, paths and attributes. The numbered values are
 // carried uninterpreted.
@@ -693,35 +838,64 @@ static inline bool zidl_rib_route_has_route_value_38      (const zidl_rib_route 
 static inline bool zidl_rib_route_has_route_aft_id        (const zidl_rib_route *msg) { return msg->presence >> 38 & 1; }
 static inline bool zidl_rib_route_has_route_value_40      (const zidl_rib_route *msg) { return msg->presence >> 39 & 1; }
 static inline bool zidl_rib_route_has_route_value_41      (const zidl_rib_route *msg) { return msg->presence >> 40 & 1; }
-static inline void zidl_rib_route_set_route_value_2 (zidl_rib_route *msg, uint32_t value) { msg->route_value_2  = value; msg->presence |= UINT64_C(1) << 1; }
-static inline void zidl_rib_route_set_route_value_3 (zidl_rib_route *msg, uint32_t value) { msg->route_value_3  = value; msg->presence |= UINT64_C(1) << 2; }
-static inline void zidl_rib_route_set_route_value_4 (zidl_rib_route *msg, uint32_t value) { msg->route_value_4  = value; msg->presence |= UINT64_C(1) << 3; }
-static inline void zidl_rib_route_set_route_value_5 (zidl_rib_route *msg, uint32_t value) { msg->route_value_5  = value; msg->presence |= UINT64_C(1) << 4; }
-static inline void zidl_rib_route_set_route_value_6 (zidl_rib_route *msg, uint32_t value) { msg->route_value_6  = value; msg->presence |= UINT64_C(1) << 5; }
-static inline void zidl_rib_route_set_route_value_7 (zidl_rib_route *msg, uint32_t value) { msg->route_value_7  = value; msg->presence |= UINT64_C(1) << 6; }
-static inline void zidl_rib_route_set_route_value_8 (zidl_rib_route *msg, uint32_t value) { msg->route_value_8  = value; msg->presence |= UINT64_C(1) << 7; }
-static inline void zidl_rib_route_set_route_value_9 (zidl_rib_route *msg, uint32_t value) { msg->route_value_9  = value; msg->presence |= UINT64_C(1) << 8; }
-static inline void zidl_rib_route_set_route_value_10(zidl_rib_route *msg, uint32_t value) { msg->route_value_10 = value; msg->presence |= UINT64_C(1) << 9; }
-static inline void zidl_rib_route_set_route_value_11(zidl_rib_route *msg, uint32_t value) { msg->route_value_11 = value; msg->presence |= UINT64_C(1) << 10; }
-static inline void zidl_rib_route_set_route_value_12(zidl_rib_route *msg, uint32_t value) { msg->route_value_12 = value; msg->presence |= UINT64_C(1) << 11; }
-static inline void zidl_rib_route_set_route_value_13(zidl_rib_route *msg, uint32_t value) { msg->route_value_13 = value; msg->presence |= UINT64_C(1) << 12; }
-static inline void zidl_rib_route_set_route_value_14(zidl_rib_route *msg, uint32_t value) { msg->route_value_14 = value; msg->presence |= UINT64_C(1) << 13; }
-static inline void zidl_rib_route_set_route_value_15(zidl_rib_route *msg, uint32_t value) { msg->route_value_15 = value; msg->presence |= UINT64_C(1) << 14; }
-static inline void zidl_rib_route_set_route_value_16(zidl_rib_route *msg, uint32_t value) { msg->route_value_16 = value; msg->presence |= UINT64_C(1) << 15; }
-static inline void zidl_rib_route_set_route_value_18(zidl_rib_route *msg, uint32_t value) { msg->route_value_18 = value; msg->presence |= UINT64_C(1) << 17; }
-static inline void zidl_rib_route_set_route_value_19(zidl_rib_route *msg, uint32_t value) { msg->route_value_19 = value; msg->presence |= UINT64_C(1) << 18; }
-static inline void zidl_rib_route_set_route_value_20(zidl_rib_route *msg, uint32_t value) { msg->route_value_20 = value; msg->presence |= UINT64_C(1) << 19; }
-static inline void zidl_rib_route_set_route_value_21(zidl_rib_route *msg, uint32_t value) { msg->route_value_21 = value; msg->presence |= UINT64_C(1) << 20; }
-static inline void zidl_rib_route_set_route_value_22(zidl_rib_route *msg, uint32_t value) { msg->route_value_22 = value; msg->presence |= UINT64_C(1) << 21; }
-static inline void zidl_rib_route_set_route_value_23(zidl_rib_route *msg, uint32_t value) { msg->route_value_23 = value; msg->presence |= UINT64_C(1) << 22; }
-static inline void zidl_rib_route_set_route_flags   (zidl_rib_route *msg, uint64_t value) { msg->route_flags    = value; msg->presence |= UINT64_C(1) << 23; }
-static inline void zidl_rib_route_set_route_value_25(zidl_rib_route *msg, uint32_t value) { msg->route_value_25 = value; msg->presence |= UINT64_C(1) << 24; }
-static inline void zidl_rib_route_set_route_value_34(zidl_rib_route *msg, uint32_t value) { msg->route_value_34 = value; msg->presence |= UINT64_C(1) << 33; }
-static inline void zidl_rib_route_set_route_value_35(zidl_rib_route *msg, uint32_t value) { msg->route_value_35 = value; msg->presence |= UINT64_C(1) << 34; }
-static inline void zidl_rib_route_set_route_value_37(zidl_rib_route *msg, uint32_t value) { msg->route_value_37 = value; msg->presence |= UINT64_C(1) << 36; }
-static inline void zidl_rib_route_set_route_value_38(zidl_rib_route *msg, uint32_t value) { msg->route_value_38 = value; msg->presence |= UINT64_C(1) << 37; }
-static inline void zidl_rib_route_set_route_value_40(zidl_rib_route *msg, uint64_t value) { msg->route_value_40 = value; msg->presence |= UINT64_C(1) << 39; }
-static inline void zidl_rib_route_set_route_value_41(zidl_rib_route *msg, uint64_t value) { msg->route_value_41 = value; msg->presence |= UINT64_C(1) << 40; }
+static inline void zidl_rib_route_set_route_value_2(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_2 = value; msg->presence |= UINT64_C(1) << 1; }
+static inline void zidl_rib_route_set_route_value_3(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_3 = value; msg->presence |= UINT64_C(1) << 2; }
+static inline void zidl_rib_route_set_route_value_4(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_4 = value; msg->presence |= UINT64_C(1) << 3; }
+static inline void zidl_rib_route_set_route_value_5(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_5 = value; msg->presence |= UINT64_C(1) << 4; }
+static inline void zidl_rib_route_set_route_value_6(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_6 = value; msg->presence |= UINT64_C(1) << 5; }
+static inline void zidl_rib_route_set_route_value_7(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_7 = value; msg->presence |= UINT64_C(1) << 6; }
+static inline void zidl_rib_route_set_route_value_8(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_8 = value; msg->presence |= UINT64_C(1) << 7; }
+static inline void zidl_rib_route_set_route_value_9(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_9 = value; msg->presence |= UINT64_C(1) << 8; }
+static inline void zidl_rib_route_set_route_value_10(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_10 = value; msg->presence |= UINT64_C(1) << 9; }
+static inline void zidl_rib_route_set_route_value_11(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_11 = value; msg->presence |= UINT64_C(1) << 10; }
+static inline void zidl_rib_route_set_route_value_12(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_12 = value; msg->presence |= UINT64_C(1) << 11; }
+static inline void zidl_rib_route_set_route_value_13(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_13 = value; msg->presence |= UINT64_C(1) << 12; }
+static inline void zidl_rib_route_set_route_value_14(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_14 = value; msg->presence |= UINT64_C(1) << 13; }
+static inline void zidl_rib_route_set_route_value_15(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_15 = value; msg->presence |= UINT64_C(1) << 14; }
+static inline void zidl_rib_route_set_route_value_16(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_16 = value; msg->presence |= UINT64_C(1) << 15; }
+static inline void zidl_rib_route_set_route_value_18(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_18 = value; msg->presence |= UINT64_C(1) << 17; }
+static inline void zidl_rib_route_set_route_value_19(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_19 = value; msg->presence |= UINT64_C(1) << 18; }
+static inline void zidl_rib_route_set_route_value_20(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_20 = value; msg->presence |= UINT64_C(1) << 19; }
+static inline void zidl_rib_route_set_route_value_21(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_21 = value; msg->presence |= UINT64_C(1) << 20; }
+static inline void zidl_rib_route_set_route_value_22(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_22 = value; msg->presence |= UINT64_C(1) << 21; }
+static inline void zidl_rib_route_set_route_value_23(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_23 = value; msg->presence |= UINT64_C(1) << 22; }
+static inline void zidl_rib_route_set_route_flags(zidl_rib_route *msg, uint64_t value)
+    { msg->route_flags = value; msg->presence |= UINT64_C(1) << 23; }
+static inline void zidl_rib_route_set_route_value_25(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_25 = value; msg->presence |= UINT64_C(1) << 24; }
+static inline void zidl_rib_route_set_route_value_34(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_34 = value; msg->presence |= UINT64_C(1) << 33; }
+static inline void zidl_rib_route_set_route_value_35(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_35 = value; msg->presence |= UINT64_C(1) << 34; }
+static inline void zidl_rib_route_set_route_value_37(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_37 = value; msg->presence |= UINT64_C(1) << 36; }
+static inline void zidl_rib_route_set_route_value_38(zidl_rib_route *msg, uint32_t value)
+    { msg->route_value_38 = value; msg->presence |= UINT64_C(1) << 37; }
+static inline void zidl_rib_route_set_route_value_40(zidl_rib_route *msg, uint64_t value)
+    { msg->route_value_40 = value; msg->presence |= UINT64_C(1) << 39; }
+static inline void zidl_rib_route_set_route_value_41(zidl_rib_route *msg, uint64_t value)
+    { msg->route_value_41 = value; msg->presence |= UINT64_C(1) << 40; }
 static inline void zidl_rib_route_mark_route_prefix        (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 0; }
 static inline void zidl_rib_route_mark_algo_labels         (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 16; }
 static inline void zidl_rib_route_mark_paths               (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 25; }
@@ -735,10 +909,12 @@ static inline void zidl_rib_route_mark_generic_attrs_33    (zidl_rib_route *msg)
 static inline void zidl_rib_route_mark_route_l2_info       (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 35; }
 static inline void zidl_rib_route_mark_route_aft_id        (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 38; }
 
-ZIDL_API size_t  zidl_rib_route_encode_ext(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_route_decode_ext(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_route_duplicate (zidl_rib_route *dst, const zidl_rib_route *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_route_free_ext  (zidl_rib_route *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_route_encode_ext(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                          uint32_t flags);
+ZIDL_API int32_t zidl_rib_route_decode_ext(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                           uint32_t flags);
+ZIDL_API int32_t zidl_rib_route_duplicate(zidl_rib_route *dst, const zidl_rib_route *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_route_free_ext(zidl_rib_route *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The server's answer to a bind. Owns nothing.
 
@@ -748,12 +924,16 @@ typedef struct zidl_rib_bind_reply {
 } zidl_rib_bind_reply;
 
 static inline bool zidl_rib_bind_reply_has_bind_value(const zidl_rib_bind_reply *msg) { return msg->presence >> 0 & 1; }
-static inline void zidl_rib_bind_reply_set_bind_value(zidl_rib_bind_reply *msg, uint32_t value) { msg->bind_value = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_bind_reply_set_bind_value(zidl_rib_bind_reply *msg, uint32_t value)
+    { msg->bind_value = value; msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_rib_bind_reply_encode_ext(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_bind_reply_decode_ext(zidl_rib_bind_reply *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_bind_reply_duplicate (zidl_rib_bind_reply *dst, const zidl_rib_bind_reply *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_bind_reply_free_ext  (zidl_rib_bind_reply *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_bind_reply_encode_ext(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                               uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_bind_reply_decode_ext(zidl_rib_bind_reply *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_bind_reply_duplicate(zidl_rib_bind_reply *dst, const zidl_rib_bind_reply *src, zidl_alloc_fn alloc_fn,
+                                               void *alloc_ctx);
+ZIDL_API void zidl_rib_bind_reply_free_ext(zidl_rib_bind_reply *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 #ifdef __cplusplus
 }

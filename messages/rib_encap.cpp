@@ -9,7 +9,8 @@ extern "C" {
 
 // rib_srv6_oper_type
 
-size_t zidl_rib_srv6_oper_type_encode_ext(const zidl_rib_srv6_oper_type *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs)
+size_t zidl_rib_srv6_oper_type_encode_ext(const zidl_rib_srv6_oper_type *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
 }
@@ -31,17 +32,20 @@ void zidl_rib_srv6_oper_type_free_ext(zidl_rib_srv6_oper_type *msg, zidl_free_fn
 
 // rib_encap_id_path_key_label
 
-size_t zidl_rib_encap_id_path_key_label_encode_ext(const zidl_rib_encap_id_path_key_label *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs)
+size_t zidl_rib_encap_id_path_key_label_encode_ext(const zidl_rib_encap_id_path_key_label *msg, uint8_t *buf, size_t buflen,
+                                                   zidl_segment *segs, uint32_t *nsegs)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
 }
 
-int32_t zidl_rib_encap_id_path_key_label_decode_ext(zidl_rib_encap_id_path_key_label *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_encap_id_path_key_label_decode_ext(zidl_rib_encap_id_path_key_label *msg, const uint8_t *buf, size_t len,
+                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, 0);
 }
 
-int32_t zidl_rib_encap_id_path_key_label_duplicate(zidl_rib_encap_id_path_key_label *dst, const zidl_rib_encap_id_path_key_label *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_encap_id_path_key_label_duplicate(zidl_rib_encap_id_path_key_label *dst, const zidl_rib_encap_id_path_key_label *src,
+                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -53,17 +57,20 @@ void zidl_rib_encap_id_path_key_label_free_ext(zidl_rib_encap_id_path_key_label 
 
 // rib_encap_id_path_key_srv6
 
-size_t zidl_rib_encap_id_path_key_srv6_encode_ext(const zidl_rib_encap_id_path_key_srv6 *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_encap_id_path_key_srv6_encode_ext(const zidl_rib_encap_id_path_key_srv6 *msg, uint8_t *buf, size_t buflen,
+                                                  zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_encap_id_path_key_srv6_decode_ext(zidl_rib_encap_id_path_key_srv6 *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_encap_id_path_key_srv6_decode_ext(zidl_rib_encap_id_path_key_srv6 *msg, const uint8_t *buf, size_t len,
+                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_encap_id_path_key_srv6_duplicate(zidl_rib_encap_id_path_key_srv6 *dst, const zidl_rib_encap_id_path_key_srv6 *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_encap_id_path_key_srv6_duplicate(zidl_rib_encap_id_path_key_srv6 *dst, const zidl_rib_encap_id_path_key_srv6 *src,
+                                                  zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -75,61 +82,74 @@ void zidl_rib_encap_id_path_key_srv6_free_ext(zidl_rib_encap_id_path_key_srv6 *m
 
 // rib_encap_id_path_key_srv6_carrier_info
 
-size_t zidl_rib_encap_id_path_key_srv6_carrier_info_encode_ext(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_encap_id_path_key_srv6_carrier_info_encode_ext(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg, uint8_t *buf,
+                                                               size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_decode_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_decode_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, const uint8_t *buf,
+                                                                size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_duplicate(zidl_rib_encap_id_path_key_srv6_carrier_info *dst, const zidl_rib_encap_id_path_key_srv6_carrier_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_duplicate(zidl_rib_encap_id_path_key_srv6_carrier_info *dst,
+                                                               const zidl_rib_encap_id_path_key_srv6_carrier_info *src,
+                                                               zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
-void zidl_rib_encap_id_path_key_srv6_carrier_info_free_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
+void zidl_rib_encap_id_path_key_srv6_carrier_info_free_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, zidl_free_fn free_fn,
+                                                           void *free_ctx, uint32_t flags)
 {
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_encap_id_path_key_srv6_carriers
 
-size_t zidl_rib_encap_id_path_key_srv6_carriers_encode_ext(const zidl_rib_encap_id_path_key_srv6_carriers *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_encap_id_path_key_srv6_carriers_encode_ext(const zidl_rib_encap_id_path_key_srv6_carriers *msg, uint8_t *buf, size_t buflen,
+                                                           zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_encap_id_path_key_srv6_carriers_decode_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_encap_id_path_key_srv6_carriers_decode_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, const uint8_t *buf, size_t len,
+                                                            zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_encap_id_path_key_srv6_carriers_duplicate(zidl_rib_encap_id_path_key_srv6_carriers *dst, const zidl_rib_encap_id_path_key_srv6_carriers *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_encap_id_path_key_srv6_carriers_duplicate(zidl_rib_encap_id_path_key_srv6_carriers *dst,
+                                                           const zidl_rib_encap_id_path_key_srv6_carriers *src, zidl_alloc_fn alloc_fn,
+                                                           void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
-void zidl_rib_encap_id_path_key_srv6_carriers_free_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
+void zidl_rib_encap_id_path_key_srv6_carriers_free_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                       uint32_t flags)
 {
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_encap_id_key
 
-size_t zidl_rib_encap_id_key_encode_ext(const zidl_rib_encap_id_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_encap_id_key_encode_ext(const zidl_rib_encap_id_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                        uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_encap_id_key_decode_ext(zidl_rib_encap_id_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_encap_id_key_decode_ext(zidl_rib_encap_id_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                         void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
-int32_t zidl_rib_encap_id_key_duplicate(zidl_rib_encap_id_key *dst, const zidl_rib_encap_id_key *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_encap_id_key_duplicate(zidl_rib_encap_id_key *dst, const zidl_rib_encap_id_key *src, zidl_alloc_fn alloc_fn,
+                                        void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -141,7 +161,8 @@ void zidl_rib_encap_id_key_free_ext(zidl_rib_encap_id_key *msg, zidl_free_fn fre
 
 // rib_encap_id
 
-size_t zidl_rib_encap_id_encode_ext(const zidl_rib_encap_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_encap_id_encode_ext(const zidl_rib_encap_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                    uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
@@ -163,12 +184,14 @@ void zidl_rib_encap_id_free_ext(zidl_rib_encap_id *msg, zidl_free_fn free_fn, vo
 
 // rib_grid_sync_list
 
-size_t ZIDL_BASELINE(zidl_rib_grid_sync_list_encode_ext)(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BASELINE(zidl_rib_grid_sync_list_encode_ext)(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen,
+                                                         zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_rib_grid_sync_list_decode_ext)(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BASELINE(zidl_rib_grid_sync_list_decode_ext)(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len,
+                                                          zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -176,7 +199,8 @@ int32_t ZIDL_BASELINE(zidl_rib_grid_sync_list_decode_ext)(zidl_rib_grid_sync_lis
 ZIDL_DISPATCHED(zidl_rib_grid_sync_list_encode_ext)
 ZIDL_DISPATCHED(zidl_rib_grid_sync_list_decode_ext)
 
-int32_t zidl_rib_grid_sync_list_duplicate(zidl_rib_grid_sync_list *dst, const zidl_rib_grid_sync_list *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
+int32_t zidl_rib_grid_sync_list_duplicate(zidl_rib_grid_sync_list *dst, const zidl_rib_grid_sync_list *src, zidl_alloc_fn alloc_fn,
+                                          void *alloc_ctx)
 {
     return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
@@ -188,12 +212,14 @@ void zidl_rib_grid_sync_list_free_ext(zidl_rib_grid_sync_list *msg, zidl_free_fn
 
 // rib_nhid_encap_key
 
-size_t zidl_rib_nhid_encap_key_encode_ext(const zidl_rib_nhid_encap_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_nhid_encap_key_encode_ext(const zidl_rib_nhid_encap_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                          uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_nhid_encap_key_decode_ext(zidl_rib_nhid_encap_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_nhid_encap_key_decode_ext(zidl_rib_nhid_encap_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                           void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -210,12 +236,14 @@ void zidl_rib_nhid_encap_key_free_ext(zidl_rib_nhid_encap_key *msg, zidl_free_fn
 
 // rib_nhid_update
 
-size_t ZIDL_BASELINE(zidl_rib_nhid_update_encode_ext)(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BASELINE(zidl_rib_nhid_update_encode_ext)(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                      uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t ZIDL_BASELINE(zidl_rib_nhid_update_decode_ext)(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BASELINE(zidl_rib_nhid_update_decode_ext)(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                       void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -239,13 +267,17 @@ void zidl_rib_nhid_update_free_ext(zidl_rib_nhid_update *msg, zidl_free_fn free_
 
 decltype(zidl_rib_grid_sync_list_encode_ext) zidl_rib_grid_sync_list_encode_ext_baseline;
 
-size_t zidl_rib_grid_sync_list_encode_ext_bmi2(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_grid_sync_list_encode_ext_bmi2(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                               uint32_t *nsegs, uint32_t flags)
 {
     const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_rib_grid_sync_list_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    if (ZIDL_LIKELY(len != zidl::not_written))
+        return len;
+    return zidl_rib_grid_sync_list_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_grid_sync_list_decode_ext_bmi2(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_grid_sync_list_decode_ext_bmi2(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
@@ -254,13 +286,17 @@ int32_t zidl_rib_grid_sync_list_decode_ext_bmi2(zidl_rib_grid_sync_list *msg, co
 
 decltype(zidl_rib_nhid_update_encode_ext) zidl_rib_nhid_update_encode_ext_baseline;
 
-size_t zidl_rib_nhid_update_encode_ext_bmi2(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+size_t zidl_rib_nhid_update_encode_ext_bmi2(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                            uint32_t *nsegs, uint32_t flags)
 {
     const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != zidl::not_written) ? len : zidl_rib_nhid_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    if (ZIDL_LIKELY(len != zidl::not_written))
+        return len;
+    return zidl_rib_nhid_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_nhid_update_decode_ext_bmi2(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t zidl_rib_nhid_update_decode_ext_bmi2(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                             void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

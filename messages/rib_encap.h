@@ -24,14 +24,18 @@ typedef struct zidl_rib_srv6_oper_type {
 static inline bool zidl_rib_srv6_oper_type_has_oper_selector  (const zidl_rib_srv6_oper_type *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_srv6_oper_type_has_oper_when_set  (const zidl_rib_srv6_oper_type *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_srv6_oper_type_has_oper_when_clear(const zidl_rib_srv6_oper_type *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_rib_srv6_oper_type_set_oper_selector  (zidl_rib_srv6_oper_type *msg, bool     value) { msg->oper_selector   = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_srv6_oper_type_set_oper_when_set  (zidl_rib_srv6_oper_type *msg, uint32_t value) { msg->oper_when_set   = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_srv6_oper_type_set_oper_when_clear(zidl_rib_srv6_oper_type *msg, uint32_t value) { msg->oper_when_clear = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_srv6_oper_type_set_oper_selector(zidl_rib_srv6_oper_type *msg, bool value)
+    { msg->oper_selector = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_srv6_oper_type_set_oper_when_set(zidl_rib_srv6_oper_type *msg, uint32_t value)
+    { msg->oper_when_set = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_srv6_oper_type_set_oper_when_clear(zidl_rib_srv6_oper_type *msg, uint32_t value)
+    { msg->oper_when_clear = value; msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_rib_srv6_oper_type_encode_ext(const zidl_rib_srv6_oper_type *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs);
+ZIDL_API size_t zidl_rib_srv6_oper_type_encode_ext(const zidl_rib_srv6_oper_type *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs);
 ZIDL_API int32_t zidl_rib_srv6_oper_type_decode_ext(zidl_rib_srv6_oper_type *msg, const uint8_t *buf, size_t len);
-ZIDL_API int32_t zidl_rib_srv6_oper_type_duplicate (zidl_rib_srv6_oper_type *dst, const zidl_rib_srv6_oper_type *src);
-ZIDL_API void    zidl_rib_srv6_oper_type_free_ext  (zidl_rib_srv6_oper_type *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_srv6_oper_type_duplicate(zidl_rib_srv6_oper_type *dst, const zidl_rib_srv6_oper_type *src);
+ZIDL_API void zidl_rib_srv6_oper_type_free_ext(zidl_rib_srv6_oper_type *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // What a label key adds to its encapsulation key. Owns labels.
 
@@ -42,15 +46,23 @@ typedef struct zidl_rib_encap_id_path_key_label {
     uint8_t   presence;        // bits 0 and 1
 } zidl_rib_encap_id_path_key_label;
 
-static inline bool zidl_rib_encap_id_path_key_label_has_label_key_value(const zidl_rib_encap_id_path_key_label *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_rib_encap_id_path_key_label_has_labels         (const zidl_rib_encap_id_path_key_label *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_rib_encap_id_path_key_label_set_label_key_value(zidl_rib_encap_id_path_key_label *msg, uint32_t value) { msg->label_key_value = value; msg->presence |= 1u << 0; }
+static inline bool zidl_rib_encap_id_path_key_label_has_label_key_value(const zidl_rib_encap_id_path_key_label *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_rib_encap_id_path_key_label_has_labels(const zidl_rib_encap_id_path_key_label *msg)
+    { return msg->presence >> 1 & 1; }
+static inline void zidl_rib_encap_id_path_key_label_set_label_key_value(zidl_rib_encap_id_path_key_label *msg, uint32_t value)
+    { msg->label_key_value = value; msg->presence |= 1u << 0; }
 static inline void zidl_rib_encap_id_path_key_label_mark_labels(zidl_rib_encap_id_path_key_label *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_encap_id_path_key_label_encode_ext(const zidl_rib_encap_id_path_key_label *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs);
-ZIDL_API int32_t zidl_rib_encap_id_path_key_label_decode_ext(zidl_rib_encap_id_path_key_label *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API int32_t zidl_rib_encap_id_path_key_label_duplicate (zidl_rib_encap_id_path_key_label *dst, const zidl_rib_encap_id_path_key_label *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_encap_id_path_key_label_free_ext  (zidl_rib_encap_id_path_key_label *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_encap_id_path_key_label_encode_ext(const zidl_rib_encap_id_path_key_label *msg, uint8_t *buf, size_t buflen,
+                                                            zidl_segment *segs, uint32_t *nsegs);
+ZIDL_API int32_t zidl_rib_encap_id_path_key_label_decode_ext(zidl_rib_encap_id_path_key_label *msg, const uint8_t *buf, size_t len,
+                                                             zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API int32_t zidl_rib_encap_id_path_key_label_duplicate(zidl_rib_encap_id_path_key_label *dst,
+                                                            const zidl_rib_encap_id_path_key_label *src, zidl_alloc_fn alloc_fn,
+                                                            void *alloc_ctx);
+ZIDL_API void zidl_rib_encap_id_path_key_label_free_ext(zidl_rib_encap_id_path_key_label *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                        uint32_t flags);
 
 // What an SRv6 key adds to its encapsulation key. The client library does not read it. Owns entries.
 
@@ -61,15 +73,21 @@ typedef struct zidl_rib_encap_id_path_key_srv6 {
     uint8_t                  presence;      // bits 0 and 1
 } zidl_rib_encap_id_path_key_srv6;
 
-static inline bool zidl_rib_encap_id_path_key_srv6_has_oper_type(const zidl_rib_encap_id_path_key_srv6 *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_rib_encap_id_path_key_srv6_has_entries  (const zidl_rib_encap_id_path_key_srv6 *msg) { return msg->presence >> 1 & 1; }
+static inline bool zidl_rib_encap_id_path_key_srv6_has_oper_type(const zidl_rib_encap_id_path_key_srv6 *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_rib_encap_id_path_key_srv6_has_entries(const zidl_rib_encap_id_path_key_srv6 *msg)
+    { return msg->presence >> 1 & 1; }
 static inline void zidl_rib_encap_id_path_key_srv6_mark_oper_type(zidl_rib_encap_id_path_key_srv6 *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_rib_encap_id_path_key_srv6_mark_entries  (zidl_rib_encap_id_path_key_srv6 *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_encap_id_path_key_srv6_encode_ext(const zidl_rib_encap_id_path_key_srv6 *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_decode_ext(zidl_rib_encap_id_path_key_srv6 *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_duplicate (zidl_rib_encap_id_path_key_srv6 *dst, const zidl_rib_encap_id_path_key_srv6 *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_encap_id_path_key_srv6_free_ext  (zidl_rib_encap_id_path_key_srv6 *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_encap_id_path_key_srv6_encode_ext(const zidl_rib_encap_id_path_key_srv6 *msg, uint8_t *buf, size_t buflen,
+                                                           zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_decode_ext(zidl_rib_encap_id_path_key_srv6 *msg, const uint8_t *buf, size_t len,
+                                                            zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_duplicate(zidl_rib_encap_id_path_key_srv6 *dst, const zidl_rib_encap_id_path_key_srv6 *src,
+                                                           zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_encap_id_path_key_srv6_free_ext(zidl_rib_encap_id_path_key_srv6 *msg, zidl_free_fn free_fn, void *free_ctx,
+                                                       uint32_t flags);
 
 // One carrier of an SRv6 key. Owns carrier_bytes.
 
@@ -81,17 +99,32 @@ typedef struct zidl_rib_encap_id_path_key_srv6_carrier_info {
     uint8_t   presence;           // bits 0 to 2
 } zidl_rib_encap_id_path_key_srv6_carrier_info;
 
-static inline bool zidl_rib_encap_id_path_key_srv6_carrier_info_has_carrier_value_1(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_rib_encap_id_path_key_srv6_carrier_info_has_carrier_value_2(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg) { return msg->presence >> 1 & 1; }
-static inline bool zidl_rib_encap_id_path_key_srv6_carrier_info_has_carrier_bytes  (const zidl_rib_encap_id_path_key_srv6_carrier_info *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_set_carrier_value_1(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, uint32_t value) { msg->carrier_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_set_carrier_value_2(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, uint32_t value) { msg->carrier_value_2 = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_mark_carrier_bytes(zidl_rib_encap_id_path_key_srv6_carrier_info *msg) { msg->presence |= 1u << 2; }
+static inline bool zidl_rib_encap_id_path_key_srv6_carrier_info_has_carrier_value_1(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_rib_encap_id_path_key_srv6_carrier_info_has_carrier_value_2(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg)
+    { return msg->presence >> 1 & 1; }
+static inline bool zidl_rib_encap_id_path_key_srv6_carrier_info_has_carrier_bytes(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg)
+    { return msg->presence >> 2 & 1; }
+static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_set_carrier_value_1(zidl_rib_encap_id_path_key_srv6_carrier_info *msg,
+                                                                                    uint32_t value)
+    { msg->carrier_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_set_carrier_value_2(zidl_rib_encap_id_path_key_srv6_carrier_info *msg,
+                                                                                    uint32_t value)
+    { msg->carrier_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_mark_carrier_bytes(zidl_rib_encap_id_path_key_srv6_carrier_info *msg)
+    { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_rib_encap_id_path_key_srv6_carrier_info_encode_ext(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_decode_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_duplicate (zidl_rib_encap_id_path_key_srv6_carrier_info *dst, const zidl_rib_encap_id_path_key_srv6_carrier_info *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_encap_id_path_key_srv6_carrier_info_free_ext  (zidl_rib_encap_id_path_key_srv6_carrier_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_encap_id_path_key_srv6_carrier_info_encode_ext(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg,
+                                                                        uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                                                        uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_decode_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg,
+                                                                         const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                                         void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_duplicate(zidl_rib_encap_id_path_key_srv6_carrier_info *dst,
+                                                                        const zidl_rib_encap_id_path_key_srv6_carrier_info *src,
+                                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_encap_id_path_key_srv6_carrier_info_free_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, zidl_free_fn free_fn,
+                                                                    void *free_ctx, uint32_t flags);
 
 // The carriers of an SRv6 key. Owns carriers.
 
@@ -102,15 +135,24 @@ typedef struct zidl_rib_encap_id_path_key_srv6_carriers {
     uint8_t                                       presence;       // bits 0 and 1
 } zidl_rib_encap_id_path_key_srv6_carriers;
 
-static inline bool zidl_rib_encap_id_path_key_srv6_carriers_has_oper_type(const zidl_rib_encap_id_path_key_srv6_carriers *msg) { return msg->presence >> 0 & 1; }
-static inline bool zidl_rib_encap_id_path_key_srv6_carriers_has_carriers (const zidl_rib_encap_id_path_key_srv6_carriers *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_rib_encap_id_path_key_srv6_carriers_mark_oper_type(zidl_rib_encap_id_path_key_srv6_carriers *msg) { msg->presence |= 1u << 0; }
-static inline void zidl_rib_encap_id_path_key_srv6_carriers_mark_carriers (zidl_rib_encap_id_path_key_srv6_carriers *msg) { msg->presence |= 1u << 1; }
+static inline bool zidl_rib_encap_id_path_key_srv6_carriers_has_oper_type(const zidl_rib_encap_id_path_key_srv6_carriers *msg)
+    { return msg->presence >> 0 & 1; }
+static inline bool zidl_rib_encap_id_path_key_srv6_carriers_has_carriers(const zidl_rib_encap_id_path_key_srv6_carriers *msg)
+    { return msg->presence >> 1 & 1; }
+static inline void zidl_rib_encap_id_path_key_srv6_carriers_mark_oper_type(zidl_rib_encap_id_path_key_srv6_carriers *msg)
+    { msg->presence |= 1u << 0; }
+static inline void zidl_rib_encap_id_path_key_srv6_carriers_mark_carriers(zidl_rib_encap_id_path_key_srv6_carriers *msg)
+    { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_encap_id_path_key_srv6_carriers_encode_ext(const zidl_rib_encap_id_path_key_srv6_carriers *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_carriers_decode_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_carriers_duplicate (zidl_rib_encap_id_path_key_srv6_carriers *dst, const zidl_rib_encap_id_path_key_srv6_carriers *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_encap_id_path_key_srv6_carriers_free_ext  (zidl_rib_encap_id_path_key_srv6_carriers *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_encap_id_path_key_srv6_carriers_encode_ext(const zidl_rib_encap_id_path_key_srv6_carriers *msg, uint8_t *buf,
+                                                                    size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_carriers_decode_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, const uint8_t *buf,
+                                                                     size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_path_key_srv6_carriers_duplicate(zidl_rib_encap_id_path_key_srv6_carriers *dst,
+                                                                    const zidl_rib_encap_id_path_key_srv6_carriers *src,
+                                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_rib_encap_id_path_key_srv6_carriers_free_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, zidl_free_fn free_fn,
+                                                                void *free_ctx, uint32_t flags);
 
 // One path of the encapsulation-ID table: its prefixes, its kind and what belongs to that kind. Any combination of
 // fields may be present.
@@ -163,19 +205,32 @@ static inline bool zidl_rib_encap_id_key_has_key_value_17      (const zidl_rib_e
 static inline bool zidl_rib_encap_id_key_has_key_value_18      (const zidl_rib_encap_id_key *msg) { return msg->presence >> 17 & 1; }
 static inline bool zidl_rib_encap_id_key_has_key_value_19      (const zidl_rib_encap_id_key *msg) { return msg->presence >> 18 & 1; }
 static inline bool zidl_rib_encap_id_key_has_key_bytes_20      (const zidl_rib_encap_id_key *msg) { return msg->presence >> 19 & 1; }
-static inline void zidl_rib_encap_id_key_set_key_value_1 (zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_1  = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_encap_id_key_set_key_value_2 (zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_2  = value; msg->presence |= 1u << 1; }
-static inline void zidl_rib_encap_id_key_set_key_value_4 (zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_4  = value; msg->presence |= 1u << 3; }
-static inline void zidl_rib_encap_id_key_set_key_type    (zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_type     = value; msg->presence |= 1u << 4; }
-static inline void zidl_rib_encap_id_key_set_key_value_6 (zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_6  = value; msg->presence |= 1u << 5; }
-static inline void zidl_rib_encap_id_key_set_key_value_8 (zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_8  = value; msg->presence |= 1u << 7; }
-static inline void zidl_rib_encap_id_key_set_key_value_12(zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_12 = value; msg->presence |= 1u << 11; }
-static inline void zidl_rib_encap_id_key_set_key_value_13(zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_13 = value; msg->presence |= 1u << 12; }
-static inline void zidl_rib_encap_id_key_set_key_value_15(zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_15 = value; msg->presence |= 1u << 14; }
-static inline void zidl_rib_encap_id_key_set_key_value_16(zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_16 = value; msg->presence |= 1u << 15; }
-static inline void zidl_rib_encap_id_key_set_key_value_17(zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_17 = value; msg->presence |= 1u << 16; }
-static inline void zidl_rib_encap_id_key_set_key_value_18(zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_18 = value; msg->presence |= 1u << 17; }
-static inline void zidl_rib_encap_id_key_set_key_value_19(zidl_rib_encap_id_key *msg, uint32_t value) { msg->key_value_19 = value; msg->presence |= 1u << 18; }
+static inline void zidl_rib_encap_id_key_set_key_value_1(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_encap_id_key_set_key_value_2(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_encap_id_key_set_key_value_4(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_encap_id_key_set_key_type(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_type = value; msg->presence |= 1u << 4; }
+static inline void zidl_rib_encap_id_key_set_key_value_6(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_6 = value; msg->presence |= 1u << 5; }
+static inline void zidl_rib_encap_id_key_set_key_value_8(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_8 = value; msg->presence |= 1u << 7; }
+static inline void zidl_rib_encap_id_key_set_key_value_12(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_12 = value; msg->presence |= 1u << 11; }
+static inline void zidl_rib_encap_id_key_set_key_value_13(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_13 = value; msg->presence |= 1u << 12; }
+static inline void zidl_rib_encap_id_key_set_key_value_15(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_15 = value; msg->presence |= 1u << 14; }
+static inline void zidl_rib_encap_id_key_set_key_value_16(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_16 = value; msg->presence |= 1u << 15; }
+static inline void zidl_rib_encap_id_key_set_key_value_17(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_17 = value; msg->presence |= 1u << 16; }
+static inline void zidl_rib_encap_id_key_set_key_value_18(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_18 = value; msg->presence |= 1u << 17; }
+static inline void zidl_rib_encap_id_key_set_key_value_19(zidl_rib_encap_id_key *msg, uint32_t value)
+    { msg->key_value_19 = value; msg->presence |= 1u << 18; }
 static inline void zidl_rib_encap_id_key_mark_key_prefix        (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_rib_encap_id_key_mark_key_second_prefix (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 6; }
 static inline void zidl_rib_encap_id_key_mark_key_extra_prefixes(zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 8; }
@@ -184,10 +239,13 @@ static inline void zidl_rib_encap_id_key_mark_srv6_key          (zidl_rib_encap_
 static inline void zidl_rib_encap_id_key_mark_srv6_carriers     (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 13; }
 static inline void zidl_rib_encap_id_key_mark_key_bytes_20      (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 19; }
 
-ZIDL_API size_t  zidl_rib_encap_id_key_encode_ext(const zidl_rib_encap_id_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_encap_id_key_decode_ext(zidl_rib_encap_id_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_encap_id_key_duplicate (zidl_rib_encap_id_key *dst, const zidl_rib_encap_id_key *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_encap_id_key_free_ext  (zidl_rib_encap_id_key *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_encap_id_key_encode_ext(const zidl_rib_encap_id_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                 uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_key_decode_ext(zidl_rib_encap_id_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_key_duplicate(zidl_rib_encap_id_key *dst, const zidl_rib_encap_id_key *src, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx);
+ZIDL_API void zidl_rib_encap_id_key_free_ext(zidl_rib_encap_id_key *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // An encapsulation ID that the server has assigned. Owns nothing.
 
@@ -197,12 +255,14 @@ typedef struct zidl_rib_encap_id {
 } zidl_rib_encap_id;
 
 static inline bool zidl_rib_encap_id_has_encap_id(const zidl_rib_encap_id *msg) { return msg->presence >> 0 & 1; }
-static inline void zidl_rib_encap_id_set_encap_id(zidl_rib_encap_id *msg, uint64_t value) { msg->encap_id = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_encap_id_set_encap_id(zidl_rib_encap_id *msg, uint64_t value)
+    { msg->encap_id = value; msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_rib_encap_id_encode_ext(const zidl_rib_encap_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API size_t zidl_rib_encap_id_encode_ext(const zidl_rib_encap_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                             uint32_t flags);
 ZIDL_API int32_t zidl_rib_encap_id_decode_ext(zidl_rib_encap_id *msg, const uint8_t *buf, size_t len);
-ZIDL_API int32_t zidl_rib_encap_id_duplicate (zidl_rib_encap_id *dst, const zidl_rib_encap_id *src);
-ZIDL_API void    zidl_rib_encap_id_free_ext  (zidl_rib_encap_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_encap_id_duplicate(zidl_rib_encap_id *dst, const zidl_rib_encap_id *src);
+ZIDL_API void zidl_rib_encap_id_free_ext(zidl_rib_encap_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The body of a grid list update: encapsulation keys and, where asked for, the IDs assigned to them.
 // Owns encap_ids and keys.
@@ -219,14 +279,18 @@ typedef struct zidl_rib_grid_sync_list {
 static inline bool zidl_rib_grid_sync_list_has_encap_ids(const zidl_rib_grid_sync_list *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_grid_sync_list_has_keys     (const zidl_rib_grid_sync_list *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_grid_sync_list_has_multi_key(const zidl_rib_grid_sync_list *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_rib_grid_sync_list_set_multi_key(zidl_rib_grid_sync_list *msg, bool value) { msg->multi_key = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_grid_sync_list_set_multi_key(zidl_rib_grid_sync_list *msg, bool value)
+    { msg->multi_key = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_grid_sync_list_mark_encap_ids(zidl_rib_grid_sync_list *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_rib_grid_sync_list_mark_keys     (zidl_rib_grid_sync_list *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_grid_sync_list_encode_ext(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_grid_sync_list_decode_ext(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_grid_sync_list_duplicate (zidl_rib_grid_sync_list *dst, const zidl_rib_grid_sync_list *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_rib_grid_sync_list_free_ext  (zidl_rib_grid_sync_list *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_grid_sync_list_encode_ext(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_grid_sync_list_decode_ext(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_grid_sync_list_duplicate(zidl_rib_grid_sync_list *dst, const zidl_rib_grid_sync_list *src, zidl_alloc_fn alloc_fn,
+                                                   void *alloc_ctx);
+ZIDL_API void zidl_rib_grid_sync_list_free_ext(zidl_rib_grid_sync_list *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The next hop that a next-hop ID stands for. Owns nothing.
 
@@ -242,15 +306,20 @@ static inline bool zidl_rib_nhid_encap_key_has_nhid_key_value_1(const zidl_rib_n
 static inline bool zidl_rib_nhid_encap_key_has_nhid_key_address(const zidl_rib_nhid_encap_key *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_nhid_encap_key_has_nhid_key_value_3(const zidl_rib_nhid_encap_key *msg) { return msg->presence >> 2 & 1; }
 static inline bool zidl_rib_nhid_encap_key_has_nhid_key_value_4(const zidl_rib_nhid_encap_key *msg) { return msg->presence >> 3 & 1; }
-static inline void zidl_rib_nhid_encap_key_set_nhid_key_value_1(zidl_rib_nhid_encap_key *msg, uint32_t value) { msg->nhid_key_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_nhid_encap_key_set_nhid_key_value_3(zidl_rib_nhid_encap_key *msg, uint32_t value) { msg->nhid_key_value_3 = value; msg->presence |= 1u << 2; }
-static inline void zidl_rib_nhid_encap_key_set_nhid_key_value_4(zidl_rib_nhid_encap_key *msg, uint32_t value) { msg->nhid_key_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_nhid_encap_key_set_nhid_key_value_1(zidl_rib_nhid_encap_key *msg, uint32_t value)
+    { msg->nhid_key_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_nhid_encap_key_set_nhid_key_value_3(zidl_rib_nhid_encap_key *msg, uint32_t value)
+    { msg->nhid_key_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_nhid_encap_key_set_nhid_key_value_4(zidl_rib_nhid_encap_key *msg, uint32_t value)
+    { msg->nhid_key_value_4 = value; msg->presence |= 1u << 3; }
 static inline void zidl_rib_nhid_encap_key_mark_nhid_key_address(zidl_rib_nhid_encap_key *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_nhid_encap_key_encode_ext(const zidl_rib_nhid_encap_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_nhid_encap_key_decode_ext(zidl_rib_nhid_encap_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_nhid_encap_key_duplicate (zidl_rib_nhid_encap_key *dst, const zidl_rib_nhid_encap_key *src);
-ZIDL_API void    zidl_rib_nhid_encap_key_free_ext  (zidl_rib_nhid_encap_key *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_nhid_encap_key_encode_ext(const zidl_rib_nhid_encap_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_nhid_encap_key_decode_ext(zidl_rib_nhid_encap_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_nhid_encap_key_duplicate(zidl_rib_nhid_encap_key *dst, const zidl_rib_nhid_encap_key *src);
+ZIDL_API void zidl_rib_nhid_encap_key_free_ext(zidl_rib_nhid_encap_key *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // The body of a next-hop-ID update: one ID and the key of its next hop. Owns nothing.
 
@@ -264,14 +333,18 @@ typedef struct zidl_rib_nhid_update {
 static inline bool zidl_rib_nhid_update_has_nhid_update_value_1(const zidl_rib_nhid_update *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_nhid_update_has_nhid_encap_key     (const zidl_rib_nhid_update *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_rib_nhid_update_has_nhid               (const zidl_rib_nhid_update *msg) { return msg->presence >> 2 & 1; }
-static inline void zidl_rib_nhid_update_set_nhid_update_value_1(zidl_rib_nhid_update *msg, uint32_t value) { msg->nhid_update_value_1 = value; msg->presence |= 1u << 0; }
-static inline void zidl_rib_nhid_update_set_nhid               (zidl_rib_nhid_update *msg, uint64_t value) { msg->nhid                = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_nhid_update_set_nhid_update_value_1(zidl_rib_nhid_update *msg, uint32_t value)
+    { msg->nhid_update_value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_nhid_update_set_nhid(zidl_rib_nhid_update *msg, uint64_t value)
+    { msg->nhid = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_nhid_update_mark_nhid_encap_key(zidl_rib_nhid_update *msg) { msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_rib_nhid_update_encode_ext(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_rib_nhid_update_decode_ext(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_rib_nhid_update_duplicate (zidl_rib_nhid_update *dst, const zidl_rib_nhid_update *src);
-ZIDL_API void    zidl_rib_nhid_update_free_ext  (zidl_rib_nhid_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_rib_nhid_update_encode_ext(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_rib_nhid_update_decode_ext(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                 void *alloc_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_rib_nhid_update_duplicate(zidl_rib_nhid_update *dst, const zidl_rib_nhid_update *src);
+ZIDL_API void zidl_rib_nhid_update_free_ext(zidl_rib_nhid_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 #ifdef __cplusplus
 }

@@ -212,7 +212,8 @@ ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_encap_id_path_key_srv6_carri
 }
 
 // What `dst` shares with `src` becomes its own.
-inline void duplicate_owned(copier &mem, zidl_rib_encap_id_path_key_srv6_carrier_info &dst, const zidl_rib_encap_id_path_key_srv6_carrier_info &src)
+inline void duplicate_owned(copier &mem, zidl_rib_encap_id_path_key_srv6_carrier_info &dst,
+                            const zidl_rib_encap_id_path_key_srv6_carrier_info &src)
 {
     mem.bytes<2>(dst, dst.carrier_bytes, dst.carrier_bytes_size, src.carrier_bytes);
 }
@@ -351,42 +352,58 @@ inline int32_t decode(zidl_rib_encap_id_key &msg, const uint8_t *pos, const uint
     ZIDL_THEN(key_value_1, 1, varint);
     while (in.next_tag()) {
         switch (in.tag()) {
-        ZIDL_FIELD(key_value_1,        1,  varint,    0,  in.varied_u32(msg.key_value_1));
+        ZIDL_FIELD(key_value_1,        1,  varint,    0,
+            in.varied_u32(msg.key_value_1));
             ZIDL_THEN(key_value_2, 2, varint); ZIDL_THEN(key_prefix, 3, delimited); ZIDL_THEN(key_value_4, 4, varint); continue;
-        ZIDL_FIELD(key_value_2,        2,  varint,    1,  in.varied_u32(msg.key_value_2));
+        ZIDL_FIELD(key_value_2,        2,  varint,    1,
+            in.varied_u32(msg.key_value_2));
             ZIDL_THEN(key_prefix, 3, delimited); ZIDL_THEN(key_value_4, 4, varint); ZIDL_THEN(key_type, 5, varint); continue;
-        ZIDL_FIELD(key_prefix,         3,  delimited, 2,  in.message(msg.key_prefix, seen & bit<2>));
+        ZIDL_FIELD(key_prefix,         3,  delimited, 2,
+            in.message(msg.key_prefix, seen & bit<2>));
             ZIDL_THEN(key_value_4, 4, varint); ZIDL_THEN(key_type, 5, varint); ZIDL_THEN(key_value_6, 6, fixed32); continue;
-        ZIDL_FIELD(key_value_4,        4,  varint,    3,  in.varied_u32(msg.key_value_4));
+        ZIDL_FIELD(key_value_4,        4,  varint,    3,
+            in.varied_u32(msg.key_value_4));
             ZIDL_THEN(key_type, 5, varint); ZIDL_THEN(key_value_6, 6, fixed32); ZIDL_THEN(key_second_prefix, 7, delimited); continue;
-        ZIDL_FIELD(key_type,           5,  varint,    4,  in.varied_u32(msg.key_type));
+        ZIDL_FIELD(key_type,           5,  varint,    4,
+            in.varied_u32(msg.key_type));
             ZIDL_THEN(key_value_6, 6, fixed32); ZIDL_THEN(key_second_prefix, 7, delimited); ZIDL_THEN(key_value_8, 8, varint); continue;
-        ZIDL_FIELD(key_value_6,        6,  fixed32,   5,  in.fixed(msg.key_value_6));
+        ZIDL_FIELD(key_value_6,        6,  fixed32,   5,
+            in.fixed(msg.key_value_6));
             ZIDL_THEN(key_second_prefix, 7, delimited); ZIDL_THEN(key_value_8, 8, varint);
             ZIDL_THEN(key_extra_prefixes, 9, delimited); continue;
-        ZIDL_FIELD(key_second_prefix,  7,  delimited, 6,  in.message(msg.key_second_prefix, seen & bit<6>));
+        ZIDL_FIELD(key_second_prefix,  7,  delimited, 6,
+            in.message(msg.key_second_prefix, seen & bit<6>));
             ZIDL_THEN(key_value_8, 8, varint); ZIDL_THEN(key_extra_prefixes, 9, delimited); ZIDL_THEN(label_key, 10, delimited); continue;
-        ZIDL_FIELD(key_value_8,        8,  varint,    7,  in.varied_u32(msg.key_value_8));
+        ZIDL_FIELD(key_value_8,        8,  varint,    7,
+            in.varied_u32(msg.key_value_8));
             ZIDL_THEN(key_extra_prefixes, 9, delimited); ZIDL_THEN(label_key, 10, delimited); ZIDL_THEN(srv6_key, 11, delimited); continue;
-        ZIDL_FIELD(key_extra_prefixes, 9,  delimited, 8,  in.messages<9>(msg.key_extra_prefixes, msg.key_extra_prefixes_count, seen & bit<8>));
+        ZIDL_FIELD(key_extra_prefixes, 9,  delimited, 8,
+            in.messages<9>(msg.key_extra_prefixes, msg.key_extra_prefixes_count, seen & bit<8>));
             ZIDL_THEN(label_key, 10, delimited); ZIDL_THEN(srv6_key, 11, delimited); ZIDL_THEN(key_value_12, 12, varint); continue;
-        ZIDL_FIELD(label_key,          10, delimited, 9,  in.message(msg.label_key, seen & bit<9>));
+        ZIDL_FIELD(label_key,          10, delimited, 9,
+            in.message(msg.label_key, seen & bit<9>));
             ZIDL_THEN(srv6_key, 11, delimited); ZIDL_THEN(key_value_12, 12, varint); ZIDL_THEN(key_value_13, 13, varint); continue;
-        ZIDL_FIELD(srv6_key,           11, delimited, 10, in.message(msg.srv6_key, seen & bit<10>));
+        ZIDL_FIELD(srv6_key,           11, delimited, 10,
+            in.message(msg.srv6_key, seen & bit<10>));
             ZIDL_THEN(key_value_12, 12, varint); ZIDL_THEN(key_value_13, 13, varint); ZIDL_THEN(srv6_carriers, 14, delimited); continue;
-        ZIDL_FIELD(key_value_12,       12, varint,    11, in.varied_u32(msg.key_value_12));
+        ZIDL_FIELD(key_value_12,       12, varint,    11,
+            in.varied_u32(msg.key_value_12));
             ZIDL_THEN(key_value_13, 13, varint); ZIDL_THEN(srv6_carriers, 14, delimited); ZIDL_THEN(key_value_15, 15, varint); continue;
-        ZIDL_FIELD(key_value_13,       13, varint,    12, in.varied_u32(msg.key_value_13));
+        ZIDL_FIELD(key_value_13,       13, varint,    12,
+            in.varied_u32(msg.key_value_13));
             ZIDL_THEN(srv6_carriers, 14, delimited); ZIDL_THEN(key_value_15, 15, varint); ZIDL_THEN_RUN(key_value_16, 16, 4); continue;
-        ZIDL_FIELD(srv6_carriers,      14, delimited, 13, in.message(msg.srv6_carriers, seen & bit<13>));
+        ZIDL_FIELD(srv6_carriers,      14, delimited, 13,
+            in.message(msg.srv6_carriers, seen & bit<13>));
             ZIDL_THEN(key_value_15, 15, varint); ZIDL_THEN_RUN(key_value_16, 16, 4); ZIDL_THEN(key_bytes_20, 20, delimited); continue;
-        ZIDL_FIELD(key_value_15,       15, varint,    14, in.varied_u32(msg.key_value_15));
+        ZIDL_FIELD(key_value_15,       15, varint,    14,
+            in.varied_u32(msg.key_value_15));
             ZIDL_THEN_RUN(key_value_16, 16, 4); ZIDL_THEN(key_bytes_20, 20, delimited); continue;
         // key_value_16 to key_value_19
         ZIDL_CASE(16) ZIDL_CASE(17) ZIDL_CASE(18) ZIDL_CASE(19)
         ZIDL_RUN(key_value_16, (in.u32_run<16, 15, 4>(member_bytes(msg, offsetof(zidl_rib_encap_id_key, key_value_16)), seen)));
             ZIDL_THEN(key_bytes_20, 20, delimited); continue;
-        ZIDL_FIELD(key_bytes_20,       20, delimited, 19, in.bytes(msg.key_bytes_20, msg.key_bytes_20_size, seen & bit<19>));
+        ZIDL_FIELD(key_bytes_20,       20, delimited, 19,
+            in.bytes(msg.key_bytes_20, msg.key_bytes_20_size, seen & bit<19>));
             continue;
         default:
             if (in.unknown(is_one_of<1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20>(in.tag() >> 3)))

@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <sstream>
+
 namespace zidlc
 {
 
@@ -150,6 +152,22 @@ TEST_F(zidlc_emitters, wide_presence_words_are_tested_and_set_in_their_own_width
           "static inline void zidl_m_set_f33(zidl_m *msg, uint32_t value) { msg->f33 = value; msg->presence |= "
           "UINT64_C(1) << 32; }\n"})
         EXPECT_NE(header.find(line), std::string::npos) << line;
+}
+
+TEST_F(zidlc_emitters, no_line_of_code_is_wider_than_140_columns)
+{
+    std::vector<std::filesystem::path> schemas;
+    for (const auto &file : std::filesystem::directory_iterator(SCHEMA_FOLDER))
+        schemas.push_back(file.path());
+    ASSERT_EQ(schemas.size(), 4u);
+    size_t lines = 0;
+    for (const generated_file &file :
+         generated(schemas, {artefact::header, artefact::codec, artefact::descriptors, artefact::proto})) {
+        std::istringstream text(file.text);
+        for (std::string line; std::getline(text, line); ++lines)
+            EXPECT_LE(line.size(), 140u) << file.path << ": " << line;
+    }
+    EXPECT_GT(lines, 10000u);
 }
 
 TEST_F(zidlc_emitters, ownership_that_does_not_fit_in_a_line_is_wrapped)

@@ -57,4 +57,34 @@ TEST(zidlc_printer, an_empty_row_of_a_block_gets_no_indent)
     EXPECT_EQ(out.take(), "    a\n\n    b\n\n{1}\n");
 }
 
+TEST(zidlc_printer, all_rows_go_on_below_where_one_is_too_wide)
+{
+    table rows;
+    rows.add("a\t(b)\v {{ c\t }}");
+    rows.add("aa\t(bbb)\v {{ cc\t }}");
+    rows.add_line("a row without a break is as wide as it is");
+    EXPECT_EQ(rows.lines(14), (std::vector<std::string>{"a (b)   { c  }", "aa(bbb) { cc }",
+                                                        "a row without a break is as wide as it is"}));
+    EXPECT_EQ(rows.lines(13), (std::vector<std::string>{"a (b)", "    { c  }", "aa(bbb)", "    { cc }",
+                                                        "a row without a break is as wide as it is"}));
+}
+
+TEST(zidlc_printer, a_list_takes_as_many_lines_as_it_needs)
+{
+    const std::string word(40, 'x');
+    printer out;
+    out.list("call(", {word, word, word, word}, ");");
+    EXPECT_EQ(out.take(), "call(" + word + ", " + word + ", " + word + ",\n     " + word + ");\n");
+}
+
+TEST(zidlc_printer, a_line_of_a_list_is_as_wide_as_lines_may_be)
+{
+    const std::string word(65, 'x');
+    EXPECT_EQ(filled("call(", {word, word}, ", ", ");", 1),
+              (std::vector<std::string>{"call(" + word + ", " + word + ");"}));
+    EXPECT_EQ(filled("call(", {word, word}, ", ", ");", 2),
+              (std::vector<std::string>{"call(" + word + ",", "     " + word + ");"}));
+    EXPECT_EQ(filled("    ", {}, " ", " continue;"), (std::vector<std::string>{"    continue;"}));
+}
+
 } // namespace zidlc

@@ -51,7 +51,8 @@ void emit_duplicate(printer &out, const message &msg)
                      members(f, "dst"), f.name);
     }
     out.line("// What `dst` shares with `src` becomes its own.");
-    out.line("inline void duplicate_owned(copier &mem, {0} &dst, const {0} &src)", record_type(msg));
+    out.list("inline void duplicate_owned(",
+             {"copier &mem", record_type(msg) + " &dst", "const " + record_type(msg) + " &src"}, ")");
     out.line("{{");
     emit_prefetches(out, msg, "src");
     out.block(rows, "    ");
@@ -96,7 +97,7 @@ void emit_message(printer &out, const message &msg)
 void emit_function(printer &out, const operation &defined, const std::string &name,
                    const std::vector<std::string> &body)
 {
-    out.line("{} {}({})", defined.result, name, defined.parameter_list());
+    out.list(fmt::format("{} {}(", defined.result, name), defined.parameters, ")");
     out.line("{{");
     for (const std::string &line : body)
         out.line("    {}", line);
@@ -155,9 +156,9 @@ void emit_bmi2(printer &out, const message &msg)
     emit_function(
         out, encode, encode.name + "_bmi2",
         {fmt::format("const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, {});", encode_flags(msg)),
-         fmt::format("return ZIDL_LIKELY(len != zidl::not_written) ? len : {}_baseline(msg, buf, buflen, segs, "
-                     "nsegs{});",
-                     encode.name, msg.omit.encode_flags ? "" : ", flags")});
+         "if (ZIDL_LIKELY(len != zidl::not_written))", "    return len;",
+         fmt::format("return {}_baseline(msg, buf, buflen, segs, nsegs{});", encode.name,
+                     msg.omit.encode_flags ? "" : ", flags")});
     emit_function(out, decode, decode.name + "_bmi2", {decode_call(msg)});
 }
 

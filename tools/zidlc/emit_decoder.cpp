@@ -43,7 +43,7 @@ std::vector<std::string> predictions(const message &msg, size_t index)
 
 void add_read_row(table &rows, const field &f)
 {
-    rows.add("ZIDL_FIELD({},\t {},\t {},\t {},\t {});", f.name, f.number, f.type->wire.name, f.bit, read_call(f));
+    rows.add("ZIDL_FIELD({},\t {},\t {},\t {},\v {});", f.name, f.number, f.type->wire.name, f.bit, read_call(f));
 }
 
 // One line for a run, and above it the cases.

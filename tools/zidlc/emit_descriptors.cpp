@@ -189,13 +189,14 @@ std::string offset_of(const message &m, std::string_view member)
 
 void emit_fields(printer &out, const message &m)
 {
-    table rows;
-    for (const field &f : m.fields)
-        rows.add("{{\"{}\",\t {},\t kind::{},\t {},\t {},\t {},\t {},\t {}}},", f.name, f.number, f.type->constant,
-                 f.repeated, f.bit, offset_of(m, f.name), f.count_name.empty() ? "0" : offset_of(m, f.count_name),
-                 f.nested ? fmt::format("&{}", descriptor_name(*f.nested)) : "nullptr");
     out.line("constexpr field_descriptor {}[] = {{", table_name(m));
-    out.block(rows, "    ");
+    for (const field &f : m.fields)
+        out.list("    {",
+                 {fmt::format("\"{}\"", f.name), std::to_string(f.number), fmt::format("kind::{}", f.type->constant),
+                  f.repeated ? "true" : "false", std::to_string(f.bit), offset_of(m, f.name),
+                  f.count_name.empty() ? "0" : offset_of(m, f.count_name),
+                  f.nested ? fmt::format("&{}", descriptor_name(*f.nested)) : "nullptr"},
+                 "},");
     out.line("}};");
 }
 
@@ -204,7 +205,9 @@ void emit_descriptor(printer &out, const message &m)
     const std::string record = record_type(m);
     out.line("constexpr message_descriptor {} = {{", descriptor_name(m));
     out.line("    \"{}\", \"{}\", {}, {},", m.name, m.group, table_name(m), m.fields.size());
-    out.line("    sizeof({}), {}, sizeof({}::presence),", record, offset_of(m, "presence"), record);
+    out.list("    ",
+             {fmt::format("sizeof({})", record), offset_of(m, "presence"), fmt::format("sizeof({}::presence)", record)},
+             ",");
     out.line("    encoder<{}>::call,", encode_operation(m).name);
     out.line("    decoder<{}>::call,", decode_operation(m).name);
     out.line("    duplicator<{}>::call,", duplicate_operation(m).name);

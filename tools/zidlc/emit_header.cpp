@@ -79,34 +79,60 @@ std::string bit_mask(const message &m, const field &f)
     return m.presence_bits == 64 ? fmt::format("UINT64_C(1) << {}", f.bit) : fmt::format("1u << {}", f.bit);
 }
 
+// An inline function of one line, where all of its kind fit in one; else its body stands below.
+struct accessor {
+    std::string name; // with what stands before it
+    std::vector<std::string> parameters;
+    std::string body; // with tabs where columns end
+};
+
+void emit_accessors(printer &out, const std::vector<accessor> &all)
+{
+    table rows;
+    for (const accessor &each : all)
+        rows.add("static inline {}\t({}) {{ {} }}", each.name, fmt::join(each.parameters, ",\t "), each.body);
+    if (rows.fits())
+        return out.block(rows);
+    for (const accessor &each : all) {
+        std::string body = each.body;
+        std::erase(body, '\t');
+        std::vector<std::string> parameters = each.parameters;
+        for (std::string &parameter : parameters)
+            std::erase(parameter, '\t');
+        out.list(fmt::format("static inline {}(", each.name), parameters, ")");
+        out.line("    {{ {} }}", body);
+    }
+}
+
 void emit_accessors(printer &out, const message &m)
 {
-    table tests;
-    table setters;
-    table marks;
+    std::vector<accessor> tests;
+    std::vector<accessor> setters;
+    std::vector<accessor> marks;
     const std::string record = record_type(m);
     for (const field &f : m.fields) {
-        tests.add("static inline bool {}\t(const {} *msg) {{ return msg->presence >> {}\t & 1; }}", has_accessor(m, f),
-                  record, f.bit);
+        tests.push_back({"bool " + has_accessor(m, f),
+                         {fmt::format("const {} *msg", record)},
+                         fmt::format("return msg->presence >> {}\t & 1;", f.bit)});
         if (f.has_setter)
-            setters.add("static inline void {}\t({} *msg, {}\t value) {{ msg->{}\t = value; msg->presence |= {}; }}",
-                        set_accessor(m, f), record, f.type->setter, f.name, bit_mask(m, f));
+            setters.push_back({"void " + set_accessor(m, f),
+                               {record + " *msg", fmt::format("{}\t value", f.type->setter)},
+                               fmt::format("msg->{}\t = value; msg->presence |= {};", f.name, bit_mask(m, f))});
         else
-            marks.add("static inline void {}\t({} *msg) {{ msg->presence |= {}; }}", mark_accessor(m, f), record,
-                      bit_mask(m, f));
+            marks.push_back({"void " + mark_accessor(m, f),
+                             {record + " *msg"},
+                             fmt::format("msg->presence |= {};", bit_mask(m, f))});
     }
-    out.block(tests);
-    out.block(setters);
-    out.block(marks);
+    emit_accessors(out, tests);
+    emit_accessors(out, setters);
+    emit_accessors(out, marks);
 }
 
 void emit_prototypes(printer &out, const message &m)
 {
-    table rows;
     for (const operation &each :
          {encode_operation(m), decode_operation(m), duplicate_operation(m), release_operation(m)})
-        rows.add("ZIDL_API {}\t {}\t({});", each.result, each.name, each.parameter_list());
-    out.block(rows);
+        out.list(fmt::format("ZIDL_API {} {}(", each.result, each.name), each.parameters, ");");
 }
 
 void emit_message(printer &out, const message &m)

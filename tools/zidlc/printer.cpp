@@ -23,15 +23,16 @@ void table::add_row(const std::string &text)
 {
     row added;
     std::size_t start = 0;
-    for (std::size_t tab = text.find('\t'); tab != std::string::npos; tab = text.find('\t', start)) {
-        added.cells.push_back(text.substr(start, tab - start));
-        start = tab + 1;
+    for (std::size_t end; (end = text.find_first_of("\t\v", start)) != std::string::npos; start = end + 1) {
+        added.cells.push_back(text.substr(start, end - start));
+        if (text[end] == '\v')
+            added.may_break = added.cells.size();
     }
     added.cells.push_back(text.substr(start));
     rows_.push_back(std::move(added));
 }
 
-std::vector<std::string> table::lines() const
+std::vector<std::string> table::lines(std::size_t width) const
 {
     std::vector<std::size_t> widths;
     for (const row &each : rows_) {
@@ -39,16 +40,36 @@ std::vector<std::string> table::lines() const
         for (std::size_t i = 0; i < each.cells.size(); ++i)
             widths[i] = std::max(widths[i], text_width(each.cells[i]));
     }
+    const auto aligned = [&](const row &each, std::size_t first, std::size_t last) {
+        std::string line;
+        for (std::size_t i = first; i < last; ++i)
+            line += each.cells[i] + std::string(widths[i] - text_width(each.cells[i]), ' ');
+        trim_end(line);
+        return line;
+    };
+    const bool is_too_wide = std::any_of(rows_.begin(), rows_.end(), [&](const row &each) {
+        return each.may_break != 0 && text_width(aligned(each, 0, each.cells.size())) > width;
+    });
 
     std::vector<std::string> lines;
     for (const row &each : rows_) {
-        std::string line = each.line;
-        for (std::size_t i = 0; i < each.cells.size(); ++i)
-            line += each.cells[i] + std::string(widths[i] - text_width(each.cells[i]), ' ');
-        trim_end(line);
-        lines.push_back(std::move(line));
+        if (each.cells.empty()) {
+            lines.push_back(each.line);
+        } else if (is_too_wide && each.may_break != 0) {
+            lines.push_back(aligned(each, 0, each.may_break));
+            const std::string rest = aligned(each, each.may_break, each.cells.size());
+            lines.push_back("    " + rest.substr(std::min(rest.find_first_not_of(' '), rest.size())));
+        } else {
+            lines.push_back(aligned(each, 0, each.cells.size()));
+        }
     }
     return lines;
+}
+
+bool table::fits() const
+{
+    const std::vector<std::string> all = lines();
+    return std::all_of(all.begin(), all.end(), [](const std::string &line) { return text_width(line) <= widest_line; });
 }
 
 std::vector<std::string> filled(std::string head, const std::vector<std::string> &items, std::string_view separator,
@@ -78,7 +99,7 @@ void printer::list(std::string head, const std::vector<std::string> &items, std:
 
 void printer::block(const table &rows, std::string_view indent)
 {
-    for (const std::string &row : rows.lines())
+    for (const std::string &row : rows.lines(widest_line - indent.size()))
         add_line(row.empty() ? row : std::string(indent) + row);
 }
 

@@ -13,9 +13,13 @@
 namespace zidlc
 {
 
+// No line of code is longer, in characters.
+constexpr std::size_t widest_line = 140;
+
 // Rows whose cells end at a tab. Every cell is padded to the widest of its column; what separates columns (blanks,
 // commas) stands in the rows themselves, so that a row looks like the line that it yields:
 //     rows.add("{}\t{};\t // {}", type, member, number);
+// A cell may end at a vertical tab instead: where some row is too wide for a line, all of them go on below, from there.
 class table
 {
 public:
@@ -26,26 +30,27 @@ public:
     }
 
     // A line among the rows that takes no part in their columns.
-    void add_line(std::string line) { rows_.push_back({{}, std::move(line)}); }
+    void add_line(std::string line) { rows_.push_back({{}, 0, std::move(line)}); }
 
     bool empty() const { return rows_.empty(); }
 
-    // The aligned rows, without blanks at their ends.
-    std::vector<std::string> lines() const;
+    // Whether no row is wider than a line.
+    bool fits() const;
+
+    // The aligned rows, without blanks at their ends, for lines of `width` characters.
+    std::vector<std::string> lines(std::size_t width = widest_line) const;
 
 private:
     struct row {
         std::vector<std::string> cells;
-        std::string line; // instead of cells
+        std::size_t may_break = 0; // the cell that may begin a line of its own; 0: none
+        std::string line;          // instead of cells
     };
 
     void add_row(const std::string &text);
 
     std::vector<row> rows_;
 };
-
-// No line of code is longer, in characters.
-constexpr std::size_t widest_line = 140;
 
 // `items` between `head` and `tail` in as many lines as it takes, each but the first indented as wide as `head`. The lines will
 // stand behind `indent` more blanks.

@@ -98,7 +98,7 @@ struct releaser<function> {
 };
 
 constexpr field_descriptor fields_of_geo_position[] = {
-    {"latitude",  1, kind::fixed32, false, 0, offsetof(zidl_geo_position, latitude),  0, nullptr},
+    {"latitude", 1, kind::fixed32, false, 0, offsetof(zidl_geo_position, latitude), 0, nullptr},
     {"longitude", 2, kind::fixed32, false, 1, offsetof(zidl_geo_position, longitude), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_geo_position = {
@@ -111,9 +111,9 @@ constexpr message_descriptor descriptor_of_geo_position = {
 };
 
 constexpr field_descriptor fields_of_instrument[] = {
-    {"channel", 1, kind::u8,      false, 0, offsetof(zidl_instrument, channel), 0, nullptr},
+    {"channel", 1, kind::u8, false, 0, offsetof(zidl_instrument, channel), 0, nullptr},
     {"working", 2, kind::boolean, false, 1, offsetof(zidl_instrument, working), 0, nullptr},
-    {"label",   3, kind::string,  false, 2, offsetof(zidl_instrument, label),   0, nullptr},
+    {"label", 3, kind::string, false, 2, offsetof(zidl_instrument, label), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_instrument = {
     "instrument", "weather", fields_of_instrument, 3,
@@ -125,14 +125,15 @@ constexpr message_descriptor descriptor_of_instrument = {
 };
 
 constexpr field_descriptor fields_of_reading[] = {
-    {"station",     1,  kind::u32,     false, 0, offsetof(zidl_reading, station),     0,                                         nullptr},
-    {"position",    2,  kind::message, false, 1, offsetof(zidl_reading, position),    0,                                         &descriptor_of_geo_position},
-    {"taken_at",    3,  kind::u64,     false, 2, offsetof(zidl_reading, taken_at),    0,                                         nullptr},
-    {"instruments", 4,  kind::message, true,  3, offsetof(zidl_reading, instruments), offsetof(zidl_reading, instruments_count), &descriptor_of_instrument},
-    {"levels",      15, kind::u8,      true,  4, offsetof(zidl_reading, levels),      offsetof(zidl_reading, levels_count),      nullptr},
-    {"comment",     19, kind::string,  false, 5, offsetof(zidl_reading, comment),     0,                                         nullptr},
-    {"samples",     17, kind::u32,     true,  6, offsetof(zidl_reading, samples),     offsetof(zidl_reading, sample_total),      nullptr},
-    {"raw",         18, kind::bytes,   false, 7, offsetof(zidl_reading, raw),         offsetof(zidl_reading, raw_size),          nullptr},
+    {"station", 1, kind::u32, false, 0, offsetof(zidl_reading, station), 0, nullptr},
+    {"position", 2, kind::message, false, 1, offsetof(zidl_reading, position), 0, &descriptor_of_geo_position},
+    {"taken_at", 3, kind::u64, false, 2, offsetof(zidl_reading, taken_at), 0, nullptr},
+    {"instruments", 4, kind::message, true, 3, offsetof(zidl_reading, instruments), offsetof(zidl_reading, instruments_count),
+     &descriptor_of_instrument},
+    {"levels", 15, kind::u8, true, 4, offsetof(zidl_reading, levels), offsetof(zidl_reading, levels_count), nullptr},
+    {"comment", 19, kind::string, false, 5, offsetof(zidl_reading, comment), 0, nullptr},
+    {"samples", 17, kind::u32, true, 6, offsetof(zidl_reading, samples), offsetof(zidl_reading, sample_total), nullptr},
+    {"raw", 18, kind::bytes, false, 7, offsetof(zidl_reading, raw), offsetof(zidl_reading, raw_size), nullptr},
 };
 constexpr message_descriptor descriptor_of_reading = {
     "reading", "weather", fields_of_reading, 8,
@@ -168,12 +169,12 @@ constexpr message_descriptor descriptor_of_day = {
 };
 
 constexpr field_descriptor fields_of_history[] = {
-    {"latest", 1, kind::message, false, 0, offsetof(zidl_history, latest), 0,                                   &descriptor_of_reading},
-    {"pages",  2, kind::bytes,   true,  1, offsetof(zidl_history, pages),  offsetof(zidl_history, pages_count), nullptr},
-    {"older",  3, kind::message, false, 2, offsetof(zidl_history, older),  0,                                   &descriptor_of_archive},
-    {"origin", 4, kind::message, false, 3, offsetof(zidl_history, origin), 0,                                   &descriptor_of_geo_position},
-    {"days",   5, kind::message, true,  4, offsetof(zidl_history, days),   offsetof(zidl_history, days_count),  &descriptor_of_day},
-    {"first",  6, kind::message, false, 5, offsetof(zidl_history, first),  0,                                   &descriptor_of_reading},
+    {"latest", 1, kind::message, false, 0, offsetof(zidl_history, latest), 0, &descriptor_of_reading},
+    {"pages", 2, kind::bytes, true, 1, offsetof(zidl_history, pages), offsetof(zidl_history, pages_count), nullptr},
+    {"older", 3, kind::message, false, 2, offsetof(zidl_history, older), 0, &descriptor_of_archive},
+    {"origin", 4, kind::message, false, 3, offsetof(zidl_history, origin), 0, &descriptor_of_geo_position},
+    {"days", 5, kind::message, true, 4, offsetof(zidl_history, days), offsetof(zidl_history, days_count), &descriptor_of_day},
+    {"first", 6, kind::message, false, 5, offsetof(zidl_history, first), 0, &descriptor_of_reading},
 };
 constexpr message_descriptor descriptor_of_history = {
     "history", "weather", fields_of_history, 6,

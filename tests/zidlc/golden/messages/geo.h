@@ -21,13 +21,16 @@ typedef struct zidl_geo_position {
 
 static inline bool zidl_geo_position_has_latitude (const zidl_geo_position *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_geo_position_has_longitude(const zidl_geo_position *msg) { return msg->presence >> 1 & 1; }
-static inline void zidl_geo_position_set_latitude (zidl_geo_position *msg, uint32_t value) { msg->latitude  = value; msg->presence |= 1u << 0; }
-static inline void zidl_geo_position_set_longitude(zidl_geo_position *msg, uint32_t value) { msg->longitude = value; msg->presence |= 1u << 1; }
+static inline void zidl_geo_position_set_latitude(zidl_geo_position *msg, uint32_t value)
+    { msg->latitude = value; msg->presence |= 1u << 0; }
+static inline void zidl_geo_position_set_longitude(zidl_geo_position *msg, uint32_t value)
+    { msg->longitude = value; msg->presence |= 1u << 1; }
 
-ZIDL_API size_t  zidl_geo_position_encode_ext(const zidl_geo_position *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs);
+ZIDL_API size_t zidl_geo_position_encode_ext(const zidl_geo_position *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                             uint32_t *nsegs);
 ZIDL_API int32_t zidl_geo_position_decode_ext(zidl_geo_position *msg, const uint8_t *buf, size_t len);
-ZIDL_API int32_t zidl_geo_position_duplicate (zidl_geo_position *dst, const zidl_geo_position *src);
-ZIDL_API void    zidl_geo_position_free_ext  (zidl_geo_position *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_geo_position_duplicate(zidl_geo_position *dst, const zidl_geo_position *src);
+ZIDL_API void zidl_geo_position_free_ext(zidl_geo_position *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 #ifdef __cplusplus
 }

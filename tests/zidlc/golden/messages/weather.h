@@ -29,10 +29,12 @@ static inline void zidl_instrument_set_channel(zidl_instrument *msg, uint8_t val
 static inline void zidl_instrument_set_working(zidl_instrument *msg, bool    value) { msg->working = value; msg->presence |= 1u << 1; }
 static inline void zidl_instrument_mark_label(zidl_instrument *msg) { msg->presence |= 1u << 2; }
 
-ZIDL_API size_t  zidl_instrument_encode_ext(const zidl_instrument *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_instrument_decode_ext(zidl_instrument *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_instrument_duplicate (zidl_instrument *dst, const zidl_instrument *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_instrument_free_ext  (zidl_instrument *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_instrument_encode_ext(const zidl_instrument *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                           uint32_t flags);
+ZIDL_API int32_t zidl_instrument_decode_ext(zidl_instrument *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                            uint32_t flags);
+ZIDL_API int32_t zidl_instrument_duplicate(zidl_instrument *dst, const zidl_instrument *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_instrument_free_ext(zidl_instrument *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // What a station reports | every ten minutes, or when something <odd> happens. Members that a station does not know are
 // absent.
@@ -73,10 +75,12 @@ static inline void zidl_reading_mark_comment    (zidl_reading *msg) { msg->prese
 static inline void zidl_reading_mark_samples    (zidl_reading *msg) { msg->presence |= 1u << 6; }
 static inline void zidl_reading_mark_raw        (zidl_reading *msg) { msg->presence |= 1u << 7; }
 
-ZIDL_API size_t  zidl_reading_encode_ext(const zidl_reading *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_reading_decode_ext(zidl_reading *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_reading_duplicate (zidl_reading *dst, const zidl_reading *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_reading_free_ext  (zidl_reading *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_reading_encode_ext(const zidl_reading *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                        uint32_t flags);
+ZIDL_API int32_t zidl_reading_decode_ext(zidl_reading *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                         uint32_t flags);
+ZIDL_API int32_t zidl_reading_duplicate(zidl_reading *dst, const zidl_reading *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_reading_free_ext(zidl_reading *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // Owns stamps.
 
@@ -89,10 +93,11 @@ typedef struct zidl_archive {
 static inline bool zidl_archive_has_stamps(const zidl_archive *msg) { return msg->presence >> 0 & 1; }
 static inline void zidl_archive_mark_stamps(zidl_archive *msg) { msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_archive_encode_ext(const zidl_archive *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API size_t zidl_archive_encode_ext(const zidl_archive *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                        uint32_t flags);
 ZIDL_API int32_t zidl_archive_decode_ext(zidl_archive *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API int32_t zidl_archive_duplicate (zidl_archive *dst, const zidl_archive *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_archive_free_ext  (zidl_archive *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API int32_t zidl_archive_duplicate(zidl_archive *dst, const zidl_archive *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_archive_free_ext(zidl_archive *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // A day of a station. Owns nothing.
 
@@ -104,10 +109,11 @@ typedef struct zidl_day {
 static inline bool zidl_day_has_average(const zidl_day *msg) { return msg->presence >> 0 & 1; }
 static inline void zidl_day_set_average(zidl_day *msg, uint32_t value) { msg->average = value; msg->presence |= 1u << 0; }
 
-ZIDL_API size_t  zidl_day_encode_ext(const zidl_day *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_day_decode_ext(zidl_day *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_day_duplicate (zidl_day *dst, const zidl_day *src);
-ZIDL_API void    zidl_day_free_ext  (zidl_day *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_day_encode_ext(const zidl_day *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+ZIDL_API int32_t zidl_day_decode_ext(zidl_day *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                     uint32_t flags);
+ZIDL_API int32_t zidl_day_duplicate(zidl_day *dst, const zidl_day *src);
+ZIDL_API void zidl_day_free_ext(zidl_day *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 // All that a station has to tell. Owns pages, days and what latest, older and first own.
 
@@ -136,10 +142,12 @@ static inline void zidl_history_mark_origin(zidl_history *msg) { msg->presence |
 static inline void zidl_history_mark_days  (zidl_history *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_history_mark_first (zidl_history *msg) { msg->presence |= 1u << 5; }
 
-ZIDL_API size_t  zidl_history_encode_ext(const zidl_history *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
-ZIDL_API int32_t zidl_history_decode_ext(zidl_history *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags);
-ZIDL_API int32_t zidl_history_duplicate (zidl_history *dst, const zidl_history *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
-ZIDL_API void    zidl_history_free_ext  (zidl_history *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
+ZIDL_API size_t zidl_history_encode_ext(const zidl_history *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                        uint32_t flags);
+ZIDL_API int32_t zidl_history_decode_ext(zidl_history *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                         uint32_t flags);
+ZIDL_API int32_t zidl_history_duplicate(zidl_history *dst, const zidl_history *src, zidl_alloc_fn alloc_fn, void *alloc_ctx);
+ZIDL_API void zidl_history_free_ext(zidl_history *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags);
 
 #ifdef __cplusplus
 }
