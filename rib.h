@@ -1,4 +1,4 @@
-/* Everything of librib: the 76 message types and the client library. */
+/* Everything of librib: all message types and the client library. */
 
 #ifndef RIB_H
 #define RIB_H

@@ -5,7 +5,6 @@
 #include "tests/codec/support.hpp"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -99,8 +98,7 @@ protected:
 // The bytes of the page's code block number `index` (from 0), comments left out.
 bytes shown_in_the_page(size_t index)
 {
-    const auto here = std::filesystem::path(__FILE__).parent_path();
-    std::ifstream page(here / "../../docs/wire-format.md");
+    std::ifstream page(WIRE_FORMAT_PAGE);
     bytes shown;
     size_t blocks = 0;
     for (std::string line; std::getline(page, line);) {
