@@ -116,6 +116,7 @@ private:
             return put(member, std::strcmp(field.member, "ipv4") == 0 ? static_cast<uint32_t>(random_.next())
                                                                       : random_.value32());
         case zidl::kind::u64:
+        case zidl::kind::sint64:
             return put(member, random_.next() >> (random_.one_in(2) ? 0 : 24));
         case zidl::kind::string: {
             const uint32_t len = 6 + random_.below(6);
@@ -167,13 +168,18 @@ private:
         case zidl::kind::bytes:
             return sizeof(zidl_bytes);
         case zidl::kind::u64:
+        case zidl::kind::sint64:
             return 8;
         case zidl::kind::u8:
         case zidl::kind::boolean:
             return 1;
-        default:
+        case zidl::kind::u32:
+        case zidl::kind::fixed32:
             return 4;
+        case zidl::kind::string:
+            break;
         }
+        return sizeof(char *);
     }
 
     random_source &random_;

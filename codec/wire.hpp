@@ -109,6 +109,17 @@ ZIDL_INLINE uint32_t varint_ends(const uint8_t *src)
 #endif
 }
 
+// Signed numbers travel as 0, -1, 1, -2 and so on, so that small ones are short whatever their sign.
+constexpr uint64_t zigzag(int64_t value)
+{
+    return static_cast<uint64_t>(value) << 1 ^ (value < 0 ? ~uint64_t{0} : 0);
+}
+
+constexpr int64_t unzigzag(uint64_t value)
+{
+    return static_cast<int64_t>(value >> 1 ^ (0 - (value & 1)));
+}
+
 constexpr uint64_t group_bits = 0x7f7f7f7f7f7f7f7f;
 
 // Eight groups of seven bits, one in the low bits of each byte, pushed together into 56 bits. Five groups are enough for

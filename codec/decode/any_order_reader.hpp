@@ -59,6 +59,7 @@ public:
     ZIDL_COLD bool u64(uint64_t &member) { return in_.u64(member); }
     ZIDL_INLINE bool varied_u32(uint32_t &member) { return u32(member); }
     ZIDL_INLINE bool varied_u64(uint64_t &member) { return u64(member); }
+    ZIDL_COLD bool sint64(int64_t &member) { return in_.sint64(member); }
     ZIDL_COLD bool boolean(uint8_t &member) { return in_.boolean(member); }
     ZIDL_COLD bool fixed(uint32_t &member) { return in_.fixed(member); }
     ZIDL_COLD bool string(char *&member, bool filled) { return in_.string(member, filled); }

@@ -55,6 +55,13 @@ ZIDL_INLINE void decode_varied_u64(Reader &in, uint64_t &member)
         in.template note<Bit>(in.varied_u64(member));
 }
 
+template <uint32_t Number, unsigned Bit, class Reader>
+ZIDL_INLINE void decode_sint64(Reader &in, int64_t &member)
+{
+    if (in.template comes<make_tag(Number, varint)>())
+        in.template note<Bit>(in.sint64(member));
+}
+
 // `Count` u32 fields with numbers from `Number`, presence bits from `Bit` and members side by side from `Offset`.
 template <uint32_t Number, unsigned Bit, unsigned Count, size_t Offset, class Reader, class Record>
 ZIDL_INLINE void decode_u32_run(Reader &in, Record &msg)

@@ -68,6 +68,7 @@ public:
     ZIDL_INLINE bool varied_u64(uint64_t &member) { return read_varied(member); }
 
     ZIDL_INLINE bool u8(uint8_t &member) { return read_low_byte(*this, member); }
+    ZIDL_INLINE bool sint64(int64_t &member) { return read_signed(*this, member); }
     ZIDL_INLINE bool boolean(uint8_t &member) { return read_truth(*this, member); }
     ZIDL_INLINE bool fixed(uint32_t &member) { return keep(parse_fixed32(value_, end_), member); }
 

@@ -100,6 +100,16 @@ ZIDL_INLINE bool read_truth(Reader &in, uint8_t &member)
     return true;
 }
 
+template <class Reader>
+ZIDL_INLINE bool read_signed(Reader &in, int64_t &member)
+{
+    uint64_t value;
+    if (ZIDL_UNLIKELY(!in.u64(value)))
+        return false;
+    member = unzigzag(value);
+    return true;
+}
+
 ZIDL_INLINE parsed<uint32_t> parse_fixed32(const uint8_t *pos, const uint8_t *end)
 {
     if (ZIDL_UNLIKELY(end - pos < 4))

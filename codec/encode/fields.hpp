@@ -94,6 +94,12 @@ ZIDL_INLINE constexpr void encode_u64(Sink &out, bool present, uint64_t value)
         out.template put_varint<make_tag(Number, varint)>(value);
 }
 
+template <uint32_t Number, class Sink>
+ZIDL_INLINE constexpr void encode_sint64(Sink &out, bool present, int64_t value)
+{
+    encode_u64<Number>(out, present, zigzag(value));
+}
+
 // One byte as it stands, whatever it holds.
 template <uint32_t Number, class Sink>
 ZIDL_INLINE constexpr void encode_bool(Sink &out, bool present, uint8_t value)

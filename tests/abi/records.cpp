@@ -41,6 +41,7 @@ size_t value_size(const zidl::field_descriptor &field)
     case zidl::kind::fixed32:
         return sizeof(uint32_t);
     case zidl::kind::u64:
+    case zidl::kind::sint64:
         return sizeof(uint64_t);
     case zidl::kind::message:
         return field.message->size;

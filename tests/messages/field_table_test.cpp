@@ -24,6 +24,8 @@ std::string kind_name(const zidl::field_descriptor &field)
         return repeated + "uint32";
     case zidl::kind::u64:
         return repeated + "uint64";
+    case zidl::kind::sint64:
+        return repeated + "sint64";
     case zidl::kind::boolean:
         return repeated + "bool";
     case zidl::kind::fixed32:
@@ -47,9 +49,14 @@ uint32_t wire_type(zidl::kind type)
         return 2;
     case zidl::kind::fixed32:
         return 5;
-    default:
+    case zidl::kind::u8:
+    case zidl::kind::u32:
+    case zidl::kind::u64:
+    case zidl::kind::sint64:
+    case zidl::kind::boolean:
         return 0;
     }
+    return 7;
 }
 
 TEST(field_table, lists_76_messages)

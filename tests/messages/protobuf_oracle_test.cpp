@@ -81,6 +81,8 @@ public:
         case pb::FieldDescriptor::CPPTYPE_UINT64:
             return field_->is_repeated() ? reflection_.AddUInt64(&msg_, field_, value)
                                          : reflection_.SetUInt64(&msg_, field_, value);
+        case pb::FieldDescriptor::CPPTYPE_INT64:
+            return reflection_.SetInt64(&msg_, field_, static_cast<int64_t>(value));
         default:
             return field_->is_repeated() ? reflection_.AddUInt32(&msg_, field_, low)
                                          : reflection_.SetUInt32(&msg_, field_, low);

@@ -127,6 +127,9 @@ void put_number(output &out, const field_descriptor &field, const void *at)
     } else if (field.type == kind::fixed32) {
         for (int shift = 0; shift < 32; shift += 8)
             put_byte(out, static_cast<uint8_t>(value >> shift));
+    } else if (field.type == kind::sint64) {
+        const bool negative = value >> 63 != 0;
+        put_varint(out, negative ? ~value * 2 + 1 : value * 2);
     } else {
         put_varint(out, value);
     }
@@ -296,7 +299,11 @@ int32_t take_number(input &in, const field_descriptor &field, void *at)
     uint64_t value = 0;
     if (!take_varint(in, value))
         return ZIDL_ERR_MALFORMED;
-    store_number(field, at, field.type == kind::boolean ? uint64_t{value != 0} : value);
+    if (field.type == kind::boolean)
+        value = value != 0;
+    else if (field.type == kind::sint64)
+        value = value % 2 != 0 ? ~(value / 2) : value / 2;
+    store_number(field, at, value);
     return ZIDL_OK;
 }
 

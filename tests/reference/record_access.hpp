@@ -106,6 +106,7 @@ inline size_t element_size(const field_descriptor &field)
     case kind::fixed32:
         return 4;
     case kind::u64:
+    case kind::sint64:
         return 8;
     case kind::string:
         return sizeof(char *);

@@ -189,6 +189,7 @@ TEST_F(zidlc_model, arrays_hold_what_the_codec_has_arrays_of)
                         "    6 f : repeated bool;\n"
                         "    7 g : repeated fixed32;\n"
                         "    8 h : repeated string;\n"
+                        "    9 i : repeated sint64;\n"
                         "}\n"),
               "sample.zidl:9:20: error: 'bool' does not repeat: arrays hold u8, u32, u64, bytes or messages\n"
               "    6 f : repeated bool;\n"
@@ -198,6 +199,9 @@ TEST_F(zidlc_model, arrays_hold_what_the_codec_has_arrays_of)
               "                   ^~~~~~~\n"
               "sample.zidl:11:20: error: 'string' does not repeat: arrays hold u8, u32, u64, bytes or messages\n"
               "    8 h : repeated string;\n"
+              "                   ^~~~~~\n"
+              "sample.zidl:12:20: error: 'sint64' does not repeat: arrays hold u8, u32, u64, bytes or messages\n"
+              "    9 i : repeated sint64;\n"
               "                   ^~~~~~\n");
 }
 
@@ -289,7 +293,7 @@ TEST_F(zidlc_model, reserved_words_of_c_cpp_and_the_language_are_no_names)
 TEST_F(zidlc_model, no_word_of_the_language_names_a_message_or_a_count)
 {
     for (const char *word : {"group", "use", "message", "omit", "dispatch", "unassigned", "repeated", "counted", "by",
-                             "out", "of", "order", "u8", "u32", "u64", "fixed32", "string", "bytes"})
+                             "out", "of", "order", "u8", "u32", "u64", "sint64", "fixed32", "string", "bytes"})
         EXPECT_EQ(
             errors_in(fmt::format("group sample;\n"
                                   "message {0} {{ 1 x : u32; }}\n"
@@ -306,9 +310,9 @@ TEST_F(zidlc_model, no_word_of_the_language_names_a_message_or_a_count)
 
 TEST_F(zidlc_model, types_of_proto_files_are_no_message_names)
 {
-    EXPECT_EQ(errors_in("group sample;\nmessage sint64 { 1 uint32 : u32; }\n"),
-              "sample.zidl:2:9: error: 'sint64' cannot name a message: proto files have a type of that name\n"
-              "message sint64 { 1 uint32 : u32; }\n"
+    EXPECT_EQ(errors_in("group sample;\nmessage sint32 { 1 uint32 : u32; }\n"),
+              "sample.zidl:2:9: error: 'sint32' cannot name a message: proto files have a type of that name\n"
+              "message sint32 { 1 uint32 : u32; }\n"
               "        ^~~~~~\n");
 }
 
@@ -977,6 +981,7 @@ TEST_F(zidlc_model, tags_follow_from_number_and_kind)
                                "    16 i : u64;\n"
                                "    17..2047 unassigned;\n"
                                "    2048 j : repeated bytes;\n"
+                               "    2049 k : sint64;\n"
                                "}\n");
     struct fact {
         unsigned wire_type;
@@ -984,8 +989,8 @@ TEST_F(zidlc_model, tags_follow_from_number_and_kind)
         unsigned tag_size;
     };
     const std::vector<fact> expected = {
-        {0, 0x08, 1}, {0, 0x10, 1}, {5, 0x1d, 1}, {2, 0x22, 1}, {2, 0x2a, 1},
-        {2, 0x32, 1}, {0, 0x38, 1}, {0, 0x78, 1}, {0, 0x80, 2}, {2, 0x4002, 3},
+        {0, 0x08, 1}, {0, 0x10, 1}, {5, 0x1d, 1}, {2, 0x22, 1},   {2, 0x2a, 1},   {2, 0x32, 1},
+        {0, 0x38, 1}, {0, 0x78, 1}, {0, 0x80, 2}, {2, 0x4002, 3}, {0, 0x4008, 3},
     };
     const message &m = *all.groups.at(0)->messages.at(1);
     ASSERT_EQ(m.fields.size(), expected.size());
@@ -1047,6 +1052,7 @@ TEST_F(zidlc_model, the_fixed_part_of_an_encoding_is_bounded)
                                "    3 c : u64;\n"     // 1 + 10
                                "    4 d : bool;\n"    // 1 + 1
                                "    5 e : fixed32;\n" // 1 + 4
+                               "    6 f : sint64;\n"  // 1 + 10
                                "}\n"
                                "message variable {\n"
                                "    1 a : u32;\n" // 1 + 5
@@ -1055,16 +1061,16 @@ TEST_F(zidlc_model, the_fixed_part_of_an_encoding_is_bounded)
                                "    4 d : repeated u32;\n"
                                "}\n"
                                "message holder {\n"
-                               "     1 a : scalars;\n"  // 1 + 1 + 27
+                               "     1 a : scalars;\n"  // 1 + 1 + 38
                                "     2 b : variable;\n" // 1 + 5 + 6
                                "     3..15 unassigned;\n"
-                               "    16 c : scalars;\n" // 2 + 1 + 27
+                               "    16 c : scalars;\n" // 2 + 1 + 38
                                "    17 d : repeated scalars;\n"
                                "}\n");
     const auto &messages = all.groups.at(0)->messages;
-    EXPECT_EQ(messages.at(0)->fixed_bound, 27u);
+    EXPECT_EQ(messages.at(0)->fixed_bound, 38u);
     EXPECT_EQ(messages.at(1)->fixed_bound, 6u);
-    EXPECT_EQ(messages.at(2)->fixed_bound, 71u);
+    EXPECT_EQ(messages.at(2)->fixed_bound, 93u);
 }
 
 TEST_F(zidlc_model, small_messages_have_few_singular_fields_with_short_tags)

@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace
@@ -117,6 +118,52 @@ TEST(zidlc_own_project, a_copy_owns_what_it_holds)
     zidl_reading_free_ext(&msg, give_back, nullptr, 0);
     EXPECT_EQ(encoded(copy), encoded_reading);
     zidl_reading_free_ext(&copy, give_back, nullptr, 0);
+}
+
+TEST(zidlc_own_project, signed_numbers_are_short_whatever_their_sign)
+{
+    const std::vector<std::pair<int64_t, bytes>> examples = {
+        {0, {0x20, 0x00}}, // 4 drift
+        {-1, {0x20, 0x01}},
+        {1, {0x20, 0x02}},
+        {-64, {0x20, 0x7f}},
+        {64, {0x20, 0x80, 0x01}},
+        {-150, {0x20, 0xab, 0x02}},
+        {INT64_MAX, {0x20, 0xfe, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x01}},
+        {INT64_MIN, {0x20, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x01}},
+    };
+    for (const auto &[value, encoding] : examples) {
+        zidl_instrument msg = {};
+        zidl_instrument_set_drift(&msg, value);
+        bytes out(encoding.size());
+        EXPECT_EQ(zidl_instrument_encode_ext(&msg, out.data(), out.size(), nullptr, nullptr, 0), encoding.size())
+            << value;
+        EXPECT_EQ(out, encoding) << value;
+        zidl_instrument back = {};
+        ASSERT_EQ(zidl_instrument_decode_ext(&back, encoding.data(), encoding.size(), nullptr, nullptr, 0), ZIDL_OK);
+        EXPECT_TRUE(zidl_instrument_has_drift(&back));
+        EXPECT_EQ(back.drift, value);
+    }
+}
+
+TEST(zidlc_own_project, signed_numbers_are_read_before_and_behind_other_fields)
+{
+    const bytes drift_first = {
+        0x20, 0x03, // 4 drift = -2
+        0x08, 0x07, // 1 channel = 7
+        0x20, 0x05, // 4 drift = -3, the last one counts
+    };
+    zidl_instrument msg = {};
+    ASSERT_EQ(zidl_instrument_decode_ext(&msg, drift_first.data(), drift_first.size(), nullptr, nullptr, 0), ZIDL_OK);
+    EXPECT_EQ(msg.drift, -3);
+    const bytes beside_a_run = {
+        0x08, 0x01,             // 1 first = 1
+        0x90, 0x80, 0x01, 0x05, // 2050 either_sign = -3
+    };
+    zidl_far_sample far = {};
+    ASSERT_EQ(zidl_far_sample_decode_ext(&far, beside_a_run.data(), beside_a_run.size(), nullptr, nullptr, 0), ZIDL_OK);
+    EXPECT_EQ(far.either_sign, -3);
+    EXPECT_EQ(zidl_far_sample_encode_ext(&far, nullptr, 0, nullptr, nullptr, 0), beside_a_run.size());
 }
 
 TEST(zidlc_own_project, omitted_arguments_are_omitted)

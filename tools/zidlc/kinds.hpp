@@ -64,6 +64,8 @@ inline constexpr kind all_kinds[] = {
      varint,    varint_size(UINT32_MAX), "uint32",  "u32",     "varied_u32", "u32",     "varied_u32", true},
     {"u64",     "u64",     storage::value,  "uint64_t", "uint64_t", "uint64_t",   "u64s",
      varint,    varint_size(UINT64_MAX), "uint64",  "u64",     "u64",        "u64",     "varied_u64", false},
+    {"sint64",  "sint64",  storage::value,  "int64_t",  "int64_t",  "",           "",
+     varint,    varint_size(UINT64_MAX), "sint64",  "sint64",  "sint64",     "sint64",  "sint64",     false},
     {"bool",    "boolean", storage::value,  "uint8_t",  "bool",     "",           "",
      varint,    1,                       "bool",    "bool",    "bool",       "boolean", "boolean",    false},
     {"fixed32", "fixed32", storage::value,  "uint32_t", "uint32_t", "",           "",

@@ -114,9 +114,10 @@ constexpr field_descriptor fields_of_instrument[] = {
     {"channel", 1, kind::u8, false, 0, offsetof(zidl_instrument, channel), 0, nullptr},
     {"working", 2, kind::boolean, false, 1, offsetof(zidl_instrument, working), 0, nullptr},
     {"label", 3, kind::string, false, 2, offsetof(zidl_instrument, label), 0, nullptr},
+    {"drift", 4, kind::sint64, false, 3, offsetof(zidl_instrument, drift), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_instrument = {
-    "instrument", "weather", fields_of_instrument, 3,
+    "instrument", "weather", fields_of_instrument, 4,
     sizeof(zidl_instrument), offsetof(zidl_instrument, presence), sizeof(zidl_instrument::presence),
     encoder<zidl_instrument_encode_ext>::call,
     decoder<zidl_instrument_decode_ext>::call,
@@ -158,9 +159,10 @@ constexpr message_descriptor descriptor_of_archive = {
 
 constexpr field_descriptor fields_of_day[] = {
     {"average", 1, kind::u32, false, 0, offsetof(zidl_day, average), 0, nullptr},
+    {"trend", 2, kind::sint64, false, 1, offsetof(zidl_day, trend), 0, nullptr},
 };
 constexpr message_descriptor descriptor_of_day = {
-    "day", "weather", fields_of_day, 1,
+    "day", "weather", fields_of_day, 2,
     sizeof(zidl_day), offsetof(zidl_day, presence), sizeof(zidl_day::presence),
     encoder<zidl_day_encode_ext>::call,
     decoder<zidl_day_decode_ext>::call,

@@ -12,7 +12,7 @@
 namespace zidl
 {
 
-enum class kind : uint8_t { u8, u32, u64, boolean, fixed32, string, bytes, message };
+enum class kind : uint8_t { u8, u32, u64, sint64, boolean, fixed32, string, bytes, message };
 
 struct message_descriptor;
 

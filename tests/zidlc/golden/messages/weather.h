@@ -19,14 +19,17 @@ typedef struct zidl_instrument {
     uint8_t  channel;  // 1
     uint8_t  working;  // 2
     char    *label;    // 3: as painted on it
-    uint8_t  presence; // bits 0 to 2
+    int64_t  drift;    // 4: nanoseconds a day
+    uint8_t  presence; // bits 0 to 3
 } zidl_instrument;
 
 static inline bool zidl_instrument_has_channel(const zidl_instrument *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_instrument_has_working(const zidl_instrument *msg) { return msg->presence >> 1 & 1; }
 static inline bool zidl_instrument_has_label  (const zidl_instrument *msg) { return msg->presence >> 2 & 1; }
+static inline bool zidl_instrument_has_drift  (const zidl_instrument *msg) { return msg->presence >> 3 & 1; }
 static inline void zidl_instrument_set_channel(zidl_instrument *msg, uint8_t value) { msg->channel = value; msg->presence |= 1u << 0; }
 static inline void zidl_instrument_set_working(zidl_instrument *msg, bool    value) { msg->working = value; msg->presence |= 1u << 1; }
+static inline void zidl_instrument_set_drift  (zidl_instrument *msg, int64_t value) { msg->drift   = value; msg->presence |= 1u << 3; }
 static inline void zidl_instrument_mark_label(zidl_instrument *msg) { msg->presence |= 1u << 2; }
 
 ZIDL_API size_t zidl_instrument_encode_ext(const zidl_instrument *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
@@ -103,11 +106,14 @@ ZIDL_API void zidl_archive_free_ext(zidl_archive *msg, zidl_free_fn free_fn, voi
 
 typedef struct zidl_day {
     uint32_t average;  // 1
-    uint8_t  presence; // bit 0
+    int64_t  trend;    // 2: against the day before
+    uint8_t  presence; // bits 0 and 1
 } zidl_day;
 
 static inline bool zidl_day_has_average(const zidl_day *msg) { return msg->presence >> 0 & 1; }
+static inline bool zidl_day_has_trend  (const zidl_day *msg) { return msg->presence >> 1 & 1; }
 static inline void zidl_day_set_average(zidl_day *msg, uint32_t value) { msg->average = value; msg->presence |= 1u << 0; }
+static inline void zidl_day_set_trend  (zidl_day *msg, int64_t  value) { msg->trend   = value; msg->presence |= 1u << 1; }
 
 ZIDL_API size_t zidl_day_encode_ext(const zidl_day *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
 ZIDL_API int32_t zidl_day_decode_ext(zidl_day *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
