@@ -48,8 +48,8 @@ std::size_t run_length(fields rest)
 {
     const field &first = rest.front();
     const auto after = std::find_if_not(rest.begin(), rest.end(), [&](const field &f) {
-        return f.type->makes_runs && !f.repeated && f.number / 16 == first.number / 16 && f.tag_size <= 2 &&
-               f.number - first.number == f.bit - first.bit;
+        return f.type->makes_runs && f.type == first.type && !f.repeated && f.number / 16 == first.number / 16 &&
+               f.tag_size <= 2 && f.number - first.number == f.bit - first.bit;
     });
     return static_cast<std::size_t>(after - rest.begin());
 }

@@ -56,8 +56,9 @@ void add_run_row(table &rows, const message &msg, const block &run)
     rows.add_line(fmt::format("// {} to {}", first.name, run.fields.back().name));
     for (std::string &line : filled("", cases, " ", "", 8))
         rows.add_line(std::move(line));
-    rows.add_line(fmt::format("ZIDL_RUN({}, (in.u32_run<{}, {}, {}>(member_bytes(msg, offsetof({}, {})), seen)));",
-                              first.name, first.number, first.bit, run.fields.size(), record_type(msg), first.name));
+    rows.add_line(fmt::format("ZIDL_RUN({}, (in.{}_run<{}, {}, {}>(member_bytes(msg, offsetof({}, {})), seen)));",
+                              first.name, first.type->reader, first.number, first.bit, run.fields.size(),
+                              record_type(msg), first.name));
 }
 
 // Each field, and below it the way to the next one.
@@ -90,9 +91,9 @@ void emit_decode_fields(printer &out, const message &msg)
     for (const block &each : msg.reads) {
         const field &first = each.fields.front();
         if (is_run(each))
-            rows.add_line(fmt::format("decode_u32_run<{}, {}, {}, offsetof({}, {})>(in, msg); // {} to {}",
-                                      first.number, first.bit, each.fields.size(), record_type(msg), first.name,
-                                      first.name, each.fields.back().name));
+            rows.add_line(fmt::format("decode_{}_run<{}, {}, {}, offsetof({}, {})>(in, msg); // {} to {}",
+                                      first.type->reader, first.number, first.bit, each.fields.size(), record_type(msg),
+                                      first.name, first.name, each.fields.back().name));
         else
             rows.add("decode_{}\t<{}, {}>\t(in, {});", first.reader, first.number, first.bit, members(first, "msg"));
     }

@@ -35,9 +35,9 @@ void add_embedded_rows(table &rows, const block &embedded, const place &at)
 void add_run_row(table &rows, const message &msg, const block &run, const place &at)
 {
     const field &first = run.fields.front();
-    rows.add_line(fmt::format("encode_u32_run<{}, {}, {}, offsetof({}, {})>({}, msg); // {} to {}", first.number,
-                              first.bit, run.fields.size(), record_type(msg), first.name, at.sink, first.name,
-                              run.fields.back().name));
+    rows.add_line(fmt::format("encode_{}_run<{}, {}, {}, offsetof({}, {})>({}, msg); // {} to {}", first.type->writer,
+                              first.number, first.bit, run.fields.size(), record_type(msg), first.name, at.sink,
+                              first.name, run.fields.back().name));
 }
 
 void emit_blocks(printer &out, const message &msg, const std::vector<block> &blocks, const place &at)

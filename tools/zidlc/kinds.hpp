@@ -3,7 +3,9 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 
 namespace zidlc
@@ -78,6 +80,17 @@ inline constexpr kind all_kinds[] = {
      delimited, 0,                       "",        "message", "message",    "message", "message",    false},
 };
 // clang-format on
+
+// What holds between the facts of a row.
+constexpr bool is_sound(const kind &row)
+{
+    const bool is_value = row.held == storage::value;
+    const bool has_element = row.held == storage::record || !row.element.empty();
+    return is_value != row.setter.empty() && is_value == (row.most_bytes > 0) &&
+           is_value == (row.wire.number != delimited.number) && has_element != row.array.empty() &&
+           (is_value || !row.makes_runs);
+}
+static_assert(std::all_of(std::begin(all_kinds), std::end(all_kinds), is_sound));
 
 // The kind that schemas call `word`; null where it is none of theirs.
 constexpr const kind *find_kind(std::string_view word)
