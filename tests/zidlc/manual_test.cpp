@@ -41,6 +41,23 @@ TEST_F(zidlc_language_manual, the_example_gives_the_record_that_the_manual_shows
     EXPECT_NE(emit_header(*all.groups.at(0)).find(record), std::string::npos) << emit_header(*all.groups[0]);
 }
 
+TEST_F(zidlc_language_manual, every_kind_stands_in_the_grammar_and_in_the_table_of_kinds)
+{
+    const std::string text = read(LANGUAGE_MANUAL);
+    const std::size_t start = text.find("\n    kind       = ");
+    ASSERT_NE(start, std::string::npos);
+    const std::string grammar = text.substr(start, text.find('.', start) - start);
+    for (const kind &each : all_kinds) {
+        if (each.held == storage::record)
+            continue; // called by its own name
+        EXPECT_NE(grammar.find(fmt::format(" \"{}\" |", each.word)), std::string::npos) << each.word;
+        const std::size_t row = text.find(fmt::format("\n| `{}` ", each.word));
+        ASSERT_NE(row, std::string::npos) << each.word;
+        const std::size_t line = text.find(fmt::format("`{}", each.member), row);
+        EXPECT_LT(line, text.find('\n', row + 1)) << each.word << " is held as " << each.member;
+    }
+}
+
 TEST_F(zidlc_language_manual, the_broken_example_gives_the_errors_that_the_manual_shows)
 {
     write("broken.zidl", block("zidl", 1));

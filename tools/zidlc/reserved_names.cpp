@@ -32,7 +32,7 @@ constexpr std::string_view language_words =
 // Files of these names are the compiler's own: messages/descriptors.hpp, docs/messages/README.md.
 constexpr std::string_view file_words = " descriptors readme ";
 
-constexpr std::string_view proto_words = " fixed64 int32 int64 sfixed32 sfixed64 sint32 sint64 uint32 uint64 ";
+constexpr std::string_view proto_words = " fixed64 int32 int64 sfixed32 sfixed64 sint32 uint32 uint64 ";
 
 // Whether a list, whose words stand between blanks, has a name.
 bool contains(std::string_view words, std::string_view name)
