@@ -61,10 +61,7 @@ public:
     ZIDL_INLINE bool take_run()
     {
         uint32_t index;
-        if (!holds_tag<First>() || !take_run_tag<First, Count>(index))
-            return false;
-        tag_ = make_tag(First + index, varint);
-        return true;
+        return holds_tag<First>() && take_run_tag<First, Count>(index);
     }
 
     // A tag that no case of the schema matched: a known field with another wire type, or an unknown field.
@@ -211,6 +208,7 @@ private:
         if (!run_index<First, Count>(pos_, index))
             return false;
         pos_ += varint_size(make_tag(First, varint));
+        tag_ = make_tag(First + index, varint);
         return true;
     }
 
