@@ -1,5 +1,6 @@
 #include "tools/ribtool/addresses.hpp"
 
+#include "ip/rib/lib/src/rib_lib.h"
 #include "tools/ribtool/frame.hpp"
 
 #include <arpa/inet.h>
@@ -13,12 +14,6 @@ namespace ribtool
 
 namespace
 {
-
-// The codes of rib_address and those of rib_msg_prefix.
-constexpr uint32_t FAMILY_IPV4 = 1;
-constexpr uint32_t FAMILY_IPV6 = 2;
-constexpr uint32_t SOCKET_FAMILY_IPV4 = 2;
-constexpr uint32_t SOCKET_FAMILY_IPV6 = 10;
 
 // The number that has these eight bytes in memory, least significant first: the same on any machine.
 uint64_t memory_image(const uint8_t *bytes)
@@ -92,7 +87,7 @@ zidl_rib_ipv6_address ipv6_message(const ip_address &address)
 zidl_rib_address address_message(const ip_address &address)
 {
     zidl_rib_address msg = {};
-    zidl_rib_address_set_family(&msg, address.is_ipv6 ? FAMILY_IPV6 : FAMILY_IPV4);
+    zidl_rib_address_set_family(&msg, address.is_ipv6 ? RIB_FAMILY_IPV6 : RIB_FAMILY_IPV4);
     if (address.is_ipv6) {
         msg.ipv6 = ipv6_message(address);
         zidl_rib_address_mark_ipv6(&msg);
@@ -114,7 +109,7 @@ zidl_rib_prefix prefix_message(const ip_prefix &prefix)
 zidl_rib_msg_prefix flat_prefix_message(const ip_prefix &prefix, scratch &memory)
 {
     zidl_rib_msg_prefix msg = {};
-    zidl_rib_msg_prefix_set_family(&msg, prefix.address.is_ipv6 ? SOCKET_FAMILY_IPV6 : SOCKET_FAMILY_IPV4);
+    zidl_rib_msg_prefix_set_family(&msg, prefix.address.is_ipv6 ? RIB_SOCKET_FAMILY_IPV6 : RIB_SOCKET_FAMILY_IPV4);
     zidl_rib_msg_prefix_set_prefix_len(&msg, prefix.length);
     if (prefix.address.is_ipv6) {
         msg.ipv6 = memory.bytes(prefix.address.bytes);

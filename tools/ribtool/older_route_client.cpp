@@ -12,15 +12,13 @@ namespace ribtool
 namespace
 {
 
-constexpr uint8_t IPV6 = 2;
-
 struct rib_routetype_ *converted = nullptr;
 bool released = false;
 
 // Addresses travel in network order; records hold IPv4 as a number.
 void store_address(rib_address_bytes &out, uint32_t family, const uint8_t *bytes)
 {
-    if (family == IPV6) {
+    if (family == RIB_FAMILY_IPV6) {
         std::memcpy(out, bytes, sizeof out);
         return;
     }

@@ -13,10 +13,6 @@ namespace ribtool
 namespace
 {
 
-constexpr uint32_t FAMILY_IPV4 = 1;
-constexpr uint32_t FAMILY_IPV6 = 2;
-constexpr uint32_t SOCKET_FAMILY_IPV4 = 2;
-constexpr uint32_t SOCKET_FAMILY_IPV6 = 10;
 constexpr uint32_t KEY_TYPE_LABEL = 1;
 constexpr uint32_t KEY_TYPE_SRV6 = 2;
 
@@ -40,9 +36,9 @@ std::string text_in(const char *characters, size_t room)
 
 std::string address(const rib_address_bytes &bytes, uint32_t family)
 {
-    if (family == FAMILY_IPV6)
+    if (family == RIB_FAMILY_IPV6)
         return ipv6_text(bytes);
-    if (family != FAMILY_IPV4)
+    if (family != RIB_FAMILY_IPV4)
         return hex(bytes, sizeof bytes);
     uint32_t value = 0;
     std::memcpy(&value, bytes, sizeof value);
@@ -211,9 +207,9 @@ json to_json(const rib_path_entry &path)
     const size_t address_count = std::min<size_t>(path.pe_address_count, RIB_MAX_PATH_ADDRESSES);
     result["pe_addresses"] =
         list(path.pe_addresses, address_count, [](const rib_address_bytes &bytes) { return address(bytes); });
-    result["pe_ipv6"] = address(path.pe_ipv6, FAMILY_IPV6);
+    result["pe_ipv6"] = address(path.pe_ipv6, RIB_FAMILY_IPV6);
     MEMBER(path, pe_value_19);
-    result["pe_via_sid"] = address(path.pe_via_sid, FAMILY_IPV6);
+    result["pe_via_sid"] = address(path.pe_via_sid, RIB_FAMILY_IPV6);
     MEMBER(path, pe_via_sid_value);
     MEMBER(path, pe_nnh_count);
     const auto record = [](const auto &entry) { return to_json(entry); };
@@ -321,9 +317,9 @@ json to_json(const struct ip_addr &prefix)
     json result;
     result["family"] = prefix.family;
     result["prefix_len"] = prefix.prefix_len;
-    if (prefix.family == SOCKET_FAMILY_IPV6)
+    if (prefix.family == RIB_SOCKET_FAMILY_IPV6)
         result["addr"] = ipv6_text(prefix.addr.ipv6_addr);
-    else if (prefix.family == SOCKET_FAMILY_IPV4)
+    else if (prefix.family == RIB_SOCKET_FAMILY_IPV4)
         result["addr"] = ipv4_text(prefix.addr.ipv4_addr);
     else
         result["addr"] = hex(prefix.addr.ipv6_addr, sizeof prefix.addr.ipv6_addr);
