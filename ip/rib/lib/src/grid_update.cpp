@@ -51,8 +51,7 @@ void deliver_nhid_update(rib_grid_update_func_pointer callback, const updatetype
     decoded_nhid_update decoded;
     if (decoded.decode(update.payload, update.payload_len) != ZIDL_OK)
         return;
-    nhid_update_local nhid;
-    memset(&nhid, 0, sizeof nhid);
+    auto nhid = nhid_update_local(); // all of it 0, padding too
     nhid.nhid = RIB_NO_NHID;
     fill_nhid_update(decoded.msg, nhid);
     if (!zidl_rib_nhid_update_has_nhid_update_value_1(&decoded.msg))
