@@ -265,6 +265,40 @@ TEST_F(route_entry, older_form_of_another_kind_is_not_released)
     }
 }
 
+// A client may know its update record without being handed it.
+updatetype_local *converted_update;
+uint16_t converted_kind;
+
+rib_routetype_ *convert_and_set_kind(rib_tlv_t *header, uchar_t **cursor)
+{
+    converted_update->update_kind = converted_kind;
+    return convert(header, cursor);
+}
+
+// Parses an older-form route of one kind whose converter makes it another.
+std::string parse_changing_kind(uint16_t from, uint16_t to, decltype(&release) releaser)
+{
+    calls.clear();
+    guarded_bytes payload({0x01, 0x02, 0x03});
+    updatetype_local update = stripped_update(LEGACY_ROUTE, payload);
+    update.update_kind = from;
+    converted_update = &update;
+    converted_kind = to;
+    rib_lib_pvt_parse_route_update(&update, legacy_route, convert_and_set_kind, releaser, 0, nullptr);
+    return order();
+}
+
+TEST_F(route_entry, kind_that_the_converter_leaves_behind_decides_about_the_release)
+{
+    EXPECT_EQ(parse_changing_kind(1, 2, release), "convert release callback ");
+    EXPECT_EQ(parse_changing_kind(2, 1, release), "convert callback ");
+}
+
+TEST_F(route_entry, converter_that_makes_a_route_one_to_release_needs_no_release)
+{
+    EXPECT_EQ(parse_changing_kind(1, 2, nullptr), "convert callback ");
+}
+
 TEST_F(route_entry, null_result_of_the_converter_is_handed_on)
 {
     converter_result = nullptr;

@@ -62,11 +62,12 @@ extern "C" void rib_lib_pvt_parse_route_update(updatetype_local *update, rib_rou
             deliver_route(*update, static_cast<const rib_route_client *>(ctx));
         return;
     case RIB_TLV_OLD_ROUTE: {
-        const bool releases = keep == 0 && update->update_kind == RELEASED_KIND;
-        if (legacy_convert == nullptr || route_cb == nullptr || (releases && legacy_release == nullptr))
+        const auto releases = [=] { return keep == 0 && update->update_kind == RELEASED_KIND; };
+        if (legacy_convert == nullptr || route_cb == nullptr || (legacy_release == nullptr && releases()))
             return; // the peer chose a form that the client does not expect
         struct rib_routetype_ *route = legacy_convert(header, &cursor);
-        if (releases) // before the callback, deliberately
+        // By the kind that the converter left, and before the callback, deliberately.
+        if (legacy_release != nullptr && releases())
             legacy_release(route);
         route_cb(update->update_id, route, ctx);
         return;
