@@ -5,7 +5,7 @@
  * calls the client's callback once, on the calling thread.
  *
  * - A record handed to a callback, and all that it points to, is borrowed: it is valid until the callback returns.
- * - An encoded update that cannot be decoded is dropped: no callback, no sign.
+ * - An encoded update that cannot be decoded is dropped: no callback, no sign. A grid list is judged by what was read.
  * - A programming error (a type code that the entry point does not know, a missing mandatory field) stops the process
  *   through __assert_fail, in every kind of build.
  * - Entry points are re-entrant; concurrent calls on distinct update records are safe, and a callback may parse

@@ -92,7 +92,7 @@ typedef struct grid_sync_list {
 
 /* The ID of one next hop: what the callback gets for RIB_TLV_NHID. */
 typedef struct nhid_update_local {
-    uint32_t address_family;   /* of nhid_key_address: RIB_FAMILY_IPV4 or _IPV6 */
+    uint32_t address_family;   /* of nhid_key_address: RIB_FAMILY_IPV4 or _IPV6; any other as it came */
     rib_address_bytes address; /* nhid_key_address */
     uint32_t key_value_3;      /* nhid_key_value_3 */
     uint32_t key_value_1;      /* nhid_key_value_1 */
@@ -116,10 +116,10 @@ ZIDL_API void rib_lib_pvt_parse_grid_update(rib_grid_update_func_pointer callbac
  * `keys` to arrays of GRID_MAX_KEYS elements, which are not cleared here.
  *
  * Returns ZERRNO_OK, or ZERRNO_INVALID when the list or one of its keys is not acceptable; keys before that one are
- * then converted. A list has its three fields and 1 to GRID_MAX_KEYS keys, without multi_key one. A key has its fields 1
- * to 5, a type from 1 to 4 and the data of that (1: label_key; 2: srv6_carriers with an oper_type), prefixes with a
- * family of 2 or 10 and a length, IPv6 ones with at most 16 bytes, and, carriers apart, no more of anything than there is
- * room for.
+ * then converted. A list has its three fields and 1 to GRID_MAX_KEYS keys, without multi_key one; one that breaks off
+ * behind them is accepted, on purpose. A key has its fields 1 to 5, a type from 1 to 4 and the data of that (1: label_key;
+ * 2: srv6_carriers with an oper_type), prefixes with a family of 2 or 10 and a length, those of 10 with an ipv6 of at most
+ * 16 bytes, and, carriers apart, no more of anything than there is room for.
  *
  * Stops the process when an argument is null or empty, when a list with multi_key has other than one ID per key, and when
  * a key of a type other than 3 and 4 lacks its second prefix. */

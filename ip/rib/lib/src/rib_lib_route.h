@@ -135,7 +135,7 @@ typedef struct rib_path_entry {
     uint32_t pe_value_31;                  /* path_value_31 */
     uint32_t pe_iid_value_1;               /* iid_attr_value_1; these five only with it, without iid_attr_value_2 */
     rib_address_bytes pe_iid_prefix;       /* address of iid_attr_prefix */
-    uint8_t pe_iid_prefix_family;          /* family of iid_attr_prefix */
+    uint8_t pe_iid_prefix_family;          /* family of iid_attr_prefix, also an unknown one */
     uint8_t pe_iid_prefix_len;             /* bits; 255 when the prefix has no length */
     uint32_t pe_iid_value_4;               /* iid_attr_value_4 */
     uint32_t pe_l2_5;                      /* l2_value_5; these four only without l2_value_1 */
