@@ -7,6 +7,7 @@ option(RIB_BUILD_FUZZ "Build the fuzzers (clang only)" OFF)
 option(RIB_WERROR "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
 option(RIB_CLIENT_ARENA "Decode updates out of an arena that lives for one call" OFF)
 option(RIB_DISPATCH "Build the hottest code also for BMI2, and choose when the library is loaded (x86-64 with ifunc)" ON)
+option(RIB_ZIDLC_ALONE "Build the schema compiler and nothing else" OFF)
 set(RIB_SANITIZE "" CACHE STRING "Sanitizers for everything, for example address,undefined")
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
