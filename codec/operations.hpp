@@ -23,12 +23,9 @@ template <class Record>
 ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                               uint32_t flags)
 {
-    const bool listing = nsegs != nullptr;
-    exact_output out(buf, buflen, segs, listing && segs != nullptr ? *nsegs : 0, listing, flags);
+    exact_output out(buf, buflen, segs, nsegs, flags);
     encode(exact_writer{&out}, msg);
-    if (listing)
-        *nsegs = out.close();
-    return out.len();
+    return out.finish(nsegs);
 }
 
 // Where the fast writer may write to. Into a small buffer it writes only what is known to fit, and then without looking at

@@ -31,7 +31,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_proto_update &msg, const Vi
 ZIDL_RESET(proto_update_clear, zidl_ip_rib_proto_update)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_proto_update &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_proto_update &msg)
 {
     within<23>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.proto_id);
@@ -40,7 +40,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_proto_update &msg)
     });
     encode_string<4>(out, has<3>(msg), msg.proto_name);
     encode_string<5>(out, has<4>(msg), msg.proto_extra_name);
-    return out;
 }
 
 template <class Reader>
@@ -86,14 +85,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_opaque &msg, const Visit &v
 ZIDL_RESET(opaque_clear, zidl_ip_rib_opaque)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_opaque &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_opaque &msg)
 {
     within<24>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_opaque, opaque_type)>(room, msg); // opaque_type to opaque_value
     });
     encode_bytes<5>(out, has<4>(msg), msg.first_block, msg.first_block_size);
     encode_bytes<6>(out, has<5>(msg), msg.second_block, msg.second_block_size);
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_opaque &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -154,12 +152,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_evpn_vpws_ctx &msg, con
 ZIDL_RESET(iid_evpn_vpws_ctx_clear, zidl_ip_rib_iid_evpn_vpws_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_iid_evpn_vpws_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_iid_evpn_vpws_ctx &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.vpws_value_1);
     encode_u32<2>(out, has<1>(msg), msg.vpws_value_2);
     encode_u32<3>(out, has<2>(msg), msg.vpws_value_3);
-    return out;
 }
 
 template <class Reader>
@@ -190,7 +187,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_evpn_elan_ctx &msg, con
 ZIDL_RESET(iid_evpn_elan_ctx_clear, zidl_ip_rib_iid_evpn_elan_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_iid_evpn_elan_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_iid_evpn_elan_ctx &msg)
 {
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.ctx_value_1);
@@ -205,7 +202,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_iid_evpn_elan_ctx &msg)
         encode_u32<6>(room, has<5>(msg), msg.ctx_value_6);
         encode_u32<7>(room, has<6>(msg), msg.ctx_value_7);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_iid_evpn_elan_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -272,7 +268,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &ms
 ZIDL_RESET(iid_l2vpn_ip_tunnel_ctx_clear, zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg)
 {
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.ctx_value_1);
@@ -287,7 +283,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg)
         encode_u32<6>(room, has<5>(msg), msg.ctx_value_6);
         encode_u32<7>(room, has<6>(msg), msg.ctx_value_7);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -354,7 +349,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_lss_ctx &msg, const Vis
 ZIDL_RESET(iid_lss_ctx_clear, zidl_ip_rib_iid_lss_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_iid_lss_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_iid_lss_ctx &msg)
 {
     prefetch(msg.lss_prefixes, msg.lss_prefixes_count);
     within<24>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
@@ -362,7 +357,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_iid_lss_ctx &msg)
     });
     encode_bytes   <5>(out, has<4>(msg), msg.lss_bytes, msg.lss_bytes_size);
     encode_messages<6>(out, has<5>(msg), msg.lss_prefixes, msg.lss_prefixes_count);
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_iid_lss_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -424,11 +418,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_aft_nhg_ctx &msg, const
 ZIDL_RESET(iid_aft_nhg_ctx_clear, zidl_ip_rib_iid_aft_nhg_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_iid_aft_nhg_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_iid_aft_nhg_ctx &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.aft_nhg_value_1);
     encode_u64<2>(out, has<1>(msg), msg.aft_nhg_id);
-    return out;
 }
 
 template <class Reader>
@@ -458,7 +451,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_sl_id_ctx &msg, const V
 ZIDL_RESET(iid_sl_id_ctx_clear, zidl_ip_rib_iid_sl_id_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_iid_sl_id_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_iid_sl_id_ctx &msg)
 {
     within<18>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.sl_id_value_1);
@@ -466,7 +459,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_iid_sl_id_ctx &msg)
         encode_u32<3>(room, has<2>(msg), msg.sl_id_value_3);
     });
     encode_string<4>(out, has<3>(msg), msg.sl_id_name);
-    return out;
 }
 
 template <class Reader>
@@ -515,7 +507,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_ctx &msg, const Visit &
 ZIDL_RESET(iid_ctx_clear, zidl_ip_rib_iid_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_iid_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_iid_ctx &msg)
 {
     within<26>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32    <1>(room, has<0>(msg), msg.iid_ctx_kind);
@@ -528,7 +520,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_iid_ctx &msg)
     });
     encode_neighbours(out, msg, embedded<6, 5>(msg.l2vpn_ip_tunnel),
                                 embedded<7, 6>(msg.sl_id));
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_iid_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -600,7 +591,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_iid_update &msg, const Visi
 ZIDL_RESET(iid_update_clear, zidl_ip_rib_iid_update)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_iid_update &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_iid_update &msg)
 {
     encode_message<1>(out, has<0>(msg), msg.iid_ctx);
     within<16>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
@@ -609,7 +600,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_iid_update &msg)
         encode_u32 <4>(room, has<3>(msg), msg.iid_update_value_4);
         encode_bool<5>(room, has<4>(msg), msg.iid_update_flag_5);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_iid_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)

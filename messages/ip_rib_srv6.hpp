@@ -31,18 +31,17 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_sid_info &msg, const V
 }
 ZIDL_RESET(sid_info_clear, zidl_ip_rib_srv6_sid_info)
 
-ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_sid_info &msg)
+ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_sid_info &msg)
 {
     add_sizes(sizes, msg.sid);
 }
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_sid_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_sid_info &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.value_1);
     encode_u32    <2>(out, has<1>(msg), msg.value_2);
     encode_message<3>(out, has<2>(msg), msg.sid);
-    return out;
 }
 
 template <class Reader>
@@ -84,10 +83,9 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_lib_ranges &msg, const
 ZIDL_RESET(lib_ranges_clear, zidl_ip_rib_srv6_lib_ranges)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_lib_ranges &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_lib_ranges &msg)
 {
     encode_u32_run<1, 0, 8, offsetof(zidl_ip_rib_srv6_lib_ranges, value_1)>(out, msg); // value_1 to value_8
-    return out;
 }
 
 template <class Reader>
@@ -119,7 +117,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_locator &msg, const Vi
 ZIDL_RESET(locator_clear, zidl_ip_rib_srv6_locator)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_locator &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_locator &msg)
 {
     prefetch(msg.sids, msg.sids_count);
     encode_string<1>(out, has<0>(msg), msg.name);
@@ -136,7 +134,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_locator &msg)
         encode_message   <14>(room, has<12>(msg), msg.lib_ranges);
         encode_bool      <15>(room, has<13>(msg), msg.flag_15);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_locator &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -218,7 +215,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_glb_encap_info &msg, c
 ZIDL_RESET(glb_encap_info_clear, zidl_ip_rib_srv6_glb_encap_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_glb_encap_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_glb_encap_info &msg)
 {
     encode_neighbours(out, msg, embedded<1, 0>(msg.encap_prefix_1),
                                 embedded<2, 1>(msg.encap_prefix_2));
@@ -231,7 +228,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_glb_encap_info &msg)
         encode_u32 <8>(room, has<7>(msg), msg.value_8);
         encode_u32 <9>(room, has<8>(msg), msg.value_9);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_glb_encap_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -302,11 +298,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_usid_lib_ranges &msg, 
 ZIDL_RESET(usid_lib_ranges_clear, zidl_ip_rib_srv6_usid_lib_ranges)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_usid_lib_ranges &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_usid_lib_ranges &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.value_1);
     encode_u32<2>(out, has<1>(msg), msg.value_2);
-    return out;
 }
 
 template <class Reader>
@@ -336,10 +331,9 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_usid_wlib_ranges &msg,
 ZIDL_RESET(usid_wlib_ranges_clear, zidl_ip_rib_srv6_usid_wlib_ranges)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_usid_wlib_ranges &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_usid_wlib_ranges &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.value_1);
-    return out;
 }
 
 template <class Reader>
@@ -368,17 +362,16 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_mode_info &msg, const 
 }
 ZIDL_RESET(mode_info_clear, zidl_ip_rib_srv6_mode_info)
 
-ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_mode_info &msg)
+ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_mode_info &msg)
 {
     add_sizes(sizes, msg.mode_prefix);
 }
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_mode_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_mode_info &msg)
 {
     encode_bool   <1>(out, has<0>(msg), msg.flag_1);
     encode_message<2>(out, has<1>(msg), msg.mode_prefix);
-    return out;
 }
 
 template <class Reader>
@@ -421,12 +414,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_fmt_config_info &msg, 
 ZIDL_RESET(fmt_config_info_clear, zidl_ip_rib_srv6_fmt_config_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_fmt_config_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_fmt_config_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.format);
     encode_neighbours(out, msg, embedded<2, 1>(msg.usid_lib_ranges),
                                 embedded<3, 2>(msg.usid_wlib_ranges));
-    return out;
 }
 
 template <class Reader>
@@ -458,7 +450,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_glb_info &msg, const V
 ZIDL_RESET(glb_info_clear, zidl_ip_rib_srv6_glb_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_glb_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_glb_info &msg)
 {
     prefetch(msg.modes, msg.modes_count);
     prefetch(msg.formats, msg.formats_count);
@@ -472,7 +464,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_glb_info &msg)
         encode_u32<7>(room, has<4>(msg), msg.value_7);
     });
     encode_messages<8>(out, has<5>(msg), msg.formats, msg.formats_count);
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_glb_info &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -542,12 +533,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_cfg_update &msg, const
 ZIDL_RESET(cfg_update_clear, zidl_ip_rib_srv6_cfg_update)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_cfg_update &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_cfg_update &msg)
 {
     prefetch(msg.locators, msg.locators_count);
     encode_message <1>(out, has<0>(msg), msg.global_info);
     encode_messages<2>(out, has<1>(msg), msg.locators, msg.locators_count);
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_cfg_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -605,14 +595,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_e_ctx &msg, const Visi
 ZIDL_RESET(e_ctx_clear, zidl_ip_rib_srv6_e_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_e_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_e_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -655,7 +644,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_x_ctx &msg, const Visi
 ZIDL_RESET(x_ctx_clear, zidl_ip_rib_srv6_x_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_x_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_x_ctx &msg)
 {
     within<14>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_bool<1>(room, has<0>(msg), msg.flag_1);
@@ -665,7 +654,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_x_ctx &msg)
     encode_message<4>(out, has<3>(msg), msg.context_prefix);
     encode_string <5>(out, has<4>(msg), msg.name_5);
     encode_string <6>(out, has<5>(msg), msg.name_6);
-    return out;
 }
 
 template <class Reader>
@@ -714,14 +702,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dx_ctx &msg, const Vis
 ZIDL_RESET(dx_ctx_clear, zidl_ip_rib_srv6_dx_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dx_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_dx_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -763,13 +750,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dt_ctx &msg, const Vis
 ZIDL_RESET(dt_ctx_clear, zidl_ip_rib_srv6_dt_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dt_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_dt_ctx &msg)
 {
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
     });
     encode_string<2>(out, has<1>(msg), msg.name_2);
-    return out;
 }
 
 template <class Reader>
@@ -810,14 +796,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dx2_ctx &msg, const Vi
 ZIDL_RESET(dx2_ctx_clear, zidl_ip_rib_srv6_dx2_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dx2_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_dx2_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -859,14 +844,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dt2u_ctx &msg, const V
 ZIDL_RESET(dt2u_ctx_clear, zidl_ip_rib_srv6_dt2u_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dt2u_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_dt2u_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -908,14 +892,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dt2m_ctx &msg, const V
 ZIDL_RESET(dt2m_ctx_clear, zidl_ip_rib_srv6_dt2m_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dt2m_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_dt2m_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -957,11 +940,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_dt_named_ctx &msg, con
 ZIDL_RESET(dt_named_ctx_clear, zidl_ip_rib_srv6_dt_named_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_dt_named_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_dt_named_ctx &msg)
 {
     encode_string<1>(out, has<0>(msg), msg.name_1);
     encode_string<2>(out, has<1>(msg), msg.name_2);
-    return out;
 }
 
 template <class Reader>
@@ -1004,14 +986,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_un_ctx &msg, const Vis
 ZIDL_RESET(un_ctx_clear, zidl_ip_rib_srv6_un_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_un_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_un_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -1054,7 +1035,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_ua_ctx &msg, const Vis
 ZIDL_RESET(ua_ctx_clear, zidl_ip_rib_srv6_ua_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_ua_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_ua_ctx &msg)
 {
     within<14>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_bool<1>(room, has<0>(msg), msg.flag_1);
@@ -1067,7 +1048,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_ua_ctx &msg)
     });
     encode_string<6>(out, has<5>(msg), msg.name_6);
     encode_string<7>(out, has<6>(msg), msg.name_7);
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_ua_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -1136,13 +1116,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udt_ctx &msg, const Vi
 ZIDL_RESET(udt_ctx_clear, zidl_ip_rib_srv6_udt_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udt_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_udt_ctx &msg)
 {
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
     });
     encode_string<2>(out, has<1>(msg), msg.name_2);
-    return out;
 }
 
 template <class Reader>
@@ -1183,11 +1162,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udt_named_ctx &msg, co
 ZIDL_RESET(udt_named_ctx_clear, zidl_ip_rib_srv6_udt_named_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udt_named_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_udt_named_ctx &msg)
 {
     encode_string<1>(out, has<0>(msg), msg.name_1);
     encode_string<2>(out, has<1>(msg), msg.name_2);
-    return out;
 }
 
 template <class Reader>
@@ -1231,7 +1209,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_ub6_ctx &msg, const Vi
 ZIDL_RESET(ub6_ctx_clear, zidl_ip_rib_srv6_ub6_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_ub6_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_ub6_ctx &msg)
 {
     encode_string<1>(out, has<0>(msg), msg.name_1);
     within<18>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
@@ -1241,7 +1219,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_ub6_ctx &msg)
     });
     encode_message<5>(out, has<4>(msg), msg.context_prefix);
     encode_string <6>(out, has<5>(msg), msg.name_6);
-    return out;
 }
 
 template <class Reader>
@@ -1290,14 +1267,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udx2_ctx &msg, const V
 ZIDL_RESET(udx2_ctx_clear, zidl_ip_rib_srv6_udx2_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udx2_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_udx2_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -1339,14 +1315,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udt2u_ctx &msg, const 
 ZIDL_RESET(udt2u_ctx_clear, zidl_ip_rib_srv6_udt2u_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udt2u_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_udt2u_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -1388,14 +1363,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udt2m_ctx &msg, const 
 ZIDL_RESET(udt2m_ctx_clear, zidl_ip_rib_srv6_udt2m_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udt2m_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_udt2m_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -1437,14 +1411,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_udx_ctx &msg, const Vi
 ZIDL_RESET(udx_ctx_clear, zidl_ip_rib_srv6_udx_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_udx_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_udx_ctx &msg)
 {
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
         encode_u32<2>(room, has<1>(msg), msg.value_2);
     });
     encode_string<3>(out, has<2>(msg), msg.name_3);
-    return out;
 }
 
 template <class Reader>
@@ -1503,7 +1476,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_sid_ctx &msg, const Vi
 ZIDL_RESET(sid_ctx_clear, zidl_ip_rib_srv6_sid_ctx)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_sid_ctx &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_sid_ctx &msg)
 {
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
@@ -1526,7 +1499,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_sid_ctx &msg)
                                 embedded<19, 16>(msg.udx_ctx),
                                 embedded<20, 17>(msg.udt_named_ctx),
                                 embedded<21, 18>(msg.dt_named_ctx));
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_sid_ctx &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -1650,7 +1622,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_opcode_update &msg, co
 ZIDL_RESET(opcode_update_clear, zidl_ip_rib_srv6_opcode_update)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_opcode_update &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_opcode_update &msg)
 {
     within<18>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
@@ -1661,7 +1633,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_opcode_update &msg)
     within<2>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_bool<5>(room, has<4>(msg), msg.flag_5);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_opcode_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -1724,7 +1695,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_static_endpoint_update
 ZIDL_RESET(static_endpoint_update_clear, zidl_ip_rib_srv6_static_endpoint_update)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_static_endpoint_update &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_static_endpoint_update &msg)
 {
     encode_neighbours(out, msg, embedded<1, 0>(msg.sid),
                                 embedded<2, 1>(msg.sid_ctx));
@@ -1732,7 +1703,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_static_endpoint_update &m
         encode_bool<3>(room, has<2>(msg), msg.flag_3);
         encode_u32 <4>(room, has<3>(msg), msg.value_4);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_static_endpoint_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -1796,7 +1766,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_update &msg, const Vis
 ZIDL_RESET(update_clear, zidl_ip_rib_srv6_update)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_update &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_update &msg)
 {
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.value_1);
@@ -1804,7 +1774,6 @@ constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_update &msg)
     encode_neighbours(out, msg, embedded<2, 1>(msg.cfg_update),
                                 embedded<3, 2>(msg.opcode_update),
                                 embedded<4, 3>(msg.static_endpoint_update));
-    return out;
 }
 
 inline int32_t decode(zidl_ip_rib_srv6_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)

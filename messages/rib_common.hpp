@@ -30,11 +30,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_ipv6_address &msg, const Visit
 ZIDL_RESET(rib_ipv6_address_clear, zidl_rib_ipv6_address)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_ipv6_address &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_ipv6_address &msg)
 {
     encode_u64<1>(out, has<0>(msg), msg.half0);
     encode_u64<2>(out, has<1>(msg), msg.half1);
-    return out;
 }
 
 template <class Reader>
@@ -65,12 +64,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_address &msg, const Visit &vis
 ZIDL_RESET(rib_address_clear, zidl_rib_address)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_address &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_address &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.family);
     encode_u32    <2>(out, has<1>(msg), msg.ipv4);
     encode_message<3>(out, has<2>(msg), msg.ipv6);
-    return out;
 }
 
 template <class Reader>
@@ -102,11 +100,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_prefix &msg, const Visit &visi
 ZIDL_RESET(rib_prefix_clear, zidl_rib_prefix)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_prefix &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_prefix &msg)
 {
     encode_message<1>(out, has<0>(msg), msg.address);
     encode_u32    <2>(out, has<1>(msg), msg.prefix_len);
-    return out;
 }
 
 template <class Reader>
@@ -135,19 +132,18 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_msg_prefix &msg, const Visit &
 }
 ZIDL_RESET(rib_msg_prefix_clear, zidl_rib_msg_prefix)
 
-ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_msg_prefix &msg)
+ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_rib_msg_prefix &msg)
 {
     sizes.add<4>(has<3>(msg), msg.ipv6_size);
 }
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_msg_prefix &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_msg_prefix &msg)
 {
     encode_u32  <1>(out, has<0>(msg), msg.family);
     encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
     encode_u32  <3>(out, has<2>(msg), msg.ipv4);
     encode_bytes<4>(out, has<3>(msg), msg.ipv6, msg.ipv6_size);
-    return out;
 }
 
 template <class Reader>
@@ -189,17 +185,16 @@ ZIDL_INLINE constexpr void each_presence(zidl_srv6_prefix &msg, const Visit &vis
 }
 ZIDL_RESET(srv6_prefix_clear, zidl_srv6_prefix)
 
-ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_srv6_prefix &msg)
+ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_srv6_prefix &msg)
 {
     sizes.add<1>(has<0>(msg), msg.prefix_size);
 }
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_srv6_prefix &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_srv6_prefix &msg)
 {
     encode_bytes<1>(out, has<0>(msg), msg.prefix, msg.prefix_size);
     encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
-    return out;
 }
 
 template <class Reader>
@@ -239,17 +234,16 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_srv6_prefix &msg, const Vis
 }
 ZIDL_RESET(ip_rib_srv6_prefix_clear, zidl_ip_rib_srv6_prefix)
 
-ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_prefix &msg)
+ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv6_prefix &msg)
 {
     sizes.add<1>(has<0>(msg), msg.prefix_size);
 }
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_ip_rib_srv6_prefix &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_prefix &msg)
 {
     encode_bytes<1>(out, has<0>(msg), msg.prefix, msg.prefix_size);
     encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
-    return out;
 }
 
 template <class Reader>
@@ -290,10 +284,9 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_nnh &msg, const Visit &visit)
 ZIDL_RESET(rib_nnh_clear, zidl_rib_nnh)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_nnh &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_nnh &msg)
 {
     encode_u32_run<1, 0, 4, offsetof(zidl_rib_nnh, nnh_value_1)>(out, msg); // nnh_value_1 to nnh_value_4
-    return out;
 }
 
 template <class Reader>
@@ -322,10 +315,9 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_algo_label &msg, const Visit &
 ZIDL_RESET(rib_algo_label_clear, zidl_rib_algo_label)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_algo_label &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_algo_label &msg)
 {
     encode_u32_run<1, 0, 4, offsetof(zidl_rib_algo_label, algo_label_value_1)>(out, msg); // algo_label_value_1 to algo_label_value_4
-    return out;
 }
 
 template <class Reader>
@@ -354,11 +346,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path_grouping_info &msg, const
 ZIDL_RESET(rib_path_grouping_info_clear, zidl_rib_path_grouping_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path_grouping_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path_grouping_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.grouping_value_1);
     encode_u32<2>(out, has<1>(msg), msg.grouping_value_2);
-    return out;
 }
 
 template <class Reader>
@@ -388,12 +379,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path_sl_id_info &msg, const Vi
 ZIDL_RESET(rib_path_sl_id_info_clear, zidl_rib_path_sl_id_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path_sl_id_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path_sl_id_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.sl_id_value_1);
     encode_u32<2>(out, has<1>(msg), msg.sl_id_value_2);
     encode_u32<3>(out, has<2>(msg), msg.sl_id_value_3);
-    return out;
 }
 
 template <class Reader>
@@ -424,11 +414,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path_l2_info &msg, const Visit
 ZIDL_RESET(rib_path_l2_info_clear, zidl_rib_path_l2_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path_l2_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path_l2_info &msg)
 {
     encode_varied_u32<1>(out, has<0>(msg), msg.l2_value_1);
     encode_u32_run<5, 1, 4, offsetof(zidl_rib_path_l2_info, l2_value_5)>(out, msg); // l2_value_5 to l2_value_8
-    return out;
 }
 
 template <class Reader>
@@ -458,13 +447,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path_via_aft_id &msg, const Vi
 ZIDL_RESET(rib_path_via_aft_id_clear, zidl_rib_path_via_aft_id)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path_via_aft_id &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path_via_aft_id &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.via_aft_value_1);
     encode_u64<5>(out, has<1>(msg), msg.via_aft_id);
     encode_u32<6>(out, has<2>(msg), msg.via_aft_value_6);
     encode_u32<7>(out, has<3>(msg), msg.via_aft_value_7);
-    return out;
 }
 
 template <class Reader>
@@ -496,13 +484,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path_ip_tunnel_info &msg, cons
 ZIDL_RESET(rib_path_ip_tunnel_info_clear, zidl_rib_path_ip_tunnel_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path_ip_tunnel_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path_ip_tunnel_info &msg)
 {
     encode_varied_u32<1> (out, has<0>(msg), msg.tunnel_value_1);
     encode_bool      <5> (out, has<1>(msg), msg.tunnel_flag);
     encode_u32_run<6, 2, 4, offsetof(zidl_rib_path_ip_tunnel_info, tunnel_value_6)>(out, msg); // tunnel_value_6 to tunnel_value_9
     encode_u64       <10>(out, has<6>(msg), msg.tunnel_value_10);
-    return out;
 }
 
 template <class Reader>
@@ -535,13 +522,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path_iid_attr &msg, const Visi
 ZIDL_RESET(rib_path_iid_attr_clear, zidl_rib_path_iid_attr)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path_iid_attr &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path_iid_attr &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.iid_attr_value_1);
     encode_u32    <2>(out, has<1>(msg), msg.iid_attr_value_2);
     encode_message<3>(out, has<2>(msg), msg.iid_attr_prefix);
     encode_u32    <4>(out, has<3>(msg), msg.iid_attr_value_4);
-    return out;
 }
 
 template <class Reader>
@@ -574,12 +560,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path_via_srv6_sid &msg, const 
 ZIDL_RESET(rib_path_via_srv6_sid_clear, zidl_rib_path_via_srv6_sid)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path_via_srv6_sid &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path_via_srv6_sid &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.via_sid_value_1);
     encode_message<2>(out, has<1>(msg), msg.via_sid);
     encode_u32    <3>(out, has<2>(msg), msg.via_sid_value_3);
-    return out;
 }
 
 template <class Reader>
@@ -611,12 +596,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path_srv6_sid_info &msg, const
 ZIDL_RESET(rib_path_srv6_sid_info_clear, zidl_rib_path_srv6_sid_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path_srv6_sid_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path_srv6_sid_info &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.sid_info_value_1);
     encode_message<2>(out, has<1>(msg), msg.sid_info_prefix);
     encode_u32    <3>(out, has<2>(msg), msg.sid_info_value_3);
-    return out;
 }
 
 template <class Reader>
@@ -647,7 +631,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_ecomm_array &msg, const Visit 
 ZIDL_RESET(rib_ecomm_array_clear, zidl_rib_ecomm_array)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_ecomm_array &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_ecomm_array &msg)
 {
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.ecomm_value_1);
@@ -656,7 +640,6 @@ constexpr Sink encode(Sink out, const zidl_rib_ecomm_array &msg)
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<3>(room, has<2>(msg), msg.ecomm_value_3);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_rib_ecomm_array &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -725,7 +708,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_path &msg, const Visit &visit)
 ZIDL_RESET(rib_path_clear, zidl_rib_path)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_path &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_path &msg)
 {
     prefetch(msg.path_addresses, msg.path_addresses_count);
     prefetch(msg.nnh_entries, msg.nnh_entries_count);
@@ -770,7 +753,6 @@ constexpr Sink encode(Sink out, const zidl_rib_path &msg)
                                      embedded<35, 30>(msg.via_aft_id),
                                      embedded<36, 31>(msg.sl_id_info));
     });
-    return out;
 }
 
 inline int32_t decode(zidl_rib_path &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -899,11 +881,10 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_route_l2_info &msg, const Visi
 ZIDL_RESET(rib_route_l2_info_clear, zidl_rib_route_l2_info)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_route_l2_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_route_l2_info &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.route_l2_value_1);
     encode_u32<5>(out, has<1>(msg), msg.route_l2_value_5);
-    return out;
 }
 
 template <class Reader>
@@ -933,13 +914,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_route_aft_id &msg, const Visit
 ZIDL_RESET(rib_route_aft_id_clear, zidl_rib_route_aft_id)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_route_aft_id &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_route_aft_id &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.route_aft_value_1);
     encode_u64<5>(out, has<1>(msg), msg.route_aft_id_value);
     encode_u32<6>(out, has<2>(msg), msg.route_aft_value_6);
     encode_u64<7>(out, has<3>(msg), msg.route_aft_value_7);
-    return out;
 }
 
 template <class Reader>
@@ -970,17 +950,16 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_generic_attr_info &msg, const 
 }
 ZIDL_RESET(rib_generic_attr_info_clear, zidl_rib_generic_attr_info)
 
-ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_generic_attr_info &msg)
+ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_rib_generic_attr_info &msg)
 {
     sizes.add<2>(has<1>(msg), msg.attr_data_size);
 }
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_generic_attr_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_generic_attr_info &msg)
 {
     encode_u32  <1>(out, has<0>(msg), msg.attr_type);
     encode_bytes<2>(out, has<1>(msg), msg.attr_data, msg.attr_data_size);
-    return out;
 }
 
 template <class Reader>
@@ -1021,14 +1000,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_generic_attr_array &msg, const
 ZIDL_RESET(rib_generic_attr_array_clear, zidl_rib_generic_attr_array)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_generic_attr_array &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_generic_attr_array &msg)
 {
     prefetch(msg.attrs, msg.attrs_count);
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.array_type);
     });
     encode_messages<2>(out, has<1>(msg), msg.attrs, msg.attrs_count);
-    return out;
 }
 
 inline int32_t decode(zidl_rib_generic_attr_array &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -1084,10 +1062,9 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_client_advertisement &msg, con
 ZIDL_RESET(rib_client_advertisement_clear, zidl_rib_client_advertisement)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_client_advertisement &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_client_advertisement &msg)
 {
     encode_u32s<1>(out, has<0>(msg), msg.advertised_values, msg.advertised_values_count);
-    return out;
 }
 
 inline int32_t decode(zidl_rib_client_advertisement &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -1150,7 +1127,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_route &msg, const Visit &visit
 ZIDL_RESET(rib_route_clear, zidl_rib_route)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_route &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_route &msg)
 {
     prefetch(msg.algo_labels, msg.algo_labels_count);
     prefetch(msg.paths, msg.paths_count);
@@ -1183,7 +1160,6 @@ constexpr Sink encode(Sink out, const zidl_rib_route &msg)
         encode_u64       <40>(room, has<39>(msg), msg.route_value_40);
         encode_u64       <41>(room, has<40>(msg), msg.route_value_41);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_rib_route &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -1313,10 +1289,9 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_bind_reply &msg, const Visit &
 ZIDL_RESET(rib_bind_reply_clear, zidl_rib_bind_reply)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_bind_reply &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_bind_reply &msg)
 {
     encode_u32<1>(out, has<0>(msg), msg.bind_value);
-    return out;
 }
 
 template <class Reader>

@@ -31,12 +31,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_srv6_oper_type &msg, const Vis
 ZIDL_RESET(rib_srv6_oper_type_clear, zidl_rib_srv6_oper_type)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_srv6_oper_type &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_srv6_oper_type &msg)
 {
     encode_bool<1>(out, has<0>(msg), msg.oper_selector);
     encode_u32 <2>(out, has<1>(msg), msg.oper_when_set);
     encode_u32 <3>(out, has<2>(msg), msg.oper_when_clear);
-    return out;
 }
 
 template <class Reader>
@@ -67,13 +66,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_path_key_label &msg, 
 ZIDL_RESET(id_path_key_label_clear, zidl_rib_encap_id_path_key_label)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_encap_id_path_key_label &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_encap_id_path_key_label &msg)
 {
     within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_u32<1>(room, has<0>(msg), msg.label_key_value);
     });
     encode_u32s<2>(out, has<1>(msg), msg.labels, msg.labels_count);
-    return out;
 }
 
 inline int32_t decode(zidl_rib_encap_id_path_key_label &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -129,13 +127,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_path_key_srv6 &msg, c
 ZIDL_RESET(id_path_key_srv6_clear, zidl_rib_encap_id_path_key_srv6)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6 &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_encap_id_path_key_srv6 &msg)
 {
     within<16>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_message<1>(room, has<0>(msg), msg.oper_type);
     });
     encode_byte_blocks<2>(out, has<1>(msg), msg.entries, msg.entries_count);
-    return out;
 }
 
 inline int32_t decode(zidl_rib_encap_id_path_key_srv6 &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -189,18 +186,17 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_path_key_srv6_carrier
 }
 ZIDL_RESET(id_path_key_srv6_carrier_info_clear, zidl_rib_encap_id_path_key_srv6_carrier_info)
 
-ZIDL_INLINE void add_sizes(content_sizes &sizes, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
+ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
 {
     sizes.add<3>(has<2>(msg), msg.carrier_bytes_size);
 }
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
 {
     encode_u32  <1>(out, has<0>(msg), msg.carrier_value_1);
     encode_u32  <2>(out, has<1>(msg), msg.carrier_value_2);
     encode_bytes<3>(out, has<2>(msg), msg.carrier_bytes, msg.carrier_bytes_size);
-    return out;
 }
 
 template <class Reader>
@@ -244,14 +240,13 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_path_key_srv6_carrier
 ZIDL_RESET(id_path_key_srv6_carriers_clear, zidl_rib_encap_id_path_key_srv6_carriers)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_encap_id_path_key_srv6_carriers &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_encap_id_path_key_srv6_carriers &msg)
 {
     prefetch(msg.carriers, msg.carriers_count);
     within<16>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_message<1>(room, has<0>(msg), msg.oper_type);
     });
     encode_messages<2>(out, has<1>(msg), msg.carriers, msg.carriers_count);
-    return out;
 }
 
 inline int32_t decode(zidl_rib_encap_id_path_key_srv6_carriers &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -312,7 +307,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id_key &msg, const Visit
 ZIDL_RESET(id_key_clear, zidl_rib_encap_id_key)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_encap_id_key &msg)
 {
     prefetch(msg.key_extra_prefixes, msg.key_extra_prefixes_count);
     within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
@@ -342,7 +337,6 @@ constexpr Sink encode(Sink out, const zidl_rib_encap_id_key &msg)
         encode_u32_run<16, 15, 4, offsetof(zidl_rib_encap_id_key, key_value_16)>(room, msg); // key_value_16 to key_value_19
     });
     encode_bytes<20>(out, has<19>(msg), msg.key_bytes_20, msg.key_bytes_20_size);
-    return out;
 }
 
 inline int32_t decode(zidl_rib_encap_id_key &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -459,10 +453,9 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_encap_id &msg, const Visit &vi
 ZIDL_RESET(id_clear, zidl_rib_encap_id)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_encap_id &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_encap_id &msg)
 {
     encode_u64<1>(out, has<0>(msg), msg.encap_id);
-    return out;
 }
 
 template <class Reader>
@@ -491,7 +484,7 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_grid_sync_list &msg, const Vis
 ZIDL_RESET(rib_grid_sync_list_clear, zidl_rib_grid_sync_list)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_grid_sync_list &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_grid_sync_list &msg)
 {
     prefetch(msg.encap_ids, msg.encap_ids_count);
     prefetch(msg.keys, msg.keys_count);
@@ -500,7 +493,6 @@ constexpr Sink encode(Sink out, const zidl_rib_grid_sync_list &msg)
     within<2>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
         encode_bool<4>(room, has<2>(msg), msg.multi_key);
     });
-    return out;
 }
 
 inline int32_t decode(zidl_rib_grid_sync_list &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
@@ -562,13 +554,12 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_nhid_encap_key &msg, const Vis
 ZIDL_RESET(rib_nhid_encap_key_clear, zidl_rib_nhid_encap_key)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_nhid_encap_key &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_nhid_encap_key &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.nhid_key_value_1);
     encode_message<2>(out, has<1>(msg), msg.nhid_key_address);
     encode_u32    <3>(out, has<2>(msg), msg.nhid_key_value_3);
     encode_u32    <4>(out, has<3>(msg), msg.nhid_key_value_4);
-    return out;
 }
 
 template <class Reader>
@@ -601,12 +592,11 @@ ZIDL_INLINE constexpr void each_presence(zidl_rib_nhid_update &msg, const Visit 
 ZIDL_RESET(rib_nhid_update_clear, zidl_rib_nhid_update)
 
 template <class Sink>
-constexpr Sink encode(Sink out, const zidl_rib_nhid_update &msg)
+ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_nhid_update &msg)
 {
     encode_u32    <1>(out, has<0>(msg), msg.nhid_update_value_1);
     encode_message<2>(out, has<1>(msg), msg.nhid_encap_key);
     encode_u64    <3>(out, has<2>(msg), msg.nhid);
-    return out;
 }
 
 template <class Reader>

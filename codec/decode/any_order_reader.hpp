@@ -25,50 +25,75 @@ public:
     ZIDL_COLD bool next_tag()
     {
         is_known_ = false;
-        was_read_ = false;
-        return in_.next_tag();
+        was_asked_for_ = false;
+        const bool goes_on = in_.next_tag();
+        number_ = in_.tag() >> 3;
+        return goes_on;
     }
 
     // Whether the message goes on behind the field that the tag announced.
-    ZIDL_COLD bool end_field() { return was_read_ ? in_.status() == ZIDL_OK : in_.unknown(is_known_); }
+    ZIDL_COLD bool end_field() { return was_asked_for_ ? in_.status() == ZIDL_OK : in_.unknown(is_known_); }
 
-    // A field's number with another wire type is remembered.
-    template <uint32_t Tag>
+    // Whether the tag has this field's number. The calls below look at its wire type, and read its value.
+    template <uint32_t Tag, unsigned Bit>
     ZIDL_INLINE bool comes()
     {
-        if (in_.tag() >> 3 != Tag >> 3)
+        if (number_ != Tag >> 3)
             return false;
-        is_known_ = true;
-        return in_.tag() == Tag;
+        expect(Tag & 7, Bit);
+        return true;
     }
 
-    template <unsigned Bit>
-    ZIDL_INLINE bool has_seen() const
+    ZIDL_COLD void u8(uint8_t &member)
     {
-        return (seen_ & bit<Bit>) != 0;
+        field([&] { return in_.u8(member); });
     }
 
-    template <unsigned Bit>
-    ZIDL_INLINE void note(bool was_read)
+    ZIDL_COLD void u32(uint32_t &member)
     {
-        note(Bit, was_read);
+        field([&] { return in_.u32(member); });
     }
 
-    ZIDL_COLD bool u8(uint8_t &member) { return in_.u8(member); }
-    ZIDL_COLD bool u32(uint32_t &member) { return in_.u32(member); }
-    ZIDL_COLD bool u64(uint64_t &member) { return in_.u64(member); }
-    ZIDL_INLINE bool varied_u32(uint32_t &member) { return u32(member); }
-    ZIDL_INLINE bool varied_u64(uint64_t &member) { return u64(member); }
-    ZIDL_COLD bool sint64(int64_t &member) { return in_.sint64(member); }
-    ZIDL_COLD bool boolean(uint8_t &member) { return in_.boolean(member); }
-    ZIDL_COLD bool fixed(uint32_t &member) { return in_.fixed(member); }
-    ZIDL_COLD bool string(char *&member, bool filled) { return in_.string(member, filled); }
-    ZIDL_COLD bool bytes(uint8_t *&member, uint64_t &size, bool filled) { return in_.bytes(member, size, filled); }
+    ZIDL_COLD void u64(uint64_t &member)
+    {
+        field([&] { return in_.u64(member); });
+    }
+
+    ZIDL_COLD void sint64(int64_t &member)
+    {
+        field([&] { return in_.sint64(member); });
+    }
+
+    ZIDL_COLD void boolean(uint8_t &member)
+    {
+        field([&] { return in_.boolean(member); });
+    }
+
+    ZIDL_COLD void fixed(uint32_t &member)
+    {
+        field([&] { return in_.fixed(member); });
+    }
+
+    ZIDL_COLD void string(char *&member)
+    {
+        field([&] { return in_.string(member, has_seen()); });
+    }
+
+    ZIDL_COLD void bytes(uint8_t *&member, uint64_t &size)
+    {
+        field([&] { return in_.bytes(member, size, has_seen()); });
+    }
+
+    ZIDL_INLINE void varied_u32(uint32_t &member) { u32(member); }
+    ZIDL_INLINE void varied_u64(uint64_t &member) { u64(member); }
 
     template <class Record>
-    ZIDL_COLD bool message(Record &member, bool again)
+    ZIDL_COLD void message(Record &member)
     {
-        return in_.message(member, again);
+        field([&] {
+            uint32_t len;
+            return read_length(len) && in_.message_of(member, len, has_seen());
+        });
     }
 
     template <uint32_t First, unsigned Bit, unsigned Count>
@@ -78,32 +103,53 @@ public:
     }
 
 private:
-    ZIDL_COLD void note(unsigned place, bool was_read)
+    ZIDL_INLINE void expect(uint32_t type, unsigned place)
     {
-        was_read_ = true;
+        type_ = static_cast<uint8_t>(type);
+        place_ = static_cast<uint8_t>(place);
+    }
+
+    bool has_seen() const { return (seen_ >> place_ & 1) != 0; }
+
+    template <class Read>
+    ZIDL_INLINE void field(Read read)
+    {
+        if (has_type())
+            note(read());
+    }
+
+    ZIDL_COLD bool read_length(uint32_t &len) { return in_.read_length(len); }
+
+    // A field's number with another wire type is remembered.
+    ZIDL_COLD bool has_type()
+    {
+        is_known_ = true;
+        return (in_.tag() & 7) == type_;
+    }
+
+    ZIDL_COLD void note(bool was_read)
+    {
+        was_asked_for_ = true;
         if (was_read)
-            seen_ |= uint64_t{1} << place;
+            seen_ |= uint64_t{1} << place_;
     }
 
     ZIDL_COLD void read_one_of_run(uint32_t first, unsigned place, unsigned count, uint8_t *members)
     {
-        const uint32_t index = (in_.tag() >> 3) - first;
+        const uint32_t index = number_ - first;
         if (index >= count)
             return;
-        is_known_ = true;
-        if ((in_.tag() & 7) != varint)
-            return;
-        uint32_t value = 0;
-        const bool was_read = u32(value);
-        if (was_read)
-            store(members + index * sizeof value, value);
-        note(place + index, was_read);
+        expect(varint, place + index);
+        u32(*reinterpret_cast<uint32_t *>(members + index * sizeof(uint32_t)));
     }
 
     reader in_;
     uint64_t seen_;
-    bool is_known_ = false; // the tag's number is one of the schema's
-    bool was_read_ = false; // its field has been asked for: what became of it stands in the status
+    uint32_t number_ = 0;        // of the tag
+    uint8_t type_ = 0;           // the wire type of the field that is asked for
+    uint8_t place_ = 0;          // its presence bit
+    bool is_known_ = false;      // the tag's number is one of the schema's
+    bool was_asked_for_ = false; // its field has been read or has failed: the status says which
 };
 
 } // namespace ZIDL_VARIANT

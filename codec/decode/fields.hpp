@@ -12,7 +12,7 @@ inline namespace ZIDL_VARIANT
 {
 
 // A small message's decoder becomes part of the decoders around it where that pays most, and costs one copy only of what is
-// dispatched: in the build for newer processors.
+// dispatched: in the build for newer processors. (The same for encoders was tried: docs/performance.md.)
 #ifdef __BMI2__
 #define ZIDL_SMALL ZIDL_INLINE
 #else
@@ -22,44 +22,44 @@ inline namespace ZIDL_VARIANT
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_u8(Reader &in, uint8_t &member)
 {
-    if (in.template comes<make_tag(Number, varint)>())
-        in.template note<Bit>(in.u8(member));
+    if (in.template comes<make_tag(Number, varint), Bit>())
+        in.u8(member);
 }
 
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_u32(Reader &in, uint32_t &member)
 {
-    if (in.template comes<make_tag(Number, varint)>())
-        in.template note<Bit>(in.u32(member));
+    if (in.template comes<make_tag(Number, varint), Bit>())
+        in.u32(member);
 }
 
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_u64(Reader &in, uint64_t &member)
 {
-    if (in.template comes<make_tag(Number, varint)>())
-        in.template note<Bit>(in.u64(member));
+    if (in.template comes<make_tag(Number, varint), Bit>())
+        in.u64(member);
 }
 
 // The same for messages whose values are now short, now long: nothing is guessed.
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_varied_u32(Reader &in, uint32_t &member)
 {
-    if (in.template comes<make_tag(Number, varint)>())
-        in.template note<Bit>(in.varied_u32(member));
+    if (in.template comes<make_tag(Number, varint), Bit>())
+        in.varied_u32(member);
 }
 
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_varied_u64(Reader &in, uint64_t &member)
 {
-    if (in.template comes<make_tag(Number, varint)>())
-        in.template note<Bit>(in.varied_u64(member));
+    if (in.template comes<make_tag(Number, varint), Bit>())
+        in.varied_u64(member);
 }
 
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_sint64(Reader &in, int64_t &member)
 {
-    if (in.template comes<make_tag(Number, varint)>())
-        in.template note<Bit>(in.sint64(member));
+    if (in.template comes<make_tag(Number, varint), Bit>())
+        in.sint64(member);
 }
 
 // `Count` u32 fields with numbers from `Number`, presence bits from `Bit` and members side by side from `Offset`.
@@ -72,36 +72,36 @@ ZIDL_INLINE void decode_u32_run(Reader &in, Record &msg)
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_boolean(Reader &in, uint8_t &member)
 {
-    if (in.template comes<make_tag(Number, varint)>())
-        in.template note<Bit>(in.boolean(member));
+    if (in.template comes<make_tag(Number, varint), Bit>())
+        in.boolean(member);
 }
 
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_fixed(Reader &in, uint32_t &member)
 {
-    if (in.template comes<make_tag(Number, fixed32)>())
-        in.template note<Bit>(in.fixed(member));
+    if (in.template comes<make_tag(Number, fixed32), Bit>())
+        in.fixed(member);
 }
 
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_string(Reader &in, char *&member)
 {
-    if (in.template comes<make_tag(Number, delimited)>())
-        in.template note<Bit>(in.string(member, in.template has_seen<Bit>()));
+    if (in.template comes<make_tag(Number, delimited), Bit>())
+        in.string(member);
 }
 
 template <uint32_t Number, unsigned Bit, class Reader>
 ZIDL_INLINE void decode_bytes(Reader &in, uint8_t *&member, uint64_t &size)
 {
-    if (in.template comes<make_tag(Number, delimited)>())
-        in.template note<Bit>(in.bytes(member, size, in.template has_seen<Bit>()));
+    if (in.template comes<make_tag(Number, delimited), Bit>())
+        in.bytes(member, size);
 }
 
 template <uint32_t Number, unsigned Bit, class Reader, class Record>
 ZIDL_INLINE void decode_message(Reader &in, Record &member)
 {
-    if (in.template comes<make_tag(Number, delimited)>())
-        in.template note<Bit>(in.message(member, in.template has_seen<Bit>()));
+    if (in.template comes<make_tag(Number, delimited), Bit>())
+        in.message(member);
 }
 
 template <class Record>

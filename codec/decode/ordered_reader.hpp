@@ -2,9 +2,8 @@
 // at most once; read that way, straight from one to the next, such a message costs little more than its values.
 //
 // What comes otherwise is left where it is: a field out of order or repeated, an unknown one, a value that is long, cut off,
-// or close to the end of the input. An any-order reader goes on from there, with the presence bits for a memory. Nothing
-// here calls a function that may return, but for the caller's allocation function: small records without memory of their
-// own are read in registers that need no saving.
+// or close to the end of the input. An any-order reader goes on from there, with the presence bits for a memory. Small
+// records without memory of their own are read without a call, in registers that need no saving.
 
 #pragma once
 
@@ -37,40 +36,28 @@ public:
     ZIDL_INLINE int32_t status() const { return status_; }
     ZIDL_INLINE uint64_t seen() const { return seen_; }
 
-    // Whether the next field is this one. The calls below read its value; where they do not, it has not come.
-    template <uint32_t Tag>
+    // Whether the next field is this one, which is asked for once. The calls below read its value; where they do not, it is
+    // as if the field had not come.
+    template <uint32_t Tag, unsigned Bit>
     ZIDL_INLINE bool comes()
     {
         value_ = pos_ + varint_size(Tag);
+        field_ = bit<Bit>;
         return stands_at<Tag>(pos_, end_);
     }
 
-    // Fields are asked for once.
-    template <unsigned Bit>
-    static constexpr bool has_seen()
-    {
-        return false;
-    }
-
-    template <unsigned Bit>
-    ZIDL_INLINE void note(bool was_read)
-    {
-        if (was_read)
-            seen_ |= bit<Bit>;
-    }
-
     // Expects one byte.
-    ZIDL_INLINE bool u32(uint32_t &member) { return read_varint(member); }
-    ZIDL_INLINE bool u64(uint64_t &member) { return read_varint(member); }
+    ZIDL_INLINE bool u32(uint32_t &member) { return note(read_varint(member)); }
+    ZIDL_INLINE bool u64(uint64_t &member) { return note(read_varint(member)); }
 
     // Expects any length.
-    ZIDL_INLINE bool varied_u32(uint32_t &member) { return read_varied(member); }
-    ZIDL_INLINE bool varied_u64(uint64_t &member) { return read_varied(member); }
+    ZIDL_INLINE bool varied_u32(uint32_t &member) { return note(read_varied(member)); }
+    ZIDL_INLINE bool varied_u64(uint64_t &member) { return note(read_varied(member)); }
 
     ZIDL_INLINE bool u8(uint8_t &member) { return read_low_byte(*this, member); }
     ZIDL_INLINE bool sint64(int64_t &member) { return read_signed(*this, member); }
     ZIDL_INLINE bool boolean(uint8_t &member) { return read_truth(*this, member); }
-    ZIDL_INLINE bool fixed(uint32_t &member) { return keep(parse_fixed32(value_, end_), member); }
+    ZIDL_INLINE bool fixed(uint32_t &member) { return note(keep(parse_fixed32(value_, end_), member)); }
 
     // As many fields of a run as follow one another, sixteen bytes at a time.
     template <uint32_t First, unsigned Bit, unsigned Count>
@@ -93,17 +80,17 @@ public:
                 continue;
             uint32_t value;
             value_ = pos_ + tag_len;
-            if (!u32(value))
+            if (!read_varint(value))
                 return;
             store(members + index * sizeof(uint32_t), value);
             seen_ |= bit<Bit> << index;
         }
     }
 
-    // An embedded message without memory of its own is left to the any-order reader as a whole where it is not read to its
+    // (Lengths of more than one byte were tried: docs/performance.md.) An embedded message without memory of its own is left to the any-order reader as a whole where it is not read to its
     // end: what was read of it is read again. One with memory is finished here.
     template <class Record>
-    ZIDL_INLINE bool message(Record &member, bool)
+    ZIDL_INLINE bool message(Record &member)
     {
         const uint8_t *contents;
         uint32_t len;
@@ -120,10 +107,10 @@ public:
             return false;
         }
         pos_ = contents + len;
-        return true;
+        return note(true);
     }
 
-    ZIDL_INLINE bool string(char *&member, bool)
+    ZIDL_INLINE bool string(char *&member)
     {
         const uint8_t *contents;
         uint32_t len;
@@ -132,10 +119,10 @@ public:
         if (ZIDL_UNLIKELY(!hold_string(member, context_, contents, len)))
             return fail(ZIDL_ERR_NO_MEMORY);
         pos_ = contents + len;
-        return true;
+        return note(true);
     }
 
-    ZIDL_INLINE bool bytes(uint8_t *&member, uint64_t &size, bool)
+    ZIDL_INLINE bool bytes(uint8_t *&member, uint64_t &size)
     {
         const uint8_t *contents;
         uint32_t len;
@@ -144,10 +131,17 @@ public:
         if (ZIDL_UNLIKELY(!hold_bytes(member, size, context_, contents, len)))
             return fail(ZIDL_ERR_NO_MEMORY);
         pos_ = contents + len;
-        return true;
+        return note(true);
     }
 
 private:
+    ZIDL_INLINE bool note(bool was_read)
+    {
+        if (was_read)
+            seen_ |= field_;
+        return was_read;
+    }
+
     // Ends the reading.
     ZIDL_INLINE bool fail(int32_t status)
     {
@@ -207,6 +201,7 @@ private:
 
     const uint8_t *pos_;             // of the next field's tag
     const uint8_t *value_ = nullptr; // of the value behind it
+    uint64_t field_ = 0;             // the presence bit of the field that is asked for
     const uint8_t *const end_;
     const decode_context &context_;
     uint64_t seen_ = 0;

@@ -1,5 +1,5 @@
-// The reader of large messages: it walks one message's bytes and keeps its first failure; each kind of field is one member
-// function that reads the value, or says why it cannot.
+// The reader of large messages, and what reads single values for any-order readers: it walks one message's bytes and keeps its
+// first failure; each kind of field is one member function that reads the value, or says why it cannot.
 //
 // A decoder fills a record that is reset already: fresh memory is not cleared twice.
 
@@ -122,11 +122,25 @@ public:
     ZIDL_INLINE bool message(Record &member, bool again)
     {
         uint32_t len;
-        if (ZIDL_UNLIKELY(!read_length(len)))
-            return false;
+        return ZIDL_LIKELY(read_length(len)) && message_of(member, len, again);
+    }
+
+    template <class Record>
+    ZIDL_INLINE bool message_of(Record &member, uint32_t len, bool again)
+    {
         if (ZIDL_UNLIKELY(again))
             reset(member);
         return nested(member, len);
+    }
+
+    // A length prefix whose contents lie within the message.
+    ZIDL_INLINE bool read_length(uint32_t &len)
+    {
+        if (ZIDL_UNLIKELY(!read_varint(len)))
+            return false;
+        if (ZIDL_UNLIKELY(len > static_cast<size_t>(end_ - pos_)))
+            return fail(ZIDL_ERR_MALFORMED);
+        return true;
     }
 
     ZIDL_INLINE bool string(char *&member, bool filled)
@@ -236,16 +250,6 @@ private:
         return true;
     }
 
-    // A length prefix whose contents lie within the message.
-    ZIDL_INLINE bool read_length(uint32_t &len)
-    {
-        if (ZIDL_UNLIKELY(!read_varint(len)))
-            return false;
-        if (ZIDL_UNLIKELY(len > static_cast<size_t>(end_ - pos_)))
-            return fail(ZIDL_ERR_MALFORMED);
-        return true;
-    }
-
     template <class Record>
     ZIDL_INLINE bool nested(Record &member, uint32_t len)
     {
@@ -275,7 +279,7 @@ private:
         return true;
     }
 
-    // Counts the unbroken run of elements that starts at `pos_`, from value to value: tags are matched by field number
+    // (Out of line, or with the first elements kept: docs/performance.md.) Counts the unbroken run of elements that starts at `pos_`, from value to value: tags are matched by field number
     // alone. False where the input ends inside an element or a tag.
     template <uint32_t Number, bool Delimited>
     ZIDL_INLINE bool count_run(uint32_t &count) const

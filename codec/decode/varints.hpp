@@ -34,7 +34,8 @@ ZIDL_COLD parsed<Value> parse_varint_bytewise(const uint8_t *pos, const uint8_t 
     return {nullptr, 0};
 }
 
-// Of any length up to ten bytes, without a guess; null also where the input is too short for words.
+// Of up to eight bytes, and of up to ten where the value has 64 bits, without a guess; null also where the varint is longer, or
+// the input too short for words.
 template <class Value>
 ZIDL_INLINE parsed<Value> parse_word_varint(const uint8_t *pos, const uint8_t *end, const uint8_t *wide_end)
 {

@@ -41,7 +41,7 @@ struct content_sizes {
     uint64_t bits;
 
     template <uint32_t Number>
-    ZIDL_INLINE void add(bool present, uint64_t size)
+    ZIDL_INLINE constexpr void add(bool present, uint64_t size)
     {
         const uint64_t contents = present ? size : 0;
         bound += varint_size(make_tag(Number, delimited)) + max_varint32_size + contents;
@@ -63,7 +63,9 @@ ZIDL_INLINE bool bound_fits(const Record &msg, size_t room)
 // Adds up, when the code is compiled, what the fields of bounded size take at most: by the very lines that write them.
 struct bound_counter {
     size_t len = 0;
-    bool rooms_are_right = true;
+    size_t heads = 0;            // what bytes members take beside their contents, here and below
+    bool has_bound = true;       // no string and no array, here and below
+    bool rooms_are_right = true; // what is said to fit is what the fields take
 
     template <uint32_t Tag, class Value>
     constexpr void put_varint(Value)
@@ -93,24 +95,28 @@ struct bound_counter {
     template <uint32_t Tag, class Record>
     constexpr void put_message(const Record &, bool)
     {
-        constexpr size_t contents = shape<Record>::fixed_bound;
-        len += varint_size(Tag) + (shape<Record>::owns_memory ? max_varint32_size : varint_size(contents)) + contents;
+        constexpr bound_counter inner = counted<Record>();
+        len += varint_size(Tag) + (shape<Record>::owns_memory ? max_varint32_size : varint_size(inner.len)) + inner.len;
+        heads += inner.heads;
+        has_bound = has_bound && inner.has_bound;
     }
 
-    // What has no bound is for the writers to compare.
-    template <uint32_t>
+    template <uint32_t Tag>
     constexpr void put_bytes(const void *, uint64_t)
     {
+        heads += varint_size(Tag) + max_varint32_size;
     }
 
     template <uint32_t>
     constexpr void put_string(const char *)
     {
+        has_bound = false;
     }
 
     template <uint32_t, class Element>
     constexpr void put_elements(const Element *, uint32_t)
     {
+        has_bound = false;
     }
 
     template <size_t Bytes, class Write>
@@ -119,6 +125,15 @@ struct bound_counter {
         const size_t before = len;
         write(*this);
         rooms_are_right = rooms_are_right && len - before == Bytes;
+    }
+
+    // All fields of a message.
+    template <class Record>
+    static constexpr bound_counter counted()
+    {
+        bound_counter counter;
+        encode_fields(counter, Record());
+        return counter;
     }
 };
 
@@ -129,12 +144,18 @@ struct sink_traits<bound_counter> : usual_sink {
     static constexpr bool counts_absent = true;
 };
 
-// What zidlc says of a message is what the codec stores: the bound of the whole, and the room for each part of it.
+// Whether what zidlc says of a message is what the codec stores: the bound of the whole, the room for each part of it, and
+// that the sizes of its bytes members are all that is missing where it is said to be bounded.
 template <class Record>
 constexpr bool bounds_are_right()
 {
-    const bound_counter counted = encode(bound_counter(), Record());
-    return counted.rooms_are_right && counted.len == shape<Record>::fixed_bound;
+    constexpr bound_counter counter = bound_counter::counted<Record>();
+    content_sizes sizes{0, 0};
+    if constexpr (shape<Record>::owns_memory && shape<Record>::is_bounded)
+        add_sizes(sizes, Record());
+    const bool is_bounded = counter.has_bound && counter.heads == sizes.bound;
+    return counter.rooms_are_right && counter.len == shape<Record>::fixed_bound &&
+           (shape<Record>::is_bounded ? is_bounded : shape<Record>::owns_memory);
 }
 
 } // namespace ZIDL_VARIANT

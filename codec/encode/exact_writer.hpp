@@ -14,12 +14,25 @@ inline namespace ZIDL_VARIANT
 class exact_output
 {
 public:
+    // The caller's buffer and, where `nsegs` is not null, the caller's list with its capacity; a null list has none.
+    ZIDL_COLD exact_output(uint8_t *buf, size_t buflen, zidl_segment *segs, const uint32_t *nsegs, uint32_t flags)
+        : exact_output(buf, buflen, segs, nsegs != nullptr && segs != nullptr ? *nsegs : 0, nsegs != nullptr, flags)
+    {
+    }
+
     exact_output(uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t capacity, bool listing, uint32_t flags)
         : buf_(buf), buflen_(buflen), segs_(segs), capacity_(capacity), listing_(listing), flags_(flags)
     {
     }
 
-    size_t len() const { return pos_; }
+    // The length of the encoding; the list is complete then, and `nsegs` gets the number of its entries.
+    ZIDL_COLD size_t finish(uint32_t *nsegs)
+    {
+        if (nsegs != nullptr)
+            *nsegs = close();
+        return pos_;
+    }
+
     uint32_t flags() const { return flags_; }
 
     ZIDL_COLD void put_tagged(uint32_t tag, uint64_t value)

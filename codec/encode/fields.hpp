@@ -118,14 +118,14 @@ ZIDL_INLINE constexpr void encode_fixed32(Sink &out, bool present, uint32_t valu
 template <uint32_t Number, class Sink>
 ZIDL_INLINE constexpr void encode_string(Sink &out, bool present, const char *text)
 {
-    if (present && text != nullptr)
+    if (is_written<Sink>(present && text != nullptr))
         out.template put_string<make_tag(Number, delimited)>(text);
 }
 
 template <uint32_t Number, class Sink>
 ZIDL_INLINE constexpr void encode_bytes(Sink &out, bool present, const uint8_t *data, uint64_t size)
 {
-    if (present)
+    if (is_written<Sink>(present))
         out.template put_bytes<make_tag(Number, delimited)>(data, size);
 }
 
@@ -159,7 +159,7 @@ ZIDL_INLINE constexpr void encode_neighbours(Sink &out, const Holder &holder, ne
 template <uint32_t Number, class Sink, class Element>
 ZIDL_INLINE constexpr void encode_bounded_elements(Sink &out, bool present, const Element *array, uint32_t count)
 {
-    if (!present)
+    if (!is_written<Sink>(present))
         return;
     if constexpr (sink_traits<Sink>::needs_room) {
         out.template put_elements<Number>(array, count);
@@ -190,14 +190,18 @@ ZIDL_INLINE constexpr void encode_u64s(Sink &out, bool present, const uint64_t *
 template <uint32_t Number, class Sink>
 ZIDL_INLINE constexpr void encode_byte_blocks(Sink &out, bool present, const zidl_bytes *array, uint32_t count)
 {
-    for (uint32_t i = 0; present && i < count; ++i)
-        out.template put_bytes<make_tag(Number, delimited)>(array[i].data, array[i].size);
+    if constexpr (sink_traits<Sink>::counts_absent) {
+        out.template put_elements<Number>(array, count);
+    } else {
+        for (uint32_t i = 0; present && i < count; ++i)
+            out.template put_bytes<make_tag(Number, delimited)>(array[i].data, array[i].size);
+    }
 }
 
 template <uint32_t Number, class Sink, class Record>
 ZIDL_INLINE constexpr void encode_messages(Sink &out, bool present, const Record *array, uint32_t count)
 {
-    if constexpr (shape<Record>::owns_memory) {
+    if constexpr (shape<Record>::owns_memory && !sink_traits<Sink>::counts_absent) {
         for (uint32_t i = 0; present && i < count; ++i)
             out.template put_message<make_tag(Number, delimited)>(array[i], true);
     } else {

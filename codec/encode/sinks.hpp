@@ -1,6 +1,5 @@
-// Encoding. A generated `encode` names the fields of its message in the order in which they are written; the sink decides
-// what that means. All sinks give the same bytes. A sink is passed and returned by value, so that its position stays in a
-// register.
+// Encoding. A generated `encode_fields` names the fields of its message in the order in which they are written; the sink
+// decides what that means. All sinks give the same bytes.
 //
 //   sizer             counts the bytes
 //   exact_writer      writes what fits, leaves out what does not, lists segments: the contract for every buffer
@@ -18,13 +17,16 @@
 //                                                                         least Behind bytes of the same encoding follow it:
 //                                                                         stores may run over its end by as many
 //   put_byte<Tag>, put_fixed32<Tag>    x      x        x        -     x    room
-//   put_bytes<Tag>(data, size)         x      x        x        x     x    room; `data` may be null when `size` is 0
+//   put_bytes<Tag>(data, size)         x      x        x        x     x    room, with an unchecked writer; `data` may be null when
+//                                                                         `size` is 0
 //   put_string<Tag>(text)              x      x        -        x     x    `text` is not null
-//   put_message<Tag>(msg, present)     x      x        x        x     x    room; of the fast writer: a message that owns memory
+//   put_message<Tag>(msg, present)     x      x        x        x     x    room, with an unchecked writer; with a fast one a message
+//                                                                         that owns memory
 //   put_elements<Number>(array, n)     -      -        -        x     x    elements of bounded size
 //   within<Bytes>(write)               -      -        -        x     x    what `write` stores takes at most Bytes bytes
 //
-// So an emitter that forgets to make room for a field of bounded size does not compile: a fast writer cannot store it.
+// So an emitter that forgets to make room for a field of bounded size does not compile: a fast writer cannot store it. Nor does
+// one whose bounds are not what the fields take: see bounds_are_right.
 
 #pragma once
 
@@ -49,6 +51,14 @@ struct usual_sink {
 template <class Sink>
 struct sink_traits : usual_sink {
 };
+
+// A whole message. A sink is passed and returned by value, so that its position stays in a register.
+template <class Sink, class Record>
+Sink encode(Sink out, const Record &msg)
+{
+    encode_fields(out, msg);
+    return out;
+}
 
 } // namespace ZIDL_VARIANT
 } // namespace zidl

@@ -9,13 +9,13 @@ namespace zidl
 inline namespace ZIDL_VARIANT
 {
 
-// Which sizes are trusted: bytes members below this. Sums of them cannot wrap, so that an encoding whose length was computed
-// out of them is as long as that. Sizes are gathered by their bits, and all of them are judged at once.
-constexpr uint64_t trusted_below = uint64_t{1} << 28;
+// Which sizes are trusted: bytes members of less than 2^28 bytes. Sums of them cannot wrap, so that an encoding whose length
+// was computed out of them is as long as that. Sizes are gathered by these bits, and all of them are judged at once.
+constexpr uint64_t untrusted_bits = ~uint64_t{0} << 28;
 
-constexpr bool sizes_are_trusted(uint64_t bits_of_sizes)
+constexpr bool sizes_are_trusted(uint64_t bits)
 {
-    return bits_of_sizes < trusted_below;
+    return (bits & untrusted_bits) == 0;
 }
 
 struct sizer {
@@ -57,7 +57,7 @@ struct sizer {
     ZIDL_INLINE void put_bytes(const uint8_t *, uint64_t size)
     {
         const size_t contents = (notes & ZIDL_ZERO_COPY) != 0 ? 0 : size;
-        notes |= size & ~(trusted_below - 1);
+        notes |= size & untrusted_bits;
         len += varint_size(Tag) + varint_size(static_cast<uint32_t>(size)) + contents;
     }
 

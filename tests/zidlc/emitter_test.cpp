@@ -159,7 +159,7 @@ TEST_F(zidlc_emitters, no_line_of_code_is_wider_than_140_columns)
     std::vector<std::filesystem::path> schemas;
     for (const auto &file : std::filesystem::directory_iterator(SCHEMA_FOLDER))
         schemas.push_back(file.path());
-    ASSERT_EQ(schemas.size(), 4u);
+    ASSERT_FALSE(schemas.empty());
     size_t lines = 0;
     for (const generated_file &file :
          generated(schemas, {artefact::header, artefact::codec, artefact::descriptors, artefact::proto})) {

@@ -14,7 +14,7 @@ namespace
 using fields = std::span<const field>;
 
 // How many neighbours make a run: an encoder takes it in a loop over the presence bits, a decoder in a loop over the tags.
-constexpr std::size_t shortest_run = 4;
+constexpr std::size_t shortest_run = 4; // of three: docs/performance.md
 
 // How many fields a small message has at most, and one with varied values.
 constexpr std::size_t few_fields = 6;

@@ -82,12 +82,11 @@ void emit_prefetches(printer &out, const message &msg, const std::string &object
 void emit_encode(printer &out, const message &msg)
 {
     out.line("template <class Sink>");
-    out.line("constexpr Sink encode(Sink out, const {} &msg)", record_type(msg));
+    out.line("ZIDL_INLINE constexpr void encode_fields(Sink &out, const {} &msg)", record_type(msg));
     out.line("{{");
     emit_prefetches(out, msg, "msg");
     for (const stretch &part : msg.writes)
         emit_stretch(out, msg, part);
-    out.line("    return out;");
     out.line("}}");
     out.line();
 }
@@ -101,7 +100,7 @@ void emit_sizes(printer &out, const message &msg)
         else if (f.is_embedded && f.owns_memory)
             rows.add("add_sizes\t(sizes, msg.{});", f.name);
     }
-    out.line("ZIDL_INLINE void add_sizes(content_sizes &sizes, const {} &msg)", record_type(msg));
+    out.line("ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const {} &msg)", record_type(msg));
     out.line("{{");
     out.block(rows, "    ");
     out.line("}}");
