@@ -26,7 +26,7 @@ public:
     }
 
     // The length of the encoding; the list is complete then, and `nsegs` gets the number of its entries.
-    ZIDL_COLD size_t finish(uint32_t *nsegs)
+    size_t finish(uint32_t *nsegs)
     {
         if (nsegs != nullptr)
             *nsegs = close();
