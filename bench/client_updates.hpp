@@ -11,19 +11,25 @@
 namespace bench
 {
 
-// A route with `paths` paths that the client library converts, all of them: a next hop, labels and some scalars each.
-bytes make_client_route(uint32_t paths);
-
 // Payloads of one kind and the type code that they travel with.
 struct client_updates {
     uint16_t code;
     std::vector<bytes> payloads;
 };
 
-// Kinds: proto, opaque, route (one path, as a table's feed has them), service (routes of many services), grid (lists of
-// 16 keys), nhid.
+// The kinds:
+//   proto, opaque, nhid, grid         as a router sends them; a grid list has 16 keys
+//   old_proto, old_opaque, old_route  their older raw forms
+//   route                             one path, as a table's feed has them
+//   service                           routes of many services, 1 to 16 paths
+//   sparse_1, sparse_4, sparse_64     routes of so many paths: a next hop, labels and some scalars each
+//   rich_1, rich_4, rich_64           the same with every block that a route and a path may have
+//   table                             the routes of the workload `mixed`, none with a mark that keeps clients from it
 const std::vector<std::string_view> &client_update_kinds();
 client_updates make_client_updates(std::string_view kind);
+
+// One route of the sparse kind.
+bytes make_client_route(uint32_t paths);
 
 // The routes of a real table, where RIB_DATA_DIR names a folder with feed_full_2015.tsv.xz.
 std::optional<workload> make_real_workload();
