@@ -129,13 +129,15 @@ client_updates make_table()
 
 const std::vector<std::string_view> &client_update_kinds()
 {
-    static const std::vector<std::string_view> kinds = [] {
-        std::vector<std::string_view> names;
-        for (const recipe &one : recipes())
-            names.push_back(one.kind);
-        names.push_back("table");
-        return names;
-    }();
+    static const std::vector<std::string_view> kinds = {"proto",   "opaque",   "nhid",     "grid",      "route",
+                                                        "service", "sparse_1", "sparse_4", "sparse_64", "rich_1",
+                                                        "rich_4",  "rich_64",  "table"};
+    return kinds;
+}
+
+const std::vector<std::string_view> &older_update_kinds()
+{
+    static const std::vector<std::string_view> kinds = {"old_proto", "old_opaque", "old_route"};
     return kinds;
 }
 

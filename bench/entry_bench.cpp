@@ -56,10 +56,12 @@ int main(int argc, char **argv)
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    for (const std::string_view kind : bench::client_update_kinds()) {
-        register_benchmark(kind, 1, form::framed);
-        register_benchmark(kind, 2, form::framed);
-        register_benchmark(kind, 1, form::stripped);
+    for (const auto &kinds : {bench::client_update_kinds(), bench::older_update_kinds()}) {
+        for (const std::string_view kind : kinds) {
+            register_benchmark(kind, 1, form::framed);
+            register_benchmark(kind, 2, form::framed);
+            register_benchmark(kind, 1, form::stripped);
+        }
     }
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
