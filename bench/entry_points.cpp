@@ -1,10 +1,9 @@
 #include "bench/entry_points.hpp"
 
-#include "ip/rib/lib/src/rib_lib.h"
-
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstring>
+#include <span>
 
 namespace bench
 {
@@ -56,21 +55,21 @@ struct rib_routetype_ *convert_older(rib_tlv_t *, uchar_t **)
 
 void release_older(struct rib_routetype_ *) {}
 
-void parse(updatetype_local &update, uint16_t code)
+void parse_update(const entry_points &entries, updatetype_local &update, uint16_t code)
 {
     static rib_route_client route_client = {nullptr, nullptr, on_route};
     switch (code) {
     case RIB_TLV_PROTO:
     case RIB_TLV_OLD_PROTO:
-        return rib_lib_pvt_parse_proto_update(on_proto, &update, nullptr);
+        return entries.proto(on_proto, &update, nullptr);
     case RIB_TLV_OPAQUE:
     case RIB_TLV_OLD_OPAQUE:
-        return rib_lib_pvt_parse_opaque_update(on_opaque, &update, nullptr);
+        return entries.opaque(on_opaque, &update, nullptr);
     case RIB_TLV_ROUTE:
     case RIB_TLV_OLD_ROUTE:
-        return rib_lib_pvt_parse_route_update(&update, on_route, convert_older, release_older, 0, &route_client);
+        return entries.route(&update, on_route, convert_older, release_older, 0, &route_client);
     default:
-        return rib_lib_pvt_parse_grid_update(on_grid, &update, nullptr);
+        return entries.grid(on_grid, &update, nullptr);
     }
 }
 
@@ -99,10 +98,10 @@ arrivals::arrivals(const client_updates &updates, form how) : code_(updates.code
 }
 
 template <size_t converted>
-void arrivals::parse_each()
+void arrivals::parse_each(const entry_points &entries, size_t first, size_t count)
 {
     uint8_t kept[converted + 1];
-    for (bytes &update : updates_) {
+    for (bytes &update : std::span(updates_).subspan(first, count)) {
         std::memcpy(kept, update.data(), converted);
         updatetype_local arrived = {};
         arrived.payload = update.data();
@@ -111,19 +110,20 @@ void arrivals::parse_each()
             arrived.tlv_type = code_;
             arrived.payload_len = static_cast<uint32_t>(update.size());
         }
-        parse(arrived, code_);
+        parse_update(entries, arrived, code_);
         std::memcpy(update.data(), kept, converted);
     }
 }
 
-size_t arrivals::parse_all()
+size_t arrivals::parse(const entry_points &entries, size_t first, size_t count)
 {
     delivered = 0;
     const bool is_older = code_ == RIB_TLV_OLD_PROTO || code_ == RIB_TLV_OLD_OPAQUE;
     if (form_ == form::framed)
-        is_older ? parse_each<header_size + older_fixed_part>() : parse_each<header_size>();
+        is_older ? parse_each<header_size + older_fixed_part>(entries, first, count)
+                 : parse_each<header_size>(entries, first, count);
     else
-        is_older ? parse_each<older_fixed_part>() : parse_each<0>();
+        is_older ? parse_each<older_fixed_part>(entries, first, count) : parse_each<0>(entries, first, count);
     return delivered;
 }
 

@@ -3,9 +3,18 @@
 #pragma once
 
 #include "bench/client_updates.hpp"
+#include "ip/rib/lib/src/rib_lib.h"
 
 namespace bench
 {
+
+// The entry points of a client library: by default of the one that the program is linked with.
+struct entry_points {
+    decltype(&rib_lib_pvt_parse_proto_update) proto = rib_lib_pvt_parse_proto_update;
+    decltype(&rib_lib_pvt_parse_opaque_update) opaque = rib_lib_pvt_parse_opaque_update;
+    decltype(&rib_lib_pvt_parse_route_update) route = rib_lib_pvt_parse_route_update;
+    decltype(&rib_lib_pvt_parse_grid_update) grid = rib_lib_pvt_parse_grid_update;
+};
 
 enum class form {
     framed,  // a header in network byte order, the payload right behind it
@@ -17,13 +26,15 @@ class arrivals
 public:
     arrivals(const client_updates &updates, form how);
 
-    size_t parse_all(); // by the entry point for their code; returns how many reached the callback
+    // By the entry point for their code; returns how many reached the callback.
+    size_t parse(const entry_points &entries, size_t first, size_t count);
+    size_t parse_all() { return parse({}, 0, count()); }
     size_t count() const { return updates_.size(); }
     size_t payload_bytes() const { return payload_bytes_; }
 
 private:
     template <size_t converted> // leading bytes that a call converts in place
-    void parse_each();
+    void parse_each(const entry_points &entries, size_t first, size_t count);
 
     uint16_t code_;
     form form_;
