@@ -50,10 +50,9 @@ int write_memory_file(const std::string &content)
 } // namespace
 
 loaded_library::loaded_library(const std::filesystem::path &file, char mark)
+    : copy_(write_memory_file(with_other_soname(read_file(file), mark))),
+      handle_(dlopen(("/proc/self/fd/" + std::to_string(copy_)).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND))
 {
-    const int copy = write_memory_file(with_other_soname(read_file(file), mark));
-    handle_ = dlopen(("/proc/self/fd/" + std::to_string(copy)).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
-    close(copy);
     if (handle_ == nullptr)
         throw std::runtime_error(file.string() + ": " + dlerror());
 }
@@ -61,6 +60,7 @@ loaded_library::loaded_library(const std::filesystem::path &file, char mark)
 loaded_library::~loaded_library()
 {
     dlclose(handle_);
+    close(copy_);
 }
 
 void *loaded_library::symbol(const std::string &name) const

@@ -29,6 +29,7 @@ public:
 private:
     void *symbol(const std::string &name) const;
 
+    int copy_; // stays open: the linker knows files by name, and this one is named by its descriptor
     void *handle_;
 };
 
