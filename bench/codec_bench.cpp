@@ -1,7 +1,9 @@
 // The codec beside its peers: every operation on every workload, all contenders in one run. Each result is compared
 // with the message it came from before anything is timed.
 //
-// Benchmarks are named operation/workload/library:memory.
+// Benchmarks are named operation/workload/library:memory. Their counter `ns` is the median of a repetition's samples; a
+// sample is the time of a message among some hundred, or of a single large one. --library=NAME=PATH lets another build of
+// librib take part.
 
 #include "bench/client_updates.hpp"
 #include "bench/contender.hpp"
@@ -9,9 +11,11 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <deque>
 #include <map>
+#include <stdexcept>
 #include <valgrind/callgrind.h>
 
 namespace
@@ -24,7 +28,13 @@ using bench::message_table;
 
 bench::workload make(std::string_view workload)
 {
-    return workload == "real" ? *bench::make_real_workload() : bench::make_workload(workload);
+    if (workload == "real")
+        return *bench::make_real_workload();
+    if (workload != bench::cold_workload)
+        return bench::make_workload(workload);
+    bench::workload made = bench::make_workload("mixed");
+    made.name = workload;
+    return made;
 }
 
 // A workload's messages, made at first use.
@@ -38,11 +48,11 @@ const message_table &table_for(std::string_view workload)
 }
 
 // The first thousand messages and a sample of the rest.
-bool gives_equal_results(const job &work, const message_table &table)
+bool gives_equal_results(const job &work, const message_table &table, size_t total)
 {
     if (!work.result)
         return true;
-    for (size_t i = 0; i < table.messages().size(); i += i < 1000 ? 1 : 101) {
+    for (size_t i = 0; i < total; i += i < 1000 ? 1 : 101) {
         const bench::byte_span message = table.messages()[i];
         const bytes result = work.result(i);
         if (!std::ranges::equal(result, message) &&
@@ -60,31 +70,45 @@ public:
     void time(benchmark::State &state)
     {
         const message_table &table = table_for(workload_);
+        const size_t total = who_.op == bench::operation::decode ? table.messages().size() : table.kept();
         if (!work_.run) {
             work_ = who_.prepare(table);
-            equal_ = gives_equal_results(work_, table);
-            work_.run();
+            equal_ = gives_equal_results(work_, table, total);
+            work_.run(0, std::min(total, warm_up));
         }
         if (!equal_)
             return state.SkipWithError("the result is not the message that went in");
-        for (auto _ : state)
-            work_.run();
-        state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(table.messages().size()));
-        state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(table.total_bytes()));
-        state.counters["messages"] = static_cast<double>(table.messages().size());
-        state.counters["bytes"] = static_cast<double>(table.total_bytes());
+        std::vector<double> samples;
+        for (auto _ : state) {
+            const size_t end = std::min(total, next_ + table.sample());
+            const auto start = std::chrono::steady_clock::now();
+            work_.run(next_, end);
+            const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+            state.SetIterationTime(taken.count());
+            samples.push_back(taken.count() * 1e9 / static_cast<double>(end - next_));
+            next_ = end == total ? 0 : end;
+        }
+        const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
+        std::nth_element(samples.begin(), middle, samples.end());
+        state.counters["ns"] = *middle;
+        state.counters["bytes"] =
+            static_cast<double>(table.total_bytes()) / static_cast<double>(table.messages().size());
     }
 
 private:
+    static constexpr size_t warm_up = 4096;
+
     contender who_;
     std::string workload_;
     job work_;
     bool equal_ = false;
+    size_t next_ = 0; // the message that the next sample begins with
 };
 
 std::vector<std::string_view> workload_names()
 {
     std::vector<std::string_view> names = bench::workload_names();
+    names.push_back(bench::cold_workload);
     if (std::getenv("RIB_DATA_DIR") != nullptr)
         names.push_back("real");
     return names;
@@ -92,7 +116,7 @@ std::vector<std::string_view> workload_names()
 
 const char *type_name(std::string_view workload)
 {
-    return workload == "real" ? "rib_route" : bench::type_name(workload);
+    return workload == "real" || workload == bench::cold_workload ? "rib_route" : bench::type_name(workload);
 }
 
 std::string benchmark_name(const contender &who, std::string_view workload)
@@ -110,11 +134,12 @@ int count_instructions()
         const message_table &table = tables.emplace_back(bench::make_workload(workload, limit));
         for (const contender &who : bench::all_contenders(type_name(workload))) {
             const job work = who.prepare(table);
-            work.run();
-            const std::string name = benchmark_name(who, workload) + " " + std::to_string(table.messages().size());
+            const size_t total = table.messages().size();
+            work.run(0, total);
+            const std::string name = benchmark_name(who, workload) + " " + std::to_string(total);
             CALLGRIND_ZERO_STATS;
             CALLGRIND_TOGGLE_COLLECT;
-            work.run();
+            work.run(0, total);
             CALLGRIND_TOGGLE_COLLECT;
             CALLGRIND_DUMP_STATS_AT(name.c_str());
         }
@@ -128,15 +153,35 @@ void register_all()
         for (contender &who : bench::all_contenders(type_name(workload))) {
             const std::string name = benchmark_name(who, workload);
             auto work = std::make_shared<lazy_job>(std::move(who), std::string(workload));
-            benchmark::RegisterBenchmark(name.c_str(), [work](benchmark::State &state) { work->time(state); });
+            benchmark::RegisterBenchmark(name.c_str(), [work](benchmark::State &state) {
+                work->time(state);
+            })->UseManualTime();
         }
     }
+}
+
+// Takes its own options out of the command line.
+void add_libraries(int &argc, char **argv)
+{
+    constexpr std::string_view option = "--library=";
+    const auto rest = std::remove_if(argv + 1, argv + argc, [&](std::string_view argument) {
+        if (!argument.starts_with(option))
+            return false;
+        const std::string value(argument.substr(option.size()));
+        const size_t name_len = value.find('=');
+        if (name_len == std::string::npos)
+            throw std::invalid_argument("--library needs NAME=PATH");
+        bench::add_librib(value.substr(0, name_len), value.substr(name_len + 1));
+        return true;
+    });
+    argc = static_cast<int>(rest - argv);
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
+    add_libraries(argc, argv);
     if (argc == 2 && std::string_view(argv[1]) == "--count-instructions")
         return count_instructions();
     benchmark::Initialize(&argc, argv);

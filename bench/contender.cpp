@@ -22,6 +22,13 @@ void heap_free(void *ptr, void *)
 
 message_table::message_table(const workload &source) : name_(source.name), type_(source.type)
 {
+    constexpr size_t cold_batch = 2048, cold_kept = 16'384;
+    constexpr size_t warm_batch = 16, warm_kept = 4096, warm_sample = 512;
+    const bool is_cold = name_ == cold_workload;
+    const size_t total = source.messages.size();
+    batch_ = std::min(total, is_cold ? cold_batch : warm_batch);
+    kept_ = std::min(total, is_cold ? cold_kept : warm_kept);
+    sample_ = std::min(total, is_cold ? cold_batch : warm_sample);
     data_.reserve(source.total_bytes());
     for (const bytes &message : source.messages) {
         const uint8_t *const start = data_.data() + data_.size();

@@ -5,7 +5,6 @@
 #include "bench/workloads.hpp"
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -17,7 +16,7 @@ namespace bench
 
 using byte_span = std::span<const uint8_t>;
 
-// The messages of a workload one behind the other in memory, as a receiver has them.
+// The messages of a workload one behind the other in memory, as a receiver has them, and how they are worked on.
 class message_table
 {
 public:
@@ -31,13 +30,30 @@ public:
     size_t total_bytes() const { return data_.size(); }
     size_t longest() const { return longest_; }
 
+    // Messages that are decoded into as many records, then released: some while the first is still in the nearest cache,
+    // or, for a cold table, so many that none is when its turn comes again.
+    size_t batch() const { return batch_; }
+    // The first messages, which are kept decoded for the operations that begin with a record.
+    size_t kept() const { return kept_; }
+    // What is timed at once.
+    size_t sample() const { return sample_; }
+
+    // What an encoder gets: six times the longest message.
+    size_t room() const { return 6 * longest_; }
+
 private:
     std::string name_;
     const zidl::message_descriptor *type_;
     bytes data_;
     std::vector<byte_span> messages_;
     size_t longest_ = 0;
+    size_t batch_;
+    size_t kept_;
+    size_t sample_;
 };
+
+// The workload whose records are in no near cache: otherwise the same as `mixed`.
+constexpr std::string_view cold_workload = "cold";
 
 enum class operation { decode, size, encode, encode_sized, duplicate };
 
@@ -45,26 +61,15 @@ const char *to_string(operation op);
 
 // An operation made ready for a table.
 struct job {
-    std::function<void()> run;           // on every message, timed
+    std::function<void(size_t first, size_t end)> run; // on some of the messages, timed
     std::function<bytes(size_t)> result; // on one message, as encoded bytes; empty where the result is a mere number
 };
 
-// The decoded messages of a table, of a contender's own type: made once and shared by its operations.
-template <class Decoded>
-std::shared_ptr<Decoded> shared_for(const message_table &table)
-{
-    static std::map<const message_table *, std::shared_ptr<Decoded>> made;
-    std::shared_ptr<Decoded> &entry = made[&table];
-    if (entry == nullptr)
-        entry = std::make_shared<Decoded>(table);
-    return entry;
-}
-
 // `memory` says what holds the outcome, since comparing unlike ownership misleads:
-//   heap    blocks of their own from malloc, given back after each message
-//   arena   memory of the library's own kind that starts with a block of the caller's and is reset after each message
-//   bump    a bump allocator behind the library's allocation functions, reset after each message
-//   reused  one object that is never given back and keeps its blocks for the next message
+//   heap    blocks of their own from malloc, given back after each batch
+//   arena   memory of the library's own kind that starts with a block of the caller's and is reset after each batch
+//   bump    a bump allocator behind the library's allocation functions, reset after each batch
+//   reused  objects that are never given back and keep their blocks for the next message
 //   buffer  a buffer of the caller's that is large enough
 //   string  a std::string that keeps its capacity
 struct contender {
@@ -82,6 +87,9 @@ std::vector<contender> nanopb_contenders(std::string_view type);
 std::vector<contender> protozero_contenders(std::string_view type);
 
 std::vector<contender> all_contenders(std::string_view type);
+
+// Another build of librib that takes part under a name of its own. To be called before contenders are asked for.
+void add_librib(const std::string &name, const std::string &path);
 
 // The same message as librib encodes it; empty when it cannot be decoded. Others may write fields in another order.
 bytes canonical(const zidl::message_descriptor &type, byte_span encoded);

@@ -23,14 +23,14 @@ struct workload {
     size_t total_bytes() const;
 };
 
-// Full-size: 130 000 routes in `full` and `mixed`.
-//   full    routes, every optional field an independent coin
-//   mixed   the same mix of fields, but routes come in bursts of one of twelve classes
-//   wide    one route with 64 paths and every attribute
-//   grid    a synchronisation list of 1026 encapsulation IDs and keys
-//   proto   protocol updates of 27 bytes
-//   opaque  opaque updates with two blocks
-//   srv6    a configuration of 256 locators with their SIDs
+// Full-size, about
+//   full    65 536 routes of 158 bytes with 1 to 4 paths, every optional field an independent coin
+//   mixed   the same, but which fields are there follows twelve classes of routes, in short runs of one class
+//   wide    one route of 32 KB with 64 paths and nearly every attribute
+//   grid    a synchronisation list of 115 KB: 1026 encapsulation IDs and keys, with labels and with SRv6 carriers in turns
+//   proto   1024 protocol updates of 26 bytes, with one name or two
+//   opaque  1024 opaque updates of 236 bytes with two blocks
+//   srv6    a whole SRv6 update of 70 KB: 256 locators of 2 to 8 SIDs
 const std::vector<std::string_view> &workload_names();
 // With a limit, only so many messages: the first of the whole.
 workload make_workload(std::string_view name, size_t limit = SIZE_MAX);

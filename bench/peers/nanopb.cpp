@@ -1,7 +1,7 @@
 // nanopb in pointer mode: scalars and nested messages lie in the struct, strings, bytes and arrays are pointers to
 // blocks from realloc. It writes arrays of integers packed, which is shorter and less work; it reads both forms.
 
-#include "bench/contender.hpp"
+#include "bench/jobs.hpp"
 #include "bench/message_types.hpp"
 
 #include "proto/ip_rib.nanopb.h"
@@ -9,7 +9,6 @@
 #include "proto/rib_common.nanopb.h"
 #include "proto/rib_encap.nanopb.h"
 
-#include <benchmark/benchmark.h>
 #include <pb_decode.h>
 #include <pb_encode.h>
 
@@ -72,29 +71,31 @@ bytes encoded(const message_table &table, const Message &message)
 }
 
 template <class Message>
-job decode_heap(const message_table &table)
+class heap_batch
 {
-    auto message = std::make_shared<Message>();
-    return {[&table, message] {
-                for (const byte_span encoding : table.messages()) {
-                    unpack(*message, encoding);
-                    benchmark::DoNotOptimize(message.get());
-                    release(*message);
-                }
-            },
-            [&table, message](size_t i) {
-                unpack(*message, table.messages()[i]);
-                bytes out = encoded(table, *message);
-                release(*message);
-                return out;
-            }};
-}
+public:
+    explicit heap_batch(const message_table &table) : table_(table), messages_(table.batch()) {}
+
+    void decode(size_t i, byte_span encoding) { unpack(messages_[i], encoding); }
+
+    void release(size_t count)
+    {
+        for (size_t i = 0; i < count; ++i)
+            bench::release(messages_[i]);
+    }
+
+    bytes encoded(size_t i) { return bench::encoded(table_, messages_[i]); }
+
+private:
+    const message_table &table_;
+    std::vector<Message> messages_;
+};
 
 template <class Message>
 class unpacked_table
 {
 public:
-    explicit unpacked_table(const message_table &table) : messages_(table.messages().size())
+    explicit unpacked_table(const message_table &table) : messages_(table.kept())
     {
         for (size_t i = 0; i < messages_.size(); ++i)
             unpack(messages_[i], table.messages()[i]);
@@ -109,7 +110,7 @@ public:
             release(message);
     }
 
-    const std::vector<Message> &messages() const { return messages_; }
+    const Message &operator[](size_t i) const { return messages_[i]; }
 
 private:
     std::vector<Message> messages_;
@@ -118,32 +119,43 @@ private:
 template <class Message>
 job size(const message_table &table)
 {
-    return {[all = shared_for<unpacked_table<Message>>(table)] {
-                for (const Message &message : all->messages())
-                    benchmark::DoNotOptimize(packed_size(message));
-            },
-            {}};
+    return each_job(shared_for<unpacked_table<Message>>(table),
+                    [](const Message &message) { benchmark::DoNotOptimize(packed_size(message)); });
 }
 
 template <class Message>
 job encode(const message_table &table)
 {
-    auto all = shared_for<unpacked_table<Message>>(table);
+    auto buf = std::make_shared<bytes>(table.room());
+    return each_job(
+        shared_for<unpacked_table<Message>>(table),
+        [buf](const Message &message) { benchmark::DoNotOptimize(pack(message, *buf)); },
+        [&table](const Message &message) { return encoded(table, message); });
+}
+
+template <class Message>
+job encode_sized(const message_table &table)
+{
     auto buf = std::make_shared<bytes>(table.longest());
-    return {[all, buf] {
-                for (const Message &message : all->messages())
-                    benchmark::DoNotOptimize(pack(message, *buf));
-            },
-            [all, &table](size_t i) { return encoded(table, all->messages()[i]); }};
+    return each_job(
+        shared_for<unpacked_table<Message>>(table),
+        [buf](const Message &message) {
+            pb_ostream_t out = pb_ostream_from_buffer(buf->data(), packed_size(message));
+            if (!pb_encode(&out, nanopb::MessageDescriptor<Message>::fields(), &message))
+                throw std::runtime_error("nanopb cannot encode a message");
+            benchmark::DoNotOptimize(out.bytes_written);
+        },
+        [&table](const Message &message) { return encoded(table, message); });
 }
 
 template <class Message>
 std::vector<contender> contenders()
 {
     return {
-        {"nanopb", "heap", operation::decode, decode_heap<Message>},
+        {"nanopb", "heap", operation::decode, decode_job<heap_batch<Message>>},
         {"nanopb", "buffer", operation::size, size<Message>},
         {"nanopb", "buffer", operation::encode, encode<Message>},
+        {"nanopb", "buffer", operation::encode_sized, encode_sized<Message>},
     };
 }
 

@@ -1,9 +1,9 @@
-// protobuf C++, with the code that protoc generates. Three ways of holding a decoded message: an object on the stack
-// whose parts are on the heap, objects on an arena that starts with a block of ours, one object reused for every
-// message.
+// protobuf C++, with the code that protoc generates. Three ways of holding a decoded message: an object of ours whose
+// parts are on the heap and released, objects on an arena that starts with a block of ours, and an object that is used
+// again and again and keeps its parts.
 
 #include "bench/bump.hpp"
-#include "bench/contender.hpp"
+#include "bench/jobs.hpp"
 #include "bench/message_types.hpp"
 
 #include "proto/ip_rib.pb.h"
@@ -11,9 +11,9 @@
 #include "proto/rib_common.pb.h"
 #include "proto/rib_encap.pb.h"
 
-#include <benchmark/benchmark.h>
 #include <google/protobuf/arena.h>
 
+#include <optional>
 #include <stdexcept>
 
 namespace bench
@@ -47,151 +47,180 @@ bytes encoded(const Message &message)
 }
 
 template <class Message>
-job decode_heap(const message_table &table)
+class heap_batch
 {
-    return {[&table] {
-                for (const byte_span encoding : table.messages()) {
-                    Message message;
-                    parse(message, encoding);
-                    benchmark::DoNotOptimize(&message);
-                }
-            },
-            [&table](size_t i) {
-                Message message;
-                parse(message, table.messages()[i]);
-                return encoded(message);
-            }};
-}
+public:
+    explicit heap_batch(const message_table &table) : messages_(table.batch()) {}
+
+    void decode(size_t i, byte_span encoding) { parse(messages_[i].emplace(), encoding); }
+
+    void release(size_t count)
+    {
+        for (size_t i = 0; i < count; ++i)
+            messages_[i].reset();
+    }
+
+    bytes encoded(size_t i) { return bench::encoded(*messages_[i]); }
+
+private:
+    std::vector<std::optional<Message>> messages_;
+};
 
 // An arena with its first block, which it keeps across resets.
 struct arena_with_block {
-    arena_with_block() : block(bump_size), arena(options(block)) {}
+    explicit arena_with_block(std::span<uint8_t> block) : arena(options(block)) {}
 
-    static google::protobuf::ArenaOptions options(std::vector<char> &block)
+    static google::protobuf::ArenaOptions options(std::span<uint8_t> block)
     {
         google::protobuf::ArenaOptions chosen;
-        chosen.initial_block = block.data();
+        chosen.initial_block = reinterpret_cast<char *>(block.data());
         chosen.initial_block_size = block.size();
         return chosen;
     }
 
-    std::vector<char> block;
+    void reset() { arena.Reset(); }
+
     google::protobuf::Arena arena;
 };
 
 template <class Message>
-job decode_arena(const message_table &table)
+class arena_batch
 {
-    auto memory = std::make_shared<arena_with_block>();
-    return {[&table, memory] {
-                for (const byte_span encoding : table.messages()) {
-                    auto *const message = google::protobuf::Arena::CreateMessage<Message>(&memory->arena);
-                    parse(*message, encoding);
-                    benchmark::DoNotOptimize(message);
-                    memory->arena.Reset();
-                }
-            },
-            [&table, memory](size_t i) {
-                auto *const message = google::protobuf::Arena::CreateMessage<Message>(&memory->arena);
-                parse(*message, table.messages()[i]);
-                bytes out = encoded(*message);
-                memory->arena.Reset();
-                return out;
-            }};
-}
+public:
+    explicit arena_batch(const message_table &table) : messages_(table.batch()), memory_(table) {}
 
-template <class Message>
-job decode_reused(const message_table &table)
-{
-    auto message = std::make_shared<Message>();
-    return {[&table, message] {
-                for (const byte_span encoding : table.messages()) {
-                    parse(*message, encoding);
-                    benchmark::DoNotOptimize(message.get());
-                }
-            },
-            [&table, message](size_t i) {
-                parse(*message, table.messages()[i]);
-                return encoded(*message);
-            }};
-}
-
-template <class Message>
-struct parsed_table {
-    explicit parsed_table(const message_table &table) : messages(table.messages().size())
+    void decode(size_t i, byte_span encoding)
     {
-        for (size_t i = 0; i < messages.size(); ++i)
-            parse(messages[i], table.messages()[i]);
+        messages_[i] = google::protobuf::Arena::CreateMessage<Message>(&memory_[i].arena);
+        parse(*messages_[i], encoding);
     }
 
-    std::vector<Message> messages;
+    void release(size_t) { memory_.reset(); }
+    bytes encoded(size_t i) { return bench::encoded(*messages_[i]); }
+
+private:
+    std::vector<Message *> messages_;
+    batch_arenas<arena_with_block> memory_;
+};
+
+template <class Message>
+class reused_batch
+{
+public:
+    explicit reused_batch(const message_table &table) : messages_(table.batch()) {}
+
+    void decode(size_t i, byte_span encoding) { parse(messages_[i], encoding); }
+    void release(size_t) {}
+    bytes encoded(size_t i) { return bench::encoded(messages_[i]); }
+
+private:
+    std::vector<Message> messages_;
+};
+
+template <class Message>
+class parsed_table
+{
+public:
+    explicit parsed_table(const message_table &table) : messages_(table.kept())
+    {
+        for (size_t i = 0; i < messages_.size(); ++i)
+            parse(messages_[i], table.messages()[i]);
+    }
+
+    const Message &operator[](size_t i) const { return messages_[i]; }
+
+private:
+    std::vector<Message> messages_;
 };
 
 template <class Message>
 job size(const message_table &table)
 {
-    return {[all = shared_for<parsed_table<Message>>(table)] {
-                for (const Message &message : all->messages)
-                    benchmark::DoNotOptimize(message.ByteSizeLong());
-            },
-            {}};
+    return each_job(shared_for<parsed_table<Message>>(table),
+                    [](const Message &message) { benchmark::DoNotOptimize(message.ByteSizeLong()); });
 }
 
 // SerializeToArray measures first, as every encoder of protobuf's does: the writer needs the cached sizes.
 template <class Message>
 job encode(const message_table &table)
 {
-    auto all = shared_for<parsed_table<Message>>(table);
-    auto buf = std::make_shared<bytes>(table.longest());
-    return {[all, buf] {
-                for (const Message &message : all->messages)
-                    benchmark::DoNotOptimize(message.SerializeToArray(buf->data(), static_cast<int>(buf->size())));
-            },
-            [all, buf](size_t i) {
-                all->messages[i].SerializeToArray(buf->data(), static_cast<int>(buf->size()));
-                return bytes(buf->begin(), buf->begin() + all->messages[i].GetCachedSize());
-            }};
+    auto buf = std::make_shared<bytes>(table.room());
+    const auto encode_one = [buf](const Message &message) {
+        benchmark::DoNotOptimize(message.SerializeToArray(buf->data(), static_cast<int>(buf->size())));
+    };
+    return each_job(shared_for<parsed_table<Message>>(table), encode_one, [buf, encode_one](const Message &message) {
+        encode_one(message);
+        return bytes(buf->begin(), buf->begin() + message.GetCachedSize());
+    });
 }
 
 template <class Message>
 job encode_sized(const message_table &table)
 {
-    auto all = shared_for<parsed_table<Message>>(table);
     auto buf = std::make_shared<bytes>(table.longest());
-    return {[all, buf] {
-                for (const Message &message : all->messages) {
-                    benchmark::DoNotOptimize(message.ByteSizeLong());
-                    message.SerializeWithCachedSizesToArray(buf->data());
-                    benchmark::DoNotOptimize(buf->data());
-                }
-            },
-            [all](size_t i) { return encoded(all->messages[i]); }};
+    return each_job(
+        shared_for<parsed_table<Message>>(table),
+        [buf](const Message &message) {
+            benchmark::DoNotOptimize(message.ByteSizeLong());
+            benchmark::DoNotOptimize(message.SerializeWithCachedSizesToArray(buf->data()));
+        },
+        [](const Message &message) { return encoded(message); });
 }
 
 template <class Message>
-job duplicate(const message_table &table)
+job duplicate_heap(const message_table &table)
 {
-    auto all = shared_for<parsed_table<Message>>(table);
-    return {[all] {
-                for (const Message &message : all->messages) {
-                    const Message copy(message);
-                    benchmark::DoNotOptimize(&copy);
-                }
-            },
-            [all](size_t i) { return encoded(Message(all->messages[i])); }};
+    return each_job(
+        shared_for<parsed_table<Message>>(table),
+        [](const Message &message) {
+            const Message copy(message);
+            benchmark::DoNotOptimize(&copy);
+        },
+        [](const Message &message) { return encoded(Message(message)); });
+}
+
+template <class Message>
+job duplicate_arena(const message_table &table)
+{
+    auto memory = std::make_shared<batch_arenas<arena_with_block>>(table);
+    const auto duplicate = [memory](const Message &message) {
+        (*memory)[0].reset();
+        auto *const copy = google::protobuf::Arena::CreateMessage<Message>(&(*memory)[0].arena);
+        copy->CopyFrom(message);
+        benchmark::DoNotOptimize(copy);
+        return copy;
+    };
+    return each_job(shared_for<parsed_table<Message>>(table), duplicate,
+                    [duplicate](const Message &message) { return encoded(*duplicate(message)); });
+}
+
+template <class Message>
+job duplicate_reused(const message_table &table)
+{
+    auto copy = std::make_shared<Message>();
+    const auto duplicate = [copy](const Message &message) {
+        copy->CopyFrom(message);
+        benchmark::DoNotOptimize(copy.get());
+    };
+    return each_job(shared_for<parsed_table<Message>>(table), duplicate, [copy, duplicate](const Message &message) {
+        duplicate(message);
+        return encoded(*copy);
+    });
 }
 
 template <class Message>
 std::vector<contender> contenders()
 {
     return {
-        {"protobuf", "heap", operation::decode, decode_heap<Message>},
-        {"protobuf", "arena", operation::decode, decode_arena<Message>},
-        {"protobuf", "reused", operation::decode, decode_reused<Message>},
+        {"protobuf", "heap", operation::decode, decode_job<heap_batch<Message>>},
+        {"protobuf", "arena", operation::decode, decode_job<arena_batch<Message>>},
+        {"protobuf", "reused", operation::decode, decode_job<reused_batch<Message>>},
         {"protobuf", "buffer", operation::size, size<Message>},
         {"protobuf", "buffer", operation::encode, encode<Message>},
         {"protobuf", "buffer", operation::encode_sized, encode_sized<Message>},
-        {"protobuf", "heap", operation::duplicate, duplicate<Message>},
+        {"protobuf", "heap", operation::duplicate, duplicate_heap<Message>},
+        {"protobuf", "arena", operation::duplicate, duplicate_arena<Message>},
+        {"protobuf", "reused", operation::duplicate, duplicate_reused<Message>},
     };
 }
 

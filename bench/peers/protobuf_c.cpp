@@ -1,15 +1,13 @@
 // protobuf-c, which unpacks by tables. Its allocator is malloc, or a bump allocator behind ProtobufCAllocator.
 
 #include "bench/bump.hpp"
-#include "bench/contender.hpp"
+#include "bench/jobs.hpp"
 #include "bench/message_types.hpp"
 
 #include "proto/ip_rib.pb-c.h"
 #include "proto/ip_rib_srv6.pb-c.h"
 #include "proto/rib_common.pb-c.h"
 #include "proto/rib_encap.pb-c.h"
-
-#include <benchmark/benchmark.h>
 
 #include <stdexcept>
 
@@ -43,41 +41,6 @@ bytes encoded(const ProtobufCMessage *message)
     return out;
 }
 
-job decode_heap(descriptor type, const message_table &table)
-{
-    return {[type, &table] {
-                for (const byte_span encoding : table.messages()) {
-                    ProtobufCMessage *const message = unpack(type, encoding, nullptr);
-                    benchmark::DoNotOptimize(message);
-                    protobuf_c_message_free_unpacked(message, nullptr);
-                }
-            },
-            [type, &table](size_t i) {
-                ProtobufCMessage *const message = unpack(type, table.messages()[i], nullptr);
-                bytes out = encoded(message);
-                protobuf_c_message_free_unpacked(message, nullptr);
-                return out;
-            }};
-}
-
-job decode_bump(descriptor type, const message_table &table)
-{
-    auto memory = std::make_shared<bump>(bump_size);
-    return {[type, &table, memory] {
-                ProtobufCAllocator allocator{bump_alloc, bump_free, memory.get()};
-                for (const byte_span encoding : table.messages()) {
-                    benchmark::DoNotOptimize(unpack(type, encoding, &allocator));
-                    memory->reset();
-                }
-            },
-            [type, &table, memory](size_t i) {
-                ProtobufCAllocator allocator{bump_alloc, bump_free, memory.get()};
-                bytes out = encoded(unpack(type, table.messages()[i], &allocator));
-                memory->reset();
-                return out;
-            }};
-}
-
 template <class Record>
 constexpr descriptor descriptor_for = nullptr;
 #define DESCRIPTOR(name)                                                                                               \
@@ -91,13 +54,59 @@ descriptor find_descriptor(std::string_view type)
     return visit_message_type(type, []<class Record>() { return descriptor_for<Record>; });
 }
 
+class heap_batch
+{
+public:
+    explicit heap_batch(const message_table &table)
+        : type_(find_descriptor(table.type().name)), messages_(table.batch())
+    {
+    }
+
+    void decode(size_t i, byte_span encoding) { messages_[i] = unpack(type_, encoding, nullptr); }
+
+    void release(size_t count)
+    {
+        for (size_t i = 0; i < count; ++i)
+            protobuf_c_message_free_unpacked(messages_[i], nullptr);
+    }
+
+    bytes encoded(size_t i) { return bench::encoded(messages_[i]); }
+
+private:
+    descriptor type_;
+    std::vector<ProtobufCMessage *> messages_;
+};
+
+class bump_batch
+{
+public:
+    explicit bump_batch(const message_table &table)
+        : type_(find_descriptor(table.type().name)), messages_(table.batch()), memory_(table)
+    {
+    }
+
+    void decode(size_t i, byte_span encoding)
+    {
+        ProtobufCAllocator allocator{bump_alloc, bump_free, &memory_[i]};
+        messages_[i] = unpack(type_, encoding, &allocator);
+    }
+
+    void release(size_t) { memory_.reset(); }
+    bytes encoded(size_t i) { return bench::encoded(messages_[i]); }
+
+private:
+    descriptor type_;
+    std::vector<ProtobufCMessage *> messages_;
+    batch_arenas<bump> memory_;
+};
+
 class unpacked_table
 {
 public:
     explicit unpacked_table(const message_table &table)
     {
         const descriptor type = find_descriptor(table.type().name);
-        for (const byte_span encoding : table.messages())
+        for (const byte_span encoding : table.messages().first(table.kept()))
             messages_.push_back(unpack(type, encoding, nullptr));
     }
 
@@ -110,7 +119,7 @@ public:
             protobuf_c_message_free_unpacked(message, nullptr);
     }
 
-    const std::vector<ProtobufCMessage *> &messages() const { return messages_; }
+    const ProtobufCMessage *operator[](size_t i) const { return messages_[i]; }
 
 private:
     std::vector<ProtobufCMessage *> messages_;
@@ -118,46 +127,41 @@ private:
 
 job size(const message_table &table)
 {
-    return {[all = shared_for<unpacked_table>(table)] {
-                for (const ProtobufCMessage *message : all->messages())
-                    benchmark::DoNotOptimize(protobuf_c_message_get_packed_size(message));
-            },
-            {}};
+    return each_job(shared_for<unpacked_table>(table), [](const ProtobufCMessage *message) {
+        benchmark::DoNotOptimize(protobuf_c_message_get_packed_size(message));
+    });
 }
 
 job encode(const message_table &table)
 {
-    auto all = shared_for<unpacked_table>(table);
-    auto buf = std::make_shared<bytes>(table.longest());
-    return {[all, buf] {
-                for (const ProtobufCMessage *message : all->messages())
-                    benchmark::DoNotOptimize(protobuf_c_message_pack(message, buf->data()));
-            },
-            [all](size_t i) { return encoded(all->messages()[i]); }};
+    auto buf = std::make_shared<bytes>(table.room());
+    return each_job(
+        shared_for<unpacked_table>(table),
+        [buf](const ProtobufCMessage *message) {
+            benchmark::DoNotOptimize(protobuf_c_message_pack(message, buf->data()));
+        },
+        encoded);
 }
 
 job encode_sized(const message_table &table)
 {
-    auto all = shared_for<unpacked_table>(table);
     auto buf = std::make_shared<bytes>(table.longest());
-    return {[all, buf] {
-                for (const ProtobufCMessage *message : all->messages()) {
-                    benchmark::DoNotOptimize(protobuf_c_message_get_packed_size(message));
-                    benchmark::DoNotOptimize(protobuf_c_message_pack(message, buf->data()));
-                }
-            },
-            [all](size_t i) { return encoded(all->messages()[i]); }};
+    return each_job(
+        shared_for<unpacked_table>(table),
+        [buf](const ProtobufCMessage *message) {
+            benchmark::DoNotOptimize(protobuf_c_message_get_packed_size(message));
+            benchmark::DoNotOptimize(protobuf_c_message_pack(message, buf->data()));
+        },
+        encoded);
 }
 
 } // namespace
 
-std::vector<contender> protobuf_c_contenders(std::string_view name)
+std::vector<contender> protobuf_c_contenders(std::string_view)
 {
-    const descriptor type = find_descriptor(name);
-    using std::placeholders::_1;
     return {
-        {"protobuf-c", "heap", operation::decode, std::bind(decode_heap, type, _1)},
-        {"protobuf-c", "bump", operation::decode, std::bind(decode_bump, type, _1)},
+        {"protobuf-c", "heap", operation::decode, decode_job<heap_batch>},
+        {"protobuf-c", "bump", operation::decode, decode_job<bump_batch>},
         {"protobuf-c", "buffer", operation::size, size},
         {"protobuf-c", "buffer", operation::encode, encode},
         {"protobuf-c", "buffer", operation::encode_sized, encode_sized},

@@ -4,10 +4,9 @@
 // The build raises the inliner's threshold for this file: the reader is then kept in registers.
 
 #include "bench/bump.hpp"
-#include "bench/contender.hpp"
+#include "bench/jobs.hpp"
 #include "bench/message_types.hpp"
 
-#include <benchmark/benchmark.h>
 #include <protozero/buffer_fixed.hpp>
 #include <protozero/pbf_reader.hpp>
 #include <protozero/pbf_writer.hpp>
@@ -107,65 +106,56 @@ pbf_reader reader(byte_span message)
 }
 
 template <class Record>
-bytes encoded(const Record &record)
+class heap_batch
 {
-    bytes out(record_operations<Record>::encode(&record, nullptr, 0, nullptr, nullptr, 0));
-    record_operations<Record>::encode(&record, out.data(), out.size(), nullptr, nullptr, 0);
-    return out;
-}
+public:
+    explicit heap_batch(const message_table &table) : records_(table.batch()) {}
+
+    void decode(size_t i, byte_span message)
+    {
+        heap_memory mem;
+        std::memset(&records_[i], 0, sizeof(Record));
+        read(reader(message), records_[i], mem);
+    }
+
+    void release(size_t count)
+    {
+        for (size_t i = 0; i < count; ++i)
+            bench::release(records_[i]);
+    }
+
+    bytes encoded(size_t i) { return linked_operations<Record>.encoded(records_[i]); }
+
+private:
+    std::vector<Record> records_;
+};
 
 template <class Record>
-job decode_heap(const message_table &table)
+class bump_batch
 {
-    auto record = std::make_shared<Record>();
-    return {[&table, record] {
-                for (const byte_span message : table.messages()) {
-                    heap_memory mem;
-                    std::memset(record.get(), 0, sizeof(Record));
-                    read(reader(message), *record, mem);
-                    benchmark::DoNotOptimize(record.get());
-                    release(*record);
-                }
-            },
-            [&table, record](size_t i) {
-                heap_memory mem;
-                std::memset(record.get(), 0, sizeof(Record));
-                read(reader(table.messages()[i]), *record, mem);
-                bytes out = encoded(*record);
-                release(*record);
-                return out;
-            }};
-}
+public:
+    explicit bump_batch(const message_table &table) : records_(table.batch()), memory_(table) {}
 
-template <class Record>
-job decode_bump(const message_table &table)
-{
-    auto record = std::make_shared<Record>();
-    auto memory = std::make_shared<bump>(bump_size);
-    return {[&table, record, memory] {
-                bump_memory mem{*memory};
-                for (const byte_span message : table.messages()) {
-                    std::memset(record.get(), 0, sizeof(Record));
-                    read(reader(message), *record, mem);
-                    benchmark::DoNotOptimize(record.get());
-                    memory->reset();
-                }
-            },
-            [&table, record, memory](size_t i) {
-                bump_memory mem{*memory};
-                std::memset(record.get(), 0, sizeof(Record));
-                read(reader(table.messages()[i]), *record, mem);
-                bytes out = encoded(*record);
-                memory->reset();
-                return out;
-            }};
-}
+    void decode(size_t i, byte_span message)
+    {
+        bump_memory mem{memory_[i]};
+        std::memset(&records_[i], 0, sizeof(Record));
+        read(reader(message), records_[i], mem);
+    }
+
+    void release(size_t) { memory_.reset(); }
+    bytes encoded(size_t i) { return linked_operations<Record>.encoded(records_[i]); }
+
+private:
+    std::vector<Record> records_;
+    batch_arenas<bump> memory_;
+};
 
 template <class Record>
 class decoded_table
 {
 public:
-    explicit decoded_table(const message_table &table) : records_(table.messages().size())
+    explicit decoded_table(const message_table &table) : records_(table.kept())
     {
         heap_memory mem;
         for (size_t i = 0; i < records_.size(); ++i)
@@ -181,7 +171,7 @@ public:
             release(record);
     }
 
-    const std::vector<Record> &records() const { return records_; }
+    const Record &operator[](size_t i) const { return records_[i]; }
 
 private:
     std::vector<Record> records_;
@@ -190,22 +180,17 @@ private:
 template <class Record>
 job encode_string(const message_table &table)
 {
-    auto decoded = shared_for<decoded_table<Record>>(table);
     auto buf = std::make_shared<std::string>();
-    return {[decoded, buf] {
-                for (const Record &record : decoded->records()) {
-                    buf->clear();
-                    protozero::pbf_writer out{*buf};
-                    write(out, record);
-                    benchmark::DoNotOptimize(buf->data());
-                }
-            },
-            [decoded, buf](size_t i) {
-                buf->clear();
-                protozero::pbf_writer out{*buf};
-                write(out, decoded->records()[i]);
-                return bytes(buf->begin(), buf->end());
-            }};
+    const auto encode_one = [buf](const Record &record) {
+        buf->clear();
+        protozero::pbf_writer out{*buf};
+        write(out, record);
+        benchmark::DoNotOptimize(buf->data());
+    };
+    return each_job(shared_for<decoded_table<Record>>(table), encode_one, [buf, encode_one](const Record &record) {
+        encode_one(record);
+        return bytes(buf->begin(), buf->end());
+    });
 }
 
 using fixed_writer = protozero::basic_pbf_writer<protozero::fixed_size_buffer_adaptor>;
@@ -214,30 +199,25 @@ using fixed_writer = protozero::basic_pbf_writer<protozero::fixed_size_buffer_ad
 template <class Record>
 job encode_buffer(const message_table &table)
 {
-    auto decoded = shared_for<decoded_table<Record>>(table);
-    auto room = std::make_shared<std::vector<char>>(16 * table.longest() + 4096);
-    return {[decoded, room] {
-                for (const Record &record : decoded->records()) {
-                    protozero::fixed_size_buffer_adaptor buf{room->data(), room->size()};
-                    fixed_writer out{buf};
-                    write(out, record);
-                    benchmark::DoNotOptimize(buf.data());
-                }
-            },
-            [decoded, room](size_t i) {
-                protozero::fixed_size_buffer_adaptor buf{room->data(), room->size()};
-                fixed_writer out{buf};
-                write(out, decoded->records()[i]);
-                return bytes(buf.begin(), buf.end());
-            }};
+    auto room = std::make_shared<std::vector<char>>(table.room());
+    const auto encode_one = [room](const Record &record) {
+        protozero::fixed_size_buffer_adaptor buf{room->data(), room->size()};
+        fixed_writer out{buf};
+        write(out, record);
+        benchmark::DoNotOptimize(buf.data());
+        return buf.size();
+    };
+    return each_job(shared_for<decoded_table<Record>>(table), encode_one, [room, encode_one](const Record &record) {
+        return bytes(room->data(), room->data() + encode_one(record));
+    });
 }
 
 template <class Record>
 std::vector<contender> contenders()
 {
     return {
-        {"protozero", "heap", operation::decode, decode_heap<Record>},
-        {"protozero", "bump", operation::decode, decode_bump<Record>},
+        {"protozero", "heap", operation::decode, decode_job<heap_batch<Record>>},
+        {"protozero", "bump", operation::decode, decode_job<bump_batch<Record>>},
         {"protozero", "string", operation::encode, encode_string<Record>},
         {"protozero", "buffer", operation::encode, encode_buffer<Record>},
     };
