@@ -1,9 +1,7 @@
 #include "bench/entry_points.hpp"
 
-#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstring>
-#include <span>
 
 namespace bench
 {
@@ -13,36 +11,12 @@ namespace
 constexpr size_t header_size = 8;
 constexpr size_t older_fixed_part = 24; // of an opaque update; a protocol update's numbers take fewer
 
-// The callbacks: each counts, for the thread that it runs on, and lets the record be looked at.
 thread_local size_t delivered;
 
-void deliver(void *record)
+int deliver(void *record)
 {
     benchmark::DoNotOptimize(record);
     ++delivered;
-}
-
-int on_proto(uint32_t, rib_protoid_map *map, void *)
-{
-    deliver(map);
-    return 0;
-}
-
-int on_opaque(uint32_t, uint32_t, rib_opaque_update *opaque, void *)
-{
-    deliver(opaque);
-    return 0;
-}
-
-int on_route(uint32_t, struct rib_routetype_ *route, void *)
-{
-    deliver(route);
-    return 0;
-}
-
-int on_grid(void *record, void *, uint32_t)
-{
-    deliver(record);
     return 0;
 }
 
@@ -55,21 +29,21 @@ struct rib_routetype_ *convert_older(rib_tlv_t *, uchar_t **)
 
 void release_older(struct rib_routetype_ *) {}
 
-void parse_update(const entry_points &entries, updatetype_local &update, uint16_t code)
+void parse_update(const entry_points &entries, updatetype_local &update, uint16_t code, const client_callbacks &client)
 {
-    static rib_route_client route_client = {nullptr, nullptr, on_route};
+    rib_route_client route_client = {client.context, nullptr, client.route};
     switch (code) {
     case RIB_TLV_PROTO:
     case RIB_TLV_OLD_PROTO:
-        return entries.proto(on_proto, &update, nullptr);
+        return entries.proto(client.proto, &update, client.context);
     case RIB_TLV_OPAQUE:
     case RIB_TLV_OLD_OPAQUE:
-        return entries.opaque(on_opaque, &update, nullptr);
+        return entries.opaque(client.opaque, &update, client.context);
     case RIB_TLV_ROUTE:
     case RIB_TLV_OLD_ROUTE:
-        return entries.route(&update, on_route, convert_older, release_older, 0, &route_client);
+        return entries.route(&update, client.route, convert_older, release_older, 0, &route_client);
     default:
-        return entries.grid(on_grid, &update, nullptr);
+        return entries.grid(client.grid, &update, client.context);
     }
 }
 
@@ -89,6 +63,14 @@ bytes framed(uint16_t code, const bytes &payload)
 
 } // namespace
 
+const client_callbacks counting_callbacks = {
+    [](uint32_t, rib_protoid_map *map, void *) { return deliver(map); },
+    [](uint32_t, uint32_t, rib_opaque_update *opaque, void *) { return deliver(opaque); },
+    [](uint32_t, struct rib_routetype_ *route, void *) { return deliver(route); },
+    [](void *record, void *, uint32_t) { return deliver(record); },
+    nullptr,
+};
+
 arrivals::arrivals(const client_updates &updates, form how) : code_(updates.code), form_(how)
 {
     for (const bytes &payload : updates.payloads) {
@@ -98,10 +80,10 @@ arrivals::arrivals(const client_updates &updates, form how) : code_(updates.code
 }
 
 template <size_t converted>
-void arrivals::parse_each(const entry_points &entries, size_t first, size_t count)
+void arrivals::parse_each(const entry_points &entries, std::span<bytes> updates, const client_callbacks &client)
 {
     uint8_t kept[converted + 1];
-    for (bytes &update : std::span(updates_).subspan(first, count)) {
+    for (bytes &update : updates) {
         std::memcpy(kept, update.data(), converted);
         updatetype_local arrived = {};
         arrived.payload = update.data();
@@ -110,20 +92,21 @@ void arrivals::parse_each(const entry_points &entries, size_t first, size_t coun
             arrived.tlv_type = code_;
             arrived.payload_len = static_cast<uint32_t>(update.size());
         }
-        parse_update(entries, arrived, code_);
+        parse_update(entries, arrived, code_, client);
         std::memcpy(update.data(), kept, converted);
     }
 }
 
-size_t arrivals::parse(const entry_points &entries, size_t first, size_t count)
+size_t arrivals::parse(const entry_points &entries, size_t first, size_t count, const client_callbacks &client)
 {
     delivered = 0;
+    const std::span<bytes> chosen = std::span(updates_).subspan(first, count);
     const bool is_older = code_ == RIB_TLV_OLD_PROTO || code_ == RIB_TLV_OLD_OPAQUE;
     if (form_ == form::framed)
-        is_older ? parse_each<header_size + older_fixed_part>(entries, first, count)
-                 : parse_each<header_size>(entries, first, count);
+        is_older ? parse_each<header_size + older_fixed_part>(entries, chosen, client)
+                 : parse_each<header_size>(entries, chosen, client);
     else
-        is_older ? parse_each<older_fixed_part>(entries, first, count) : parse_each<0>(entries, first, count);
+        is_older ? parse_each<older_fixed_part>(entries, chosen, client) : parse_each<0>(entries, chosen, client);
     return delivered;
 }
 

@@ -1,0 +1,135 @@
+// What the client library saves: framed updates of each encoded kind, through its entry point, and by hand: the frame
+// read, the payload decoded by another library, the message converted into the same record, the same callback. Every
+// record is compared with the client library's before anything is timed.
+
+#include "bench/by_hand/deliver.hpp"
+#include "tools/ribtool/record_json.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace
+{
+
+using bench::client_callbacks;
+using bench::by_hand::contender;
+
+constexpr size_t update_limit = 10'000;
+
+// ---- The records as text ----
+
+using record_texts = std::vector<std::string>;
+
+int keep(void *texts, const ribtool::json &record)
+{
+    static_cast<record_texts *>(texts)->push_back(record.dump());
+    return 0;
+}
+
+// Where an empty block lies is of no use to a client, and protobuf-c does not say.
+ribtool::json text_of(rib_opaque_update opaque)
+{
+    if (opaque.first_len == 0)
+        opaque.first_block = nullptr;
+    if (opaque.second_len == 0)
+        opaque.second_block = nullptr;
+    return ribtool::to_json(opaque, nullptr);
+}
+
+client_callbacks keeping(record_texts &texts)
+{
+    return {
+        [](uint32_t, rib_protoid_map *map, void *to) { return keep(to, ribtool::to_json(*map)); },
+        [](uint32_t, uint32_t sub_id, rib_opaque_update *opaque, void *to) {
+            ribtool::json record = text_of(*opaque);
+            record["sub_id"] = sub_id;
+            return keep(to, record);
+        },
+        [](uint32_t, struct rib_routetype_ *route, void *to) { return keep(to, ribtool::to_json(*route)); },
+        [](void *record, void *to, uint32_t type) {
+            return keep(to, type == RIB_TLV_GRID ? ribtool::to_json(*static_cast<grid_sync_list *>(record))
+                                                 : ribtool::to_json(*static_cast<nhid_update_local *>(record)));
+        },
+        &texts,
+    };
+}
+
+void check(const contender &other, std::span<const bench::bytes> frames, const record_texts &expected)
+{
+    record_texts found;
+    other.take(frames, keeping(found));
+    if (found == expected)
+        return;
+    size_t i = 0;
+    while (i < std::min(found.size(), expected.size()) && found[i] == expected[i])
+        ++i;
+    throw std::runtime_error(other.library + " " + other.memory + ": record " + std::to_string(i) + " differs:\n" +
+                             (i < found.size() ? found[i] : "none") + "\n" +
+                             (i < expected.size() ? expected[i] : "none"));
+}
+
+// ---- The runs ----
+
+struct updates_of_kind {
+    explicit updates_of_kind(std::string_view kind)
+        : made(limited(bench::make_client_updates(kind))), framed(made, bench::form::framed)
+    {
+    }
+
+    static bench::client_updates limited(bench::client_updates updates)
+    {
+        updates.payloads.resize(std::min(updates.payloads.size(), update_limit));
+        return updates;
+    }
+
+    bench::client_updates made;
+    bench::arrivals framed;
+};
+
+template <class Take>
+void register_benchmark(const std::string &name, const std::shared_ptr<updates_of_kind> &updates, Take take)
+{
+    benchmark::RegisterBenchmark(name.c_str(), [updates, take](benchmark::State &state) {
+        for (auto _ : state)
+            take();
+        state.counters["messages"] = static_cast<double>(updates->framed.count());
+        state.counters["bytes"] = static_cast<double>(updates->framed.payload_bytes());
+    });
+}
+
+void register_kind(std::string_view kind, const std::vector<contender> &contenders)
+{
+    const auto updates = std::make_shared<updates_of_kind>(kind);
+    record_texts expected;
+    updates->framed.parse({}, 0, updates->framed.count(), keeping(expected));
+
+    const std::string prefix = "by_hand/" + std::string(kind) + "/";
+    register_benchmark(prefix + "librib:entry", updates, [updates] { updates->framed.parse_all(); });
+    for (const contender &other : contenders) {
+        if (other.code != updates->made.code)
+            continue;
+        check(other, updates->framed.updates(), expected);
+        register_benchmark(prefix + other.library + ":" + other.memory, updates, [updates, take = other.take] {
+            take(updates->framed.updates(), bench::counting_callbacks);
+        });
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    using namespace bench::by_hand;
+    std::vector<contender> contenders;
+    for (const auto &list : {protobuf_contenders(), protobuf_c_contenders(), protozero_contenders()})
+        contenders.insert(contenders.end(), list.begin(), list.end());
+    for (const std::string_view kind : bench::client_update_kinds())
+        register_kind(kind, contenders);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+}
