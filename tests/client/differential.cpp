@@ -159,7 +159,7 @@ int compare_route(uint32_t update_id, rib_routetype_ *record, void *ctx)
 bool asked_for(size_t size)
 {
     for (const heap_request &request : heap().requests) {
-        if (request.zeroed && request.size == size)
+        if (request.size == size)
             return true;
     }
     return false;

@@ -3,6 +3,7 @@
 #include "tests/client/heap.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 extern "C" {
 void *__real_malloc(size_t size);
@@ -71,7 +72,10 @@ void *__wrap_malloc(size_t size)
 {
     if (!watching)
         return __real_malloc(size);
-    return remember(size, false, [&] { return __real_malloc(size); });
+    return remember(size, false, [&] {
+        void *const block = __real_malloc(size);
+        return block == nullptr ? nullptr : std::memset(block, 0x5A, size);
+    });
 }
 
 void *__wrap_calloc(size_t count, size_t size)

@@ -1,5 +1,6 @@
 // The library's malloc, calloc and free, wrapped by the linker: they count, remember what is live and can be made to fail.
-// Only what the library itself asks for is seen; the tests' own containers go past the wrapper.
+// Only what the library itself asks for is seen; the tests' own containers go past the wrapper. What malloc hands out is
+// dirty.
 
 #pragma once
 

@@ -13,6 +13,7 @@
 #include "ip/rib/lib/src/route_extras.hpp"
 #include "ip/rib/lib/src/route_header.hpp"
 #include "ip/rib/lib/src/route_path.hpp"
+#include "ip/rib/lib/src/zeroed_block.hpp"
 #include "messages/rib_common.h"
 
 using namespace rib_client;
@@ -73,7 +74,7 @@ extern "C" zerrno rib_lib_route_decode(const uint8_t *buf, uint32_t len, struct 
         return ZERRNO_MALFORMED;
     if (zidl_rib_route_has_route_value_34(&msg))
         return ZERRNO_UNSUPPORTED;
-    auto *route = static_cast<struct rib_routetype_ *>(calloc(1, record_size(msg)));
+    auto *route = static_cast<struct rib_routetype_ *>(zeroed_block(record_size(msg)));
     if (route == nullptr)
         return ZERRNO_NO_MEMORY;
     *out = route;
@@ -98,7 +99,7 @@ extern "C" size_t rib_lib_route_path_unpack(const zidl_rib_path *path, void **sl
     if (*slot != nullptr)
         memset(*slot, 0, size);
     else
-        *slot = calloc(1, size);
+        *slot = zeroed_block(size);
     if (*slot == nullptr)
         return 0;
     rib_path_entry &entry = *static_cast<rib_path_entry *>(*slot);
