@@ -14,6 +14,9 @@
 namespace bench::by_hand
 {
 
+// Enough for any of the updates, whoever decodes it.
+constexpr size_t first_block_size = size_t{1} << 20;
+
 // Someone's way to take framed updates of one type code.
 struct contender {
     std::string library;

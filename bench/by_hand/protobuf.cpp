@@ -13,8 +13,6 @@ namespace bench::by_hand
 namespace
 {
 
-constexpr size_t first_block_size = size_t{1} << 20;
-
 template <class Message>
 bool parse(Message &message, std::span<const uint8_t> payload)
 {

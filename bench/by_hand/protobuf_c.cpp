@@ -12,6 +12,11 @@ namespace bench::by_hand
 namespace
 {
 
+struct bump_with_block {
+    bytes block = bytes(first_block_size);
+    bump arena{block};
+};
+
 void *bump_alloc(void *from, size_t size)
 {
     return static_cast<bump *>(from)->take(size);
@@ -42,12 +47,12 @@ void add(std::vector<contender> &all, uint16_t code, const ProtobufCMessageDescr
                            unpack_and_deliver<Message, deliver>(type, nullptr, payload, client);
                        });
                    }});
-    auto memory = std::make_shared<bump>(bump_size);
+    auto memory = std::make_shared<bump_with_block>();
     all.push_back({"protobuf-c", "bump", code, [code, &type, memory](auto frames, const client_callbacks &client) {
-                       ProtobufCAllocator allocator{bump_alloc, bump_free, memory.get()};
+                       ProtobufCAllocator allocator{bump_alloc, bump_free, &memory->arena};
                        for_each_payload(frames, code, [&](std::span<const uint8_t> payload) {
                            unpack_and_deliver<Message, deliver>(type, &allocator, payload, client);
-                           memory->reset();
+                           memory->arena.reset();
                        });
                    }});
 }
