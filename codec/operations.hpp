@@ -9,35 +9,55 @@
 #include "codec/encode/fast_writer.hpp"
 #include "codec/encode/fields.hpp"
 #include "codec/release.hpp"
+#include "codec/variants.hpp"
+
+#ifdef ZIDL_BMI2_BUILD
+namespace zidl
+{
+namespace baseline
+{
+
+template <class Record>
+size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                    uint32_t flags);
+
+} // namespace baseline
+} // namespace zidl
+#endif
 
 namespace zidl
 {
 inline namespace ZIDL_VARIANT
 {
 
-// Beyond any encoding whose sizes are trusted. (An unchecked writer in place of a fast one without a limit was tried: see
-// docs/performance.md, "What made it fast, and what did not".)
-constexpr size_t unlimited = size_t{1} << 40;
-
+#ifdef ZIDL_BMI2_BUILD
+using baseline::encode_exact;
+#else
+// As the contract has it for every buffer. The build for BMI2 calls the baseline's by its name.
 template <class Record>
-ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
-                              uint32_t flags)
+__attribute__((used)) ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                    uint32_t *nsegs, uint32_t flags)
 {
     exact_output out(buf, buflen, segs, nsegs, flags);
     encode(exact_writer{&out}, msg);
     return out.finish(nsegs);
 }
+#endif
 
-// Where the fast writer may write to. Into a small buffer it writes only what is known to fit, and then without looking at
-// the end any more; a large one it simply tries.
+// The end of an encoding that is stored beside a small buffer first and copied when it fits as a whole; null where it does
+// not. While the buffer may suffice, nothing is measured: the block reaches so far beyond the buffer's end.
 template <class Record>
-ZIDL_INLINE fast_writer writer_for(const Record &msg, uint8_t *buf, size_t buflen)
+ZIDL_NOINLINE uint8_t *encode_beside(const Record &msg, uint8_t *buf, size_t buflen)
 {
-    if (ZIDL_LIKELY(buflen >= measured_below))
-        return {buf, buf + buflen};
-    if (certainly_fits(msg, buflen))
-        return {buf, buf + unlimited};
-    return {nullptr, nullptr};
+    uint8_t beside[2 * measured_below];
+    const uint8_t *const end = encode(fast_writer{beside, beside + measured_below + buflen}, msg).pos;
+    if (end == nullptr)
+        return nullptr;
+    const size_t len = static_cast<size_t>(end - beside);
+    if (len > buflen)
+        return nullptr;
+    memcpy(buf, beside, len);
+    return buf + len;
 }
 
 // The end of the encoding; null where the buffer does not suffice.
@@ -48,28 +68,10 @@ ZIDL_INLINE uint8_t *encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
         const bool fits = ZIDL_LIKELY(bound_fits<0>(msg, buflen)) || certainly_fits(msg, buflen);
         return ZIDL_LIKELY(fits) ? encode(unchecked_writer(buf), msg).pos : nullptr;
     } else {
-        const fast_writer out = writer_for(msg, buf, buflen);
-        return ZIDL_LIKELY(!out.failed()) ? encode(out, msg).pos : nullptr;
+        constexpr bool stays_in_place = !bound_counter::counted<Record>().moves_bodies;
+        return stays_in_place || ZIDL_LIKELY(buflen >= measured_below) ? encode(fast_writer{buf, buf + buflen}, msg).pos
+                                                                       : encode_beside(msg, buf, buflen);
     }
-}
-
-constexpr size_t not_written = SIZE_MAX;
-
-// What does without the exact writer. The encoding's length, unless segments are listed, bytes are borrowed or the buffer
-// does not suffice: `not_written` then.
-template <class Record>
-ZIDL_INLINE size_t encode_quickly(const Record &msg, uint8_t *buf, size_t buflen, const uint32_t *nsegs, uint32_t flags)
-{
-    const bool borrow = shape<Record>::holds_bytes && (flags & ZIDL_ZERO_COPY) != 0;
-    prefetch(&msg, 1);
-    if (ZIDL_UNLIKELY(nsegs != nullptr))
-        return not_written;
-    if (buflen == 0)
-        return encoded_size(msg, flags);
-    if (ZIDL_UNLIKELY(borrow))
-        return not_written;
-    const uint8_t *const end = encode_fast(msg, buf, buflen);
-    return ZIDL_LIKELY(end != nullptr) ? static_cast<size_t>(end - buf) : not_written;
 }
 
 template <class Record>
@@ -78,8 +80,17 @@ ZIDL_INLINE size_t encode_ext(const Record &msg, uint8_t *buf, size_t buflen, zi
 {
     static_assert(bounds_are_right<Record>(),
                   "the schema compiler and the codec disagree on what a field takes at most");
-    const size_t len = encode_quickly(msg, buf, buflen, nsegs, flags);
-    return ZIDL_LIKELY(len != not_written) ? len : encode_exact(msg, buf, buflen, segs, nsegs, flags);
+    const bool borrow = shape<Record>::holds_bytes && (flags & ZIDL_ZERO_COPY) != 0;
+    prefetch(&msg, 1);
+    if (ZIDL_UNLIKELY(nsegs != nullptr))
+        return encode_exact(msg, buf, buflen, segs, nsegs, flags);
+    if (buflen == 0)
+        return encoded_size(msg, flags);
+    if (ZIDL_UNLIKELY(borrow))
+        return encode_exact(msg, buf, buflen, nullptr, nullptr, flags);
+    const uint8_t *const end = encode_fast(msg, buf, buflen);
+    return ZIDL_LIKELY(end != nullptr) ? static_cast<size_t>(end - buf)
+                                       : encode_exact(msg, buf, buflen, nullptr, nullptr, 0);
 }
 
 template <class Record>

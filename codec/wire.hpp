@@ -22,6 +22,7 @@
 
 #define ZIDL_INLINE inline __attribute__((always_inline))
 #define ZIDL_INLINE_LAMBDA __attribute__((always_inline))
+#define ZIDL_NOINLINE __attribute__((noinline))
 #define ZIDL_COLD __attribute__((noinline, cold))
 #define ZIDL_LIKELY(condition) __builtin_expect(!!(condition), 1)
 #define ZIDL_UNLIKELY(condition) __builtin_expect(!!(condition), 0)

@@ -792,15 +792,10 @@ void zidl_ip_rib_srv6_update_free_ext(zidl_ip_rib_srv6_update *msg, zidl_free_fn
 
 // ip_rib_srv6_cfg_update
 
-decltype(zidl_ip_rib_srv6_cfg_update_encode_ext) zidl_ip_rib_srv6_cfg_update_encode_ext_baseline;
-
 size_t zidl_ip_rib_srv6_cfg_update_encode_ext_bmi2(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags)
 {
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    if (ZIDL_LIKELY(len != zidl::not_written))
-        return len;
-    return zidl_ip_rib_srv6_cfg_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_cfg_update_decode_ext_bmi2(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len,

@@ -626,15 +626,10 @@ void zidl_rib_bind_reply_free_ext(zidl_rib_bind_reply *msg, zidl_free_fn free_fn
 
 // rib_route
 
-decltype(zidl_rib_route_encode_ext) zidl_rib_route_encode_ext_baseline;
-
 size_t zidl_rib_route_encode_ext_bmi2(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                       uint32_t flags)
 {
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    if (ZIDL_LIKELY(len != zidl::not_written))
-        return len;
-    return zidl_rib_route_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_route_decode_ext_bmi2(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,

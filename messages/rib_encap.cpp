@@ -265,15 +265,10 @@ void zidl_rib_nhid_update_free_ext(zidl_rib_nhid_update *msg, zidl_free_fn free_
 
 // rib_grid_sync_list
 
-decltype(zidl_rib_grid_sync_list_encode_ext) zidl_rib_grid_sync_list_encode_ext_baseline;
-
 size_t zidl_rib_grid_sync_list_encode_ext_bmi2(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                uint32_t *nsegs, uint32_t flags)
 {
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    if (ZIDL_LIKELY(len != zidl::not_written))
-        return len;
-    return zidl_rib_grid_sync_list_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_grid_sync_list_decode_ext_bmi2(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
@@ -284,15 +279,10 @@ int32_t zidl_rib_grid_sync_list_decode_ext_bmi2(zidl_rib_grid_sync_list *msg, co
 
 // rib_nhid_update
 
-decltype(zidl_rib_nhid_update_encode_ext) zidl_rib_nhid_update_encode_ext_baseline;
-
 size_t zidl_rib_nhid_update_encode_ext_bmi2(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                             uint32_t *nsegs, uint32_t flags)
 {
-    const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, flags);
-    if (ZIDL_LIKELY(len != zidl::not_written))
-        return len;
-    return zidl_rib_nhid_update_encode_ext_baseline(msg, buf, buflen, segs, nsegs, flags);
+    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_nhid_update_decode_ext_bmi2(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,

@@ -35,6 +35,9 @@ constexpr size_t max_element_size()
         return max_message_size<Number, Element>;
 }
 
+template <class Element>
+constexpr bool is_message = !std::is_integral<Element>::value && !std::is_same<Element, zidl_bytes>::value;
+
 // Sizes of the bytes members that are present: what they take on the wire at most, and the bits that any of them has.
 struct content_sizes {
     uint64_t bound;
@@ -65,6 +68,7 @@ struct bound_counter {
     size_t len = 0;
     size_t heads = 0;            // what bytes members take beside their contents, here and below
     bool has_bound = true;       // no string and no array, here and below
+    bool moves_bodies = false;   // holds a message without a bound, whose body moves up behind its length
     bool rooms_are_right = true; // what is said to fit is what the fields take
 
     template <uint32_t Tag, class Value>
@@ -99,6 +103,7 @@ struct bound_counter {
         len += varint_size(Tag) + (shape<Record>::owns_memory ? max_varint32_size : varint_size(inner.len)) + inner.len;
         heads += inner.heads;
         has_bound = has_bound && inner.has_bound;
+        moves_bodies = moves_bodies || !shape<Record>::is_bounded;
     }
 
     template <uint32_t Tag>
@@ -117,6 +122,8 @@ struct bound_counter {
     constexpr void put_elements(const Element *, uint32_t)
     {
         has_bound = false;
+        if constexpr (is_message<Element>)
+            moves_bodies = moves_bodies || !shape<Element>::is_bounded;
     }
 
     template <size_t Bytes, class Write>

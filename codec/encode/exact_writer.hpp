@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "codec/encode/sizer.hpp"
+#include "codec/encode/fast_writer.hpp"
 
 namespace zidl
 {
@@ -34,6 +34,16 @@ public:
     }
 
     uint32_t flags() const { return flags_; }
+
+    // Neither bytes nor entries of a list come of what is written from now on.
+    bool is_over() const { return pos_ >= buflen_ && !listing_; }
+
+    // Where a whole message can be stored without regard to the end; null where it cannot.
+    uint8_t *room_for(const sizer &whole) const
+    {
+        const bool plain = !listing_ && (whole.notes & ZIDL_ZERO_COPY) == 0 && sizes_are_trusted(whole.notes);
+        return plain && pos_ <= buflen_ && whole.len <= buflen_ - pos_ ? buf_ + pos_ : nullptr;
+    }
 
     ZIDL_COLD void put_tagged(uint32_t tag, uint64_t value)
     {
@@ -197,16 +207,19 @@ struct exact_writer {
     }
 
 private:
-    // The length first, then the message.
+    // The length first, then the message. Only the ones around the end of the buffer are gone through field by field.
     template <class Record>
     ZIDL_COLD void put_message(uint32_t tag, const Record &msg, bool present)
     {
-        const size_t len = encoded_size(msg, out->flags());
-        if (len == 0 && !present)
+        const sizer whole = measured(msg, out->flags() & ZIDL_ZERO_COPY);
+        if (whole.len == 0 && !present)
             return;
-        exact_output inner = out->begin_message(tag, len);
-        encode(exact_writer{&inner}, msg);
-        out->end_message(inner, len);
+        exact_output inner = out->begin_message(tag, whole.len);
+        if (uint8_t *const room = inner.room_for(whole))
+            write_measured(room, msg);
+        else if (!inner.is_over())
+            encode(exact_writer{&inner}, msg);
+        out->end_message(inner, whole.len);
     }
 };
 

@@ -38,8 +38,10 @@ struct fast_writer {
     template <uint32_t Tag>
     ZIDL_INLINE void put_bytes(const void *data, uint64_t size)
     {
-        constexpr size_t max_head = varint_size(Tag) + max_varint32_size;
-        if (ZIDL_UNLIKELY(!has_room(max_head, size)) && !has_room(head_size(Tag, size), size))
+        constexpr size_t short_head = varint_size(Tag) + 1;
+        const bool fits =
+            ZIDL_LIKELY(size < 128) ? ZIDL_LIKELY(left() >= short_head + size) : has_room(head_size(Tag, size), size);
+        if (ZIDL_UNLIKELY(!fits))
             return give_up();
         unchecked([&](unchecked_writer &room) ZIDL_INLINE_LAMBDA { room.put_bytes<Tag>(data, size); });
     }
@@ -183,6 +185,20 @@ private:
         return out;
     }
 };
+
+// Beyond any encoding whose sizes are trusted. (An unchecked writer in place of a fast one without a limit was tried: see
+// docs/performance.md, "What made it fast, and what did not".)
+constexpr size_t unlimited = size_t{1} << 40;
+
+// REQUIRES: the message was measured, its sizes are trusted, and all of it fits behind `pos`.
+template <class Record>
+ZIDL_INLINE void write_measured(uint8_t *pos, const Record &msg)
+{
+    if constexpr (shape<Record>::is_bounded)
+        encode(unchecked_writer(pos), msg);
+    else
+        encode(fast_writer{pos, pos + unlimited}, msg);
+}
 
 template <>
 struct sink_traits<fast_writer> : usual_sink {

@@ -149,6 +149,8 @@ private:
         if (found.empty()) // a fast writer tries buffers of some thousand bytes
             found = check_.encode({random_.below(random_.percent(50) ? 200 : 20000), std::nullopt, flags});
         if (found.empty())
+            found = check_.encode({some_limit(0), std::nullopt, flags});
+        if (found.empty())
             found = check_.encode({random_.below(200), some_capacity(), some_flags()});
         return found;
     }
@@ -178,7 +180,17 @@ private:
             found = check_.encode({full_size + random_.below(2) * random_.below(20), std::nullopt, flags});
         if (found.empty()) // too little room, or a list of segments
             found = check_.encode({some_room(full_size), some_capacity(), some_flags()});
+        if (found.empty()) // around the sizes where the encoder changes its ways
+            found = check_.encode({some_limit(full_size), std::nullopt, some_flags()});
         return found.empty() ? check_.unchanged() : found;
+    }
+
+    // Buffers of less than 4096 bytes get a copy of what was stored in a block that is 4096 bytes longer than they are.
+    size_t some_limit(size_t full_size)
+    {
+        constexpr size_t limit = 4096;
+        const size_t middle = full_size > limit && random_.percent(50) ? full_size - limit : limit;
+        return std::max(middle, size_t{20}) - 20 + random_.below(40);
     }
 
     std::optional<size_t> some_room(size_t full_size)

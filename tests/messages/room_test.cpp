@@ -26,9 +26,11 @@ namespace
 using namespace record_access;
 using byte_string = std::vector<uint8_t>;
 
-// From this size of buffer on the encoder tries first.
+// From this size of buffer on the encoder tries first. Into smaller ones it copies what it stored in a block of its own, which
+// ends so far behind the buffer's end.
 constexpr size_t LARGE = 4096;
-constexpr size_t LARGE_BUFFERS[] = {LARGE, LARGE + 1, 9000};
+constexpr size_t LARGE_BUFFERS[] = {200, LARGE - 1, LARGE, LARGE + 1, 9000};
+constexpr size_t LARGEST_BUFFER = 9000;
 
 // Fills records with the largest scalars there are, all fields present and short, but for one that takes a length of its own.
 class largest_filler
@@ -181,7 +183,7 @@ protected:
 
     const message_descriptor &type = *GetParam();
     codec_check check{type};
-    guarded_pages large_{LARGE_BUFFERS[2]};
+    guarded_pages large_{LARGEST_BUFFER};
     test_arena memory_{size_t{1} << 20};
     byte_string record_;
     byte_string expected_;
@@ -205,6 +207,24 @@ TEST_P(room, every_buffer_gets_the_beginning_of_the_largest_scalars)
             continue;
         make_largest(path, 4 * LARGE); // its message's length takes three bytes
         ASSERT_NO_FATAL_FAILURE(expect_beginnings(expected_.size() - rest, expected_.size()));
+    }
+}
+
+// Nothing of it fits, and the block beside the buffer ends within the last values, in front of them or behind.
+TEST_P(room, small_buffer_gets_the_beginning_of_encodings_that_end_where_the_block_beside_it_does)
+{
+    const guarded_pages pages(LARGE);
+    for (const field_path &path : all_growable_fields(type)) {
+        SCOPED_TRACE(path.back()->member);
+        make_largest(path, LARGE);
+        const size_t short_fields = expected_.size() - LARGE;
+        for (const size_t buflen : {size_t{1}, LARGE / 2, LARGE - 1}) {
+            for (size_t beyond : {0u, 12u, 19u, 20u, 21u, 30u, 60u}) {
+                make_largest(path, buflen + LARGE - std::min(short_fields + 20, buflen + LARGE - 1) + beyond);
+                if (buflen <= expected_.size())
+                    ASSERT_NO_FATAL_FAILURE(expect_beginning(pages, buflen)) << beyond;
+            }
+        }
     }
 }
 

@@ -107,9 +107,10 @@ void emit_function(printer &out, const operation &defined, const std::string &na
 
 // The calls of the operations that all types share, with a neutral value for every argument that this type leaves out.
 
-std::string encode_flags(const message &msg)
+std::string encode_call(const message &msg)
 {
-    return msg.omit.encode_flags ? "0" : "flags";
+    return fmt::format("return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, {});",
+                       msg.omit.encode_flags ? "0" : "flags");
 }
 
 std::string decode_call(const message &msg)
@@ -130,8 +131,7 @@ void emit_baseline(printer &out, const message &msg)
     const operation release = release_operation(msg);
     out.line("// {}", msg.name);
     out.line();
-    emit_function(out, encode, build_of(encode),
-                  {fmt::format("return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, {});", encode_flags(msg))});
+    emit_function(out, encode, build_of(encode), {encode_call(msg)});
     emit_function(out, decode, build_of(decode), {decode_call(msg)});
     if (msg.dispatch) {
         out.line("ZIDL_DISPATCHED({})", encode.name);
@@ -144,21 +144,13 @@ void emit_baseline(printer &out, const message &msg)
     emit_function(out, release, release.name, {"zidl::free_ext(*msg, free_fn, free_ctx, flags);"});
 }
 
-// The quick paths alone; the rest is the baseline's.
 void emit_bmi2(printer &out, const message &msg)
 {
     const operation encode = encode_operation(msg);
     const operation decode = decode_operation(msg);
     out.line("// {}", msg.name);
     out.line();
-    out.line("decltype({0}) {0}_baseline;", encode.name);
-    out.line();
-    emit_function(
-        out, encode, encode.name + "_bmi2",
-        {fmt::format("const size_t len = zidl::encode_quickly(*msg, buf, buflen, nsegs, {});", encode_flags(msg)),
-         "if (ZIDL_LIKELY(len != zidl::not_written))", "    return len;",
-         fmt::format("return {}_baseline(msg, buf, buflen, segs, nsegs{});", encode.name,
-                     msg.omit.encode_flags ? "" : ", flags")});
+    emit_function(out, encode, encode.name + "_bmi2", {encode_call(msg)});
     emit_function(out, decode, decode.name + "_bmi2", {decode_call(msg)});
 }
 
