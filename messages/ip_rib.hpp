@@ -73,7 +73,7 @@ struct shape<zidl_ip_rib_opaque> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
-    static constexpr bool is_bounded = false;
+    static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
 
@@ -84,12 +84,16 @@ ZIDL_INLINE constexpr void each_presence(zidl_ip_rib_opaque &msg, const Visit &v
 }
 ZIDL_RESET(opaque_clear, zidl_ip_rib_opaque)
 
+ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_ip_rib_opaque &msg)
+{
+    sizes.add<5>(has<4>(msg), msg.first_block_size);
+    sizes.add<6>(has<5>(msg), msg.second_block_size);
+}
+
 template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_opaque &msg)
 {
-    within<24>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
-        encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_opaque, opaque_type)>(room, msg); // opaque_type to opaque_value
-    });
+    encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_opaque, opaque_type)>(out, msg); // opaque_type to opaque_value
     encode_bytes<5>(out, has<4>(msg), msg.first_block, msg.first_block_size);
     encode_bytes<6>(out, has<5>(msg), msg.second_block, msg.second_block_size);
 }

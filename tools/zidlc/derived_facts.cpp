@@ -128,9 +128,10 @@ bool is_small(const message &m)
 
 bool is_bounded(const message &m)
 {
-    return !m.owns_memory || (m.is_small && std::all_of(m.fields.begin(), m.fields.end(), [](const field &f) {
-                                  return f.type->held != storage::text && (!f.nested || f.nested->is_bounded);
-                              }));
+    return !m.owns_memory ||
+           (m.fields.size() <= few_fields && std::all_of(m.fields.begin(), m.fields.end(), [](const field &f) {
+                return !f.repeated && f.type->held != storage::text && (!f.nested || f.nested->is_bounded);
+            }));
 }
 
 void choose_helpers(field &f, bool is_varied)
