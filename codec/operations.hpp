@@ -4,6 +4,7 @@
 #pragma once
 
 #include "codec/decode/fields.hpp"
+#include "codec/decode/padded_input.hpp"
 #include "codec/duplicate.hpp"
 #include "codec/encode/exact_writer.hpp"
 #include "codec/encode/fast_writer.hpp"
@@ -100,8 +101,18 @@ ZIDL_INLINE int32_t decode_ext(Record &msg, const uint8_t *buf, size_t len, zidl
     reset(msg);
     if (len == 0)
         return ZIDL_OK;
-    const uint8_t *const wide_end = len >= sizeof(uint64_t) ? buf + len - sizeof(uint64_t) : nullptr;
-    const uint8_t *const window_end = len >= window_size ? buf + len - window_size : nullptr;
+    // Not where bytes may be borrowed; and what takes blocks spends its time on those.
+    [[maybe_unused]] padded_input copy;
+    size_t readable = len;
+    if constexpr (!shape<Record>::owns_memory) {
+        if (len <= padded_input::max_len) {
+            copy.take(buf, len);
+            buf = copy.begin();
+            readable = copy.size();
+        }
+    }
+    const uint8_t *const wide_end = readable >= sizeof(uint64_t) ? buf + readable - sizeof(uint64_t) : nullptr;
+    const uint8_t *const window_end = readable >= window_size ? buf + readable - window_size : nullptr;
     const decode_context context{alloc_fn, alloc_ctx, wide_end, window_end, (flags & ZIDL_ZERO_COPY) != 0};
     return decode(msg, buf, buf + len, context);
 }

@@ -17,6 +17,7 @@ using codec::decode_context;
 using codec::ends_in_window;
 using codec::load;
 using codec::pack_groups;
+using codec::padded_input;
 using codec::parse_ended;
 using codec::parse_long_varint;
 using codec::parse_tag;
@@ -43,6 +44,7 @@ using codec::window_size;
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -310,6 +312,20 @@ TEST(varint_pieces, ends_in_a_window_are_those_within_the_message)
             const uint32_t within = (uint32_t{1} << std::min<size_t>(len, 16)) - 1;
             EXPECT_EQ(ends_in_window(in.pos, in.end, in.context), len + behind >= 24 ? within : 0u)
                 << len << " " << behind;
+        }
+}
+
+TEST(varint_pieces, padded_input_is_the_input_and_zeros_and_reads_nothing_else)
+{
+    const guarded_pages pages(1);
+    for (size_t len = 1; len <= 23; ++len)
+        for (uint8_t *const input : {pages.start(), pages.before_end(len)}) {
+            std::vector<uint8_t> expected(48, 0x00);
+            for (size_t i = 0; i < len; ++i)
+                input[i] = expected[i] = static_cast<uint8_t>(0xe1 + i); // each byte another one, none of them 0
+            padded_input copy;
+            copy.take(input, len);
+            EXPECT_EQ(std::vector<uint8_t>(copy.begin(), copy.begin() + copy.size()), expected) << len;
         }
 }
 
