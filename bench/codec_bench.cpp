@@ -3,7 +3,7 @@
 //
 // Benchmarks are named operation/workload/library:memory. Their counter `ns` is the median of a repetition's samples; a
 // sample is the time of a message among some hundred, or of a single large one. --library=NAME=PATH lets another build of
-// librib take part.
+// librib take part, --workload=NAME leaves one workload.
 
 #include "bench/client_updates.hpp"
 #include "bench/contender.hpp"
@@ -74,19 +74,17 @@ public:
         if (!work_.run) {
             work_ = who_.prepare(table);
             equal_ = gives_equal_results(work_, table, total);
-            work_.run(0, std::min(total, warm_up));
         }
         if (!equal_)
             return state.SkipWithError("the result is not the message that went in");
+        // Others have had their turn since the last repetition: the processor's caches and predictors are theirs.
+        for (size_t i = 0; i < 2; ++i)
+            run_sample(table, total);
         std::vector<double> samples;
         for (auto _ : state) {
-            const size_t end = std::min(total, next_ + table.sample());
-            const auto start = std::chrono::steady_clock::now();
-            work_.run(next_, end);
-            const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-            state.SetIterationTime(taken.count());
-            samples.push_back(taken.count() * 1e9 / static_cast<double>(end - next_));
-            next_ = end == total ? 0 : end;
+            const auto [seconds, messages] = run_sample(table, total);
+            state.SetIterationTime(seconds);
+            samples.push_back(seconds * 1e9 / static_cast<double>(messages));
         }
         const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
         std::nth_element(samples.begin(), middle, samples.end());
@@ -96,7 +94,17 @@ public:
     }
 
 private:
-    static constexpr size_t warm_up = 4096;
+    // Seconds for so many messages.
+    std::pair<double, size_t> run_sample(const message_table &table, size_t total)
+    {
+        const size_t first = next_;
+        const size_t end = std::min(total, first + table.sample());
+        next_ = end == total ? 0 : end;
+        const auto start = std::chrono::steady_clock::now();
+        work_.run(first, end);
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        return {taken.count(), end - first};
+    }
 
     contender who_;
     std::string workload_;
@@ -147,9 +155,11 @@ int count_instructions()
     return 0;
 }
 
-void register_all()
+void register_all(const std::string &only)
 {
     for (const std::string_view workload : workload_names()) {
+        if (!only.empty() && workload != only)
+            continue;
         for (contender &who : bench::all_contenders(type_name(workload))) {
             const std::string name = benchmark_name(who, workload);
             auto work = std::make_shared<lazy_job>(std::move(who), std::string(workload));
@@ -160,34 +170,49 @@ void register_all()
     }
 }
 
-// Takes its own options out of the command line.
-void add_libraries(int &argc, char **argv)
-{
-    constexpr std::string_view option = "--library=";
-    const auto rest = std::remove_if(argv + 1, argv + argc, [&](std::string_view argument) {
+// What this program's own options say; they are taken out of the command line.
+struct own_options {
+    own_options(int &argc, char **argv)
+    {
+        const auto rest = std::remove_if(argv + 1, argv + argc, [this](std::string_view argument) {
+            return take(argument, "--workload=", [this](const std::string &name) { workload = name; }) ||
+                   take(argument, "--library=", add_library);
+        });
+        argc = static_cast<int>(rest - argv);
+    }
+
+    std::string workload; // the only one, or empty for all
+
+private:
+    template <class Use>
+    static bool take(std::string_view argument, std::string_view option, Use use)
+    {
         if (!argument.starts_with(option))
             return false;
-        const std::string value(argument.substr(option.size()));
-        const size_t name_len = value.find('=');
+        use(std::string(argument.substr(option.size())));
+        return true;
+    }
+
+    static void add_library(const std::string &name_and_path)
+    {
+        const size_t name_len = name_and_path.find('=');
         if (name_len == std::string::npos)
             throw std::invalid_argument("--library needs NAME=PATH");
-        bench::add_librib(value.substr(0, name_len), value.substr(name_len + 1));
-        return true;
-    });
-    argc = static_cast<int>(rest - argv);
-}
+        bench::add_librib(name_and_path.substr(0, name_len), name_and_path.substr(name_len + 1));
+    }
+};
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    add_libraries(argc, argv);
+    const own_options options(argc, argv);
     if (argc == 2 && std::string_view(argv[1]) == "--count-instructions")
         return count_instructions();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    register_all();
+    register_all(options.workload);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
 }
