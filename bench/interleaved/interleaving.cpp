@@ -1,7 +1,6 @@
 #include "bench/interleaved/interleaving.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <ctime>
 
 namespace bench
@@ -12,7 +11,7 @@ namespace
 // The clock of the processor's time takes a quarter of a microsecond to read.
 constexpr double shortest_sample_ns = 100'000;
 constexpr size_t fewest_samples = 16; // of a round
-constexpr size_t fewest_rounds = 25;
+constexpr size_t fewest_rounds = 9;
 
 double processor_time_ns()
 {
@@ -53,16 +52,6 @@ division divide(const prepared_cell &subject)
     return set;
 }
 
-// Below the median of what was drawn from, in 99 cases of 100: the value at a rank that so many of `count` draws fall below
-// with that chance, the binomial distribution taken for a normal one.
-double sure_lower_bound(std::vector<double> values)
-{
-    const auto count = static_cast<double>(values.size());
-    const double rank = std::max(0.0, count / 2 - 2.33 * std::sqrt(count) / 2);
-    std::sort(values.begin(), values.end());
-    return values[static_cast<size_t>(rank)];
-}
-
 } // namespace
 
 quartiles quartiles_of(std::vector<double> values)
@@ -72,11 +61,18 @@ quartiles quartiles_of(std::vector<double> values)
     return {values[last / 4], values[last / 2], values[last - last / 4]};
 }
 
-comparison compare(const prepared_cell &subject, double seconds)
+void rounds::append(const rounds &more)
+{
+    our_ns.insert(our_ns.end(), more.our_ns.begin(), more.our_ns.end());
+    their_ns.insert(their_ns.end(), more.their_ns.begin(), more.their_ns.end());
+    ratios.insert(ratios.end(), more.ratios.begin(), more.ratios.end());
+}
+
+rounds compare(const prepared_cell &subject, double seconds)
 {
     const division set = divide(subject);
     const double messages = set.messages_of_a_round();
-    std::vector<double> our_times, their_times, ratios;
+    rounds done;
     const double end = processor_time_ns() + seconds * 1e9;
     for (size_t round = 0; round < fewest_rounds || processor_time_ns() < end; ++round) {
         double ours = 0, theirs = 0;
@@ -90,12 +86,11 @@ comparison compare(const prepared_cell &subject, double seconds)
             if (!ours_first)
                 ours += sample(subject.ours, set, i);
         }
-        our_times.push_back(ours / messages);
-        their_times.push_back(theirs / messages);
-        ratios.push_back(ours / theirs);
+        done.our_ns.push_back(ours / messages);
+        done.their_ns.push_back(theirs / messages);
+        done.ratios.push_back(ours / theirs);
     }
-    return {quartiles_of(our_times).median, quartiles_of(their_times).median, quartiles_of(ratios),
-            sure_lower_bound(ratios), ratios.size()};
+    return done;
 }
 
 } // namespace bench

@@ -10,7 +10,7 @@
 namespace bench
 {
 
-// A share of a sorted list: its median, and the values that a quarter and three quarters of the list lie below.
+// Of a list: its median, and the values that a quarter and three quarters of it lie below.
 struct quartiles {
     double lower;
     double median;
@@ -19,15 +19,15 @@ struct quartiles {
 
 quartiles quartiles_of(std::vector<double> values);
 
-struct comparison {
-    double our_ns; // median over the rounds, a message
-    double their_ns;
-    quartiles ratio;     // ours by theirs, of each round
-    double surely_above; // the ratio's median is, in 99 runs of 100
-    size_t rounds;
+// A round is equally many samples of each, and sees every message of the set by both. Times are of one message.
+struct rounds {
+    std::vector<double> our_ns;
+    std::vector<double> their_ns;
+    std::vector<double> ratios; // ours by theirs
+
+    void append(const rounds &more);
 };
 
-// Rounds of equally many samples of each; a round sees every message of the set by both.
-comparison compare(const prepared_cell &subject, double seconds);
+rounds compare(const prepared_cell &subject, double seconds);
 
 } // namespace bench

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <stdexcept>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -47,10 +48,18 @@ int write_memory_file(const std::string &content)
     return file;
 }
 
+// Takes some addresses away, so that the next library lies elsewhere. They are never given back.
+void skip_addresses()
+{
+    static std::random_device random;
+    const size_t pages = 1 + random() % 8192;
+    mmap(nullptr, pages * static_cast<size_t>(sysconf(_SC_PAGESIZE)), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+}
+
 } // namespace
 
 loaded_library::loaded_library(const std::filesystem::path &file, char mark)
-    : copy_(write_memory_file(with_other_soname(read_file(file), mark))),
+    : copy_((skip_addresses(), write_memory_file(with_other_soname(read_file(file), mark)))),
       handle_(dlopen(("/proc/self/fd/" + std::to_string(copy_)).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND))
 {
     if (handle_ == nullptr)

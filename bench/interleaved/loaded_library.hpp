@@ -14,7 +14,8 @@ class loaded_library
 {
 public:
     // Loads a copy of the file in which `mark` replaces the last letter of the SONAME: of two libraries with one name the
-    // linker would take the first for both. What a library calls of its own it finds in itself, not in this program.
+    // linker would take the first for both. What a library calls of its own it finds in itself, not in this program. The
+    // place is a random one: branches and pages of two libraries get in each other's way in some places, not in others.
     loaded_library(const std::filesystem::path &file, char mark);
     loaded_library(const loaded_library &) = delete;
     loaded_library &operator=(const loaded_library &) = delete;
