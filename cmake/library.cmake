@@ -3,8 +3,10 @@
 #   rib::core, rib::core_static   the library alone: the three platform functions are the program's to provide
 #   rib::rib, rib::rib_static     with the reference platform libraries: enough to link any program
 
+# Of functions that the baseline and the rest both have a copy of, the linker takes the first: the one without unwind tables.
 set(rib_objects $<TARGET_OBJECTS:rib_codec> $<TARGET_OBJECTS:rib_client>)
 if(RIB_DISPATCH)
+  list(PREPEND rib_objects $<TARGET_OBJECTS:rib_codec_baseline>)
   list(APPEND rib_objects $<TARGET_OBJECTS:rib_codec_bmi2>)
 endif()
 

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "codec/built_once.hpp"
 #include "codec/decode/fields.hpp"
 #include "codec/decode/padded_input.hpp"
 #include "codec/duplicate.hpp"
@@ -10,21 +11,28 @@
 #include "codec/encode/fast_writer.hpp"
 #include "codec/encode/fields.hpp"
 #include "codec/release.hpp"
-#include "codec/variants.hpp"
 
-#ifdef ZIDL_BMI2_BUILD
 namespace zidl
 {
-namespace baseline
+ZIDL_COMMON_NAMESPACE
 {
 
+// As the contract has it for every buffer. Of a message that is dispatched there is one, see ZIDL_EXACT_ENCODER.
 template <class Record>
-size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
-                    uint32_t flags);
-
-} // namespace baseline
-} // namespace zidl
+ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                              uint32_t flags)
+#ifdef ZIDL_ONCE_BUILD
+{
+    exact_output out(buf, buflen, segs, nsegs, flags);
+    encode(exact_writer{&out}, msg);
+    return out.finish(nsegs);
+}
+#else
+    ;
 #endif
+
+} // ZIDL_COMMON_NAMESPACE
+} // namespace zidl
 
 namespace zidl
 {
@@ -33,16 +41,6 @@ inline namespace ZIDL_VARIANT
 
 #ifdef ZIDL_BMI2_BUILD
 using baseline::encode_exact;
-#else
-// As the contract has it for every buffer. The build for BMI2 calls the baseline's by its name.
-template <class Record>
-__attribute__((used)) ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
-                                                    uint32_t *nsegs, uint32_t flags)
-{
-    exact_output out(buf, buflen, segs, nsegs, flags);
-    encode(exact_writer{&out}, msg);
-    return out.finish(nsegs);
-}
 #endif
 
 // The end of an encoding that is stored beside a small buffer first and copied when it fits as a whole; null where it does

@@ -17,6 +17,7 @@ inline namespace ZIDL_VARIANT
 //   fixed_bound     bytes that the encoding takes at most, strings, bytes and repeated members left out
 //   owns_memory     some member, here or below, points to memory
 //   is_small        decoded in the schema's order first, see decode/ordered_reader.hpp
+//   is_rare         one build of its encoder and decoder serves all that hold it, see built_once.hpp
 //   is_bounded      what the encoding takes at most is known from fixed_bound and the sizes of bytes members
 //   holds_bytes     some member, here or below, is a bytes member
 template <class Record>

@@ -1,32 +1,28 @@
-// Two builds of the same operation in one library, and the choice between them.
-//   baseline  for every processor
-//   bmi2      for those that deal out and gather bits in one instruction
-// Messages that their schema says to dispatch have an encoder and a decoder in both builds, under names of their own, and
-// the dynamic linker binds the exported name to one of them (processor.hpp says what can be asked so early). Everything else
-// is in the baseline build alone.
-//
-// With ZIDL_DISPATCH a group's source is compiled twice, the second time for BMI2; without, once, and then the exported
-// functions are what the compiler's flags make of them.
+// The choice between two builds of an operation in one library. Messages that their schema says to dispatch have an encoder
+// and a decoder in both, under names of their own (builds.hpp), and the dynamic linker binds the exported name to one of them
+// (processor.hpp says what can be asked so early).
 
 #pragma once
 
 #include "codec/wire.hpp"
 
-#if !defined(ZIDL_DISPATCH)
+#if !defined(ZIDL_DISPATCH) || !defined(ZIDL_ONCE_BUILD)
 
-#define ZIDL_BASELINE(name) name
+#define ZIDL_BUILT_ONCE(Record)
+#define ZIDL_EXACT_ENCODER(Record)
 #define ZIDL_DISPATCHED(name)
-
-#elif defined(__BMI2__)
-
-#define ZIDL_BMI2_BUILD
 
 #else
 
 #include "codec/processor.hpp"
 
-#define ZIDL_BASELINE(name) name##_baseline
+// What the other builds have no copy of, see built_once.hpp and encode_exact.
+#define ZIDL_BUILT_ONCE(Record) template struct zidl::built_once<Record>;
+#define ZIDL_EXACT_ENCODER(Record)                                                                                     \
+    template size_t zidl::encode_exact(const Record &, uint8_t *, size_t, zidl_segment *, uint32_t *, uint32_t);
+
 #define ZIDL_DISPATCHED(name)                                                                                          \
+    decltype(name) name##_baseline __attribute__((visibility("hidden")));                                              \
     decltype(name) name##_bmi2 __attribute__((visibility("hidden")));                                                  \
     __attribute__((used, no_stack_protector)) decltype(&name) name##_chosen()                                          \
     {                                                                                                                  \

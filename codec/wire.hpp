@@ -2,22 +2,14 @@
 
 #pragma once
 
+#include "codec/builds.hpp"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #if defined(__BMI2__) || defined(__SSE2__)
 #include <immintrin.h>
-#endif
-
-// Everything below codec/ and messages/ lives in an inline namespace named after the instruction set it is compiled for,
-// so that one library can hold several builds of the same code.
-#ifndef ZIDL_VARIANT
-#ifdef __BMI2__
-#define ZIDL_VARIANT bmi2
-#else
-#define ZIDL_VARIANT baseline
-#endif
 #endif
 
 #define ZIDL_INLINE inline __attribute__((always_inline))

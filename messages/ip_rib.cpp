@@ -3,23 +3,14 @@
 #include "messages/ip_rib.hpp"
 #include "codec/variants.hpp"
 
+ZIDL_EXACT_ENCODER(zidl_ip_rib_proto_update)
+ZIDL_EXACT_ENCODER(zidl_ip_rib_opaque)
+
 extern "C" {
 
-#ifndef ZIDL_BMI2_BUILD
+#ifdef ZIDL_ONCE_BUILD
 
 // ip_rib_proto_update
-
-size_t ZIDL_BASELINE(zidl_ip_rib_proto_update_encode_ext)(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen,
-                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
-{
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t ZIDL_BASELINE(zidl_ip_rib_proto_update_decode_ext)(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len,
-                                                           zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
 
 ZIDL_DISPATCHED(zidl_ip_rib_proto_update_encode_ext)
 ZIDL_DISPATCHED(zidl_ip_rib_proto_update_decode_ext)
@@ -36,18 +27,6 @@ void zidl_ip_rib_proto_update_free_ext(zidl_ip_rib_proto_update *msg, zidl_free_
 }
 
 // ip_rib_opaque
-
-size_t ZIDL_BASELINE(zidl_ip_rib_opaque_encode_ext)(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
-                                                    uint32_t *nsegs, uint32_t flags)
-{
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t ZIDL_BASELINE(zidl_ip_rib_opaque_decode_ext)(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
-                                                     void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
 
 ZIDL_DISPATCHED(zidl_ip_rib_opaque_encode_ext)
 ZIDL_DISPATCHED(zidl_ip_rib_opaque_decode_ext)
@@ -259,32 +238,34 @@ void zidl_ip_rib_iid_update_free_ext(zidl_ip_rib_iid_update *msg, zidl_free_fn f
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
-#else
+#endif
+
+#ifdef ZIDL_DISPATCHED_BUILD
 
 // ip_rib_proto_update
 
-size_t zidl_ip_rib_proto_update_encode_ext_bmi2(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
-                                                uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BUILD(zidl_ip_rib_proto_update_encode_ext)(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                       uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_proto_update_decode_ext_bmi2(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
-                                                 void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BUILD(zidl_ip_rib_proto_update_decode_ext)(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len,
+                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 // ip_rib_opaque
 
-size_t zidl_ip_rib_opaque_encode_ext_bmi2(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
-                                          uint32_t flags)
+size_t ZIDL_BUILD(zidl_ip_rib_opaque_encode_ext)(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                 uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_opaque_decode_ext_bmi2(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
-                                           uint32_t flags)
+int32_t ZIDL_BUILD(zidl_ip_rib_opaque_decode_ext)(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                  void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

@@ -19,6 +19,7 @@ struct shape<zidl_ip_rib_proto_update> {
     static constexpr size_t fixed_bound = 23;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -73,6 +74,7 @@ struct shape<zidl_ip_rib_opaque> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
@@ -144,6 +146,7 @@ struct shape<zidl_ip_rib_iid_evpn_vpws_ctx> {
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -179,6 +182,7 @@ struct shape<zidl_ip_rib_iid_evpn_elan_ctx> {
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -260,6 +264,7 @@ struct shape<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx> {
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -341,6 +346,7 @@ struct shape<zidl_ip_rib_iid_lss_ctx> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -410,6 +416,7 @@ struct shape<zidl_ip_rib_iid_aft_nhg_ctx> {
     static constexpr size_t fixed_bound = 17;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -443,6 +450,7 @@ struct shape<zidl_ip_rib_iid_sl_id_ctx> {
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -493,6 +501,7 @@ struct shape<zidl_ip_rib_iid_ctx> {
     static constexpr size_t fixed_bound = 171;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -582,6 +591,7 @@ struct shape<zidl_ip_rib_iid_update> {
     static constexpr size_t fixed_bound = 193;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };

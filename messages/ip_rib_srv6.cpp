@@ -3,9 +3,14 @@
 #include "messages/ip_rib_srv6.hpp"
 #include "codec/variants.hpp"
 
+ZIDL_BUILT_ONCE(zidl_ip_rib_srv6_opcode_update)
+ZIDL_BUILT_ONCE(zidl_ip_rib_srv6_static_endpoint_update)
+ZIDL_EXACT_ENCODER(zidl_ip_rib_srv6_cfg_update)
+ZIDL_EXACT_ENCODER(zidl_ip_rib_srv6_update)
+
 extern "C" {
 
-#ifndef ZIDL_BMI2_BUILD
+#ifdef ZIDL_ONCE_BUILD
 
 // ip_rib_srv6_sid_info
 
@@ -234,18 +239,6 @@ void zidl_ip_rib_srv6_glb_info_free_ext(zidl_ip_rib_srv6_glb_info *msg, zidl_fre
 }
 
 // ip_rib_srv6_cfg_update
-
-size_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_encode_ext)(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen,
-                                                             zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
-{
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t ZIDL_BASELINE(zidl_ip_rib_srv6_cfg_update_decode_ext)(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len,
-                                                              zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
 
 ZIDL_DISPATCHED(zidl_ip_rib_srv6_cfg_update_encode_ext)
 ZIDL_DISPATCHED(zidl_ip_rib_srv6_cfg_update_decode_ext)
@@ -765,17 +758,8 @@ void zidl_ip_rib_srv6_static_endpoint_update_free_ext(zidl_ip_rib_srv6_static_en
 
 // ip_rib_srv6_update
 
-size_t zidl_ip_rib_srv6_update_encode_ext(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
-                                          uint32_t *nsegs, uint32_t flags)
-{
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t zidl_ip_rib_srv6_update_decode_ext(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
-                                           void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
+ZIDL_DISPATCHED(zidl_ip_rib_srv6_update_encode_ext)
+ZIDL_DISPATCHED(zidl_ip_rib_srv6_update_decode_ext)
 
 int32_t zidl_ip_rib_srv6_update_duplicate(zidl_ip_rib_srv6_update *dst, const zidl_ip_rib_srv6_update *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
@@ -788,18 +772,34 @@ void zidl_ip_rib_srv6_update_free_ext(zidl_ip_rib_srv6_update *msg, zidl_free_fn
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
-#else
+#endif
+
+#ifdef ZIDL_DISPATCHED_BUILD
 
 // ip_rib_srv6_cfg_update
 
-size_t zidl_ip_rib_srv6_cfg_update_encode_ext_bmi2(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
-                                                   uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BUILD(zidl_ip_rib_srv6_cfg_update_encode_ext)(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen,
+                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_ip_rib_srv6_cfg_update_decode_ext_bmi2(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len,
-                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BUILD(zidl_ip_rib_srv6_cfg_update_decode_ext)(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len,
+                                                           zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
+{
+    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+}
+
+// ip_rib_srv6_update
+
+size_t ZIDL_BUILD(zidl_ip_rib_srv6_update_encode_ext)(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                      uint32_t *nsegs, uint32_t flags)
+{
+    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+}
+
+int32_t ZIDL_BUILD(zidl_ip_rib_srv6_update_decode_ext)(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                       void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

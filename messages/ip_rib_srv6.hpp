@@ -19,6 +19,7 @@ struct shape<zidl_ip_rib_srv6_sid_info> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
@@ -71,6 +72,7 @@ struct shape<zidl_ip_rib_srv6_lib_ranges> {
     static constexpr size_t fixed_bound = 48;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -102,6 +104,7 @@ struct shape<zidl_ip_rib_srv6_locator> {
     static constexpr size_t fixed_bound = 120;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -201,6 +204,7 @@ struct shape<zidl_ip_rib_srv6_glb_encap_info> {
     static constexpr size_t fixed_bound = 50;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -286,6 +290,7 @@ struct shape<zidl_ip_rib_srv6_usid_lib_ranges> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -319,6 +324,7 @@ struct shape<zidl_ip_rib_srv6_usid_wlib_ranges> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -350,6 +356,7 @@ struct shape<zidl_ip_rib_srv6_mode_info> {
     static constexpr size_t fixed_bound = 14;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
@@ -400,6 +407,7 @@ struct shape<zidl_ip_rib_srv6_fmt_config_info> {
     static constexpr size_t fixed_bound = 28;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -437,6 +445,7 @@ struct shape<zidl_ip_rib_srv6_glb_info> {
     static constexpr size_t fixed_bound = 74;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -520,6 +529,7 @@ struct shape<zidl_ip_rib_srv6_cfg_update> {
     static constexpr size_t fixed_bound = 80;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -583,6 +593,7 @@ struct shape<zidl_ip_rib_srv6_e_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -631,6 +642,7 @@ struct shape<zidl_ip_rib_srv6_x_ctx> {
     static constexpr size_t fixed_bound = 26;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -690,6 +702,7 @@ struct shape<zidl_ip_rib_srv6_dx_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -738,6 +751,7 @@ struct shape<zidl_ip_rib_srv6_dt_ctx> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -784,6 +798,7 @@ struct shape<zidl_ip_rib_srv6_dx2_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -832,6 +847,7 @@ struct shape<zidl_ip_rib_srv6_dt2u_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -880,6 +896,7 @@ struct shape<zidl_ip_rib_srv6_dt2m_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -928,6 +945,7 @@ struct shape<zidl_ip_rib_srv6_dt_named_ctx> {
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -974,6 +992,7 @@ struct shape<zidl_ip_rib_srv6_un_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -1022,6 +1041,7 @@ struct shape<zidl_ip_rib_srv6_ua_ctx> {
     static constexpr size_t fixed_bound = 32;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -1104,6 +1124,7 @@ struct shape<zidl_ip_rib_srv6_udt_ctx> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -1150,6 +1171,7 @@ struct shape<zidl_ip_rib_srv6_udt_named_ctx> {
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -1196,6 +1218,7 @@ struct shape<zidl_ip_rib_srv6_ub6_ctx> {
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -1255,6 +1278,7 @@ struct shape<zidl_ip_rib_srv6_udx2_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -1303,6 +1327,7 @@ struct shape<zidl_ip_rib_srv6_udt2u_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -1351,6 +1376,7 @@ struct shape<zidl_ip_rib_srv6_udt2m_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -1399,6 +1425,7 @@ struct shape<zidl_ip_rib_srv6_udx_ctx> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -1447,6 +1474,7 @@ struct shape<zidl_ip_rib_srv6_sid_ctx> {
     static constexpr size_t fixed_bound = 334;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -1609,6 +1637,7 @@ struct shape<zidl_ip_rib_srv6_opcode_update> {
     static constexpr size_t fixed_bound = 360;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -1635,6 +1664,7 @@ ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_opcod
     });
 }
 
+#ifndef ZIDL_BMI2_BUILD
 inline int32_t decode(zidl_ip_rib_srv6_opcode_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
     reader in(pos, end, context);
@@ -1661,6 +1691,7 @@ inline int32_t decode(zidl_ip_rib_srv6_opcode_update &msg, const uint8_t *pos, c
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
 }
+#endif
 
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_ip_rib_srv6_opcode_update &dst, const zidl_ip_rib_srv6_opcode_update &src)
@@ -1681,6 +1712,7 @@ struct shape<zidl_ip_rib_srv6_static_endpoint_update> {
     static constexpr size_t fixed_bound = 360;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = true;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -1705,6 +1737,7 @@ ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_stati
     });
 }
 
+#ifndef ZIDL_BMI2_BUILD
 inline int32_t decode(zidl_ip_rib_srv6_static_endpoint_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
     reader in(pos, end, context);
@@ -1729,6 +1762,7 @@ inline int32_t decode(zidl_ip_rib_srv6_static_endpoint_update &msg, const uint8_
     msg.presence = static_cast<uint8_t>(msg.presence | seen);
     return in.status();
 }
+#endif
 
 // What `dst` shares with `src` becomes its own.
 inline void duplicate_owned(copier &mem, zidl_ip_rib_srv6_static_endpoint_update &dst, const zidl_ip_rib_srv6_static_endpoint_update &src)
@@ -1751,6 +1785,7 @@ struct shape<zidl_ip_rib_srv6_update> {
     static constexpr size_t fixed_bound = 824;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };

@@ -3,9 +3,11 @@
 #include "messages/rib_common.hpp"
 #include "codec/variants.hpp"
 
+ZIDL_EXACT_ENCODER(zidl_rib_route)
+
 extern "C" {
 
-#ifndef ZIDL_BMI2_BUILD
+#ifdef ZIDL_ONCE_BUILD
 
 // rib_ipv6_address
 
@@ -573,18 +575,6 @@ void zidl_rib_client_advertisement_free_ext(zidl_rib_client_advertisement *msg, 
 
 // rib_route
 
-size_t ZIDL_BASELINE(zidl_rib_route_encode_ext)(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
-                                                uint32_t flags)
-{
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t ZIDL_BASELINE(zidl_rib_route_decode_ext)(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
-                                                 void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
-
 ZIDL_DISPATCHED(zidl_rib_route_encode_ext)
 ZIDL_DISPATCHED(zidl_rib_route_decode_ext)
 
@@ -622,18 +612,20 @@ void zidl_rib_bind_reply_free_ext(zidl_rib_bind_reply *msg, zidl_free_fn free_fn
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
-#else
+#endif
+
+#ifdef ZIDL_DISPATCHED_BUILD
 
 // rib_route
 
-size_t zidl_rib_route_encode_ext_bmi2(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
-                                      uint32_t flags)
+size_t ZIDL_BUILD(zidl_rib_route_encode_ext)(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
+                                             uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_route_decode_ext_bmi2(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
-                                       uint32_t flags)
+int32_t ZIDL_BUILD(zidl_rib_route_decode_ext)(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
+                                              uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

@@ -18,6 +18,7 @@ struct shape<zidl_rib_ipv6_address> {
     static constexpr size_t fixed_bound = 22;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -51,6 +52,7 @@ struct shape<zidl_rib_address> {
     static constexpr size_t fixed_bound = 36;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -87,6 +89,7 @@ struct shape<zidl_rib_prefix> {
     static constexpr size_t fixed_bound = 44;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -121,6 +124,7 @@ struct shape<zidl_rib_msg_prefix> {
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
@@ -174,6 +178,7 @@ struct shape<zidl_srv6_prefix> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
@@ -223,6 +228,7 @@ struct shape<zidl_ip_rib_srv6_prefix> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
@@ -272,6 +278,7 @@ struct shape<zidl_rib_nnh> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -303,6 +310,7 @@ struct shape<zidl_rib_algo_label> {
     static constexpr size_t fixed_bound = 24;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -334,6 +342,7 @@ struct shape<zidl_rib_path_grouping_info> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -367,6 +376,7 @@ struct shape<zidl_rib_path_sl_id_info> {
     static constexpr size_t fixed_bound = 18;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -402,6 +412,7 @@ struct shape<zidl_rib_path_l2_info> {
     static constexpr size_t fixed_bound = 30;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -435,6 +446,7 @@ struct shape<zidl_rib_path_via_aft_id> {
     static constexpr size_t fixed_bound = 29;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -472,6 +484,7 @@ struct shape<zidl_rib_path_ip_tunnel_info> {
     static constexpr size_t fixed_bound = 43;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -509,6 +522,7 @@ struct shape<zidl_rib_path_iid_attr> {
     static constexpr size_t fixed_bound = 64;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -547,6 +561,7 @@ struct shape<zidl_rib_path_via_srv6_sid> {
     static constexpr size_t fixed_bound = 36;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -583,6 +598,7 @@ struct shape<zidl_rib_path_srv6_sid_info> {
     static constexpr size_t fixed_bound = 58;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -619,6 +635,7 @@ struct shape<zidl_rib_ecomm_array> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -684,6 +701,7 @@ struct shape<zidl_rib_path> {
     static constexpr size_t fixed_bound = 522;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -869,6 +887,7 @@ struct shape<zidl_rib_route_l2_info> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -902,6 +921,7 @@ struct shape<zidl_rib_route_aft_id> {
     static constexpr size_t fixed_bound = 34;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -939,6 +959,7 @@ struct shape<zidl_rib_generic_attr_info> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
@@ -988,6 +1009,7 @@ struct shape<zidl_rib_generic_attr_array> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -1050,6 +1072,7 @@ struct shape<zidl_rib_client_advertisement> {
     static constexpr size_t fixed_bound = 0;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -1105,6 +1128,7 @@ struct shape<zidl_rib_route> {
     static constexpr size_t fixed_bound = 387;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -1277,6 +1301,7 @@ struct shape<zidl_rib_bind_reply> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };

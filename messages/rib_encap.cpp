@@ -3,9 +3,12 @@
 #include "messages/rib_encap.hpp"
 #include "codec/variants.hpp"
 
+ZIDL_EXACT_ENCODER(zidl_rib_grid_sync_list)
+ZIDL_EXACT_ENCODER(zidl_rib_nhid_update)
+
 extern "C" {
 
-#ifndef ZIDL_BMI2_BUILD
+#ifdef ZIDL_ONCE_BUILD
 
 // rib_srv6_oper_type
 
@@ -184,18 +187,6 @@ void zidl_rib_encap_id_free_ext(zidl_rib_encap_id *msg, zidl_free_fn free_fn, vo
 
 // rib_grid_sync_list
 
-size_t ZIDL_BASELINE(zidl_rib_grid_sync_list_encode_ext)(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen,
-                                                         zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
-{
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t ZIDL_BASELINE(zidl_rib_grid_sync_list_decode_ext)(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len,
-                                                          zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
-
 ZIDL_DISPATCHED(zidl_rib_grid_sync_list_encode_ext)
 ZIDL_DISPATCHED(zidl_rib_grid_sync_list_decode_ext)
 
@@ -236,18 +227,6 @@ void zidl_rib_nhid_encap_key_free_ext(zidl_rib_nhid_encap_key *msg, zidl_free_fn
 
 // rib_nhid_update
 
-size_t ZIDL_BASELINE(zidl_rib_nhid_update_encode_ext)(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
-                                                      uint32_t *nsegs, uint32_t flags)
-{
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
-}
-
-int32_t ZIDL_BASELINE(zidl_rib_nhid_update_decode_ext)(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
-                                                       void *alloc_ctx, uint32_t flags)
-{
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
-}
-
 ZIDL_DISPATCHED(zidl_rib_nhid_update_encode_ext)
 ZIDL_DISPATCHED(zidl_rib_nhid_update_decode_ext)
 
@@ -261,32 +240,34 @@ void zidl_rib_nhid_update_free_ext(zidl_rib_nhid_update *msg, zidl_free_fn free_
     zidl::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
-#else
+#endif
+
+#ifdef ZIDL_DISPATCHED_BUILD
 
 // rib_grid_sync_list
 
-size_t zidl_rib_grid_sync_list_encode_ext_bmi2(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
-                                               uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BUILD(zidl_rib_grid_sync_list_encode_ext)(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                      uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_grid_sync_list_decode_ext_bmi2(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
-                                                void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BUILD(zidl_rib_grid_sync_list_decode_ext)(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                       void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 // rib_nhid_update
 
-size_t zidl_rib_nhid_update_encode_ext_bmi2(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
-                                            uint32_t *nsegs, uint32_t flags)
+size_t ZIDL_BUILD(zidl_rib_nhid_update_encode_ext)(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
+                                                   uint32_t *nsegs, uint32_t flags)
 {
     return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
-int32_t zidl_rib_nhid_update_decode_ext_bmi2(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
-                                             void *alloc_ctx, uint32_t flags)
+int32_t ZIDL_BUILD(zidl_rib_nhid_update_decode_ext)(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
+                                                    void *alloc_ctx, uint32_t flags)
 {
     return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }

@@ -19,6 +19,7 @@ struct shape<zidl_rib_srv6_oper_type> {
     static constexpr size_t fixed_bound = 14;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -54,6 +55,7 @@ struct shape<zidl_rib_encap_id_path_key_label> {
     static constexpr size_t fixed_bound = 6;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = false;
 };
@@ -114,6 +116,7 @@ struct shape<zidl_rib_encap_id_path_key_srv6> {
     static constexpr size_t fixed_bound = 16;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -175,6 +178,7 @@ struct shape<zidl_rib_encap_id_path_key_srv6_carrier_info> {
     static constexpr size_t fixed_bound = 12;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = true;
 };
@@ -227,6 +231,7 @@ struct shape<zidl_rib_encap_id_path_key_srv6_carriers> {
     static constexpr size_t fixed_bound = 16;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -290,6 +295,7 @@ struct shape<zidl_rib_encap_id_key> {
     static constexpr size_t fixed_bound = 185;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -441,6 +447,7 @@ struct shape<zidl_rib_encap_id> {
     static constexpr size_t fixed_bound = 11;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -472,6 +479,7 @@ struct shape<zidl_rib_grid_sync_list> {
     static constexpr size_t fixed_bound = 2;
     static constexpr bool owns_memory = true;
     static constexpr bool is_small = false;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = false;
     static constexpr bool holds_bytes = true;
 };
@@ -541,6 +549,7 @@ struct shape<zidl_rib_nhid_encap_key> {
     static constexpr size_t fixed_bound = 56;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };
@@ -579,6 +588,7 @@ struct shape<zidl_rib_nhid_update> {
     static constexpr size_t fixed_bound = 75;
     static constexpr bool owns_memory = false;
     static constexpr bool is_small = true;
+    static constexpr bool is_rare = false;
     static constexpr bool is_bounded = true;
     static constexpr bool holds_bytes = false;
 };

@@ -8,9 +8,8 @@
 
 namespace zidl
 {
-inline namespace ZIDL_VARIANT
-{
 
+// The same for all builds: what is rare is decoded by one of them for all, see built_once.hpp.
 struct decode_context {
     zidl_alloc_fn alloc_fn;
     void *alloc_ctx;
@@ -18,6 +17,9 @@ struct decode_context {
     const uint8_t *window_end; // the last position from which window_size bytes may be loaded; null when there is none
     bool borrow;               // ZIDL_ZERO_COPY: bytes members point into the input
 };
+
+inline namespace ZIDL_VARIANT
+{
 
 // Sixteen bytes and a word that begins within them.
 constexpr size_t window_size = 24;

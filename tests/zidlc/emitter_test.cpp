@@ -90,13 +90,23 @@ TEST_F(zidlc_emitters, the_codec_dispatches_what_says_so)
 {
     const std::string text = generated({golden / "schema/weather.zidl"}, {artefact::codec}).at(1).text;
     for (const char *operation : {"encode_ext", "decode_ext"}) {
-        EXPECT_NE(text.find(fmt::format(" ZIDL_BASELINE(zidl_history_{})(", operation)), std::string::npos);
+        EXPECT_NE(text.find(fmt::format(" ZIDL_BUILD(zidl_history_{})(", operation)), std::string::npos);
         EXPECT_NE(text.find(fmt::format("ZIDL_DISPATCHED(zidl_history_{})", operation)), std::string::npos);
-        EXPECT_NE(text.find(fmt::format(" zidl_history_{}_bmi2(", operation)), std::string::npos);
-        EXPECT_EQ(text.find(fmt::format("zidl_day_{}_bmi2", operation)), std::string::npos) << "within history";
+        EXPECT_EQ(text.find(fmt::format("ZIDL_BUILD(zidl_day_{})", operation)), std::string::npos) << "within history";
     }
+    EXPECT_NE(text.find("ZIDL_EXACT_ENCODER(zidl_history)"), std::string::npos) << "in one build alone";
     for (const char *operation : {"duplicate", "free_ext"})
         EXPECT_NE(text.find(fmt::format(" zidl_history_{}(", operation)), std::string::npos) << "in one build alone";
+}
+
+TEST_F(zidlc_emitters, the_decoder_of_a_rare_message_is_in_one_build_alone)
+{
+    const std::vector<generated_file> files = generated({golden / "schema/weather.zidl"}, {artefact::codec});
+    EXPECT_NE(files.at(0).text.find("#ifndef ZIDL_BMI2_BUILD\ninline int32_t decode(zidl_archive &msg,"),
+              std::string::npos);
+    EXPECT_EQ(files.at(0).text.find("#ifndef ZIDL_BMI2_BUILD\ninline int32_t decode(zidl_history &msg,"),
+              std::string::npos);
+    EXPECT_NE(files.at(1).text.find("\nZIDL_BUILT_ONCE(zidl_archive)\n"), std::string::npos);
 }
 
 TEST_F(zidlc_emitters, resets_are_called_after_their_messages_without_the_name_of_the_group)

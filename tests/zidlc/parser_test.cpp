@@ -113,6 +113,17 @@ TEST(zidlc_parser, a_message_is_dispatched_when_it_says_so)
     EXPECT_FALSE(text.tree.messages.at(1).dispatch);
 }
 
+TEST(zidlc_parser, a_message_is_rare_when_it_says_so)
+{
+    const parsed text("group a;\n"
+                      "message m { rare; omit encode.flags; 1 x : u32; }\n"
+                      "message n { dispatch; 1 x : u32; }\n");
+    EXPECT_EQ(text.errors.text(), "");
+    EXPECT_TRUE(text.tree.messages.at(0).rare);
+    EXPECT_FALSE(text.tree.messages.at(0).dispatch);
+    EXPECT_FALSE(text.tree.messages.at(1).rare);
+}
+
 TEST(zidlc_parser, layout_does_not_matter)
 {
     const parsed text("group\na\n;message m{1x:u32;}");
@@ -292,24 +303,28 @@ TEST(zidlc_parser, omissions_are_complete_and_stand_once_before_the_rows)
               "    ^~~~\n");
 }
 
-TEST(zidlc_parser, dispatch_is_said_once_before_the_rows)
+TEST(zidlc_parser, dispatch_or_rare_is_said_once_before_the_rows)
 {
     EXPECT_EQ(errors_in("group a;\n"
                         "message m {\n"
                         "    dispatch;\n"
                         "    dispatch;\n"
+                        "    rare;\n"
                         "    1 x : u32;\n"
                         "}\n"
                         "message n {\n"
                         "    1 x : u32;\n"
-                        "    dispatch;\n"
+                        "    rare;\n"
                         "}\n"),
-              "a.zidl:4:5: error: 'dispatch' stands once, before the rows\n"
+              "a.zidl:4:5: error: 'dispatch' or 'rare' stands once, before the rows\n"
               "    dispatch;\n"
               "    ^~~~~~~~\n"
-              "a.zidl:9:5: error: 'dispatch' stands once, before the rows\n"
-              "    dispatch;\n"
-              "    ^~~~~~~~\n");
+              "a.zidl:5:5: error: 'dispatch' or 'rare' stands once, before the rows\n"
+              "    rare;\n"
+              "    ^~~~\n"
+              "a.zidl:10:5: error: 'dispatch' or 'rare' stands once, before the rows\n"
+              "    rare;\n"
+              "    ^~~~\n");
 }
 
 TEST(zidlc_parser, a_semicolon_forgotten_at_a_line_end_is_reported_there_and_costs_nothing_else)
@@ -448,7 +463,7 @@ TEST(zidlc_parser, every_cut_inside_a_message_is_reported)
     const std::string text = "group a;\n"
                              "message m {\n"
                              "    omit encode.flags;\n"
-                             "    dispatch;\n"
+                             "    rare;\n"
                              "    1 x : repeated u32, counted by n, out of order; # behind\n"
                              "    2..3 unassigned;\n"
                              "}\n";

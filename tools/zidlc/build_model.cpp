@@ -141,6 +141,7 @@ private:
         m.group = d.home->name;
         m.comment = syntax.comment;
         m.dispatch = syntax.dispatch;
+        m.rare = syntax.rare;
         check_numbering(syntax, errors_);
         add_rows(d, m);
         check_members(syntax, m);

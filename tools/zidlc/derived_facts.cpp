@@ -115,10 +115,10 @@ bool is_varied(const message &m)
                        [](const block &each) { return each.taken_as == block::form::run; });
 }
 
-// A few singular fields with short tags, and no memory where there is a run among them.
+// A few singular fields with short tags, and no memory where there is a run among them. What is rare is not worth it.
 bool is_small(const message &m)
 {
-    if (m.is_varied && m.owns_memory)
+    if (m.rare || (m.is_varied && m.owns_memory))
         return false;
     return m.fields.size() <= (m.is_varied ? few_varied_fields : few_fields) &&
            std::all_of(m.fields.begin(), m.fields.end(), [](const field &f) {

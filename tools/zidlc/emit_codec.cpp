@@ -6,10 +6,18 @@
 #include "tools/zidlc/operations.hpp"
 #include "tools/zidlc/printer.hpp"
 
+#include <functional>
+
 namespace zidlc
 {
 namespace
 {
+
+void emit_title(printer &out, const message &msg)
+{
+    out.line("// {}", msg.name);
+    out.line();
+}
 
 void emit_presence(printer &out, const message &msg)
 {
@@ -34,6 +42,7 @@ void emit_shape(printer &out, const message &msg)
     out.line("    static constexpr size_t fixed_bound = {};", msg.fixed_bound);
     out.line("    static constexpr bool owns_memory = {};", msg.owns_memory);
     out.line("    static constexpr bool is_small = {};", msg.is_small);
+    out.line("    static constexpr bool is_rare = {};", msg.rare);
     out.line("    static constexpr bool is_bounded = {};", msg.is_bounded);
     out.line("    static constexpr bool holds_bytes = {};", msg.holds_bytes);
     out.line("}};");
@@ -80,8 +89,7 @@ void emit_release(printer &out, const message &msg)
 
 void emit_message(printer &out, const message &msg)
 {
-    out.line("// {}", msg.name);
-    out.line();
+    emit_title(out, msg);
     emit_shape(out, msg);
     emit_presence(out, msg);
     if (msg.owns_memory && msg.is_bounded)
@@ -120,38 +128,80 @@ std::string decode_call(const message &msg)
                        msg.omit.decode_flags ? "0" : "flags");
 }
 
-void emit_baseline(printer &out, const message &msg)
+// The encoder and the decoder, and the choice between their copies where there are several.
+
+void emit_whole(printer &out, const message &msg)
 {
-    const auto build_of = [&](const operation &defined) {
-        return msg.dispatch ? fmt::format("ZIDL_BASELINE({})", defined.name) : defined.name;
-    };
-    const operation encode = encode_operation(msg);
-    const operation decode = decode_operation(msg);
+    emit_function(out, encode_operation(msg), encode_operation(msg).name, {encode_call(msg)});
+    emit_function(out, decode_operation(msg), decode_operation(msg).name, {decode_call(msg)});
+}
+
+void emit_copy(printer &out, const message &msg)
+{
+    const auto copy_of = [](const operation &defined) { return fmt::format("ZIDL_BUILD({})", defined.name); };
+    emit_title(out, msg);
+    emit_function(out, encode_operation(msg), copy_of(encode_operation(msg)), {encode_call(msg)});
+    emit_function(out, decode_operation(msg), copy_of(decode_operation(msg)), {decode_call(msg)});
+}
+
+void emit_choice(printer &out, const message &msg)
+{
+    out.line("ZIDL_DISPATCHED({})", encode_operation(msg).name);
+    out.line("ZIDL_DISPATCHED({})", decode_operation(msg).name);
+    out.line();
+}
+
+// What has one build alone.
+void emit_once(printer &out, const message &msg)
+{
+    emit_title(out, msg);
+    msg.dispatch ? emit_choice(out, msg) : emit_whole(out, msg);
     const operation duplicate = duplicate_operation(msg);
     const operation release = release_operation(msg);
-    out.line("// {}", msg.name);
-    out.line();
-    emit_function(out, encode, build_of(encode), {encode_call(msg)});
-    emit_function(out, decode, build_of(decode), {decode_call(msg)});
-    if (msg.dispatch) {
-        out.line("ZIDL_DISPATCHED({})", encode.name);
-        out.line("ZIDL_DISPATCHED({})", decode.name);
-        out.line();
-    }
     emit_function(out, duplicate, duplicate.name,
                   {fmt::format("return zidl::duplicate(*dst, *src, {});",
                                msg.omit.duplicate_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx")});
     emit_function(out, release, release.name, {"zidl::free_ext(*msg, free_fn, free_ctx, flags);"});
 }
 
-void emit_bmi2(printer &out, const message &msg)
+using chosen_messages = std::vector<const message *>;
+
+template <class Property>
+chosen_messages those(const group &source, const Property &property)
 {
-    const operation encode = encode_operation(msg);
-    const operation decode = decode_operation(msg);
-    out.line("// {}", msg.name);
+    chosen_messages found;
+    for (const auto &msg : source.messages) {
+        if (std::invoke(property, *msg))
+            found.push_back(msg.get());
+    }
+    return found;
+}
+
+// What one of the builds holds, see codec/builds.hpp.
+template <class Emit>
+void emit_build(printer &out, std::string_view build, const chosen_messages &messages, const Emit &emit)
+{
+    if (messages.empty())
+        return;
+    out.line("#ifdef {}", build);
     out.line();
-    emit_function(out, encode, encode.name + "_bmi2", {encode_call(msg)});
-    emit_function(out, decode, decode.name + "_bmi2", {decode_call(msg)});
+    for (const message *msg : messages)
+        emit(out, *msg);
+    out.line("#endif");
+    out.line();
+}
+
+// What the builds of dispatched messages share.
+void emit_shared(printer &out, const group &source)
+{
+    const chosen_messages rare = those(source, &message::rare);
+    const chosen_messages dispatched = those(source, &message::dispatch);
+    for (const message *msg : rare)
+        out.line("ZIDL_BUILT_ONCE({})", record_type(*msg));
+    for (const message *msg : dispatched)
+        out.line("ZIDL_EXACT_ENCODER({})", record_type(*msg));
+    if (!rare.empty() || !dispatched.empty())
+        out.line();
 }
 
 } // namespace
@@ -188,20 +238,12 @@ std::string emit_codec_source(const group &source)
     out.line("#include \"{}\"", codec_header_path(source.name));
     out.line("#include \"codec/variants.hpp\"");
     out.line();
+    emit_shared(out, source);
     out.line("extern \"C\" {{");
     out.line();
-    out.line("#ifndef ZIDL_BMI2_BUILD");
-    out.line();
-    for (const auto &msg : source.messages)
-        emit_baseline(out, *msg);
-    out.line("#else");
-    out.line();
-    for (const auto &msg : source.messages) {
-        if (msg->dispatch)
-            emit_bmi2(out, *msg);
-    }
-    out.line("#endif");
-    out.line();
+    const chosen_messages dispatched = those(source, &message::dispatch);
+    emit_build(out, "ZIDL_ONCE_BUILD", those(source, [](const message &) { return true; }), emit_once);
+    emit_build(out, "ZIDL_DISPATCHED_BUILD", dispatched, emit_copy);
     out.line("}} // extern \"C\"");
     return out.take();
 }

@@ -108,6 +108,8 @@ void emit_decode_fields(printer &out, const message &msg)
 // Field after field, whatever comes, until the message ends.
 void emit_decode_large(printer &out, const message &msg)
 {
+    if (msg.rare)
+        out.line("#ifndef ZIDL_BMI2_BUILD");
     out.list("inline int32_t decode(",
              {record_type(msg) + " &msg", "const uint8_t *pos", "const uint8_t *end", "const decode_context &context"},
              ")");
@@ -127,6 +129,8 @@ void emit_decode_large(printer &out, const message &msg)
     out.line("    msg.presence = static_cast<{}>(msg.presence | seen);", presence_type(msg));
     out.line("    return in.status();");
     out.line("}}");
+    if (msg.rare)
+        out.line("#endif");
     out.line();
 }
 

@@ -87,6 +87,7 @@ struct message {
     std::vector<number_range> unassigned; // in declaration order
     omissions omit;
     bool dispatch = false; // encoder and decoder exist for newer processors, too
+    bool rare = false;     // one build of them serves the messages that are dispatched, too
 
     // What follows.
     unsigned presence_bits = 8;  // width of the presence word: 8, 16, 32 or 64

@@ -89,7 +89,7 @@ private:
         return group;
     }
 
-    // message = "message" name "{" [ omit ] [ dispatch ] { row } "}"
+    // message = "message" name "{" [ omit ] [ dispatch | rare ] { row } "}"
     message_syntax message()
     {
         message_syntax m;
@@ -108,7 +108,9 @@ private:
         if (at("omit"))
             omit_statement(m);
         else if (at("dispatch"))
-            dispatch_statement(m);
+            frequency_statement(m, m.dispatch);
+        else if (at("rare"))
+            frequency_statement(m, m.rare);
         else if (peek().kind == token_kind::number)
             row(m);
         else
@@ -130,13 +132,13 @@ private:
         end_statement();
     }
 
-    // dispatch = "dispatch" ";"
-    void dispatch_statement(message_syntax &m)
+    // dispatch = "dispatch" ";"    rare = "rare" ";"
+    void frequency_statement(message_syntax &m, bool &said)
     {
-        if (m.dispatch || !m.rows.empty())
-            errors_.error(peek().where, "'dispatch' stands once, before the rows");
+        if (m.dispatch || m.rare || !m.rows.empty())
+            errors_.error(peek().where, "'dispatch' or 'rare' stands once, before the rows");
         take();
-        m.dispatch = true;
+        said = true;
         end_statement();
     }
 

@@ -55,6 +55,7 @@ struct message_syntax {
     std::vector<std::string> comment;
     std::vector<omission_syntax> omissions;
     bool dispatch = false; // dispatch;
+    bool rare = false;     // rare;
     std::vector<std::variant<field_syntax, unassigned_syntax>> rows;
 };
 

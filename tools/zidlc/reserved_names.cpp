@@ -27,7 +27,7 @@ constexpr std::string_view c_words =
     "typeof_unqual union unix unsigned using virtual void volatile wchar_t while xor xor_eq ";
 
 constexpr std::string_view language_words =
-    " by counted dispatch group message of omit order out repeated unassigned use ";
+    " by counted dispatch group message of omit order out rare repeated unassigned use ";
 
 // Files of these names are the compiler's own: messages/descriptors.hpp, docs/messages/README.md.
 constexpr std::string_view file_words = " descriptors readme ";
