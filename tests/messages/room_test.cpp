@@ -221,8 +221,9 @@ TEST_P(room, small_buffer_gets_the_beginning_of_encodings_that_end_where_the_blo
         for (const size_t buflen : {size_t{1}, LARGE / 2, LARGE - 1}) {
             for (size_t beyond : {0u, 12u, 19u, 20u, 21u, 30u, 60u}) {
                 make_largest(path, buflen + LARGE - std::min(short_fields + 20, buflen + LARGE - 1) + beyond);
-                if (buflen <= expected_.size())
+                if (buflen <= expected_.size()) {
                     ASSERT_NO_FATAL_FAILURE(expect_beginning(pages, buflen)) << beyond;
+                }
             }
         }
     }
