@@ -26,14 +26,22 @@ using bench::contender;
 using bench::job;
 using bench::message_table;
 
+// As many bytes of routes as `full` has, but so few of them that a processor knows each by heart.
+constexpr std::string_view learnt_workload = "learnt";
+constexpr size_t learnt_routes = 128;
+
 bench::workload make(std::string_view workload)
 {
     if (workload == "real")
         return *bench::make_real_workload();
-    if (workload != bench::cold_workload)
+    if (workload != bench::cold_workload && workload != learnt_workload)
         return bench::make_workload(workload);
-    bench::workload made = bench::make_workload("mixed");
+    bench::workload made = bench::make_workload(workload == learnt_workload ? "full" : "mixed");
     made.name = workload;
+    if (workload == learnt_workload) {
+        for (size_t i = learnt_routes; i < made.messages.size(); ++i)
+            made.messages[i] = made.messages[i - learnt_routes];
+    }
     return made;
 }
 
@@ -116,7 +124,7 @@ private:
 std::vector<std::string_view> workload_names()
 {
     std::vector<std::string_view> names = bench::workload_names();
-    names.push_back(bench::cold_workload);
+    names.insert(names.end(), {learnt_workload, bench::cold_workload});
     if (std::getenv("RIB_DATA_DIR") != nullptr)
         names.push_back("real");
     return names;
@@ -124,7 +132,8 @@ std::vector<std::string_view> workload_names()
 
 const char *type_name(std::string_view workload)
 {
-    return workload == "real" || workload == bench::cold_workload ? "rib_route" : bench::type_name(workload);
+    const bool is_route = workload == "real" || workload == bench::cold_workload || workload == learnt_workload;
+    return is_route ? "rib_route" : bench::type_name(workload);
 }
 
 std::string benchmark_name(const contender &who, std::string_view workload)

@@ -12,7 +12,8 @@ import statistics
 import subprocess
 import sys
 
-WORKLOADS = ["mixed", "full", "wide", "grid", "srv6", "opaque", "proto", "cold", "real"]
+COMPARED = ["mixed", "full", "wide", "grid", "srv6", "opaque", "proto", "cold", "real"]
+WORKLOADS = COMPARED + ["learnt"]
 OPERATIONS = {
     "decode": "Decode and release",
     "encode": "Encode",
@@ -130,7 +131,7 @@ def ratios(found, library="librib"):
     rows = []
     for title, operation, memory, rivals in RATIOS:
         cells = {}
-        for workload in WORKLOADS:
+        for workload in COMPARED:
             ours = found.get((operation, workload, library, memory))
             peer = best_peer(found, workload, rivals)
             if ours and peer:
@@ -141,7 +142,7 @@ def ratios(found, library="librib"):
 
 
 def cell_table(rows, head, cell):
-    workloads = [w for w in WORKLOADS if any(w in cells for _, cells in rows)]
+    workloads = [w for w in COMPARED if any(w in cells for _, cells in rows)]
     return table([[head] + workloads] +
                  [[title] + [cell(cells[w]) if w in cells else "" for w in workloads] for title, cells in rows])
 
@@ -157,6 +158,21 @@ def ratio_table(found, library="librib"):
 
 def best_peer_table(found):
     return cell_table(ratios(found), "the peer that each ratio compares with", lambda cell: cell[1])
+
+
+def overview_table(found):
+    """For the front page: ratios of some rows and workloads, our nanoseconds behind them."""
+    heads = {"mixed": "route, {} bytes", "wide": "route, {} KB, 64 paths", "grid": "grid list, {} KB, 1026 keys",
+             "proto": "protocol update, {} bytes"}
+    rows = [[""]]
+    for workload, head in heads.items():
+        size = found["encode", workload, "librib", "buffer"]["bytes"]
+        rows[0].append(head.format(round(size / 1000 if size >= 1000 else size)))
+    for (title, cells), (_, operation, memory, _) in zip(ratios(found), RATIOS):
+        if not title.startswith("zero-copy"):
+            rows.append([title] + [f"{cells[w][0]:.2f} ({number(found[operation, w, 'librib', memory]['ns'])})"
+                                   for w in heads])
+    return table(rows)
 
 
 def conversion_table(found):
@@ -205,6 +221,8 @@ def fill_page(page, tables, found):
     """Puts fresh tables between <!-- name --> and <!-- /name --> of a page."""
     text = page.read_text()
     for name, make in tables.items():
+        if f"<!-- {name} -->" not in text:
+            continue
         fresh = f"<!-- {name} -->\n{make(found)}\n<!-- /{name} -->"
         text = re.sub(rf"<!-- {name} -->\n.*?<!-- /{name} -->", lambda _, fresh=fresh: fresh, text, flags=re.DOTALL)
     page.write_text(text)
@@ -216,13 +234,13 @@ def gnuplot(script):
 
 def plot_ratios(found, path):
     rows = ratios(found)
-    workloads = [w for w in WORKLOADS if any(w in cells for _, cells in rows)]
+    workloads = [w for w in COMPARED if any(w in cells for _, cells in rows)]
     data = ["workload " + " ".join(f'"{title}"' for title, _ in rows)]
     for workload in workloads:
         data.append(workload + " " + " ".join(f"{cells[workload][0]:.3f}" if workload in cells else "NaN"
                                               for _, cells in rows))
     gnuplot(f'''
-set terminal svg size 900,420 background "white" font "sans,11"
+set terminal svg size 1200,460 background "white" font "sans,11"
 set output "{path}"
 set title "Best peer's time divided by librib's"
 set style data histogram
@@ -267,7 +285,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("files", nargs="+", type=pathlib.Path)
     parser.add_argument("--plots", type=pathlib.Path, metavar="DIR", help="write ratios.svg and scaling.svg there")
-    parser.add_argument("--page", type=pathlib.Path, metavar="FILE", help="put the short tables into that page")
+    parser.add_argument("--page", type=pathlib.Path, metavar="FILE", action="append", default=[],
+                        help="put the short tables into that page")
     options = parser.parse_args()
     found = {}
     for path in options.files:
@@ -296,9 +315,9 @@ def main():
         print("\n## Entry points\n\n" + entry_table(found))
     if "scaling_paths" in subjects:
         print("\n## Growth\n\n" + scaling_table(found))
-    if options.page:
-        fill_page(options.page, {"ratios": ratio_table, "ratios_gxx": lambda all_found: ratio_table(all_found, "librib_g++"),
-                                 "conversion": conversion_table, "entry": entry_table}, found)
+    for page in options.page:
+        fill_page(page, {"ratios": ratio_table, "ratios_gxx": lambda all_found: ratio_table(all_found, "librib_g++"),
+                         "overview": overview_table, "conversion": conversion_table, "entry": entry_table}, found)
     if options.plots and not counts and "decode" in subjects:
         plot_ratios(found, options.plots / "ratios.svg")
     if options.plots and "scaling_paths" in subjects:
