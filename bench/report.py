@@ -248,7 +248,8 @@ set style histogram clustered gap 1
 set style fill solid 0.8 noborder
 set grid ytics
 set yrange [0:*]
-set key outside below
+set key outside below maxcols 2
+set linetype 9 lc rgb "#999933"
 set arrow from graph 0,first 1 to graph 1,first 1 nohead lw 2 front
 $data << EOD
 {chr(10).join(data)}
