@@ -14,6 +14,8 @@ import sys
 
 COMPARED = ["mixed", "full", "wide", "grid", "srv6", "opaque", "proto", "cold", "real"]
 WORKLOADS = COMPARED + ["learnt"]
+UPDATES = ["sparse_1", "sparse_4", "sparse_64", "rich_1", "rich_4", "rich_64", "table", "route", "service", "grid", "nhid",
+           "opaque", "proto", "old_route", "old_opaque", "old_proto"]
 OPERATIONS = {
     "decode": "Decode and release",
     "encode": "Encode",
@@ -104,6 +106,10 @@ def in_order(found, subject):
     return workloads, contenders
 
 
+def kinds_in_order(found, subject):
+    return [kind for kind in UPDATES if any(key[:2] == (subject, kind) for key in found)]
+
+
 def contender_table(found, operation, head, cell):
     workloads, contenders = in_order(found, operation)
     rows = [[head, "memory"] + workloads]
@@ -189,17 +195,47 @@ def conversion_table(found):
 
 
 def entry_table(found):
-    rows = [["updates", "bytes each", "one thread, updates/s", "two threads", "one thread, RIB_CLIENT_ARENA",
-             "two threads"]]
-    for kind in sorted({k[1] for k in found if k[0] == "entry"}):
-        row = [kind]
+    """Nanoseconds an update on one thread, in either form, and what two threads take together; both builds."""
+    rows = [["updates", "bytes each", "framed, ns", "stripped, ns", "two threads, updates/s",
+             "RIB_CLIENT_ARENA: framed, ns", "stripped, ns", "two threads, updates/s"]]
+    for kind in kinds_in_order(found, "entry"):
+        row = []
         for build in ("", "_arena"):
-            for threads in (1, 2):
-                entry = found.get(("entry", kind, "librib", f"{threads}{build}"))
-                if len(row) == 1:
-                    row.append(f"{entry['bytes']:.0f}" if entry else "")
-                row.append(number(entry["items_per_second"]) if entry else "")
-        rows.append(row)
+            framed, stripped, both = (found.get(("entry", kind, "librib", f"{run}{build}"))
+                                      for run in ("1", "1_stripped", "2"))
+            row += [number(entry["ns"]) if entry else "" for entry in (framed, stripped)]
+            row.append(number(both["items_per_second"]) if both else "")
+        size = next(entry["bytes"] for key, entry in found.items() if key[:2] == ("entry", kind))
+        rows.append([kind.replace("_", " "), f"{size:.0f}", *row])
+    return table(rows)
+
+
+def by_hand_table(found):
+    """The entry points, framed, beside the same work on top of other libraries; nanoseconds an update."""
+    others = sorted({key[2:] for key in found if key[0] == "by_hand" and key[2] in PEERS},
+                    key=lambda other: (LIBRARIES.index(other[0]), other[1]))
+    rows = [["ns an update", "librib", *(f"{library} {memory}" for library, memory in others), "best by hand / librib"]]
+    for kind in kinds_in_order(found, "by_hand"):
+        times = [found.get(("by_hand", kind, *other)) for other in (("librib", "entry"), *others)]
+        ours, *theirs = (entry["ns"] if entry else None for entry in times)
+        if ours is None or not any(theirs):
+            continue
+        best = min(ns for ns in theirs if ns is not None)
+        rows.append([kind.replace("_", " "), *(number(ns) if ns else "" for ns in (ours, *theirs)), f"{best / ours:.2f}"])
+    return table(rows)
+
+
+def million_line(found):
+    framed = found.get(("entry", "table", "librib", "1"))
+    return f"A million routes like those of `mixed`, framed: {framed['ns'] / 1000:.2f} s of processor time." if framed else ""
+
+
+def load_table(found):
+    rows = [["library", "dlopen, µs", "first call, µs", "both"]]
+    for build in ("dispatch", "baseline"):
+        times = [found.get(("load", build, "librib", what)) for what in ("open", "call", "both")]
+        if all(times):
+            rows.append([build, *(f"{entry['ns'] / 1000:.0f}" for entry in times)])
     return table(rows)
 
 
@@ -218,12 +254,13 @@ def scaling_table(found):
 
 
 def fill_page(page, tables, found):
-    """Puts fresh tables between <!-- name --> and <!-- /name --> of a page."""
+    """Puts fresh tables between <!-- name --> and <!-- /name --> of a page; what was not measured stays as it was."""
     text = page.read_text()
     for name, make in tables.items():
-        if f"<!-- {name} -->" not in text:
+        made = make(found) if f"<!-- {name} -->" in text else ""
+        if not made or made.count("\n") == 1:  # the head of a table alone
             continue
-        fresh = f"<!-- {name} -->\n{make(found)}\n<!-- /{name} -->"
+        fresh = f"<!-- {name} -->\n{made}\n<!-- /{name} -->"
         text = re.sub(rf"<!-- {name} -->\n.*?<!-- /{name} -->", lambda _, fresh=fresh: fresh, text, flags=re.DOTALL)
     page.write_text(text)
 
@@ -314,11 +351,17 @@ def main():
         print("\n## Conversion\n\n" + conversion_table(found))
     if "entry" in subjects:
         print("\n## Entry points\n\n" + entry_table(found))
+    if "by_hand" in subjects:
+        print("\n## Entry points beside a conversion by hand\n\n" + by_hand_table(found))
+        print("\n" + million_line(found))
+    if "load" in subjects:
+        print("\n## Load\n\n" + load_table(found))
     if "scaling_paths" in subjects:
         print("\n## Growth\n\n" + scaling_table(found))
     for page in options.page:
         fill_page(page, {"ratios": ratio_table, "ratios_gxx": lambda all_found: ratio_table(all_found, "librib_g++"),
-                         "overview": overview_table, "conversion": conversion_table, "entry": entry_table}, found)
+                         "overview": overview_table, "conversion": conversion_table, "entry": entry_table,
+                         "by_hand": by_hand_table, "million": million_line, "load": load_table}, found)
     if options.plots and not counts and "decode" in subjects:
         plot_ratios(found, options.plots / "ratios.svg")
     if options.plots and "scaling_paths" in subjects:
