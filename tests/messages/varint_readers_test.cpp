@@ -13,6 +13,7 @@ namespace
 
 namespace codec = zidl;
 
+using codec::copy_short;
 using codec::decode_context;
 using codec::ends_in_window;
 using codec::load;
@@ -327,6 +328,26 @@ TEST(varint_pieces, padded_input_is_the_input_and_zeros_and_reads_nothing_else)
             copy.take(input, len);
             EXPECT_EQ(std::vector<uint8_t>(copy.begin(), copy.begin() + copy.size()), expected) << len;
         }
+}
+
+TEST(varint_pieces, copies_are_exact_at_both_ends)
+{
+    constexpr size_t MOST = 300;
+    const guarded_pages from(MOST);
+    const guarded_pages to(MOST);
+    for (size_t len = 0; len <= MOST; ++len)
+        for (uint8_t *const src : {from.start(), from.before_end(len)})
+            for (uint8_t *const dst : {to.start(), to.before_end(len)}) {
+                std::fill(to.start(), to.before_end(0), uint8_t{0xa5});
+                for (size_t i = 0; i < len; ++i)
+                    src[i] = static_cast<uint8_t>(i % 251);
+                copy_short(dst, src, len);
+                EXPECT_TRUE(std::equal(src, src + len, dst)) << len;
+                const auto written =
+                    std::count_if(to.start(), dst, [](uint8_t byte) { return byte != 0xa5; }) +
+                    std::count_if(dst + len, to.before_end(0), [](uint8_t byte) { return byte != 0xa5; });
+                EXPECT_EQ(written, 0) << len << ": bytes outside the copy";
+            }
 }
 
 // `Count` u32 fields from number `First`: all that two bytes can say.
