@@ -62,12 +62,25 @@ ZIDL_INLINE parsed<Value> parse_word_varint(const uint8_t *pos, const uint8_t *e
     return {pos + 9 + more, static_cast<Value>(pack_groups<uint64_t>(word) | (ninth & 127) << 56 | top)};
 }
 
+// Where eight bytes are not left, as behind the last fields of every input, or one varint is longer than its value needs. The
+// word is made of the input's last bytes then, and zeros.
+template <class Value>
+ZIDL_COLD parsed<Value> parse_other_varint(const uint8_t *pos, const uint8_t *end, const uint8_t *wide_end)
+{
+    if (wide_end == nullptr || pos <= wide_end || pos >= end)
+        return parse_varint_bytewise<Value>(pos, end);
+    const uint64_t word = load<uint64_t>(wide_end) >> (8 * static_cast<size_t>(pos - wide_end));
+    const uint64_t stops = ~word & continuation_bits;
+    pos += (trailing_zeros(stops) >> 3) + 1;
+    return {pos <= end ? pos : nullptr, pack_groups<Value>(word & (stops ^ (stops - 1)))};
+}
+
 // Of any length. Expects two bytes and more.
 template <class Value>
 ZIDL_INLINE parsed<Value> parse_long_varint(const uint8_t *pos, const uint8_t *end, const uint8_t *wide_end)
 {
     const auto read = parse_word_varint<Value>(pos, end, wide_end);
-    return ZIDL_LIKELY(read.next != nullptr) ? read : parse_varint_bytewise<Value>(pos, end);
+    return ZIDL_LIKELY(read.next != nullptr) ? read : parse_other_varint<Value>(pos, end, wide_end);
 }
 
 // Of any length. Expects one byte.
