@@ -118,6 +118,7 @@ ZIDL_INLINE int32_t decode_ext(Record &msg, const uint8_t *buf, size_t len, zidl
 template <class Record>
 ZIDL_INLINE int32_t duplicate(Record &dst, const Record &src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
+    prefetch(&src, 1);
     copy_record(dst, src);
     if constexpr (shape<Record>::owns_memory) {
         copier mem(alloc_fn, alloc_ctx);

@@ -124,13 +124,48 @@ void reset(Record &msg);
         name(msg);                                                                                                     \
     }
 
+// What the presence words of `dst` become when it is overwritten by `src`: the used bits are the source's. They are read
+// there, and not from what was just stored.
+template <class Record>
+class copied_presence
+{
+public:
+    ZIDL_INLINE copied_presence(const Record &dst, const Record &src)
+    {
+        unsigned i = 0;
+        each_presence(const_cast<Record &>(dst), [&](const auto &word, uint64_t used) {
+            const uint64_t other = same_member(word, dst, src);
+            words_[i++] = (other & used) | (word & ~used);
+        });
+    }
+
+    ZIDL_INLINE void store_to(Record &dst) const
+    {
+        unsigned i = 0;
+        each_presence(dst, [&](auto &word, uint64_t) {
+            word = static_cast<std::remove_reference_t<decltype(word)>>(words_[i++]);
+        });
+    }
+
+private:
+    // The member of `other` that stands where `member` stands in `msg`.
+    template <class Word>
+    static ZIDL_INLINE Word same_member(const Word &member, const Record &msg, const Record &other)
+    {
+        const auto offset = reinterpret_cast<const uint8_t *>(&member) - reinterpret_cast<const uint8_t *>(&msg);
+        return load<Word>(member_bytes(other, static_cast<size_t>(offset)));
+    }
+
+    uint64_t words_[shape<Record>::presence_words];
+};
+
 // The record as it stands, pointers shared.
 template <class Record>
 ZIDL_INLINE void copy_record(Record &dst, const Record &src)
 {
-    const spare_bits<Record> spare(dst);
+    const copied_presence<Record> presence(dst, src);
     memcpy(&dst, &src, sizeof dst);
-    spare.restore(dst);
+    presence.store_to(dst);
 }
 
 } // namespace ZIDL_VARIANT
