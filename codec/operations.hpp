@@ -63,14 +63,17 @@ ZIDL_NOINLINE uint8_t *encode_beside(const Record &msg, uint8_t *buf, size_t buf
 template <class Record>
 ZIDL_INLINE uint8_t *encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
 {
+    constexpr bool stays_in_place = !bound_counter::counted<Record>().moves_bodies;
     if constexpr (shape<Record>::is_bounded) {
-        const bool fits = ZIDL_LIKELY(bound_fits<0>(msg, buflen)) || certainly_fits(msg, buflen);
-        return ZIDL_LIKELY(fits) ? encode(unchecked_writer(buf), msg).pos : nullptr;
-    } else {
-        constexpr bool stays_in_place = !bound_counter::counted<Record>().moves_bodies;
-        return stays_in_place || ZIDL_LIKELY(buflen >= measured_below) ? encode(fast_writer{buf, buf + buflen}, msg).pos
-                                                                       : encode_beside(msg, buf, buflen);
+        if (ZIDL_LIKELY(bound_fits<0>(msg, buflen)))
+            return encode(unchecked_writer(buf), msg).pos;
     }
+    if constexpr (!shape<Record>::owns_memory)
+        return certainly_fits(msg, buflen) ? encode(unchecked_writer(buf), msg).pos : nullptr;
+    else if (stays_in_place || ZIDL_LIKELY(buflen >= measured_below))
+        return encode(fast_writer{buf, buf + buflen}, msg).pos;
+    else
+        return encode_beside(msg, buf, buflen);
 }
 
 template <class Record>

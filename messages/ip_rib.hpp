@@ -95,7 +95,9 @@ ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_ip_rib_opa
 template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_opaque &msg)
 {
-    encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_opaque, opaque_type)>(out, msg); // opaque_type to opaque_value
+    within<24>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32_run<1, 0, 4, offsetof(zidl_ip_rib_opaque, opaque_type)>(room, msg); // opaque_type to opaque_value
+    });
     encode_bytes<5>(out, has<4>(msg), msg.first_block, msg.first_block_size);
     encode_bytes<6>(out, has<5>(msg), msg.second_block, msg.second_block_size);
 }

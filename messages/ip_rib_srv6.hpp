@@ -40,8 +40,10 @@ ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv
 template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_sid_info &msg)
 {
-    encode_u32    <1>(out, has<0>(msg), msg.value_1);
-    encode_u32    <2>(out, has<1>(msg), msg.value_2);
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.value_1);
+        encode_u32<2>(room, has<1>(msg), msg.value_2);
+    });
     encode_message<3>(out, has<2>(msg), msg.sid);
 }
 
@@ -377,7 +379,9 @@ ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_ip_rib_srv
 template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_mode_info &msg)
 {
-    encode_bool   <1>(out, has<0>(msg), msg.flag_1);
+    within<2>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_bool<1>(room, has<0>(msg), msg.flag_1);
+    });
     encode_message<2>(out, has<1>(msg), msg.mode_prefix);
 }
 

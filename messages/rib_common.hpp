@@ -144,9 +144,11 @@ ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_rib_msg_pr
 template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_msg_prefix &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.family);
-    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
-    encode_u32  <3>(out, has<2>(msg), msg.ipv4);
+    within<18>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.family);
+        encode_u32<2>(room, has<1>(msg), msg.prefix_len);
+        encode_u32<3>(room, has<2>(msg), msg.ipv4);
+    });
     encode_bytes<4>(out, has<3>(msg), msg.ipv6, msg.ipv6_size);
 }
 
@@ -199,7 +201,9 @@ template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_srv6_prefix &msg)
 {
     encode_bytes<1>(out, has<0>(msg), msg.prefix, msg.prefix_size);
-    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<2>(room, has<1>(msg), msg.prefix_len);
+    });
 }
 
 template <class Reader>
@@ -249,7 +253,9 @@ template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_prefix &msg)
 {
     encode_bytes<1>(out, has<0>(msg), msg.prefix, msg.prefix_size);
-    encode_u32  <2>(out, has<1>(msg), msg.prefix_len);
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<2>(room, has<1>(msg), msg.prefix_len);
+    });
 }
 
 template <class Reader>
@@ -979,7 +985,9 @@ ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_rib_generi
 template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_generic_attr_info &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.attr_type);
+    within<6>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.attr_type);
+    });
     encode_bytes<2>(out, has<1>(msg), msg.attr_data, msg.attr_data_size);
 }
 

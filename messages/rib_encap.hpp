@@ -198,8 +198,10 @@ ZIDL_INLINE constexpr void add_sizes(content_sizes &sizes, const zidl_rib_encap_
 template <class Sink>
 ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_rib_encap_id_path_key_srv6_carrier_info &msg)
 {
-    encode_u32  <1>(out, has<0>(msg), msg.carrier_value_1);
-    encode_u32  <2>(out, has<1>(msg), msg.carrier_value_2);
+    within<12>(out, [&](auto &room) ZIDL_INLINE_LAMBDA {
+        encode_u32<1>(room, has<0>(msg), msg.carrier_value_1);
+        encode_u32<2>(room, has<1>(msg), msg.carrier_value_2);
+    });
     encode_bytes<3>(out, has<2>(msg), msg.carrier_bytes, msg.carrier_bytes_size);
 }
 

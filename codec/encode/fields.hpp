@@ -59,9 +59,12 @@ ZIDL_INLINE void encode_whole_run(Sink &out, const uint8_t *members, std::index_
 {
     constexpr unsigned tag_len = varint_size(make_tag(Number, varint));
     constexpr size_t fields_behind_first = sizeof...(Index) - 1;
-    (out.template put_numbered<tag_len, (fields_behind_first - Index) * (tag_len + 1)>(
-         Number + Index, load<uint32_t>(members + Index * sizeof(uint32_t))),
-     ...);
+    if constexpr (sink_traits<Sink>::counts_whole_runs)
+        out.template put_whole_run<tag_len, sizeof...(Index)>(members);
+    else
+        (out.template put_numbered<tag_len, (fields_behind_first - Index) * (tag_len + 1)>(
+             Number + Index, load<uint32_t>(members + Index * sizeof(uint32_t))),
+         ...);
 }
 
 // `Count` u32 fields that stand together: consecutive numbers from `Number`, consecutive presence bits from `Bit`, members

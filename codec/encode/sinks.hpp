@@ -16,6 +16,7 @@
 //                                                                         written, with a tag of TagLen bytes (1 or 2). At
 //                                                                         least Behind bytes of the same encoding follow it:
 //                                                                         stores may run over its end by as many
+//   put_whole_run<TagLen, n>(members)  x      -        -        -     -    n u32 members side by side
 //   put_byte<Tag>, put_fixed32<Tag>    x      x        x        -     x    room
 //   put_bytes<Tag>(data, size)         x      x        x        x     x    room, with an unchecked writer; `data` may be null when
 //                                                                         `size` is 0
@@ -44,6 +45,8 @@ struct usual_sink {
     static constexpr bool needs_room = false;
     // A run whose fields are all present is worth an expression of its own.
     static constexpr bool takes_whole_runs = true;
+    // It takes such a run as a whole.
+    static constexpr bool counts_whole_runs = false;
     // It wants every field, present or not.
     static constexpr bool counts_absent = false;
 };

@@ -146,4 +146,28 @@ TEST(ip_rib_iid_evpn_elan_ctx, encodes_to_the_bytes_of_an_ip_tunnel_context_with
     EXPECT_EQ(encode<ip_rib_iid_l2vpn_ip_tunnel_ctx>(tunnel), expected);
 }
 
+// Four neighbouring numbers, which are measured together where all of them are present.
+TEST(ip_rib_opaque, each_of_four_numbers_is_measured_by_its_length)
+{
+    const struct {
+        uint32_t value;
+        size_t len; // of its varint
+    } cases[] = {
+        {0, 1},          {127, 1},        {128, 2},        {16383, 2},      {16384, 3},
+        {2097151, 3},    {2097152, 4},    {268435455, 4},  {268435456, 5},  {0x7fffffff, 5},
+        {0x80000000, 5}, {0x8000007f, 5}, {0xfffffffe, 5}, {0xffffffff, 5},
+    };
+    for (const auto &each : cases) {
+        for (int place = 0; place < 4; ++place) {
+            zidl_ip_rib_opaque msg = {};
+            zidl_ip_rib_opaque_set_opaque_type(&msg, place == 0 ? each.value : 0);
+            zidl_ip_rib_opaque_set_opaque_id(&msg, place == 1 ? each.value : 0);
+            zidl_ip_rib_opaque_set_opaque_sub_id(&msg, place == 2 ? each.value : 0);
+            zidl_ip_rib_opaque_set_opaque_value(&msg, place == 3 ? each.value : 0);
+            EXPECT_EQ(zidl_ip_rib_opaque_encode_ext(&msg, nullptr, 0, nullptr, nullptr, 0), 7 + each.len)
+                << each.value << " in place " << place; // a tag each, and a byte for each 0
+        }
+    }
+}
+
 } // namespace

@@ -94,10 +94,10 @@ fields first_stretch(fields rest)
     return rest.first(static_cast<std::size_t>(end - rest.begin()));
 }
 
-// A message that is bounded as a whole is written only where there is room for it.
+// A message of fixed bound is written only where there is room for all of it.
 std::vector<stretch> stretches(const message &m)
 {
-    if (m.is_bounded)
+    if (!m.owns_memory)
         return {{0, blocks(m.fields, true)}};
     std::vector<stretch> result;
     for (fields rest = m.fields; !rest.empty();) {
