@@ -364,7 +364,7 @@ def main():
                          "by_hand": by_hand_table, "million": million_line, "load": load_table}, found)
     if options.plots and not counts and "decode" in subjects:
         plot_ratios(found, options.plots / "ratios.svg")
-    if options.plots and "scaling_paths" in subjects:
+    if options.plots and {f"scaling_{scale}" for scale in ("paths", "keys", "depth")} <= subjects:
         plot_scaling(found, options.plots / "scaling.svg")
 
 
