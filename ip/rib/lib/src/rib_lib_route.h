@@ -283,9 +283,10 @@ ZIDL_API uint32_t rib_lib_route_payload_high_water(void);
  *
  * Paths that are malformed or exceed a limit are left out, side blocks that cannot be converted are null; neither
  * fails the route. The record takes about 5 KB of address space for each path of the message, paths left out included.
- * This function touches only the places of those that are converted; whether calloc has cleared the others before is
- * the C library's choice. That of GNU takes records above 32 MB (6721 paths) fresh from the system, untouched, and smaller
- * ones after the first few out of memory that it keeps: those are resident as a whole, and stay so when freed. */
+ * From 128 KB on this function touches only the places of those that are converted; whether calloc has cleared the others
+ * before is the C library's choice. That of GNU takes records above 32 MB (6721 paths) fresh from the system, untouched,
+ * and smaller ones after the first few out of memory that it keeps: those are resident as a whole, and stay so when
+ * freed. */
 ZIDL_API zerrno rib_lib_route_decode(const uint8_t *buf, uint32_t len, struct rib_routetype_ **out);
 
 /* Converts one path. Returns the bytes that the entry takes, its ecomm values included, or 0 when the path is not
