@@ -53,9 +53,9 @@ public:
         const size_t count = is_shared ? 1 : table.batch();
         const size_t size = is_shared ? bump_size : small;
         memory_ = std::make_unique_for_overwrite<uint64_t[]>(count * size / sizeof(uint64_t));
-        auto *const bytes = reinterpret_cast<uint8_t *>(memory_.get());
+        auto *const first = reinterpret_cast<uint8_t *>(memory_.get());
         for (size_t i = 0; i < count; ++i)
-            arenas_.emplace_back(std::span(bytes + i * size, size));
+            arenas_.emplace_back(std::span(first + i * size, size));
     }
 
     Arena &operator[](size_t record) { return arenas_[arenas_.size() == 1 ? 0 : record]; }
