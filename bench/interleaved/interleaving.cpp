@@ -20,36 +20,42 @@ double processor_time_ns()
     return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
-// The set in equal pieces; a sample is one piece, `repeats` times.
+// The set in pieces that differ by a message at most; a sample is one piece, `repeats` times.
 struct division {
-    size_t messages; // of a piece
+    size_t messages; // of the whole set
     size_t pieces;
     size_t repeats;
 
-    size_t samples() const { return std::max(pieces, fewest_samples); } // of a round
-    double messages_of_a_round() const { return static_cast<double>(messages * repeats * samples()); }
+    // Of a round, which has each piece equally often.
+    size_t samples() const { return (fewest_samples + pieces - 1) / pieces * pieces; }
+    double messages_of_a_round() const { return static_cast<double>(messages * repeats * (samples() / pieces)); }
+    size_t start(size_t piece) const { return messages * piece / pieces; }
 };
+
+double time_range(const range_function &run, size_t first, size_t count, size_t repeats)
+{
+    const double begin = processor_time_ns();
+    for (size_t i = 0; i < repeats; ++i)
+        run(first, count);
+    return processor_time_ns() - begin;
+}
 
 double sample(const range_function &run, const division &set, size_t index)
 {
-    const size_t first = index % set.pieces * set.messages;
-    const double begin = processor_time_ns();
-    for (size_t i = 0; i < set.repeats; ++i)
-        run(first, set.messages);
-    return processor_time_ns() - begin;
+    const size_t piece = index % set.pieces;
+    return time_range(run, set.start(piece), set.start(piece + 1) - set.start(piece), set.repeats);
 }
 
 division divide(const prepared_cell &subject)
 {
-    division set{1, 1, 1};
-    while (sample(subject.theirs, set, 0) < shortest_sample_ns) {
-        if (set.messages < subject.messages)
-            set.messages = std::min(2 * set.messages, subject.messages);
+    size_t count = 1, repeats = 1;
+    while (time_range(subject.theirs, 0, count, repeats) < shortest_sample_ns) {
+        if (count < subject.messages)
+            count = std::min(2 * count, subject.messages);
         else
-            set.repeats *= 2;
+            repeats *= 2;
     }
-    set.pieces = subject.messages / set.messages;
-    return set;
+    return {subject.messages, subject.messages / count, repeats};
 }
 
 } // namespace
@@ -78,7 +84,7 @@ rounds compare(const prepared_cell &subject, double seconds)
         double ours = 0, theirs = 0;
         for (size_t i = 0; i < set.samples(); ++i) {
             // Half a set apart, so that neither finds in the caches what the other has just worked on.
-            const size_t other = i + set.samples() / 2;
+            const size_t other = i + set.pieces / 2;
             const bool ours_first = (round + i) % 2 == 0;
             if (ours_first)
                 ours += sample(subject.ours, set, i);

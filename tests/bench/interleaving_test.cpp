@@ -74,9 +74,8 @@ struct counting {
     }
 };
 
-TEST(comparison, both_builds_see_every_message_equally_often)
+void expect_that_both_see_every_message_equally_often(size_t messages)
 {
-    constexpr size_t messages = 1024;
     counting ours{std::vector<size_t>(messages)}, theirs{std::vector<size_t>(messages)};
     bench::compare({messages, ours.function(), theirs.function()}, 0);
     EXPECT_GT(ours.visits[0], 0u);
@@ -86,6 +85,17 @@ TEST(comparison, both_builds_see_every_message_equally_often)
             << i; // theirs also tell, by the first messages, how long a sample is
     }
     EXPECT_EQ(theirs.visits[messages - 1], ours.visits[messages - 1]);
+}
+
+TEST(comparison, both_builds_see_every_message_equally_often)
+{
+    expect_that_both_see_every_message_equally_often(1024);
+}
+
+TEST(comparison, both_builds_see_every_message_of_a_set_that_no_piece_divides_equally_often)
+{
+    expect_that_both_see_every_message_equally_often(331);
+    expect_that_both_see_every_message_equally_often(997);
 }
 
 } // namespace
