@@ -168,11 +168,15 @@ void convert_paths(const Route &msg, struct rib_routetype_ &route)
     }
 }
 
+// No calls for blocks that are not there, which are most: the client library saves them, too.
 inline void release_route(struct rib_routetype_ *route)
 {
-    std::free(route->rt_advertisement);
-    for (void *const block : route->rt_attr_blocks)
-        std::free(block);
+    if (route->rt_advertisement != nullptr)
+        std::free(route->rt_advertisement);
+    for (void *const block : route->rt_attr_blocks) {
+        if (block != nullptr)
+            std::free(block);
+    }
     std::free(route);
 }
 
