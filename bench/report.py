@@ -31,7 +31,8 @@ LIBRARIES = ["malloc_and_free_alone"] + PEERS  # behind our own builds
 # An encoder that measures first encodes too, so peers may use either way; a string has the exact size, too.
 RATIOS = [
     ("decode + release, malloc; peers that own heap blocks", "decode", "heap", [("decode", {"heap"})]),
-    ("decode + release, bump allocator; any mode of any peer", "decode", "bump", [("decode", None)]),
+    ("decode + release, bump allocator; any mode of any peer", "decode", "bump",
+     [("decode", {"heap", "arena", "bump", "reused"})]),
     ("zero-copy decode, malloc; any mode but a bump allocator", "decode", "heap_zero_copy",
      [("decode", {"heap", "arena", "reused"})]),
     ("zero-copy decode, bump allocator; any mode of any peer", "decode", "bump_zero_copy", [("decode", None)]),

@@ -52,12 +52,21 @@ struct bump_memory {
     }
 };
 
+// Bytes stay in the input; strings need their NUL.
+struct borrowing_memory : bump_memory {
+    uint8_t *bytes(data_view view) { return reinterpret_cast<uint8_t *>(const_cast<char *>(view.data())); }
+};
+
 template <class Memory>
 void set_bytes(uint8_t *&data, uint64_t &size, Memory &mem, data_view view)
 {
-    data = static_cast<uint8_t *>(mem.take(view.size()));
     size = view.size();
-    std::memcpy(data, view.data(), view.size());
+    if constexpr (requires { mem.bytes(view); }) {
+        data = mem.bytes(view);
+    } else {
+        data = static_cast<uint8_t *>(mem.take(view.size()));
+        std::memcpy(data, view.data(), view.size());
+    }
 }
 
 // One more element; arrays double when their count reaches a power of two.
@@ -130,7 +139,7 @@ private:
     std::vector<Record> records_;
 };
 
-template <class Record>
+template <class Record, class Memory>
 class bump_batch
 {
 public:
@@ -138,7 +147,7 @@ public:
 
     void decode(size_t i, byte_span message)
     {
-        bump_memory mem{memory_[i]};
+        Memory mem{memory_[i]};
         std::memset(&records_[i], 0, sizeof(Record));
         read(reader(message), records_[i], mem);
     }
@@ -217,7 +226,8 @@ std::vector<contender> contenders()
 {
     return {
         {"protozero", "heap", operation::decode, decode_job<heap_batch<Record>>},
-        {"protozero", "bump", operation::decode, decode_job<bump_batch<Record>>},
+        {"protozero", "bump", operation::decode, decode_job<bump_batch<Record, bump_memory>>},
+        {"protozero", "bump_zero_copy", operation::decode, decode_job<bump_batch<Record, borrowing_memory>>},
         {"protozero", "string", operation::encode, encode_string<Record>},
         {"protozero", "buffer", operation::encode, encode_buffer<Record>},
     };
