@@ -44,8 +44,7 @@ function(rib_library_objects target)
   set_target_properties(${target} PROPERTIES
     CXX_STANDARD 17 POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
-  # Calls of other objects, the C library's foremost, go straight to where they lead. Lazy binding would save nothing: few
-  # functions are imported.
+  # Calls of other objects, the C library's foremost, go straight to where they lead.
   target_compile_options(${target} PRIVATE -fno-plt)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE rib_warnings)
