@@ -14,6 +14,7 @@ namespace zidl
 // definitions for its rare messages.
 template <class Record>
 struct built_once {
+    static_assert(!shape<Record>::is_bounded, "what is bounded is written within the messages around it");
     static void measure(size_t &len, uint64_t &notes, const Record &msg);
     static void write(uint8_t *&pos, uint8_t *&limit, const Record &msg);
     static int32_t read(Record &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context);

@@ -12,6 +12,8 @@
 #include "codec/encode/fields.hpp"
 #include "codec/release.hpp"
 
+// (The formatter takes the namespace for a block.)
+// clang-format off
 namespace zidl
 {
 ZIDL_COMMON_NAMESPACE
@@ -33,6 +35,7 @@ ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zi
 
 } // ZIDL_COMMON_NAMESPACE
 } // namespace zidl
+// clang-format on
 
 namespace zidl
 {
@@ -59,19 +62,27 @@ ZIDL_NOINLINE uint8_t *encode_beside(const Record &msg, uint8_t *buf, size_t buf
     return buf + len;
 }
 
+// A caller may call a buffer longer than the address space: lengths are differences, which come out right all the same.
+ZIDL_INLINE uint8_t *end_of(uint8_t *buf, size_t buflen)
+{
+    return reinterpret_cast<uint8_t *>(reinterpret_cast<uintptr_t>(buf) + buflen);
+}
+
 // The end of the encoding; null where the buffer does not suffice.
 template <class Record>
 ZIDL_INLINE uint8_t *encode_fast(const Record &msg, uint8_t *buf, size_t buflen)
 {
+    // Bytes that were stored too low must not remain where a string is left out. Bodies of bounded size move as well, but within
+    // room that was made for all of them.
     constexpr bool stays_in_place = !bound_counter::counted<Record>().moves_bodies;
     if constexpr (shape<Record>::is_bounded) {
         if (ZIDL_LIKELY(bound_fits<0>(msg, buflen)))
             return encode(unchecked_writer(buf), msg).pos;
     }
     if constexpr (!shape<Record>::owns_memory)
-        return certainly_fits(msg, buflen) ? encode(unchecked_writer(buf), msg).pos : nullptr;
+        return measured(msg).len <= buflen ? encode(unchecked_writer(buf), msg).pos : nullptr;
     else if (stays_in_place || ZIDL_LIKELY(buflen >= measured_below))
-        return encode(fast_writer{buf, buf + buflen}, msg).pos;
+        return encode(fast_writer{buf, end_of(buf, buflen)}, msg).pos;
     else
         return encode_beside(msg, buf, buflen);
 }
@@ -102,7 +113,8 @@ ZIDL_INLINE int32_t decode_ext(Record &msg, const uint8_t *buf, size_t len, zidl
     reset(msg);
     if (len == 0)
         return ZIDL_OK;
-    // Not where bytes may be borrowed; and what takes blocks spends its time on those.
+    // A short input gets room behind it. Not for types that own memory: their bytes may borrow the caller's buffer, and their
+    // time goes into blocks.
     [[maybe_unused]] padded_input copy;
     size_t readable = len;
     if constexpr (!shape<Record>::owns_memory) {

@@ -87,12 +87,12 @@ public:
         each_presence(const_cast<Record &>(msg), [&](auto &word, uint64_t used) { kept_[i++] = word & ~used; });
     }
 
-    // Puts the kept bits back beside the used bits that the record holds now.
+    // Puts the kept bits back into a record that was cleared.
     ZIDL_INLINE void restore(Record &msg) const
     {
         unsigned i = 0;
-        each_presence(msg, [&](auto &word, uint64_t used) {
-            word = static_cast<std::remove_reference_t<decltype(word)>>((word & used) | kept_[i++]);
+        each_presence(msg, [&](auto &word, uint64_t) {
+            word = static_cast<std::remove_reference_t<decltype(word)>>(kept_[i++]);
         });
     }
 

@@ -33,7 +33,7 @@ __attribute__((always_inline)) inline bool system_keeps_vectors(uint32_t feature
     if ((features & xsave_in_use) == 0)
         return false;
     uint32_t kept, upper;
-    __asm__("xgetbv" : "=a"(kept), "=d"(upper) : "c"(0));
+    __asm__ volatile("xgetbv" : "=a"(kept), "=d"(upper) : "c"(0)); // not before the test above: it would fault
     return (kept & sse_and_avx) == sse_and_avx;
 }
 

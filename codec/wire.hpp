@@ -156,7 +156,7 @@ ZIDL_INLINE uint64_t spread_groups(Value value)
 
 // memcpy, without a guess at the length between 17 and 128 bytes, as blocks of opaque data have: vectors at places that
 // overlap in short blocks. Out of line: inline it was faster still, but every string and bytes member would hold one.
-__attribute__((noinline)) inline void copy_block(uint8_t *dst, const uint8_t *src, size_t len)
+ZIDL_NOINLINE inline void copy_block(uint8_t *dst, const uint8_t *src, size_t len)
 {
 #ifdef __SSE2__
     constexpr size_t vector = sizeof(__m128i);

@@ -1668,7 +1668,7 @@ ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_opcod
     });
 }
 
-#ifndef ZIDL_BMI2_BUILD
+#ifndef ZIDL_BMI2_BUILD // which calls this one, see codec/built_once.hpp
 inline int32_t decode(zidl_ip_rib_srv6_opcode_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
     reader in(pos, end, context);
@@ -1741,7 +1741,7 @@ ZIDL_INLINE constexpr void encode_fields(Sink &out, const zidl_ip_rib_srv6_stati
     });
 }
 
-#ifndef ZIDL_BMI2_BUILD
+#ifndef ZIDL_BMI2_BUILD // which calls this one, see codec/built_once.hpp
 inline int32_t decode(zidl_ip_rib_srv6_static_endpoint_update &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context)
 {
     reader in(pos, end, context);

@@ -87,8 +87,9 @@ public:
         }
     }
 
-    // (Lengths of more than one byte were tried: docs/performance.md.) An embedded message without memory of its own is left to the any-order reader as a whole where it is not read to its
-    // end: what was read of it is read again. One with memory is finished here.
+    // An embedded message without memory of its own is left to the any-order reader as a whole where it is not read to its
+    // end: what was read of it is read again. One with memory is finished here. (Lengths of more than one byte were tried:
+    // docs/performance.md.)
     template <class Record>
     ZIDL_INLINE bool message(Record &member)
     {

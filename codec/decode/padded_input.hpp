@@ -17,7 +17,7 @@ public:
     static constexpr size_t max_len = window_size - 1;
 
     // `len` is 1 to max_len.
-    __attribute__((noinline)) void take(const uint8_t *input, size_t len)
+    ZIDL_NOINLINE void take(const uint8_t *input, size_t len)
     {
         if (len >= 16)
             put(load<uint64_t>(input), load<uint64_t>(input + 8), last(input, len, len - 16));

@@ -279,8 +279,9 @@ private:
         return true;
     }
 
-    // (Out of line, or with the first elements kept: docs/performance.md.) Counts the unbroken run of elements that starts at `pos_`, from value to value: tags are matched by field number
-    // alone. False where the input ends inside an element or a tag.
+    // Counts the unbroken run of elements that starts at `pos_`, from value to value: tags are matched by field number
+    // alone. False where the input ends inside an element or a tag. (Out of line, or with the first elements kept:
+    // docs/performance.md.)
     template <uint32_t Number, bool Delimited>
     ZIDL_INLINE bool count_run(uint32_t &count) const
     {

@@ -62,8 +62,8 @@ ZIDL_INLINE parsed<Value> parse_word_varint(const uint8_t *pos, const uint8_t *e
     return {pos + 9 + more, static_cast<Value>(pack_groups<uint64_t>(word) | (ninth & 127) << 56 | top)};
 }
 
-// Where eight bytes are not left, as behind the last fields of every input, or one varint is longer than its value needs. The
-// word is made of the input's last bytes then, and zeros.
+// What a word at `pos` does not answer. Where fewer than eight bytes are left, as in the last fields of every input, the word is
+// made of the input's last bytes and zeros; varints longer than their value needs are read byte by byte.
 template <class Value>
 ZIDL_COLD parsed<Value> parse_other_varint(const uint8_t *pos, const uint8_t *end, const uint8_t *wide_end)
 {

@@ -147,7 +147,7 @@ struct bound_counter {
 template <>
 struct sink_traits<bound_counter> : usual_sink {
     static constexpr bool needs_room = true;
-    static constexpr bool takes_whole_runs = false;
+    static constexpr bool unrolls_whole_runs = false;
     static constexpr bool counts_absent = true;
 };
 

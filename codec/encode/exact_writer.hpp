@@ -225,7 +225,7 @@ private:
 
 template <>
 struct sink_traits<exact_writer> : usual_sink {
-    static constexpr bool takes_whole_runs = false; // small rather than fast
+    static constexpr bool unrolls_whole_runs = false; // small rather than fast
 };
 
 } // namespace ZIDL_VARIANT

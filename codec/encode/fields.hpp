@@ -81,7 +81,7 @@ ZIDL_INLINE constexpr void encode_u32_run(Sink &out, const Record &msg)
     } else {
         const uint8_t *const members = member_bytes(msg, Offset);
         uint64_t present = uint64_t{msg.presence} >> Bit & all;
-        if (sink_traits<Sink>::takes_whole_runs && present == all)
+        if (sink_traits<Sink>::unrolls_whole_runs && present == all)
             return encode_whole_run<Number>(out, members, std::make_index_sequence<Count>());
         for (; present != 0; present &= present - 1) {
             const unsigned i = trailing_zeros(present);

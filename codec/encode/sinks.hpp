@@ -44,7 +44,7 @@ struct usual_sink {
     // It takes fields of bounded size only within room that was made for them.
     static constexpr bool needs_room = false;
     // A run whose fields are all present is worth an expression of its own.
-    static constexpr bool takes_whole_runs = true;
+    static constexpr bool unrolls_whole_runs = true;
     // It takes such a run as a whole.
     static constexpr bool counts_whole_runs = false;
     // It wants every field, present or not.

@@ -18,7 +18,8 @@ constexpr bool sizes_are_trusted(uint64_t bits)
     return (bits & untrusted_bits) == 0;
 }
 
-// Messages that own no memory are measured as part of the ones around them, like decoders in the build for newer processors.
+// In the build for newer processors messages that own no memory are measured as part of the ones around them, as they are
+// decoded there.
 template <class Record>
 constexpr bool is_measured_inline =
 #ifdef __BMI2__
@@ -140,14 +141,6 @@ template <class Record>
 size_t encoded_size(const Record &msg, uint32_t flags)
 {
     return measured(msg, flags & ZIDL_ZERO_COPY).len;
-}
-
-// Whether the whole encoding fits into `room` bytes.
-template <class Record>
-bool certainly_fits(const Record &msg, size_t room)
-{
-    const sizer whole = measured(msg);
-    return whole.len <= room && sizes_are_trusted(whole.notes);
 }
 
 } // namespace ZIDL_VARIANT

@@ -292,8 +292,9 @@ TEST_F(zidlc_model, reserved_words_of_c_cpp_and_the_language_are_no_names)
 
 TEST_F(zidlc_model, no_word_of_the_language_names_a_message_or_a_count)
 {
-    for (const char *word : {"group", "use", "message", "omit", "dispatch", "rare", "unassigned", "repeated", "counted", "by",
-                             "out", "of", "order", "u8", "u32", "u64", "sint64", "fixed32", "string", "bytes"})
+    for (const char *word :
+         {"group", "use", "message", "omit", "dispatch", "rare", "unassigned", "repeated", "counted", "by",
+          "out",   "of",  "order",   "u8",   "u32",      "u64",  "sint64",     "fixed32",  "string",  "bytes"})
         EXPECT_EQ(
             errors_in(fmt::format("group sample;\n"
                                   "message {0} {{ 1 x : u32; }}\n"

@@ -168,8 +168,9 @@ void derive(message &m)
     }
     m.reads = blocks(m.fields, false);
     m.is_varied = is_varied(m);
-    m.is_small = is_small(m);
     m.is_bounded = is_bounded(m);
+    m.rare = m.rare && !m.is_bounded; // what is bounded is written within the messages around it
+    m.is_small = is_small(m);
     m.writes = stretches(m);
     for (field &f : m.fields)
         choose_helpers(f, m.is_varied);

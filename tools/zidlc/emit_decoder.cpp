@@ -109,7 +109,7 @@ void emit_decode_fields(printer &out, const message &msg)
 void emit_decode_large(printer &out, const message &msg)
 {
     if (msg.rare)
-        out.line("#ifndef ZIDL_BMI2_BUILD");
+        out.line("#ifndef ZIDL_BMI2_BUILD // which calls this one, see codec/built_once.hpp");
     out.list("inline int32_t decode(",
              {record_type(msg) + " &msg", "const uint8_t *pos", "const uint8_t *end", "const decode_context &context"},
              ")");
