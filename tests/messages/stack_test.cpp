@@ -106,7 +106,7 @@ TEST_F(stack_of_operations, encode_takes_no_more_than_documented_whatever_the_ro
         const size_t size = type.encode(record, nullptr, 0, nullptr, nullptr, 0);
         for (const size_t room : {size_t{0}, size / 2, size - (size > 0), size, size + 5, size + 4096, buffer.size()})
             run(type, [&] { type.encode(record, buffer.data(), std::min(room, buffer.size()), nullptr, nullptr, 0); });
-        for (const uint32_t flags : {0, 1}) // copying and ZIDL_ZERO_COPY
+        for (const uint32_t flags : {0u, 1u}) // copying and ZIDL_ZERO_COPY
             run(type, [&] {
                 uint32_t count = static_cast<uint32_t>(segments.size());
                 type.encode(record, buffer.data(), buffer.size(), segments.data(), &count, flags);
