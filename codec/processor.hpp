@@ -39,8 +39,8 @@ __attribute__((always_inline)) inline bool system_keeps_vectors(uint32_t feature
 
 __attribute__((noinline, cold, no_stack_protector)) inline uint32_t ask()
 {
-    constexpr uint32_t end_of_amd = 0x444d4163; // "cAMD", the last letters of the maker's name
-    constexpr uint32_t end_of_hygon = 0x656e6975;
+    constexpr uint32_t end_of_amd = 0x444d4163;   // "cAMD", the last letters of the maker's name
+    constexpr uint32_t end_of_hygon = 0x656e6975; // "uine"
     constexpr uint32_t bmi = 1U << 3, avx2 = 1U << 5, bmi2 = 1U << 8;
 
     uint32_t eax, ebx, ecx, edx;

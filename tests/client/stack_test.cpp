@@ -76,6 +76,20 @@ struct stack_of_client : testing::Test {
         }
     }
 
+    // The same as an entry point takes them.
+    template <class Parse>
+    void each_stripped(const char *message, uint32_t code, const Parse &parse)
+    {
+        each_update(message, [&](bytes &payload) {
+            updatetype_local update = {};
+            update.stripped = 1;
+            update.tlv_type = code;
+            update.payload = payload.data();
+            update.payload_len = static_cast<uint32_t>(payload.size());
+            parse(update);
+        });
+    }
+
     template <class Work>
     void each_path(const Work &work)
     {
@@ -100,21 +114,10 @@ struct stack_of_client : testing::Test {
     }
 };
 
-updatetype_local stripped(uint32_t code, bytes &payload)
-{
-    updatetype_local update = {};
-    update.stripped = 1;
-    update.tlv_type = code;
-    update.payload = payload.data();
-    update.payload_len = static_cast<uint32_t>(payload.size());
-    return update;
-}
-
 TEST_F(stack_of_client, route_update_takes_no_more_than_documented)
 {
     rib_route_client client = {nullptr, nullptr, take_route};
-    each_update("rib_route", [&](bytes &payload) {
-        updatetype_local update = stripped(RIB_TLV_ROUTE, payload);
+    each_stripped("rib_route", RIB_TLV_ROUTE, [&](updatetype_local &update) {
         rib_lib_pvt_parse_route_update(&update, nullptr, nullptr, nullptr, 0, &client);
     });
     expect_documented("route update");
@@ -122,37 +125,29 @@ TEST_F(stack_of_client, route_update_takes_no_more_than_documented)
 
 TEST_F(stack_of_client, protocol_update_takes_no_more_than_documented)
 {
-    each_update("ip_rib_proto_update", [&](bytes &payload) {
-        updatetype_local update = stripped(RIB_TLV_PROTO, payload);
-        rib_lib_pvt_parse_proto_update(take_proto, &update, nullptr);
-    });
+    each_stripped("ip_rib_proto_update", RIB_TLV_PROTO,
+                  [](updatetype_local &update) { rib_lib_pvt_parse_proto_update(take_proto, &update, nullptr); });
     expect_documented("protocol update");
 }
 
 TEST_F(stack_of_client, opaque_update_takes_no_more_than_documented)
 {
-    each_update("ip_rib_opaque", [&](bytes &payload) {
-        updatetype_local update = stripped(RIB_TLV_OPAQUE, payload);
-        rib_lib_pvt_parse_opaque_update(take_opaque, &update, nullptr);
-    });
+    each_stripped("ip_rib_opaque", RIB_TLV_OPAQUE,
+                  [](updatetype_local &update) { rib_lib_pvt_parse_opaque_update(take_opaque, &update, nullptr); });
     expect_documented("opaque update");
 }
 
 TEST_F(stack_of_client, grid_list_takes_no_more_than_documented)
 {
-    each_update("rib_grid_sync_list", [&](bytes &payload) {
-        updatetype_local update = stripped(RIB_TLV_GRID, payload);
-        rib_lib_pvt_parse_grid_update(take_grid, &update, nullptr);
-    });
+    each_stripped("rib_grid_sync_list", RIB_TLV_GRID,
+                  [](updatetype_local &update) { rib_lib_pvt_parse_grid_update(take_grid, &update, nullptr); });
     expect_documented("grid list");
 }
 
 TEST_F(stack_of_client, next_hop_id_takes_no_more_than_documented)
 {
-    each_update("rib_nhid_update", [&](bytes &payload) {
-        updatetype_local update = stripped(RIB_TLV_NHID, payload);
-        rib_lib_pvt_parse_grid_update(take_grid, &update, nullptr);
-    });
+    each_stripped("rib_nhid_update", RIB_TLV_NHID,
+                  [](updatetype_local &update) { rib_lib_pvt_parse_grid_update(take_grid, &update, nullptr); });
     expect_documented("next-hop ID");
 }
 
