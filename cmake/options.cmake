@@ -39,6 +39,12 @@ if(RIB_SANITIZE)
   add_link_options(-fsanitize=${RIB_SANITIZE})
 endif()
 
+# For what is large and runs for moments, such as what reads a command line.
+set(RIB_QUICK_TO_BUILD $<$<CONFIG:Release>:-O1>)
+if(RIB_SANITIZE)
+  set(RIB_QUICK_TO_BUILD -O0)
+endif()
+
 # What the library itself is built from: C++17 without the C++ runtime, everything hidden that is not marked.
 function(rib_library_objects target)
   set_target_properties(${target} PROPERTIES
