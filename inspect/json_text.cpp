@@ -169,20 +169,15 @@ void append_base64(std::string &out, std::span<const uint8_t> bytes)
 
 void append_quoted_hex(std::string &out, std::span<const uint8_t> bytes)
 {
-    out += '"';
-    append_hex(out, bytes);
-    out += '"';
-}
-
-void append_hex(std::string &out, std::span<const uint8_t> bytes)
-{
     const size_t start = out.size();
-    out.resize(start + 2 * bytes.size());
+    out.resize(start + 2 * bytes.size() + 2);
     char *to = out.data() + start;
+    *to++ = '"';
     for (const uint8_t byte : bytes) {
         *to++ = HEX_DIGITS[byte >> 4];
         *to++ = HEX_DIGITS[byte & 15];
     }
+    *to = '"';
 }
 
 size_t first_invalid_utf8(std::string_view text)

@@ -46,9 +46,6 @@ void append_string(std::string &out, std::string_view text);
 void append_base64(std::string &out, std::span<const uint8_t> bytes);
 void append_quoted_hex(std::string &out, std::span<const uint8_t> bytes);
 
-// Two lowercase digits for each byte, without quotes.
-void append_hex(std::string &out, std::span<const uint8_t> bytes);
-
 // Where the first byte stands that does not belong to well-formed UTF-8 (no surrogates, no overlong forms, nothing above
 // U+10FFFF); npos when there is none.
 size_t first_invalid_utf8(std::string_view text);
