@@ -25,7 +25,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 find_program(RIB_CCACHE ccache)
 if(RIB_CCACHE AND PROJECT_IS_TOP_LEVEL)
   set(CMAKE_C_COMPILER_LAUNCHER ${RIB_CCACHE})
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${RIB_CCACHE})
+  # What uses precompiled headers is kept, too.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${RIB_CCACHE})
 endif()
 
 add_library(rib_warnings INTERFACE)
