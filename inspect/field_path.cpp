@@ -1,5 +1,7 @@
 #include "inspect/field_path.hpp"
 
+#include "inspect/json_text.hpp"
+
 #include <algorithm>
 #include <charconv>
 
@@ -11,12 +13,6 @@ using zidl::message_descriptor;
 
 namespace
 {
-
-void append_number(std::string &out, uint32_t number)
-{
-    char digits[10];
-    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
-}
 
 // Reads a path from left to right; `at` stays where it no longer fits.
 struct path_parser {

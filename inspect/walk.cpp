@@ -15,40 +15,6 @@ namespace
 // More than any message has fields; a test goes through all of them.
 constexpr uint32_t max_fields = 64;
 
-bool is_delimited(const field_descriptor &field)
-{
-    return field.type == kind::string || field.type == kind::bytes || field.type == kind::message;
-}
-
-// The one wire type that a field may have.
-uint8_t wire_type_of(const field_descriptor &field)
-{
-    if (is_delimited(field))
-        return delimited;
-    return field.type == kind::fixed32 ? fixed32 : varint;
-}
-
-uint64_t kept_value(const field_descriptor &field, uint64_t raw)
-{
-    switch (field.type) {
-    case kind::u8:
-        return static_cast<uint8_t>(raw);
-    case kind::boolean:
-        return raw != 0;
-    case kind::u64:
-        return raw;
-    case kind::sint64:
-        return raw >> 1 ^ (0 - (raw & 1));
-    case kind::u32:
-    case kind::fixed32:
-    case kind::string:
-    case kind::bytes:
-    case kind::message:
-        break;
-    }
-    return static_cast<uint32_t>(raw);
-}
-
 template <class T>
 T load(const void *at)
 {
@@ -456,6 +422,39 @@ field_path path_of(const walk_event &event)
     field_path path = path_of(*event.in);
     path.steps[path.depth++] = {event.field, event.number, event.index};
     return path;
+}
+
+bool is_delimited(const field_descriptor &field)
+{
+    return field.type == kind::string || field.type == kind::bytes || field.type == kind::message;
+}
+
+wire_type wire_type_of(const field_descriptor &field)
+{
+    if (is_delimited(field))
+        return delimited;
+    return field.type == kind::fixed32 ? fixed32 : varint;
+}
+
+uint64_t kept_value(const field_descriptor &field, uint64_t raw)
+{
+    switch (field.type) {
+    case kind::u8:
+        return static_cast<uint8_t>(raw);
+    case kind::boolean:
+        return raw != 0;
+    case kind::u64:
+        return raw;
+    case kind::sint64:
+        return raw >> 1 ^ (0 - (raw & 1));
+    case kind::u32:
+    case kind::fixed32:
+    case kind::string:
+    case kind::bytes:
+    case kind::message:
+        break;
+    }
+    return static_cast<uint32_t>(raw);
 }
 
 size_t element_size(const field_descriptor &field)

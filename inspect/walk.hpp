@@ -111,6 +111,13 @@ field_path path_of(const walk_event &event);
 // The way to the message itself: empty for the whole input.
 field_path path_of(const open_message &msg);
 
+// Whether values of the field have a length before them, and the one wire type that the field may have.
+bool is_delimited(const zidl::field_descriptor &field);
+wire_type wire_type_of(const zidl::field_descriptor &field);
+
+// What the library keeps of a varint, or of a fixed32.
+uint64_t kept_value(const zidl::field_descriptor &field, uint64_t raw);
+
 // Bytes of one value of the field's kind in a record, or in an array.
 size_t element_size(const zidl::field_descriptor &field);
 
