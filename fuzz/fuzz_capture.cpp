@@ -1,4 +1,4 @@
-// Any file as a capture: ribtool's reader gives frames or says where the contents go wrong.
+// Any file as a capture, packed or not: ribtool's reader gives frames and says where the contents go wrong.
 
 #include "tools/ribtool/capture.hpp"
 #include "tools/ribtool/errors.hpp"
@@ -42,6 +42,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             if (frame.bytes.size() < 8)
                 std::abort();
         }
+        if (reader.next(frame) || (reader.found_damage() && reader.found_damage()->text.empty()))
+            std::abort();
     } catch (const ribtool::failure &) {
     }
     return 0;

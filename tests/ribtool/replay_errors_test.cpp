@@ -38,6 +38,11 @@ bytes packet_header(uint8_t captured, uint8_t original)
     };
 }
 
+std::string first_line(const std::string &text)
+{
+    return text.substr(0, text.find('\n'));
+}
+
 constexpr uint8_t USER0 = 147;
 constexpr uint8_t ETHERNET = 1;
 
@@ -81,8 +86,8 @@ TEST_F(replay_errors, a_frame_header_that_is_cut_off_is_located)
     const bytes stream = joined({PROTO_UPDATE, {0, 0, 0, 0, 0}});
     const run_result result = ribtool({"replay", write("cut", stream), "--no-json"});
     EXPECT_EQ(result.exit_code, 4);
-    EXPECT_EQ(result.err,
-              "ribtool: " + path("cut") + ": frame 2 at byte 10: truncated: a frame header has 8 bytes, 5 are left\n");
+    EXPECT_EQ(first_line(result.err),
+              "ribtool: " + path("cut") + ": frame 2 at byte 10: truncated: a frame header has 8 bytes, 5 are left");
 }
 
 TEST_F(replay_errors, a_payload_that_is_cut_off_is_located)
@@ -90,17 +95,31 @@ TEST_F(replay_errors, a_payload_that_is_cut_off_is_located)
     const bytes stream = joined({PROTO_UPDATE, {0, 0, 0, 0, 0, 47, 1, 0, 0x08, 0x07}});
     const run_result result = ribtool({"replay", write("cut", stream), "--no-json"});
     EXPECT_EQ(result.exit_code, 4);
-    EXPECT_EQ(result.err,
+    EXPECT_EQ(first_line(result.err),
               "ribtool: " + path("cut") +
-                  ": frame 2 at byte 10: truncated: its header promises 256 bytes of payload, 2 are left\n");
+                  ": frame 2 at byte 10: truncated: its header promises 256 bytes of payload, 2 are left");
 }
 
-TEST_F(replay_errors, updates_before_a_truncation_are_delivered)
+TEST_F(replay_errors, updates_before_a_truncation_are_delivered_and_counted)
 {
     const bytes stream = joined({PROTO_UPDATE, {0, 0, 0, 0, 0}});
     const run_result result = ribtool({"replay", write("cut", stream), "--stripped"});
     EXPECT_EQ(result.exit_code, 4);
     EXPECT_EQ(result.out_lines().size(), 1u);
+    const std::string damage =
+        "ribtool: " + path("cut") + ": frame 2 at byte 10: truncated: a frame header has 8 bytes, 5 are left\n";
+    EXPECT_EQ(result.err.rfind(damage + path("cut") + ": raw frames, 1 updates\n", 0), 0u) << result.err;
+    EXPECT_NE(result.err.find("1 callbacks, 0 silent drops, 0 refused, 0 stopped by an assertion\n"),
+              std::string::npos);
+}
+
+TEST_F(replay_errors, updates_before_an_unknown_type_code_are_counted)
+{
+    const bytes stream = joined({PROTO_UPDATE, frame(48, {1}), PROTO_UPDATE});
+    const run_result result = ribtool({"replay", write("unknown", stream), "--stripped"});
+    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_EQ(result.out_lines().size(), 1u);
+    EXPECT_NE(result.err.find(path("unknown") + ": raw frames, 1 updates\n"), std::string::npos);
 }
 
 TEST_F(replay_errors, a_type_code_that_nobody_knows_is_located)
@@ -108,10 +127,10 @@ TEST_F(replay_errors, a_type_code_that_nobody_knows_is_located)
     const bytes stream = joined({PROTO_UPDATE, frame(48, {1})});
     const run_result result = ribtool({"replay", write("unknown", stream), "--no-json"});
     EXPECT_EQ(result.exit_code, 4);
-    EXPECT_EQ(result.err,
+    EXPECT_EQ(first_line(result.err),
               "ribtool: " + path("unknown") +
                   ": frame 2 at byte 10: unknown type code 48 (known: 3, 37, 38, 46, 47, 49, 50, 51; 0 is a "
-                  "delimiter)\n");
+                  "delimiter)");
 }
 
 TEST_F(replay_errors, a_truncated_file_header_is_not_a_readable_capture)
@@ -148,8 +167,8 @@ TEST_F(replay_errors, a_packet_shorter_than_a_frame_header_is_located)
     const bytes capture = joined({capture_header(USER0), packet_header(3, 3), {0, 0, 0}});
     const run_result result = ribtool({"replay", write("short.pcap", capture)});
     EXPECT_EQ(result.exit_code, 4);
-    EXPECT_EQ(result.err,
-              "ribtool: " + path("short.pcap") + ": packet 1: truncated: a frame header has 8 bytes, the packet 3\n");
+    EXPECT_EQ(first_line(result.err),
+              "ribtool: " + path("short.pcap") + ": packet 1: truncated: a frame header has 8 bytes, the packet 3");
 }
 
 TEST_F(replay_errors, a_packet_shorter_than_its_frame_is_located)
@@ -157,8 +176,9 @@ TEST_F(replay_errors, a_packet_shorter_than_its_frame_is_located)
     const bytes capture = joined({capture_header(USER0), packet_header(9, 9), {0, 0, 0, 0, 0, 47, 0, 2, 0x08}});
     const run_result result = ribtool({"replay", write("short.pcap", capture)});
     EXPECT_EQ(result.exit_code, 4);
-    EXPECT_EQ(result.err, "ribtool: " + path("short.pcap") +
-                              ": packet 1: truncated: its header promises 2 bytes of payload, the packet holds 1\n");
+    EXPECT_EQ(first_line(result.err),
+              "ribtool: " + path("short.pcap") +
+                  ": packet 1: truncated: its header promises 2 bytes of payload, the packet holds 1");
 }
 
 TEST_F(replay_errors, a_packet_longer_than_its_frame_is_located)
@@ -166,8 +186,9 @@ TEST_F(replay_errors, a_packet_longer_than_its_frame_is_located)
     const bytes capture = joined({capture_header(USER0), packet_header(11, 11), PROTO_UPDATE, {0xff}});
     const run_result result = ribtool({"replay", write("long.pcap", capture)});
     EXPECT_EQ(result.exit_code, 4);
-    EXPECT_EQ(result.err, "ribtool: " + path("long.pcap") +
-                              ": packet 1: 1 bytes follow the frame, whose header promises 2 bytes of payload\n");
+    EXPECT_EQ(first_line(result.err),
+              "ribtool: " + path("long.pcap") +
+                  ": packet 1: 1 bytes follow the frame, whose header promises 2 bytes of payload");
 }
 
 TEST_F(replay_errors, a_packet_that_was_cut_when_it_was_captured_is_located)
@@ -175,8 +196,8 @@ TEST_F(replay_errors, a_packet_that_was_cut_when_it_was_captured_is_located)
     const bytes capture = joined({capture_header(USER0), packet_header(10, 40), PROTO_UPDATE});
     const run_result result = ribtool({"replay", write("snapped.pcap", capture)});
     EXPECT_EQ(result.exit_code, 4);
-    EXPECT_EQ(result.err,
-              "ribtool: " + path("snapped.pcap") + ": packet 1: cut short when it was captured: 10 of 40 bytes\n");
+    EXPECT_EQ(first_line(result.err),
+              "ribtool: " + path("snapped.pcap") + ": packet 1: cut short when it was captured: 10 of 40 bytes");
 }
 
 TEST_F(replay_errors, records_that_cannot_be_written_end_the_replay)

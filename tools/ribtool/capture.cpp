@@ -6,8 +6,6 @@
 
 #include <sys/stat.h>
 
-#include <cerrno>
-#include <cstring>
 #include <new>
 #include <unistd.h>
 
@@ -19,11 +17,6 @@ namespace
 
 constexpr int SNAP_LENGTH = 262144; // above any frame
 constexpr uint64_t MICROSECONDS = 1000000;
-
-std::string system_error()
-{
-    return std::strerror(errno);
-}
 
 bool is_regular_file(const std::string &path)
 {
@@ -96,36 +89,15 @@ bool is_pcap(byte_span start)
     return false;
 }
 
-// A directory opens for reading like a file and fails only when it is read.
-file_handle open_for_reading(const std::string &path)
-{
-    if (path == "-")
-        return file_handle(stdin);
-    struct stat status = {};
-    file_handle file(std::fopen(path.c_str(), "rb"));
-    if (file == nullptr)
-        fail(EXIT_FILE, "{}: cannot open: {}", path, system_error());
-    if (fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode))
-        fail(EXIT_FILE, "{}: cannot open: {}", path, std::strerror(EISDIR));
-    return file;
-}
-
 } // namespace
 
-capture_reader::capture_reader(const std::string &path)
-    : path_(path == "-" ? "standard input" : path), owned_file_(open_for_reading(path))
+capture_reader::capture_reader(const std::string &path) : input_(path), stream_(input_.stream()), file_(stream_.get())
 {
-    file_ = owned_file_.get();
-    struct stat status = {};
-    if (fstat(fileno(file_), &status) == 0 && S_ISREG(status.st_mode))
-        size_ = static_cast<uint64_t>(status.st_size);
-
     uint8_t start[4] = {};
     const size_t got = std::fread(start, 1, sizeof start, file_);
-    if (std::ferror(file_) != 0)
-        fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
+    require_no_read_error();
     if (got == 0)
-        fail(EXIT_MALFORMED, "{}: empty: neither a capture nor framed updates", path_);
+        fail(EXIT_MALFORMED, "{}: empty: neither a capture nor framed updates", name());
     // A pipe cannot be rewound, but the C library takes back what it has just given.
     for (size_t index = got; index-- > 0;)
         std::ungetc(start[index], file_);
@@ -133,38 +105,53 @@ capture_reader::capture_reader(const std::string &path)
         open_pcap();
 }
 
+// What is wrong with the file or the archive, rather than with what was read out of it.
+void capture_reader::require_no_read_error() const
+{
+    if (input_.error())
+        fail(input_.error()->code, "{}: {}", name(), input_.error()->text);
+}
+
 void capture_reader::open_pcap()
 {
     char reason[PCAP_ERRBUF_SIZE] = "";
     handle_.reset(pcap_fopen_offline(file_, reason));
+    require_no_read_error();
     if (handle_ == nullptr)
-        fail(EXIT_MALFORMED, "{}: not a readable capture: {}", path_, reason);
-    owned_file_.release(); // closed with the handle
+        fail(EXIT_MALFORMED, "{}: not a readable capture: {}", name(), reason);
+    stream_.release(); // closed with the handle
     const int link_type = pcap_datalink(handle_.get());
     if (link_type == DLT_USER0)
         return;
-    const char *name = pcap_datalink_val_to_name(link_type);
-    fail(EXIT_MALFORMED, "{}: link type {} ({}), but updates have link type USER0 ({})", path_,
-         name == nullptr ? "unknown" : name, link_type, DLT_USER0);
-}
-
-uint64_t capture_reader::position() const
-{
-    if (format() == capture_format::raw)
-        return raw_len_;
-    const long at = std::ftell(file_);
-    return at < 0 ? 0 : static_cast<uint64_t>(at);
+    const char *link_name = pcap_datalink_val_to_name(link_type);
+    fail(EXIT_MALFORMED, "{}: link type {} ({}), but updates have link type USER0 ({})", name(),
+         link_name == nullptr ? "unknown" : link_name, link_type, DLT_USER0);
 }
 
 std::string capture_reader::place() const
 {
     if (format() == capture_format::pcap)
-        return fmt::format("{}: packet {}", path_, number_);
-    return fmt::format("{}: frame {} at byte {}", path_, number_, frame_start_);
+        return fmt::format("{}: packet {}", name(), number_);
+    return fmt::format("{}: frame {} at byte {}", name(), number_, frame_start_);
+}
+
+// No frame, and none from now on. A file that cannot be read on is a failure.
+template <class... Arguments>
+bool capture_reader::stop(fmt::format_string<Arguments...> format, Arguments &&...arguments)
+{
+    if (!input_.error())
+        damage_ = {place(), fmt::format(format, std::forward<Arguments>(arguments)...)};
+    else if (input_.error()->code == EXIT_MALFORMED)
+        damage_ = {place(), input_.error()->text};
+    else
+        require_no_read_error();
+    return false;
 }
 
 bool capture_reader::next(captured_frame &frame)
 {
+    if (damage_)
+        return false;
     ++number_;
     if (!(format() == capture_format::pcap ? next_packet(frame) : next_raw(frame)))
         return false;
@@ -177,26 +164,22 @@ bool capture_reader::next_packet(captured_frame &frame)
     pcap_pkthdr *header = nullptr;
     const u_char *data = nullptr;
     const int status = pcap_next_ex(handle_.get(), &header, &data);
-    if (status == PCAP_ERROR_BREAK)
+    if (status == PCAP_ERROR_BREAK && !input_.error())
         return false;
     if (status != 1)
-        fail(EXIT_MALFORMED, "{}: {}", place(), pcap_geterr(handle_.get()));
+        return stop("{}", pcap_geterr(handle_.get()));
     if (header->caplen < header->len)
-        fail(EXIT_MALFORMED, "{}: cut short when it was captured: {} of {} bytes", place(), header->caplen,
-             header->len);
+        return stop("cut short when it was captured: {} of {} bytes", header->caplen, header->len);
     if (header->caplen < FRAME_HEADER_LEN)
-        fail(EXIT_MALFORMED, "{}: truncated: a frame header has {} bytes, the packet {}", place(), FRAME_HEADER_LEN,
-             header->caplen);
+        return stop("truncated: a frame header has {} bytes, the packet {}", FRAME_HEADER_LEN, header->caplen);
     frame.bytes.assign(data, data + header->caplen);
     frame.time_us = static_cast<uint64_t>(header->ts.tv_sec) * MICROSECONDS + static_cast<uint64_t>(header->ts.tv_usec);
     const size_t promised = frame_payload_len(frame.bytes);
     const size_t held = frame.bytes.size() - FRAME_HEADER_LEN;
     if (held < promised)
-        fail(EXIT_MALFORMED, "{}: truncated: its header promises {} bytes of payload, the packet holds {}", place(),
-             promised, held);
+        return stop("truncated: its header promises {} bytes of payload, the packet holds {}", promised, held);
     if (held > promised)
-        fail(EXIT_MALFORMED, "{}: {} bytes follow the frame, whose header promises {} bytes of payload", place(),
-             held - promised, promised);
+        return stop("{} bytes follow the frame, whose header promises {} bytes of payload", held - promised, promised);
     return true;
 }
 
@@ -206,24 +189,26 @@ bool capture_reader::next_raw(captured_frame &frame)
     frame.bytes.resize(FRAME_HEADER_LEN);
     const size_t header_len = std::fread(frame.bytes.data(), 1, FRAME_HEADER_LEN, file_);
     raw_len_ += header_len;
-    if (header_len == 0 && std::ferror(file_) == 0)
+    if (header_len == 0 && !input_.error())
         return false;
-    if (std::ferror(file_) != 0)
-        fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
     if (header_len < FRAME_HEADER_LEN)
-        fail(EXIT_MALFORMED, "{}: truncated: a frame header has {} bytes, {} are left", place(), FRAME_HEADER_LEN,
-             header_len);
+        return stop("truncated: a frame header has {} bytes, {} are left", FRAME_HEADER_LEN, header_len);
     const size_t promised = frame_payload_len(frame.bytes);
     frame.bytes.resize(FRAME_HEADER_LEN + promised);
     frame.time_us = 0;
     const size_t held = std::fread(frame.bytes.data() + FRAME_HEADER_LEN, 1, promised, file_);
     raw_len_ += held;
-    if (std::ferror(file_) != 0)
-        fail(EXIT_FILE, "{}: cannot read: {}", path_, system_error());
     if (held < promised)
-        fail(EXIT_MALFORMED, "{}: truncated: its header promises {} bytes of payload, {} are left", place(), promised,
-             held);
+        return stop("truncated: its header promises {} bytes of payload, {} are left", promised, held);
     return true;
+}
+
+exit_code report_damage(const capture_reader &reader, exit_code otherwise)
+{
+    if (!reader.found_damage())
+        return otherwise;
+    complain("{}: {}", reader.found_damage()->place, reader.found_damage()->text);
+    return EXIT_MALFORMED;
 }
 
 void require_other_file(const std::string &input, const std::string &output)

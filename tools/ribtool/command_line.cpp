@@ -31,6 +31,16 @@ CLI::Validator whole_number(uint64_t least)
         "");
 }
 
+void add_color(CLI::App &line)
+{
+    using enum terminal::color_when;
+    const std::map<std::string, terminal::color_when> choices = {
+        {"auto", automatic}, {"always", always}, {"never", never}};
+    add_choice(line, "--color", choices, terminal::set_color,
+               "When to write in colours (default: auto, on a terminal that NO_COLOR and TERM=dumb do not forbid)")
+        ->option_text("auto|always|never");
+}
+
 void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string &what)
 {
     line.add_option("--limit", limit, "Stop after N " + what)->option_text("N")->check(whole_number(0));

@@ -29,14 +29,14 @@ std::string enumerated(const std::vector<std::string> &names, std::string_view l
 // Left to itself the parser takes "-1" for the largest number.
 CLI::Validator whole_number(uint64_t least);
 
-// An option that takes one of a few names, each of which stands for a value.
-template <class Value>
-CLI::Option *add_choice(CLI::App &line, const std::string &option, Value &out, std::map<std::string, Value> choices,
+// An option that takes one of a few names, each of which stands for a value that `take` gets.
+template <class Value, class Take>
+CLI::Option *add_choice(CLI::App &line, const std::string &option, std::map<std::string, Value> choices, Take take,
                         const std::string &description)
 {
-    const auto choose = [option, &out, choices = std::move(choices)](const std::string &text) {
+    const auto choose = [option, take, choices = std::move(choices)](const std::string &text) {
         if (const auto chosen = choices.find(text); chosen != choices.end()) {
-            out = chosen->second;
+            take(chosen->second);
             return;
         }
         std::vector<std::string> names;
@@ -46,6 +46,17 @@ CLI::Option *add_choice(CLI::App &line, const std::string &option, Value &out, s
     };
     return line.add_option_function<std::string>(option, choose, description);
 }
+
+template <class Value>
+CLI::Option *add_choice(CLI::App &line, const std::string &option, Value &out, std::map<std::string, Value> choices,
+                        const std::string &description)
+{
+    return add_choice(
+        line, option, std::move(choices), [&out](const Value &value) { out = value; }, description);
+}
+
+// --color=auto|always|never, which every command takes, also in front of its name.
+void add_color(CLI::App &line);
 
 // --limit N, of `what`.
 void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string &what);

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "tools/terminal/terminal.hpp"
+
 #include <fmt/format.h>
 
 #include <stdexcept>
@@ -35,5 +37,16 @@ template <class... Arguments>
 {
     throw failure(code, fmt::format(format, std::forward<Arguments>(arguments)...));
 }
+
+// A line on the standard error of what does not end the run, or not yet.
+template <class... Arguments>
+void complain(fmt::format_string<Arguments...> format, Arguments &&...arguments)
+{
+    terminal::complain("ribtool", fmt::format(format, std::forward<Arguments>(arguments)...));
+}
+
+// Thrown where the reader of a pipe has gone: there is nobody left to work for, which is no error.
+struct closed_pipe {
+};
 
 } // namespace ribtool

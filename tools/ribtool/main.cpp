@@ -2,6 +2,7 @@
 
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/output_file.hpp"
+#include "tools/terminal/terminal.hpp"
 
 #include <fmt/format.h>
 
@@ -72,6 +73,9 @@ exit_code run(int argc, char **argv)
     app.require_subcommand(0, 1); // a wrong name is reported by name
     app.footer(FOOTER);
     const std::vector<command> commands = add_commands(app);
+    add_color(app);
+    for (const command &each : commands)
+        add_color(*each.line);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
@@ -88,13 +92,19 @@ exit_code run(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
+    terminal::prepare_streams();
     try {
         return run(argc, argv);
+    } catch (const ribtool::closed_pipe &) {
+        return ribtool::EXIT_DONE;
     } catch (const ribtool::failure &failure) {
-        fmt::print(stderr, "ribtool: {}\n", failure.what());
+        terminal::complain("ribtool", failure.what());
         return failure.code();
     } catch (const std::bad_alloc &) {
-        fmt::print(stderr, "ribtool: out of memory\n");
+        terminal::complain("ribtool", "out of memory");
+        return ribtool::EXIT_FILE;
+    } catch (const std::exception &error) {
+        terminal::complain("ribtool", error.what());
         return ribtool::EXIT_FILE;
     }
 }

@@ -13,6 +13,8 @@ namespace
 
 [[noreturn]] void fail_to_write(const std::string &name)
 {
+    if (errno == EPIPE)
+        throw closed_pipe();
     fail(EXIT_FILE, "{}: cannot write: {}", name, std::strerror(errno));
 }
 

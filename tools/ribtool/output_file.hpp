@@ -15,7 +15,7 @@ struct file_closer {
 };
 using file_handle = std::unique_ptr<FILE, file_closer>;
 
-// Whatever cannot be created or written is a failure that names the file.
+// Whatever cannot be created or written is a failure that names the file, except a pipe that its reader has closed (closed_pipe).
 class output_file
 {
 public:

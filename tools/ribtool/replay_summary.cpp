@@ -1,6 +1,7 @@
 #include "tools/ribtool/replay_summary.hpp"
 
 #include "tools/ribtool/update_types.hpp"
+#include "tools/terminal/terminal.hpp"
 
 #include <fmt/format.h>
 
@@ -21,9 +22,9 @@ double nanoseconds_each(const update_counts &counts)
 
 void print_row(std::string_view form, std::string_view code, std::string_view name, const update_counts &counts)
 {
-    fmt::print(stderr, "  {:<10} {:>4}  {:<20} {:>10} {:>10} {:>8} {:>8} {:>8} {:>10.0f}\n", form, code, name,
-               counts.updates, counts.callbacks, counts.dropped, counts.refused, counts.stopped,
-               nanoseconds_each(counts));
+    terminal::say("  {:<10} {:>4}  {:<20} {:>10} {:>10} {:>8} {:>8} {:>8} {:>10.0f}\n", form, code, name,
+                  counts.updates, counts.callbacks, counts.dropped, counts.refused, counts.stopped,
+                  nanoseconds_each(counts));
 }
 
 } // namespace
@@ -66,10 +67,11 @@ bool replay_summary::all_went_through() const
 
 void replay_summary::print(const std::string &input, capture_format format, uint64_t updates) const
 {
-    fmt::print(stderr, "{}: {}, {} updates", input, format == capture_format::pcap ? "pcap" : "raw frames", updates);
+    terminal::say("{}: {}, {} updates", terminal::shown_on(stderr, input),
+                  format == capture_format::pcap ? "pcap" : "raw frames", updates);
     if (delimiters_ != 0)
-        fmt::print(stderr, ", {} delimiters skipped", delimiters_);
-    fmt::print(stderr, "\n");
+        terminal::say(", {} delimiters skipped", delimiters_);
+    terminal::say("\n");
     if (updates == 0)
         return;
     print_table();
@@ -78,8 +80,8 @@ void replay_summary::print(const std::string &input, capture_format format, uint
 
 void replay_summary::print_table() const
 {
-    fmt::print(stderr, "  {:<10} {:>4}  {:<20} {:>10} {:>10} {:>8} {:>8} {:>8} {:>10}\n", "form", "type", "update",
-               "updates", "callbacks", "dropped", "refused", "stopped", "ns/update");
+    terminal::say("  {:<10} {:>4}  {:<20} {:>10} {:>10} {:>8} {:>8} {:>8} {:>10}\n", "form", "type", "update",
+                  "updates", "callbacks", "dropped", "refused", "stopped", "ns/update");
     for (const update_form form : FORMS) {
         if (total(form).updates == 0)
             continue;
@@ -98,10 +100,10 @@ void replay_summary::print_totals() const
         if (const auto &counts = counts_[static_cast<size_t>(form)]; counts.contains(RIB_TLV_ROUTE))
             encoded.add(counts.at(RIB_TLV_ROUTE));
     }
-    fmt::print(stderr, "  {} routes with {} paths; {} of {} paths of encoded routes not converted\n", sum.routes,
-               sum.paths, encoded.paths_sent - encoded.paths, encoded.paths_sent);
-    fmt::print(stderr, "  {} callbacks, {} silent drops, {} refused, {} stopped by an assertion\n", sum.callbacks,
-               sum.dropped, sum.refused, sum.stopped);
+    terminal::say("  {} routes with {} paths; {} of {} paths of encoded routes not converted\n", sum.routes, sum.paths,
+                  encoded.paths_sent - encoded.paths, encoded.paths_sent);
+    terminal::say("  {} callbacks, {} silent drops, {} refused, {} stopped by an assertion\n", sum.callbacks,
+                  sum.dropped, sum.refused, sum.stopped);
 }
 
 namespace

@@ -1,5 +1,6 @@
 // zidlc: compiles message schemas into C headers, codecs, descriptors, proto files and a reference manual.
 
+#include "tools/terminal/terminal.hpp"
 #include "tools/zidlc/artefacts.hpp"
 #include "tools/zidlc/build_model.hpp"
 #include "tools/zidlc/depfile.hpp"
@@ -10,10 +11,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -56,6 +60,12 @@ struct options {
     }
 };
 
+void set_color(const std::string &when)
+{
+    using enum terminal::color_when;
+    terminal::set_color(when == "always" ? always : when == "never" ? never : automatic);
+}
+
 void declare(CLI::App &app, options &chosen)
 {
     app.add_option("FILE", chosen.files, "Schemas, each called GROUP.zidl")->required()->option_text("...");
@@ -73,6 +83,11 @@ void declare(CLI::App &app, options &chosen)
                    "come from; also -MD FILE, as compilers call it")
         ->option_text("FILE");
     app.add_flag("--check", chosen.check, "Write nothing; list the files that a run would change");
+    app.add_option_function<std::string>("--color", set_color,
+                                         "When to write in colours (default: auto, on a terminal that\n"
+                                         "NO_COLOR and TERM=dumb do not forbid)")
+        ->option_text("auto|always|never")
+        ->check(CLI::IsMember({"auto", "always", "never"}));
     app.set_version_flag("--version", "zidlc " ZIDLC_VERSION);
     app.footer(footer);
 }
@@ -81,15 +96,26 @@ int report(const diagnostics &errors)
 {
     const std::size_t count = errors.count();
     const std::size_t most = diagnostics::most_reports;
-    fmt::print(stderr, "{}zidlc: {} error{}{}\n", errors.text(), count, count == 1 ? "" : "s",
-               count > most ? fmt::format(", of which {} are shown", most) : "");
+    terminal::say(errors.text(terminal::wants_color(stderr)));
+    terminal::complain("zidlc", fmt::format("{} error{}{}", count, count == 1 ? "" : "s",
+                                            count > most ? fmt::format(", of which {} are shown", most) : ""));
     return schema_errors;
+}
+
+// Text that cannot be written is a failure, unless its reader has closed the pipe: nobody wants it then.
+void print(const std::string &text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    if (std::fflush(stdout) != 0 && errno != EPIPE)
+        throw unwritable_file(fmt::format("standard output: cannot write: {}", std::strerror(errno)));
 }
 
 int report_stale(const std::vector<std::string> &paths)
 {
+    std::string text;
     for (const std::string &path : paths)
-        fmt::print("out of date: {}\n", path);
+        text += fmt::format("out of date: {}\n", terminal::shown_on(stdout, path));
+    print(text);
     return paths.empty() ? success : stale;
 }
 
@@ -121,9 +147,13 @@ std::vector<std::string> reversed_arguments(int argc, char **argv)
 
 int report_usage(const CLI::App &app, const CLI::ParseError &status)
 {
-    if (status.get_exit_code() == 0)
-        return app.exit(status); // help or version
-    fmt::print(stderr, "zidlc: {}: see zidlc --help\n", status.what());
+    if (status.get_exit_code() == 0) { // help or version
+        std::ostringstream text;
+        app.exit(status, text, text);
+        print(text.str());
+        return success;
+    }
+    terminal::complain("zidlc", fmt::format("{}: see zidlc --help", status.what()));
     return usage_or_io;
 }
 
@@ -131,16 +161,19 @@ int report_usage(const CLI::App &app, const CLI::ParseError &status)
 
 int main(int argc, char **argv)
 {
+    terminal::prepare_streams();
     options chosen;
     CLI::App app(description, "zidlc");
     declare(app, chosen);
     try {
-        app.parse(reversed_arguments(argc, argv));
+        try {
+            app.parse(reversed_arguments(argc, argv));
+        } catch (const CLI::ParseError &status) {
+            return report_usage(app, status);
+        }
         return compile(chosen);
-    } catch (const CLI::ParseError &status) {
-        return report_usage(app, status);
     } catch (const std::exception &failure) {
-        fmt::print(stderr, "zidlc: {}\n", failure.what());
+        terminal::complain("zidlc", failure.what());
         return usage_or_io;
     }
 }

@@ -2,6 +2,7 @@
 
 #include "tools/zidlc/source.hpp"
 
+#include "tools/terminal/terminal.hpp"
 #include "tools/zidlc/text.hpp"
 
 #include <algorithm>
@@ -74,7 +75,8 @@ std::string blanks_below(std::string_view text)
     return blanks;
 }
 
-std::string described(const place &where, std::string_view severity, std::string_view message)
+std::string described(const place &where, const terminal::painter &paint, terminal::style tone,
+                      std::string_view severity, std::string_view message)
 {
     const std::string_view text = where.file->text;
     const std::string_view line = line_around(text, where.offset);
@@ -90,9 +92,12 @@ std::string described(const place &where, std::string_view severity, std::string
     const std::string start = fmt::format("{}{}", shown_before.size() < before.size() ? left_out : "", shown_before);
     const bool is_cut = before.size() + shown_place.size() + shown_behind.size() < line.size();
     const std::size_t width = std::max<std::size_t>(text_width(shown_place), 1);
-    return fmt::format("{}:{}:{}: {}: {}\n{}{}{}{}\n{}^{}\n", where.file->path, line_number, text_width(before) + 1,
-                       severity, printable(message), printable(start), printable(shown_place), printable(shown_behind),
-                       is_cut ? left_out : "", blanks_below(start), std::string(width - 1, '~'));
+    const std::string place_text =
+        fmt::format("{}:{}:{}:", printable(where.file->path), line_number, text_width(before) + 1);
+    return fmt::format("{} {} {}\n{}{}{}{}\n{}{}\n", paint(terminal::style::bold, place_text),
+                       paint(tone, fmt::format("{}:", severity)), printable(message), printable(start),
+                       printable(shown_place), printable(shown_behind), is_cut ? left_out : "", blanks_below(start),
+                       paint(terminal::style::green, fmt::format("^{}", std::string(width - 1, '~'))));
 }
 
 } // namespace
@@ -107,8 +112,9 @@ void diagnostics::add(report added)
     reports_.push_back(std::move(added));
 }
 
-std::string diagnostics::text() const
+std::string diagnostics::text(bool in_color) const
 {
+    const terminal::painter paint(in_color);
     std::vector<const source_file *> files;
     for (const report &each : reports_) {
         if (std::find(files.begin(), files.end(), each.where.file) == files.end())
@@ -123,9 +129,9 @@ std::string diagnostics::text() const
 
     std::string all;
     for (const report &each : sorted) {
-        all += described(each.where, "error", each.text);
+        all += described(each.where, paint, terminal::style::red, "error", each.text);
         if (each.other)
-            all += described(each.other->where, "note", each.other->text);
+            all += described(each.other->where, paint, terminal::style::cyan, "note", each.other->text);
     }
     return all;
 }

@@ -57,7 +57,7 @@ public:
     // The reports, file by file in the order of the places: `file:line:column: error: text`, the line, and a caret
     // below the place, then the same of the note, if there is one. Columns count characters; of a long line the part
     // around the place is shown.
-    std::string text() const;
+    std::string text(bool in_color = false) const;
 
 private:
     struct report {

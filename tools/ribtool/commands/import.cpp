@@ -46,8 +46,8 @@ exit_code run(const import_options &options)
     }
     writer.close();
     progress.clear();
-    fmt::print(stderr, "{}: {} routes with {} paths, {} updates\n", options.input, routes, paths,
-               routes * options.updates_per_route);
+    terminal::say("{}: {} routes with {} paths, {} updates\n", terminal::shown_on(stderr, options.input), routes, paths,
+                  routes * options.updates_per_route);
     return EXIT_DONE;
 }
 
@@ -55,7 +55,7 @@ exit_code run(const import_options &options)
 
 command add_import(CLI::App &app)
 {
-    CLI::App *line = app.add_subcommand("import", "Turn a text table of routes (plain or xz) into a capture of "
+    CLI::App *line = app.add_subcommand("import", "Turn a text table of routes (packed or not) into a capture of "
                                                   "encoded route updates.");
     const auto options = std::make_shared<import_options>();
     line->add_option("FILE", options->input, "The table, - for the standard input")->option_text(" ")->required();

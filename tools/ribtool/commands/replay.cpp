@@ -142,10 +142,9 @@ private:
                {"function", assertion.function}});
         if (++assertions_ > ASSERTIONS_SHOWN)
             return;
-        fmt::print(stderr, "ribtool: frame {} (type {}, {}) stops the process: {}:{}: {}: Assertion `{}' failed.{}\n",
-                   frame.number, frame_code(frame.bytes), form_name(form), assertion.file, assertion.line,
-                   assertion.function, assertion.expression,
-                   assertions_ == ASSERTIONS_SHOWN ? " Further ones are counted only." : "");
+        complain("frame {} (type {}, {}) stops the process: {}:{}: {}: Assertion `{}' failed.{}", frame.number,
+                 frame_code(frame.bytes), form_name(form), assertion.file, assertion.line, assertion.function,
+                 assertion.expression, assertions_ == ASSERTIONS_SHOWN ? " Further ones are counted only." : "");
     }
 
     void print(delivery &to, const char *member, const json &value)
@@ -169,15 +168,13 @@ private:
     uint64_t assertions_ = 0;
 };
 
-const update_type &known_type(const capture_reader &reader, uint16_t code)
+void complain_of_code(const capture_reader &reader, uint16_t code)
 {
-    if (const update_type *type = find_update_type(code); type != nullptr)
-        return *type;
     std::vector<std::string> known;
     for (const update_type &each : update_types())
         known.push_back(std::to_string(each.code));
-    fail(EXIT_MALFORMED, "{}: unknown type code {} (known: {}; {} is a delimiter)", reader.place(), code,
-         enumerated(known), DELIMITER_CODE);
+    complain("{}: unknown type code {} (known: {}; {} is a delimiter)", reader.place(), code, enumerated(known),
+             DELIMITER_CODE);
 }
 
 exit_code run(const replay_options &options)
@@ -190,19 +187,30 @@ exit_code run(const replay_options &options)
     progress_bar progress("replay", reader.size());
     captured_frame frame;
     uint64_t updates = 0;
+    std::optional<uint16_t> unknown_code; // ends the replay
     while ((!options.limit || updates < *options.limit) && reader.next(frame)) {
         const uint16_t code = frame_code(frame.bytes);
         if (code == DELIMITER_CODE) {
             summary.add_delimiter();
             continue;
         }
-        each.replay(frame, known_type(reader, code));
+        const update_type *type = find_update_type(code);
+        if (type == nullptr) {
+            unknown_code = code;
+            break;
+        }
+        each.replay(frame, *type);
         progress.show(reader.position(), ++updates);
     }
     progress.clear();
     each.finish();
+    exit_code result = report_damage(reader, summary.all_went_through() ? EXIT_DONE : EXIT_UPDATES_FAILED);
+    if (unknown_code) {
+        complain_of_code(reader, *unknown_code);
+        result = EXIT_MALFORMED;
+    }
     summary.print(options.input, reader.format(), updates);
-    return summary.all_went_through() ? EXIT_DONE : EXIT_UPDATES_FAILED;
+    return result;
 }
 
 void add_records(CLI::App &line, replay_options &options)

@@ -1,0 +1,139 @@
+#include "tools/ribtool/compressed_input.hpp"
+
+#include "tools/ribtool/unpackers.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <unistd.h>
+
+namespace ribtool
+{
+
+namespace
+{
+
+constexpr size_t BLOCK_LEN = 65536;
+
+int open_for_reading(const std::string &path)
+{
+    return path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+} // namespace
+
+// A directory opens for reading like a file and fails only when it is read.
+compressed_input::compressed_input(const std::string &path)
+    : name_(path == "-" ? "standard input" : path), descriptor_(open_for_reading(path)),
+      block_(std::make_unique<uint8_t[]>(BLOCK_LEN))
+{
+    if (descriptor_ < 0)
+        fail(EXIT_FILE, "{}: cannot open: {}", name_, std::strerror(errno));
+    struct stat status = {};
+    const bool is_known = fstat(descriptor_, &status) == 0;
+    if (is_known && S_ISREG(status.st_mode))
+        size_ = static_cast<uint64_t>(status.st_size);
+    fill_start();
+    if (error_) {
+        const bool is_folder = is_known && S_ISDIR(status.st_mode);
+        if (descriptor_ != STDIN_FILENO)
+            close(descriptor_);
+        fail(error_->code, "{}: {}", name_,
+             is_folder ? fmt::format("cannot open: {}", std::strerror(EISDIR)) : error_->text);
+    }
+    unpacker_ = unpacker_for(unread_);
+}
+
+compressed_input::~compressed_input()
+{
+    if (descriptor_ != STDIN_FILENO)
+        close(descriptor_);
+}
+
+// Reads until the format can be told: the first bytes of a pipe may come one by one.
+void compressed_input::fill_start()
+{
+    while (unread_.size() < FORMAT_MARK_LEN && fill()) {}
+}
+
+// Appends to what is unread, which is empty or the start of the block; false at the end of the file and at an error.
+bool compressed_input::fill()
+{
+    if (has_ended_ || error_)
+        return false;
+    const size_t held = unread_.size();
+    ssize_t got = 0;
+    do {
+        got = ::read(descriptor_, block_.get() + held, BLOCK_LEN - held);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) {
+        error_ = {EXIT_FILE, fmt::format("cannot read: {}", std::strerror(errno))};
+        return false;
+    }
+    has_ended_ = got == 0;
+    position_ += static_cast<uint64_t>(got);
+    unread_ = {block_.get(), held + static_cast<size_t>(got)};
+    return !has_ended_;
+}
+
+size_t compressed_input::read(std::span<uint8_t> room) noexcept
+{
+    if (error_ || is_done_)
+        return 0;
+    if (unpacker_ != nullptr)
+        return unpack(room);
+    if (unread_.empty() && !fill())
+        return 0;
+    const size_t len = std::min(room.size(), unread_.size());
+    std::memcpy(room.data(), unread_.data(), len);
+    unread_ = unread_.subspan(len);
+    return len;
+}
+
+size_t compressed_input::unpack(std::span<uint8_t> room)
+{
+    const size_t wanted = room.size();
+    while (room.size() == wanted) {
+        if (unread_.empty())
+            fill();
+        if (error_)
+            return 0;
+        switch (unpacker_->step(unread_, room, has_ended_)) {
+        case unpacker::status::more:
+            break;
+        case unpacker::status::ended:
+            is_done_ = unread_.empty() && !fill();
+            if (is_done_)
+                return wanted - room.size();
+            unpacker_->restart();
+            break;
+        case unpacker::status::damaged:
+            error_ = {EXIT_MALFORMED, fmt::format("cannot unpack: {}", unpacker_->problem())};
+            return wanted - room.size();
+        }
+    }
+    return wanted - room.size();
+}
+
+file_handle compressed_input::stream()
+{
+    cookie_io_functions_t functions = {};
+    functions.read = [](void *cookie, char *buf, size_t len) -> ssize_t {
+        compressed_input &from = *static_cast<compressed_input *>(cookie);
+        const size_t got = from.read({reinterpret_cast<uint8_t *>(buf), len});
+        if (got > 0 || !from.error())
+            return static_cast<ssize_t>(got);
+        errno = EIO;
+        return -1;
+    };
+    file_handle opened(fopencookie(this, "rb", functions));
+    if (opened == nullptr || std::setvbuf(opened.get(), nullptr, _IOFBF, BLOCK_LEN) != 0)
+        throw std::bad_alloc();
+    return opened;
+}
+
+} // namespace ribtool
