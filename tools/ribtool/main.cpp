@@ -30,7 +30,7 @@ using namespace ribtool;
 constexpr char FOOTER[] =
     "Exit codes:\n"
     "  0  done\n"
-    "  1  the replay ran to its end, but updates were refused or would have stopped the process\n"
+    "  1  all was read, but updates were refused or would have stopped the process\n"
     "  2  wrong usage\n"
     "  3  a file cannot be opened, read or written\n"
     "  4  a file's contents are not what the command reads\n\n"
