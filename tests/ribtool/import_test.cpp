@@ -96,12 +96,12 @@ TEST_F(import_table, an_attribute_goes_where_the_manual_says)
                        R"("pe_value_10":5,"pe_value_11":100,"pe_value_12":4,"pe_value_13":0,)",
                        R"("pe_value_16":64510,)",
                        // 64500 << 16 | 7
-                       R"("pe_ecomm_count":2,"pe_ecomm_value_1":1,"pe_ecomm_values":[4227072007,4227072008]},)",
+                       R"("pe_ecomm_count":2,"pe_ecomm_value_1":1,"pe_ecomm_values":["4227072007","4227072008"]},)",
                        R"({"pe_value_1":4,"pe_value_2":0,"pe_value_3":0,)",
                        R"("pe_addr_5":"2001:db8::1","pe_addr_5_family":2,)",
                        R"("pe_value_10":0,"pe_value_11":0,"pe_value_12":0,"pe_value_13":2,)",
                        // 0x0002fde900000007
-                       R"("pe_ecomm_count":1,"pe_ecomm_value_1":2,"pe_ecomm_values":[842127122628615]}]}})",
+                       R"("pe_ecomm_count":1,"pe_ecomm_value_1":2,"pe_ecomm_values":["842127122628615"]}]}})",
                    });
     expect_members(records[1], {
                                    R"("rt_family":2,"rt_prefix_len":32,)",

@@ -11,9 +11,29 @@ protected:
     // The lines for one update, stripped and framed.
     lines both_forms(uint16_t code, const bytes &payload) const
     {
-        const run_result result = ribtool({"replay", write("stream", frame(code, payload))});
+        const run_result result = ribtool({"replay", write("stream", frame(code, payload)), "--both"});
         EXPECT_EQ(result.exit_code, 0) << result.err;
         return result.out_lines();
+    }
+
+    // The record alone.
+    std::string record_of(uint16_t code, const bytes &payload, const lines &options) const
+    {
+        lines arguments = {"replay", write("stream", frame(code, payload))};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const run_result result = ribtool(arguments);
+        EXPECT_EQ(result.exit_code, 0) << result.err;
+        const std::string before = "\"record\":";
+        const size_t begin = result.out.find(before) + before.size();
+        return result.out.substr(begin, result.out.rfind("}\n") - begin);
+    }
+
+    std::string compact(uint16_t code, const bytes &payload) const { return record_of(code, payload, {"--compact"}); }
+
+    std::string fields_of(const bytes &route, const std::string &names,
+                          const std::string &option = "--unstripped") const
+    {
+        return record_of(51, route, {"--fields", names, option});
     }
 
     static lines expected_lines(uint16_t code, const std::string &rest)
@@ -140,14 +160,14 @@ TEST_F(replay_records, a_next_hop_id_shows_its_address)
     };
     EXPECT_EQ(both_forms(49, payload),
               expected_lines(49, R"("record":{"address_family":1,"address":"10.0.0.1","key_value_3":3,"key_value_1":2,)"
-                                 R"("key_value_4":4,"nhid":5,"update_value_1":1}})"));
+                                 R"("key_value_4":4,"nhid":"5","update_value_1":1}})"));
 }
 
 TEST_F(replay_records, a_next_hop_id_without_a_number_shows_the_number_that_means_none)
 {
     EXPECT_EQ(both_forms(49, {0x08, 0x00}),
               expected_lines(49, R"("record":{"address_family":0,"address":"00000000000000000000000000000000",)"
-                                 R"("key_value_3":0,"key_value_1":0,"key_value_4":0,"nhid":18446744073709551614,)"
+                                 R"("key_value_3":0,"key_value_1":0,"key_value_4":0,"nhid":"18446744073709551614",)"
                                  R"("update_value_1":0}})"));
 }
 
@@ -212,8 +232,8 @@ TEST_F(replay_records, a_grid_list_shows_keys_of_each_type)
         R"("key_value_16":0,"key_value_17":0,"key_value_18":0,"key_value_19":0,)"
         R"("key_bytes_20":"00000000000000000000000000000000","key_value_12":0})";
     EXPECT_EQ(both_forms(46, payload),
-              expected_lines(46, R"("record":{"encap_ids":[101,102,103],"keys":[)" + label_key + "," + srv6_key + "," +
-                                     plain_key + R"(],"count":3,"multi_key":1}})"));
+              expected_lines(46, R"("record":{"encap_ids":["101","102","103"],"keys":[)" + label_key + "," + srv6_key +
+                                     "," + plain_key + R"(],"count":3,"multi_key":1}})"));
 }
 
 TEST_F(replay_records, an_older_route_shows_what_ribtools_own_layout_holds)
@@ -263,9 +283,9 @@ TEST_F(replay_records, an_empty_route_shows_every_default)
             R"("rt_value_2":0,"rt_value_3":0,"rt_path_count":0,"rt_value_6":0,"rt_value_7":0,"rt_value_8":0,)"
             R"("rt_dest":"00000000000000000000000000000000","rt_value_9":0,"rt_value_10":0,"rt_value_11":0,)"
             R"("rt_value_38":0,"rt_value_12":0,"rt_value_37":0,"rt_value_13":0,"rt_value_14":0,"rt_value_15":0,)"
-            R"("rt_value_16":0,"rt_value_40":0,"rt_value_41":0,"rt_algo_labels":[],"rt_value_18":0,"rt_value_20":0,)"
-            R"("rt_value_21":0,"rt_value_22":0,"rt_flags":0,"rt_value_25":0,"rt_l2_value":0,"rt_aft_id":0,)"
-            R"("rt_aft_value_6":0,"rt_aft_value_7":0,"rt_aft_valid":0,"rt_value_35":0,"rt_value_35_copy":0,)"
+            R"("rt_value_16":0,"rt_value_40":"0","rt_value_41":"0","rt_algo_labels":[],"rt_value_18":0,"rt_value_20":0,)"
+            R"("rt_value_21":0,"rt_value_22":0,"rt_flags":"0","rt_value_25":0,"rt_l2_value":0,"rt_aft_id":"0",)"
+            R"("rt_aft_value_6":0,"rt_aft_value_7":"0","rt_aft_valid":0,"rt_value_35":0,"rt_value_35_copy":0,)"
             R"("rt_algo_label_count":0,"rt_advertisement":null,"rt_first_ecomm":null,)"
             R"("rt_attr_blocks":[null,null,null,null,null,null],"paths":[]}})"));
 }
@@ -296,7 +316,7 @@ TEST_F(replay_records, a_route_shows_its_blocks_and_an_empty_path_its_defaults)
         R"("pe_sid_infos":[],"pe_value_25":0,"pe_value_31":0,"pe_iid_value_1":0,)"
         R"("pe_iid_prefix":"00000000000000000000000000000000","pe_iid_prefix_family":0,"pe_iid_prefix_len":0,)"
         R"("pe_iid_value_4":0,"pe_l2_5":0,"pe_l2_6":0,"pe_l2_7":0,"pe_l2_8":0,"pe_grouping_2":0,"pe_tunnel_flags":0,)"
-        R"("pe_tunnel_7":0,"pe_tunnel_9":0,"pe_tunnel_8":0,"pe_tunnel_10":0,"pe_via_aft_id":0,"pe_aft_6":0,)"
+        R"("pe_tunnel_7":0,"pe_tunnel_9":0,"pe_tunnel_8":0,"pe_tunnel_10":"0","pe_via_aft_id":"0","pe_aft_6":0,)"
         R"("pe_aft_7":0,"pe_sl_kind":0,"pe_sl_value":0,"pe_ecomm_count":0,"pe_ecomm_value_1":0,"pe_ecomm_values":[]})";
     EXPECT_EQ(
         both_forms(51, payload),
@@ -306,9 +326,9 @@ TEST_F(replay_records, a_route_shows_its_blocks_and_an_empty_path_its_defaults)
             R"("rt_value_2":0,"rt_value_3":0,"rt_path_count":1,"rt_value_6":0,"rt_value_7":0,"rt_value_8":0,)"
             R"("rt_dest":"10.0.0.0","rt_value_9":0,"rt_value_10":0,"rt_value_11":0,)"
             R"("rt_value_38":0,"rt_value_12":0,"rt_value_37":0,"rt_value_13":0,"rt_value_14":0,"rt_value_15":0,)"
-            R"("rt_value_16":0,"rt_value_40":0,"rt_value_41":0,"rt_algo_labels":[{"algo":128,"label":16,"extra":3}],)"
-            R"("rt_value_18":0,"rt_value_20":0,"rt_value_21":0,"rt_value_22":0,"rt_flags":0,"rt_value_25":0,)"
-            R"("rt_l2_value":0,"rt_aft_id":0,"rt_aft_value_6":0,"rt_aft_value_7":0,"rt_aft_valid":0,"rt_value_35":0,)"
+            R"("rt_value_16":0,"rt_value_40":"0","rt_value_41":"0","rt_algo_labels":[{"algo":128,"label":16,"extra":3}],)"
+            R"("rt_value_18":0,"rt_value_20":0,"rt_value_21":0,"rt_value_22":0,"rt_flags":"0","rt_value_25":0,)"
+            R"("rt_l2_value":0,"rt_aft_id":"0","rt_aft_value_6":0,"rt_aft_value_7":"0","rt_aft_valid":0,"rt_value_35":0,)"
             R"("rt_value_35_copy":0,"rt_algo_label_count":1,"rt_advertisement":[5,6],"rt_first_ecomm":null,)"
             R"("rt_attr_blocks":[null,{"array_type":2,"attrs":[{"attr_type":3,"attr_data":"0102030405060708"}]},)"
             R"(null,null,null,null],"paths":[)" +
@@ -342,12 +362,105 @@ TEST_F(replay_records, a_path_shows_its_lists)
                  R"("pe_addresses":["02000000000000000000000000000000"],)",
                  R"("pe_nnh_count":1,"pe_nnh":[{"type":1,"value":5}],)",
                  R"("pe_sid_infos":[{"address":"05000000000000000600000000000000","prefix_len":48,"marker":"*"}],)",
-                 R"("pe_ecomm_count":2,"pe_ecomm_value_1":2,"pe_ecomm_values":[7,8]})",
-                 R"("rt_first_ecomm":{"pe_ecomm_count":2,"pe_ecomm_value_1":2,"pe_ecomm_values":[7,8]},)",
+                 R"("pe_ecomm_count":2,"pe_ecomm_value_1":2,"pe_ecomm_values":["7","8"]})",
+                 R"("rt_first_ecomm":{"pe_ecomm_count":2,"pe_ecomm_value_1":2,"pe_ecomm_values":["7","8"]},)",
              })
             EXPECT_NE(line.find(member), std::string::npos) << member << "\n" << line;
     }
 }
+
+// ---- Which members, and which form ----
+
+TEST_F(replay_records, each_update_is_replayed_once_with_its_frame)
+{
+    const run_result result = ribtool({"replay", write("stream", frame(47, {0x08, 0x07}))});
+    EXPECT_EQ(result.out, R"({"frame":1,"type":47,"form":"unstripped","update_id":1,"record":{"proto_id":7,)"
+                          R"("proto_sub_id":0,"proto_value":0,"proto_name":"","proto_extra_name":""}})"
+                          "\n");
+}
+
+TEST_F(replay_records, numbers_of_64_bits_keep_their_last_digit)
+{
+    const bytes payload = {
+        0xd2, 0x01, 0x0e,                                           // 26 paths[0], 14 bytes
+        0xd2, 0x01, 0x0b,                                           //   26 ecomm, 11 bytes
+        0x10, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, //     2 ecomm_values = 2^64 - 1,
+        0x01,                                                       //       its tenth byte
+    };
+    EXPECT_NE(fields_of(payload, "paths.pe_ecomm_values").find(R"("pe_ecomm_values":["18446744073709551615"])"),
+              std::string::npos);
+}
+
+TEST_F(replay_records, a_compact_record_has_only_what_the_update_says)
+{
+    EXPECT_EQ(compact(51, {}), "{}");
+    EXPECT_EQ(compact(51, {0xd2, 0x01, 0x00, 0xd2, 0x01, 0x02, 0x50, 0x07}), // 26 paths[0], empty; 26 paths[1]:
+              R"({"rt_path_count":2,"paths":[{},{"pe_value_10":7}]})");      //   10 path_value_10 = 7
+    EXPECT_EQ(compact(50, {}), "{}");
+    EXPECT_EQ(compact(49, {0x08, 0x00}), "{}"); // 1 nhid_update_value_1 = 0
+    EXPECT_EQ(compact(47, {0x08, 0x00}), "{}"); // 1 proto_id = 0
+}
+
+TEST_F(replay_records, a_compact_record_shows_zero_where_another_value_stands_for_none)
+{
+    const bytes zeros = {
+        0xd2, 0x01, 0x05, // 26 paths[0], 5 bytes
+        0x48, 0x00,       //   9 path_values_9 = 0
+        0x98, 0x01, 0x00, //   19 path_value_19 = 0
+    };
+    EXPECT_EQ(compact(51, zeros),
+              R"({"rt_path_count":1,"paths":[{"pe_labels":[0],"pe_label_count":1,"pe_value_19":0}]})");
+    EXPECT_EQ(compact(49, {0x08, 0x00, 0x18, 0x00}), R"({"nhid":"0"})"); // 1 nhid_update_value_1 = 0, 3 nhid = 0
+}
+
+TEST_F(replay_records, a_compact_list_keeps_its_places)
+{
+    const bytes payload = {
+        0xea, 0x01, 0x10, 0x08, 0x02,                // 29 generic_attrs_29, 16 bytes: 1 array_type = 2
+        0x12, 0x0c, 0x08, 0x03,                      //   2 attrs[0], 12 bytes: 1 attr_type = 3
+        0x12, 0x08, 1,    2,    3,    4, 5, 6, 7, 8, //     2 attr_data
+    };
+    EXPECT_EQ(compact(51, payload), R"({"rt_attr_blocks":[null,{"array_type":2,"attrs":[{"attr_type":3,)"
+                                    R"("attr_data":"0102030405060708"}]},null,null,null,null]})");
+}
+
+TEST_F(replay_records, a_compact_opaque_update_tells_an_empty_block_from_none)
+{
+    EXPECT_EQ(compact(50, {0x2a, 0x00, 0x32, 0x01, 0x00}), // 5 first_block, empty; 6 second_block, one zero
+              R"({"second_len":1,"first_block":"","second_block":"00"})");
+}
+
+TEST_F(replay_records, chosen_fields_are_shown_wherever_they_are)
+{
+    const bytes payload = {
+        0x0a, 0x0b,                   // 1 route_prefix, 11 bytes
+        0x0a, 0x07, 0x08, 0x01,       //   1 address: 1 family = 1
+        0x10, 0x80, 0x80, 0x80, 0x50, //     2 ipv4 = 10.0.0.0
+        0x10, 0x08,                   //   2 prefix_len = 8
+        0xd2, 0x01, 0x08,             // 26 paths[0], 8 bytes
+        0x50, 0x07,                   //   10 path_value_10 = 7
+        0xd2, 0x01, 0x03,             //   26 ecomm, 3 bytes
+        0x10, 0xac, 0x02,             //     2 ecomm_values = 300
+    };
+    EXPECT_EQ(fields_of(payload, "rt_dest"), R"({"rt_dest":"10.0.0.0"})");
+    EXPECT_EQ(fields_of(payload, "pe_value_10,rt_prefix_len"), R"({"rt_prefix_len":8,"paths":[{"pe_value_10":7}]})");
+    EXPECT_EQ(fields_of(payload, "pe_ecomm_values"),
+              R"({"rt_first_ecomm":{"pe_ecomm_values":["300"]},"paths":[{"pe_ecomm_values":["300"]}]})");
+    EXPECT_EQ(fields_of(payload, "paths.pe_ecomm_values"), R"({"paths":[{"pe_ecomm_values":["300"]}]})");
+    EXPECT_EQ(fields_of(payload, "rt_first_ecomm"),
+              R"({"rt_first_ecomm":{"pe_ecomm_count":1,"pe_ecomm_value_1":0,"pe_ecomm_values":["300"]}})");
+    EXPECT_EQ(fields_of(payload, "nhid"), "{}");
+    EXPECT_EQ(fields_of(payload, "rt_value_2,attrs", "--compact"), "{}");
+}
+
+TEST_F(replay_records, a_field_that_no_record_has_is_a_usage_error)
+{
+    const run_result result = ribtool({"replay", write("stream", frame(51, {})), "--fields", "rt_dest,dest"});
+    EXPECT_EQ(result.exit_code, 2);
+    EXPECT_EQ(result.err, "ribtool: --fields: no client record has a member \"dest\" (see ribtool --help)\n");
+}
+
+// ---- Which updates, and where to ----
 
 TEST_F(replay_records, update_ids_are_frame_numbers)
 {
@@ -374,7 +487,7 @@ TEST_F(replay_records, a_sample_holds_the_first_records_of_each_code_and_form)
     const bytes nhid = frame(49, {0x08, 0x07});
     const bytes dropped = frame(49, {0x18, 0x05});
     const std::string input = write("stream", joined({proto, proto, dropped, nhid, proto, nhid}));
-    const run_result result = ribtool({"replay", input, "--sample", "1"});
+    const run_result result = ribtool({"replay", input, "--sample", "1", "--both"});
     lines starts;
     for (const std::string &line : result.out_lines())
         starts.push_back(line.substr(0, line.find(R"(",")") + 1));
@@ -418,7 +531,7 @@ TEST_F(replay_records, the_summary_counts_each_code_of_each_form)
         frame(51, {0xd2, 0x01, 0x00, 0xd2, 0x01, 0x03, 0xd8, 0x01, 0x01}), // two paths, one with path_value_27
         frame(49, {0x18, 0x05}),                                           // dropped
     });
-    const run_result result = ribtool({"replay", write("stream", stream), "--no-json"});
+    const run_result result = ribtool({"replay", write("stream", stream), "--no-json", "--both"});
     lines counted;
     for (const std::string &line : run_result{0, squeezed(result.err), ""}.out_lines())
         counted.push_back(line.substr(0, line.rfind(' ')));

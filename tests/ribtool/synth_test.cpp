@@ -103,7 +103,7 @@ TEST_P(synth_profile, replays_in_both_forms_from_either_format_without_a_refusal
     for (const char *format : {"pcap", "raw"}) {
         const std::string stream =
             make({"--profile", GetParam().name, "--updates", GetParam().updates, "--format", format});
-        const run_result result = ribtool({"replay", stream, "--json", path("records")});
+        const run_result result = ribtool({"replay", stream, "--both", "--json", path("records")});
         EXPECT_EQ(result.exit_code, 0) << result.err;
         EXPECT_NE(result.err.find(" 0 refused, 0 stopped by an assertion\n"), std::string::npos) << result.err;
         const uint64_t updates = std::stoull(GetParam().updates);

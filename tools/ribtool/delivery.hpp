@@ -13,8 +13,8 @@ namespace ribtool
 
 // Callbacks run below C frames, so no exception leaves them: it waits here until the call is over.
 struct delivery {
-    record_lines *lines = nullptr; // null: nothing is printed
-    json line;
+    record_lines *lines = nullptr; // null: nothing is printed; else a line has been begun
+    json_line *line = nullptr;
     const uint8_t *payload_end = nullptr; // of the older opaque form, whose blocks lie in the payload
     uint64_t callbacks = 0;
     uint64_t routes = 0;

@@ -2,8 +2,9 @@
 
 #pragma once
 
+#include "inspect/record_json.hpp"
+#include "tools/ribtool/json_line.hpp"
 #include "tools/ribtool/output_file.hpp"
-#include "tools/ribtool/record_json.hpp"
 
 #include <string>
 
@@ -13,15 +14,32 @@ namespace ribtool
 class record_lines
 {
 public:
-    explicit record_lines(const std::string &path) : file_(path) {} // "-" is the standard output
+    // "-" is the standard output. `options`, which must outlive this, say how records are written.
+    record_lines(const std::string &path, const rib_inspect::record_json_options &options)
+        : file_(path), options_(options)
+    {
+    }
 
-    // Names in records are bytes; what is not UTF-8 in them becomes U+FFFD.
-    void print(const json &record) { file_.write(record.dump(-1, ' ', false, json::error_handler_t::replace) + '\n'); }
+    // An empty line, to be filled and printed before the next one.
+    json_line &begin()
+    {
+        line_.clear();
+        return line_;
+    }
+
+    void add_record(const rib_inspect::client_record &record)
+    {
+        rib_inspect::append_json(line_.add("record"), record, options_);
+    }
+
+    void print() { file_.write(line_.finished()); }
 
     void close() { file_.close(); }
 
 private:
     output_file file_;
+    const rib_inspect::record_json_options &options_;
+    json_line line_;
 };
 
 } // namespace ribtool

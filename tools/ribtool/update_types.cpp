@@ -13,6 +13,8 @@ namespace ribtool
 namespace
 {
 
+using rib_inspect::view_of;
+
 // ---- Callbacks ----
 
 // Runs `fill`, which adds the callback's arguments to the line, and prints the line.
@@ -24,8 +26,8 @@ int deliver(delivery &to, Fill fill) noexcept
         return 0;
     const auto started = std::chrono::steady_clock::now();
     try {
-        fill(to.line);
-        to.lines->print(to.line);
+        fill(*to.lines, *to.line);
+        to.lines->print();
     } catch (...) {
         to.failed = std::current_exception();
     }
@@ -35,19 +37,19 @@ int deliver(delivery &to, Fill fill) noexcept
 
 int on_proto(uint32_t update_id, rib_protoid_map *map, void *ctx)
 {
-    return deliver(*static_cast<delivery *>(ctx), [&](json &line) {
-        line["update_id"] = update_id;
-        line["record"] = to_json(*map);
+    return deliver(*static_cast<delivery *>(ctx), [&](record_lines &lines, json_line &line) {
+        line.add_number("update_id", update_id);
+        lines.add_record(view_of(*map));
     });
 }
 
 int on_opaque(uint32_t update_id, uint32_t sub_id, rib_opaque_update *opaque, void *ctx)
 {
     delivery &to = *static_cast<delivery *>(ctx);
-    return deliver(to, [&](json &line) {
-        line["update_id"] = update_id;
-        line["sub_id"] = sub_id;
-        line["record"] = to_json(*opaque, to.payload_end);
+    return deliver(to, [&](record_lines &lines, json_line &line) {
+        line.add_number("update_id", update_id);
+        line.add_number("sub_id", sub_id);
+        lines.add_record(view_of(*opaque, to.payload_end));
     });
 }
 
@@ -55,11 +57,14 @@ int deliver_route(delivery &to, uint32_t update_id, const struct rib_routetype_ 
 {
     ++to.routes;
     to.paths += route == nullptr ? 0 : route->rt_path_count;
-    return deliver(to, [&](json &line) {
-        line["update_id"] = update_id;
+    return deliver(to, [&](record_lines &lines, json_line &line) {
+        line.add_number("update_id", update_id);
         if (is_older)
-            line["released"] = older_route_released();
-        line["record"] = route == nullptr ? json() : to_json(*route);
+            line.add_bool("released", older_route_released());
+        if (route == nullptr)
+            line.add_null("record");
+        else
+            lines.add_record(view_of(*route));
     });
 }
 
@@ -75,9 +80,9 @@ int on_older_route(uint32_t update_id, struct rib_routetype_ *route, void *ctx)
 
 int on_grid(void *record, void *ctx, uint32_t tlv_type)
 {
-    return deliver(*static_cast<delivery *>(ctx), [&](json &line) {
-        line["record"] = tlv_type == RIB_TLV_GRID ? to_json(*static_cast<const grid_sync_list *>(record))
-                                                  : to_json(*static_cast<const nhid_update_local *>(record));
+    return deliver(*static_cast<delivery *>(ctx), [&](record_lines &lines, json_line &) {
+        lines.add_record(tlv_type == RIB_TLV_GRID ? view_of(*static_cast<const grid_sync_list *>(record))
+                                                  : view_of(*static_cast<const nhid_update_local *>(record)));
     });
 }
 

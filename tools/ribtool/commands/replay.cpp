@@ -34,7 +34,9 @@ struct replay_options {
     std::optional<uint64_t> sample; // records printed of each type code and form
     bool print_records = true;
     std::string records_path = "-"; // "-" is the standard output
-    replay_forms forms = replay_forms::both;
+    rib_inspect::record_json_options json;
+    std::optional<rib_inspect::field_selection> fields;
+    replay_forms forms = replay_forms::unstripped;
 };
 
 struct free_deleter {
@@ -60,7 +62,7 @@ public:
     replayer(const replay_options &options, replay_summary &summary) : options_(options), summary_(summary)
     {
         if (options.print_records)
-            lines_.emplace(options.records_path);
+            lines_.emplace(options.records_path, options.json);
     }
 
     void replay(const captured_frame &frame, const update_type &type)
@@ -89,11 +91,14 @@ private:
         delivery to;
         to.lines = may_print(counts) ? &*lines_ : nullptr;
         if (to.lines != nullptr)
-            to.line = {{"frame", frame.number}, {"type", type.code}, {"form", form_name(form)}};
+            to.line = &begun_line(frame, type, form);
 
         if (const std::string violation = type.violation(payload); !violation.empty()) {
             ++counts.refused;
-            print(to, "refused", violation);
+            if (to.lines != nullptr) {
+                to.line->add_text("refused", violation);
+                to.lines->print();
+            }
             return;
         }
         deliver_update(frame, type, form, to, counts);
@@ -135,11 +140,8 @@ private:
                 update_counts &counts)
     {
         ++counts.stopped;
-        print(to, "assertion",
-              {{"expression", assertion.expression},
-               {"file", assertion.file},
-               {"line", assertion.line},
-               {"function", assertion.function}});
+        if (to.lines != nullptr)
+            print(to, assertion);
         if (++assertions_ > ASSERTIONS_SHOWN)
             return;
         complain("frame {} (type {}, {}) stops the process: {}:{}: {}: Assertion `{}' failed.{}", frame.number,
@@ -147,12 +149,25 @@ private:
                  assertion.expression, assertions_ == ASSERTIONS_SHOWN ? " Further ones are counted only." : "");
     }
 
-    void print(delivery &to, const char *member, const json &value)
+    json_line &begun_line(const captured_frame &frame, const update_type &type, update_form form)
     {
-        if (to.lines == nullptr)
-            return;
-        to.line[member] = value;
-        to.lines->print(to.line);
+        json_line &line = lines_->begin();
+        line.add_number("frame", frame.number);
+        line.add_number("type", type.code);
+        line.add_text("form", form_name(form));
+        return line;
+    }
+
+    static void print(delivery &to, const failed_assertion &assertion)
+    {
+        json_line &line = *to.line;
+        line.begin_object("assertion");
+        line.add_text("expression", assertion.expression);
+        line.add_text("file", assertion.file);
+        line.add_number("line", assertion.line);
+        line.add_text("function", assertion.function);
+        line.end_object();
+        to.lines->print();
     }
 
     // Asked before the update is counted anywhere but in `updates`.
@@ -223,6 +238,26 @@ void add_records(CLI::App &line, replay_options &options)
         ->excludes(records);
 }
 
+void select_fields(replay_options &options, const std::string &list)
+{
+    options.fields.emplace();
+    for (const std::string &name : CLI::detail::split(list, ',')) {
+        if (!options.fields->add(name))
+            throw CLI::ValidationError("--fields", fmt::format("no client record has a member \"{}\"", name));
+    }
+    options.json.fields = &*options.fields;
+}
+
+void add_members(CLI::App &line, replay_options &options)
+{
+    line.add_flag("--compact", options.json.is_compact,
+                  "Leave out members that hold 0, null, nothing, or what stands for an absent value");
+    line.add_option_function<std::string>(
+            "--fields", [&options](const std::string &list) { select_fields(options, list); },
+            "Print only these members of records, wherever they are (rt_dest,paths.pe_addr_5)")
+        ->option_text("A,B");
+}
+
 void add_forms(CLI::App &line, replay_forms &forms)
 {
     const auto add = [&](const char *option, replay_forms form, const char *description) {
@@ -230,8 +265,8 @@ void add_forms(CLI::App &line, replay_forms &forms)
             option, [&forms, form] { forms = form; }, description);
     };
     CLI::Option *stripped = add("--stripped", replay_forms::stripped, "Hand over payloads only");
-    CLI::Option *unstripped = add("--unstripped", replay_forms::unstripped, "Hand over whole frames only");
-    CLI::Option *both = add("--both", replay_forms::both, "Hand over each update both ways (default)");
+    CLI::Option *unstripped = add("--unstripped", replay_forms::unstripped, "Hand over whole frames only (default)");
+    CLI::Option *both = add("--both", replay_forms::both, "Hand over each update both ways");
     stripped->excludes(unstripped, both);
     unstripped->excludes(both);
 }
@@ -252,6 +287,7 @@ command add_replay(CLI::App &app)
         ->option_text("N")
         ->check(whole_number(0));
     add_records(*line, *options);
+    add_members(*line, *options);
     add_forms(*line, options->forms);
     return {line, [options] { return run(*options); }};
 }
