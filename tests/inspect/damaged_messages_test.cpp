@@ -1,7 +1,9 @@
 // Random and damaged messages of every type: the walk, held against the real decoder, and the text format, there and back.
 
 #include "inspect/hex.hpp"
+#include "inspect/message_json.hpp"
 #include "inspect/message_text.hpp"
+#include "tests/inspect/message_json_check.hpp"
 #include "tests/inspect/message_text_check.hpp"
 #include "tests/inspect/walk_check.hpp"
 #include "tests/messages/every_message.hpp"
@@ -66,6 +68,24 @@ TEST(damaged_messages, damaged_text_is_read_or_has_an_error_with_a_place)
             byte_string text(whole.begin(), whole.end());
             mutate(text, {'!', 't', 'a', 'g', '=', ' ', '{', '"', '\n', '0', '}', '#', ':', '['}, random);
             return check_text(type, {reinterpret_cast<const char *>(text.data()), text.size()});
+        });
+}
+
+TEST(damaged_messages, json_gives_what_the_library_keeps_or_says_why_not)
+{
+    for_damaged_messages(exhaustive() ? 50000 : 100, check_bytes_through_json);
+}
+
+TEST(damaged_messages, damaged_json_is_read_or_has_a_problem_with_a_place)
+{
+    random_source random(1);
+    for_damaged_messages(
+        exhaustive() ? 20000 : 100, [&](const zidl::message_descriptor &type, const byte_string &input) {
+            std::string whole;
+            rib_inspect::json_writer(type, {false, true}).append(whole, input);
+            byte_string text(whole.begin(), whole.end());
+            mutate(text, {'{', '}', '[', ']', '"', '\\', 'u', ',', ':', '0', '9', '.', 'e', '-', 'n', '='}, random);
+            return check_json_text(type, {reinterpret_cast<const char *>(text.data()), text.size()});
         });
 }
 
