@@ -1,5 +1,6 @@
 // make_seeds DIR: writes a first corpus for every fuzzer, made of the sample records of every message type.
 
+#include "inspect/message_text.hpp"
 #include "messages/descriptors.hpp"
 #include "tests/messages/sample_records.hpp"
 
@@ -47,6 +48,15 @@ constexpr entry_seed entry_seeds[] = {
     {"rib_nhid_update", "fuzz_grid_update", 1},
 };
 
+void write_inspector_seeds(const fs::path &folder, const zidl::message_descriptor &type, uint8_t index,
+                           const std::string &name, const bytes &encoded)
+{
+    const std::string text = rib_inspect::to_text(type, encoded);
+    write_seed(folder / "fuzz_walk" / name, {index}, encoded);
+    write_seed(folder / "fuzz_message_text" / name, {index, 0}, encoded);
+    write_seed(folder / "fuzz_message_text" / (name + "_text"), {index, 1}, bytes(text.begin(), text.end()));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -65,6 +75,7 @@ int main(int argc, char **argv)
             const bytes encoded = encoded_sample(type, which, memory);
             const std::string name = std::string(type.name) + (which == sample::dense ? "_dense" : "_sparse");
             write_seed(folder / (std::string("fuzz_") + type.group) / name, {index, 0}, encoded);
+            write_inspector_seeds(folder, type, static_cast<uint8_t>(i), name, encoded);
             for (const entry_seed &entry : entry_seeds) {
                 if (std::strcmp(entry.type, type.name) != 0)
                     continue;

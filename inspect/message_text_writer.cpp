@@ -109,10 +109,10 @@ public:
         if (const std::string address = message_address(type, bytes_); !address.empty())
             head.insert(head.size() - 1, ": " + address);
         if (result.status != ZIDL_OK) {
-            head += "# Decoding ends at byte " + std::to_string(result.offset);
+            head += "# Decoding fails at byte " + std::to_string(result.offset);
             if (result.path.depth != 0)
                 head += ", " + to_string(result.path);
-            head += std::string(", ") + rib_reason_name(result.reason) + ": " + rib_reason_text(result.reason) + ".\n";
+            head += std::string(": ") + rib_reason_name(result.reason) + ", " + rib_reason_text(result.reason) + ".\n";
         }
         return head + out_;
     }
@@ -291,7 +291,7 @@ private:
         if (event.length_offset != event.tag_offset)
             comment(event.field != nullptr ? event.field->member : "field " + std::to_string(event.number));
         if (event.part == walk_part::skipped)
-            comment("past_the_end, unknown fields may be");
+            comment("it reaches past the end, as unknown fields may");
         end_line();
     }
 
