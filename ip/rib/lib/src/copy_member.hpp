@@ -7,19 +7,22 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "ip/rib/lib/src/witness.hpp"
+
 namespace rib_client
 {
 
 // A narrower member keeps the low bits.
 template <class Member, class Value>
-inline void copy(Member &member, Value value)
+inline void copy(Member &member, IN_PLACE(Value) value)
 {
     member = static_cast<Member>(value);
+    SHOWS_AS(value, member, reason::narrowed);
 }
 
 // The member of an absent field keeps what it holds.
 template <class Member, class Value>
-inline void copy_if(bool present, Member &member, Value value)
+inline void copy_if(bool present, Member &member, IN_PLACE(Value) value)
 {
     if (present)
         copy(member, value);
@@ -33,6 +36,7 @@ inline void copy_bytes(void *dst, const void *src, size_t size)
 {
     if (size != 0)
         memcpy(dst, src, size);
+    SHOWS_BYTES(src, size);
 }
 
 // For lists that mostly have one or two elements: those take no call, and no branch between the two.
@@ -45,6 +49,7 @@ inline void copy_few(Element *dst, const Element *src, uint32_t count)
     }
     dst[0] = src[0];
     dst[count - 1] = src[count - 1];
+    SHOWS_BYTES(src, count * sizeof *dst);
 }
 
 } // namespace rib_client

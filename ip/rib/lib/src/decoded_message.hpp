@@ -5,22 +5,22 @@
 
 #include <stddef.h>
 #include <stdint.h>
-#include <stdlib.h>
 
 #include "codec/zidl.h"
 #include "codec/zidl_arena.h"
+#include "ip/rib/lib/src/library_memory.hpp"
 
 namespace rib_client
 {
 
 inline void *allocate(size_t size, void *)
 {
-    return malloc(size);
+    return new_block(size);
 }
 
 inline void give_back(void *ptr, void *)
 {
-    free(ptr);
+    give_back(ptr);
 }
 
 #ifdef RIB_CLIENT_ARENA
@@ -30,6 +30,31 @@ constexpr bool FAILED_DECODE_KEEPS_BLOCKS = true; // by contract
 #endif
 
 // The decoder resets the whole message; only presence bits that no field uses keep what they were.
+
+#ifdef RIB_WITNESS
+
+// A message that outlives the conversion with all that it holds, so that what the record does not show of it can be looked up.
+template <class Message, auto Decode, auto Release>
+class witnessed_message
+{
+public:
+    Message &msg = *static_cast<Message *>(rib_inspect::notes::current().message_of(sizeof(Message)));
+
+    int32_t decode(const uint8_t *buf, size_t len)
+    {
+        const int32_t status = Decode(&msg, buf, len, allocate, nullptr, 0);
+        rib_inspect::notes::current().decoded(status);
+        return status;
+    }
+    void release() {}
+};
+
+template <class Message, auto Decode, auto Release>
+using heap_message = witnessed_message<Message, Decode, Release>;
+template <class Message, auto Decode, auto Release>
+using decoded_message = witnessed_message<Message, Decode, Release>;
+
+#else
 
 // A message in blocks of malloc, which may outlive the call: nothing that was decoded is released by itself.
 template <class Message, auto Decode, auto Release>
@@ -74,6 +99,8 @@ using decoded_message = arena_message<Message, Decode, Release>;
 #else
 template <class Message, auto Decode, auto Release>
 using decoded_message = heap_message<Message, Decode, Release>;
+#endif
+
 #endif
 
 } // namespace rib_client

@@ -56,14 +56,18 @@ bool has_oper_type(const zidl_rib_encap_id_path_key_srv6_carriers &carriers)
 
 bool has_required_members(const zidl_rib_encap_id_key &key)
 {
-    return zidl_rib_encap_id_key_has_key_value_1(&key) && zidl_rib_encap_id_key_has_key_value_2(&key) &&
-           has_prefix(key) && zidl_rib_encap_id_key_has_key_value_4(&key) && zidl_rib_encap_id_key_has_key_type(&key);
+    return REQUIRES(zidl_rib_encap_id_key_has_key_value_1(&key), key.key_value_1) &&
+           REQUIRES(zidl_rib_encap_id_key_has_key_value_2(&key), key.key_value_2) &&
+           REQUIRES(has_prefix(key), key.key_prefix) &&
+           REQUIRES(zidl_rib_encap_id_key_has_key_value_4(&key), key.key_value_4) &&
+           REQUIRES(zidl_rib_encap_id_key_has_key_type(&key), key.key_type);
 }
 
 bool has_required_members(const zidl_rib_grid_sync_list &msg)
 {
-    return zidl_rib_grid_sync_list_has_encap_ids(&msg) && zidl_rib_grid_sync_list_has_keys(&msg) &&
-           zidl_rib_grid_sync_list_has_multi_key(&msg);
+    return REQUIRES(zidl_rib_grid_sync_list_has_encap_ids(&msg), msg.encap_ids) &&
+           REQUIRES(zidl_rib_grid_sync_list_has_keys(&msg), msg.keys) &&
+           REQUIRES(zidl_rib_grid_sync_list_has_multi_key(&msg), msg.multi_key);
 }
 
 // ---- Addresses ----
@@ -72,23 +76,30 @@ zerrno rib_server_decode_ip_addr(struct ip_addr *rib_prefix, const zidl_rib_msg_
 {
     static constexpr char prototype[] =
         "zerrno rib_server_decode_ip_addr(struct ip_addr *, const struct zidl_rib_msg_prefix *)";
-    RIB_ASSERT(GRID_DEC, 43, zidl_prefix && rib_prefix);
+    RIB_ASSERT(GRID_DEC, 43, zidl_prefix && rib_prefix, reason::missing_second_prefix);
     if (!zidl_rib_msg_prefix_has_family(zidl_prefix) || !zidl_rib_msg_prefix_has_prefix_len(zidl_prefix))
-        return ZERRNO_INVALID;
+        return REJECT_FOR(reason::missing_field, *zidl_prefix,
+                          zidl_rib_msg_prefix_has_family(zidl_prefix) ? zidl_prefix->prefix_len : zidl_prefix->family,
+                          ZERRNO_INVALID);
     rib_prefix->family = static_cast<uint8_t>(zidl_prefix->family);
     rib_prefix->prefix_len = static_cast<uint8_t>(zidl_prefix->prefix_len);
+    SHOWS_AS(zidl_prefix->family, rib_prefix->family, reason::narrowed);
+    SHOWS_AS(zidl_prefix->prefix_len, rib_prefix->prefix_len, reason::narrowed);
+    LEAVE(reason::other_family, *zidl_prefix); // what remains unseen, if nothing below is wrong
 
     switch (zidl_prefix->family) { // all 32 bits, not the stored copy
     case RIB_SOCKET_FAMILY_IPV4:
         rib_prefix->addr.ipv4_addr = zidl_rib_msg_prefix_has_ipv4(zidl_prefix) ? zidl_prefix->ipv4 : 0;
+        SHOWS(zidl_prefix->ipv4);
         return ZERRNO_OK;
     case RIB_SOCKET_FAMILY_IPV6:
         if (!zidl_rib_msg_prefix_has_ipv6(zidl_prefix) || zidl_prefix->ipv6_size > sizeof rib_prefix->addr.ipv6_addr)
-            return ZERRNO_INVALID;
+            return REJECT(zidl_rib_msg_prefix_has_ipv6(zidl_prefix) ? reason::too_many_bytes : reason::missing_field,
+                          zidl_prefix->ipv6, ZERRNO_INVALID);
         copy_bytes(rib_prefix->addr.ipv6_addr, zidl_prefix->ipv6, zidl_prefix->ipv6_size);
         return ZERRNO_OK;
     default:
-        return ZERRNO_INVALID;
+        return REJECT(reason::bad_family, zidl_prefix->family, ZERRNO_INVALID);
     }
 }
 
@@ -97,7 +108,7 @@ zerrno decode_extra_prefixes(const zidl_rib_encap_id_key &msg, rib_encap_id_path
 {
     key.key_extra_prefix_count = static_cast<uint8_t>(msg.key_extra_prefixes_count);
     if (msg.key_extra_prefixes_count > GRID_MAX_EXTRA_PREFIXES)
-        return ZERRNO_INVALID;
+        return REJECT(reason::too_many_extra_prefixes, msg.key_extra_prefixes, ZERRNO_INVALID);
     for (uint32_t i = 0; i < msg.key_extra_prefixes_count; i++)
         if (rib_server_decode_ip_addr(&key.key_extra_prefixes[i], &msg.key_extra_prefixes[i]) != ZERRNO_OK)
             return ZERRNO_INVALID;
@@ -109,12 +120,14 @@ zerrno decode_extra_prefixes(const zidl_rib_encap_id_key &msg, rib_encap_id_path
 zerrno decode_label_key(const zidl_rib_encap_id_key &msg, rib_encap_label_key &label)
 {
     if (!has_label_key(msg))
-        return ZERRNO_INVALID;
+        return REJECT(reason::missing_field, msg.label_key, ZERRNO_INVALID);
     const zidl_rib_encap_id_path_key_label &src = msg.label_key;
     label.label_key_value = src.label_key_value; // 0 when absent, unlike the other members, which keep what they hold
+    SHOWS(src.label_key_value);
     label.label_count = static_cast<uint8_t>(src.labels_count); // deliberately also where the count is above 255
     if (label.label_count > GRID_MAX_LABELS)
-        return ZERRNO_INVALID;
+        return REJECT(reason::too_many_labels, src.labels, ZERRNO_INVALID);
+    TAKES(src.labels, label.label_count, reason::count_wraps);
     copy_bytes(label.labels, src.labels, label.label_count * sizeof label.labels[0]);
     return ZERRNO_OK;
 }
@@ -126,7 +139,7 @@ zerrno decode_carrier(const zidl_rib_encap_id_path_key_srv6_carrier_info &msg, r
     if (!zidl_rib_encap_id_path_key_srv6_carrier_info_has_carrier_bytes(&msg))
         return ZERRNO_OK;
     if (msg.carrier_bytes_size > sizeof carrier.carrier_bytes)
-        return ZERRNO_INVALID;
+        return REJECT(reason::too_many_bytes, msg.carrier_bytes, ZERRNO_INVALID);
     copy_bytes(carrier.carrier_bytes, msg.carrier_bytes, msg.carrier_bytes_size);
     return ZERRNO_OK;
 }
@@ -143,9 +156,10 @@ void decode_oper(const zidl_rib_srv6_oper_type &msg, rib_encap_srv6_key &srv6)
 zerrno decode_srv6_key(const zidl_rib_encap_id_path_key_srv6_carriers &msg, rib_encap_srv6_key &srv6)
 {
     if (!has_oper_type(msg))
-        return ZERRNO_INVALID;
+        return REJECT(reason::missing_field, msg.oper_type, ZERRNO_INVALID);
     constexpr uint32_t MOST = GRID_MAX_CARRIERS;
     srv6.carrier_count = static_cast<uint8_t>(msg.carriers_count < MOST ? msg.carriers_count : MOST);
+    TAKES(msg.carriers, MOST, reason::too_many_carriers);
     for (uint32_t i = 0; i < srv6.carrier_count; i++)
         if (decode_carrier(msg.carriers[i], srv6.carriers[i]) != ZERRNO_OK)
             return ZERRNO_INVALID;
@@ -158,7 +172,7 @@ zerrno decode_bytes_20(const zidl_rib_encap_id_key &msg, rib_encap_id_path_key_t
     if (!zidl_rib_encap_id_key_has_key_bytes_20(&msg))
         return ZERRNO_OK;
     if (msg.key_bytes_20_size > sizeof key.key_bytes_20)
-        return ZERRNO_INVALID;
+        return REJECT(reason::too_many_bytes, msg.key_bytes_20, ZERRNO_INVALID);
     copy_bytes(key.key_bytes_20, msg.key_bytes_20, msg.key_bytes_20_size);
     return ZERRNO_OK;
 }
@@ -173,7 +187,7 @@ zerrno decode_type_data(const zidl_rib_encap_id_key &msg, rib_encap_id_path_key_
             return ZERRNO_INVALID;
         return decode_bytes_20(msg, key);
     default:
-        return ZERRNO_INVALID;
+        return REJECT(reason::unknown_key_type, msg.key_type, ZERRNO_INVALID);
     }
 }
 
@@ -184,9 +198,10 @@ zerrno rib_server_decode_encap_id_key_internal(const zidl_rib_encap_id_key *zidl
 {
     static constexpr char prototype[] = "zerrno rib_server_decode_encap_id_key_internal("
                                         "const struct zidl_rib_encap_id_key *, rib_encap_id_path_key_t *)";
-    RIB_ASSERT(GRID_DEC, 386, zidl_rib_key && rib_key);
+    RIB_ASSERT(GRID_DEC, 386, zidl_rib_key && rib_key, reason::assertion);
     const zidl_rib_encap_id_key &msg = *zidl_rib_key;
     rib_encap_id_path_key_t &key = *rib_key;
+    LEAVE(reason::other_key_type, msg); // what remains unseen, if nothing below is wrong
     if (!has_required_members(msg))
         return ZERRNO_INVALID;
 
@@ -209,6 +224,8 @@ zerrno rib_server_decode_encap_id_key_internal(const zidl_rib_encap_id_key *zidl
     COPY_PRESENT(key.key_value_18, rib_encap_id_key, msg, key_value_18);
     // Without a second prefix the assertion stops the process, before the type is judged, deliberately.
     const zidl_rib_msg_prefix *second_prefix = has_second_prefix(msg) ? &msg.key_second_prefix : nullptr;
+    if (second_prefix == nullptr)
+        LEAVE(reason::missing_second_prefix, msg.key_second_prefix);
     if (rib_server_decode_ip_addr(&key.key_second_prefix, second_prefix) != ZERRNO_OK)
         return ZERRNO_INVALID;
     key.key_value_19 = 0;
@@ -229,16 +246,21 @@ zerrno rib_server_decode_encap_ids_and_keys(const zidl_rib_grid_sync_list &msg, 
     const uint32_t num_ids = msg.encap_ids_count;
     const uint32_t max_keys = msg.multi_key != 0 ? GRID_MAX_KEYS : 1;
     if (num_keys < 1 || num_keys > max_keys)
-        return ZERRNO_INVALID;
+        return REJECT(num_keys < 1 ? reason::no_keys : reason::too_many_keys, msg.keys, ZERRNO_INVALID);
 
     list.multi_key = msg.multi_key;
-    RIB_ASSERT(GRID_DEC, 433, zidl_rib_keys);
+    SHOWS(msg.multi_key);
+    RIB_ASSERT(GRID_DEC, 433, zidl_rib_keys, reason::assertion);
     list.count = num_keys;
     if (msg.multi_key != 0) {
-        RIB_ASSERT(GRID_DEC, 442, zidl_rib_ids);
-        RIB_ASSERT(GRID_DEC, 443, num_keys == num_ids);
-        for (uint32_t i = 0; i < num_ids; i++)
+        RIB_ASSERT(GRID_DEC, 442, zidl_rib_ids, reason::assertion);
+        if (num_keys != num_ids)
+            LEAVE(reason::ids_differ_from_keys, msg.encap_ids);
+        RIB_ASSERT(GRID_DEC, 443, num_keys == num_ids, reason::ids_differ_from_keys);
+        for (uint32_t i = 0; i < num_ids; i++) {
             list.encap_ids[i] = zidl_rib_ids[i].encap_id;
+            SHOWS(zidl_rib_ids[i].encap_id);
+        }
     }
     for (uint32_t i = 0; i < num_keys; i++) {
         const zerrno status = rib_server_decode_encap_id_key_internal(&zidl_rib_keys[i], &list.keys[i]);
@@ -253,7 +275,7 @@ zerrno rib_server_decode_encap_ids_and_keys(const zidl_rib_grid_sync_list &msg, 
 extern "C" zerrno rib_server_decode_grid_list_update(void *buf, size_t buf_len, grid_sync_list *rib_grid_list)
 {
     static constexpr char prototype[] = "zerrno rib_server_decode_grid_list_update(void *, size_t, grid_sync_list *)";
-    RIB_ASSERT(GRID_DEC, 512, buf && buf_len > 0 && rib_grid_list);
+    RIB_ASSERT(GRID_DEC, 512, buf && buf_len > 0 && rib_grid_list, reason::empty_grid_list);
     decoded_grid_sync_list decoded;
     decoded.decode(static_cast<const uint8_t *>(buf), buf_len); // presence decides, not the status, deliberately
     zerrno status = ZERRNO_INVALID;

@@ -30,7 +30,9 @@ __attribute__((noinline)) void deliver_grid_list(rib_grid_update_func_pointer ca
     memset(&list, 0, sizeof list);
     list.encap_ids = encap_ids;
     list.keys = keys;
-    if (rib_server_decode_grid_list_update(update.payload, update.payload_len, &list) == ZERRNO_OK)
+    const zerrno status = rib_server_decode_grid_list_update(update.payload, update.payload_len, &list);
+    ENDS_WITH(status);
+    if (status == ZERRNO_OK)
         callback(&list, ctx, update.tlv_type);
 }
 
@@ -55,7 +57,7 @@ void deliver_nhid_update(rib_grid_update_func_pointer callback, const updatetype
     nhid.nhid = RIB_NO_NHID;
     fill_nhid_update(decoded.msg, nhid);
     if (!zidl_rib_nhid_update_has_nhid_update_value_1(&decoded.msg))
-        return; // owns nothing
+        return LEAVE(reason::missing_field, decoded.msg.nhid_update_value_1); // owns nothing
     decoded.release();
     callback(&nhid, ctx, update.tlv_type);
 }
@@ -78,6 +80,6 @@ extern "C" void rib_lib_pvt_parse_grid_update(rib_grid_update_func_pointer callb
         deliver_grid_list(callback, *update, ctx);
         return;
     default:
-        RIB_ASSERT(API_PARSE, 127, 0);
+        RIB_ASSERT(API_PARSE, 127, 0, reason::wrong_entry_point);
     }
 }

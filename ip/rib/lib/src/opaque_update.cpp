@@ -20,8 +20,8 @@ using decoded_opaque = heap_message<zidl_ip_rib_opaque, zidl_ip_rib_opaque_decod
 
 void fill_opaque_update(const zidl_ip_rib_opaque &msg, rib_opaque_update &opaque)
 {
-    opaque.opaque_id = msg.opaque_id;
-    opaque.first_block = msg.first_block;
+    copy(opaque.opaque_id, msg.opaque_id);
+    copy(opaque.first_block, msg.first_block);
     opaque.first_len = static_cast<uint32_t>(msg.first_block_size);
     COPY_PRESENT(opaque.opaque_type, ip_rib_opaque, msg, opaque_type);
     COPY_PRESENT(opaque.opaque_value, ip_rib_opaque, msg, opaque_value);
@@ -63,9 +63,10 @@ void convert_old_opaque(uint8_t *payload, uint32_t payload_len)
 bool old_opaque_fits(const uint8_t *payload, uint32_t payload_len)
 {
     if (payload_len < OLD_OPAQUE_FIXED_LEN)
-        return false;
+        return REJECT(reason::too_short, payload_len, false);
     const uint32_t blocks_len = load_u16(payload + OLD_OPAQUE_FIRST_LEN) + load_u32(payload + OLD_OPAQUE_SECOND_LEN);
-    return blocks_len <= payload_len - OLD_OPAQUE_FIXED_LEN;
+    return blocks_len <= payload_len - OLD_OPAQUE_FIXED_LEN ||
+           REJECT(reason::blocks_do_not_fit, payload[OLD_OPAQUE_FIRST_LEN], false);
 }
 
 void fill_old_opaque_update(uint8_t *payload, rib_opaque_update &opaque)
@@ -98,6 +99,7 @@ extern "C" void rib_lib_pvt_parse_opaque_update(rib_opaque_update_func_pointer c
         if (decoded.decode(update->payload, update->payload_len) != ZIDL_OK)
             return;
         fill_opaque_update(decoded.msg, opaque);
+        SHOWS(decoded.msg.opaque_sub_id);
         callback(update->update_id, decoded.msg.opaque_sub_id, &opaque, ctx);
         if (update->tlv_type == RIB_TLV_OPAQUE) // a callback keeps the blocks by changing the code, deliberately
             decoded.release();
@@ -112,6 +114,6 @@ extern "C" void rib_lib_pvt_parse_opaque_update(rib_opaque_update_func_pointer c
         callback(update->update_id, load_u16(update->payload + OLD_OPAQUE_SUB_ID), &opaque, ctx);
         return;
     default:
-        RIB_ASSERT(API_PARSE, 337, 0);
+        RIB_ASSERT(API_PARSE, 337, 0, reason::wrong_entry_point);
     }
 }

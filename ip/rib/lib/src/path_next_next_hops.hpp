@@ -6,6 +6,7 @@
 #include <stdint.h>
 
 #include "ip/rib/lib/src/rib_lib.h"
+#include "ip/rib/lib/src/witness.hpp"
 #include "messages/rib_common.h"
 
 namespace rib_client
@@ -28,6 +29,7 @@ static void unpack_next_next_hops(const zidl_rib_path &path, rib_path_entry &ent
     if (!zidl_rib_path_has_nnh_entries(&path))
         return;
     bool in_run = true;
+    TAKES(path.nnh_entries, RIB_MAX_NNH, reason::too_many_next_next_hops);
     for (uint32_t i = 0; i < path.nnh_entries_count && i < RIB_MAX_NNH; i++) {
         const zidl_rib_nnh &nnh = path.nnh_entries[i];
         rib_nnh_entry &slot = entry.pe_nnh[i];
@@ -35,10 +37,15 @@ static void unpack_next_next_hops(const zidl_rib_path &path, rib_path_entry &ent
         if (nnh.nnh_value_1 == 1 && zidl_rib_nnh_has_nnh_value_2(&nnh))
             slot.value = nnh.nnh_value_2;
         in_run = in_run && is_usable(nnh);
-        if (!in_run)
+        if (!in_run) {
+            LEFT_OUT(reason::next_next_hops_ended, nnh);
             continue;
+        }
         if (nnh.nnh_value_1 == 2)
             slot.value = nnh.nnh_value_3;
+        SHOWS(nnh.nnh_value_1);
+        SHOWS(nnh.nnh_value_2);
+        SHOWS(nnh.nnh_value_3);
         entry.pe_nnh_count++;
     }
 }

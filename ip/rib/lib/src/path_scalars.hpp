@@ -39,6 +39,7 @@ static void unpack_scalars(const zidl_rib_path &__restrict path, rib_path_entry 
 #define COPY(number) copy(entry.pe_value_##number, path.path_value_##number);
     USUAL_PATH_SCALARS(COPY)
     entry.pe_value_3 &= VALUE_3_MASK;
+    SHOWS_AS(path.path_value_3, entry.pe_value_3, reason::masked);
     entry.pe_value_19 = RIB_NO_LABEL;
     if (!(false OR_HAS(19) OTHER_PATH_SCALARS(OR_HAS) FAR_PATH_SCALARS(OR_HAS)))
         return;

@@ -27,10 +27,13 @@ void fill_protoid_map(const zidl_ip_rib_proto_update &proto, rib_protoid_map &ma
     COPY_PRESENT(map.proto_value, ip_rib_proto_update, proto, proto_value);
     // The room of the first name is that of both: a long one runs on into the second member, deliberately.
     char *names = reinterpret_cast<char *>(&map) + offsetof(rib_protoid_map, proto_name);
+    constexpr size_t room = sizeof map.proto_name + sizeof map.proto_extra_name;
     if (zidl_ip_rib_proto_update_has_proto_name(&proto))
-        __strcpy_to_buf(sizeof map.proto_name + sizeof map.proto_extra_name, names, proto.proto_name);
+        __strcpy_to_buf(room, names, proto.proto_name);
+    SHOWS_TEXT(proto.proto_name, sizeof map.proto_name, room);
     if (zidl_ip_rib_proto_update_has_proto_extra_name(&proto))
         __strcpy_to_buf(sizeof map.proto_extra_name, map.proto_extra_name, proto.proto_extra_name);
+    SHOWS_TEXT(proto.proto_extra_name, sizeof map.proto_extra_name, sizeof map.proto_extra_name);
 }
 
 // By contract a whole record, whatever the payload's stated length.
@@ -60,7 +63,9 @@ extern "C" void rib_lib_pvt_parse_proto_update(rib_protoid_map_func_pointer call
         const zidl_ip_rib_proto_update &zidl_proto = decoded.msg;
         if (decoded.decode(update->payload, update->payload_len) != ZIDL_OK)
             return;
-        RIB_ASSERT(API_PARSE, 168, zidl_ip_rib_proto_update_has_proto_id(&zidl_proto));
+        if (!zidl_ip_rib_proto_update_has_proto_id(&zidl_proto))
+            LEAVE(reason::missing_proto_id, zidl_proto.proto_id);
+        RIB_ASSERT(API_PARSE, 168, zidl_ip_rib_proto_update_has_proto_id(&zidl_proto), reason::missing_proto_id);
         fill_protoid_map(zidl_proto, map);
         decoded.release();
         callback(update->update_id, &map, ctx);
@@ -70,6 +75,6 @@ extern "C" void rib_lib_pvt_parse_proto_update(rib_protoid_map_func_pointer call
         callback(update->update_id, convert_old_protoid_map(update->payload), ctx);
         return;
     default:
-        RIB_ASSERT(API_PARSE, 188, 0);
+        RIB_ASSERT(API_PARSE, 188, 0, reason::wrong_entry_point);
     }
 }

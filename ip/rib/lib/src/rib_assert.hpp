@@ -5,6 +5,8 @@
 #ifndef IP_RIB_LIB_SRC_RIB_ASSERT_HPP
 #define IP_RIB_LIB_SRC_RIB_ASSERT_HPP
 
+#include "ip/rib/lib/src/witness.hpp"
+
 // <assert.h> declares it only in builds without NDEBUG.
 extern "C" void __assert_fail(const char *expression, const char *file, unsigned int line,
                               const char *function) noexcept __attribute__((noreturn));
@@ -19,7 +21,13 @@ inline constexpr char ROUTE_DECODE[] = "ip/rib/lib/src/rib_lib_route_decode";
 
 } // namespace rib_client
 
-#define RIB_ASSERT(path, line, condition)                                                                              \
+// `why` is for the inspector, whose copy of these sources leaves a failed assertion as an exception.
+#ifdef RIB_WITNESS
+#define RIB_ASSERT(path, line, condition, why)                                                                         \
+    ((condition) ? static_cast<void>(0) : rib_inspect::stop(why, #condition, path, line, prototype))
+#else
+#define RIB_ASSERT(path, line, condition, why)                                                                         \
     ((condition) ? static_cast<void>(0) : __assert_fail(#condition, path, line, prototype))
+#endif
 
 #endif

@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include "ip/rib/lib/src/rib_lib.h"
+#include "ip/rib/lib/src/witness.hpp"
 #include "messages/rib_common.h"
 
 namespace rib_client
@@ -38,29 +39,36 @@ static void copy_ipv6(uint8_t *out16, const zidl_rib_ipv6_address &ipv6)
 {
     memcpy(out16, &ipv6.half0, sizeof ipv6.half0);
     memcpy(out16 + sizeof ipv6.half0, &ipv6.half1, sizeof ipv6.half1);
+    SHOWS(ipv6.half0);
+    SHOWS(ipv6.half1);
 }
 
 static zerrno unpack_address(const zidl_rib_address &address, uint8_t *out16, uint32_t *family_out)
 {
     if (!zidl_rib_address_has_family(&address))
-        return ZERRNO_MALFORMED;
+        return REJECT_FOR(reason::missing_field, address, address.family, ZERRNO_MALFORMED);
     if (family_out != nullptr)
         *family_out = address.family;
+    LEAVE(reason::other_family, address); // what remains unseen, if nothing below is wrong
+    SHOWS(address.family);
 
     switch (address.family) {
     case RIB_FAMILY_IPV4:
         if (!zidl_rib_address_has_ipv4(&address))
-            return ZERRNO_MALFORMED;
+            return REJECT_FOR(reason::missing_field, address, address.ipv4, ZERRNO_MALFORMED);
         memcpy(out16, &address.ipv4, sizeof address.ipv4);
+        SHOWS(address.ipv4);
         return ZERRNO_OK;
     case RIB_FAMILY_IPV6:
         if (!zidl_rib_address_has_ipv6(&address) && !has_any(address.ipv6))
-            return ZERRNO_MALFORMED;
-        if (zidl_rib_ipv6_address_has_half0(&address.ipv6)) // without it success all the same, deliberately
+            return REJECT_FOR(reason::missing_field, address, address.ipv6, ZERRNO_MALFORMED);
+        if (zidl_rib_ipv6_address_has_half0(&address.ipv6))
             copy_ipv6(out16, address.ipv6);
+        else
+            LEAVE(reason::ipv6_without_first_half, address.ipv6); // success all the same, deliberately
         return ZERRNO_OK;
     default:
-        return ZERRNO_UNSUPPORTED;
+        return REJECT_FOR(reason::bad_family, address, address.family, ZERRNO_UNSUPPORTED);
     }
 }
 
@@ -68,6 +76,7 @@ static zerrno unpack_address(const zidl_rib_address &address, uint8_t *out16, ui
 static zerrno unpack_prefix(const zidl_rib_prefix &prefix, uint8_t *out16, uint32_t *len_out, uint32_t *family_out)
 {
     *len_out = zidl_rib_prefix_has_prefix_len(&prefix) ? prefix.prefix_len : RIB_NO_PREFIX_LEN;
+    SHOWS(prefix.prefix_len);
     if (has_address(prefix))
         return unpack_address(prefix.address, out16, family_out);
     memset(out16, 0, sizeof(rib_address_bytes));

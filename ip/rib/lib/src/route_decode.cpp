@@ -4,7 +4,6 @@
 
 #include <stddef.h>
 #include <stdint.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include "ip/rib/lib/src/decoded_message.hpp"
@@ -13,6 +12,7 @@
 #include "ip/rib/lib/src/route_extras.hpp"
 #include "ip/rib/lib/src/route_header.hpp"
 #include "ip/rib/lib/src/route_path.hpp"
+#include "ip/rib/lib/src/witness.hpp"
 #include "ip/rib/lib/src/zeroed_block.hpp"
 #include "messages/rib_common.h"
 
@@ -43,12 +43,16 @@ void unpack_paths(const zidl_rib_route &msg, struct rib_routetype_ &route)
 {
     uint8_t *place = reinterpret_cast<uint8_t *>(&route + 1);
     uint32_t count = 0;
-    for (uint32_t i = 0; i < msg.paths_count && count < RIB_MAX_PATHS; i++) {
-        const zidl_rib_path &path = msg.paths[i];
-        if (is_skipped(path))
+    uint32_t taken = 0;
+    for (; taken < msg.paths_count && count < RIB_MAX_PATHS; taken++) {
+        const zidl_rib_path &path = msg.paths[taken];
+        if (is_skipped(path)) {
+            LEFT_OUT(reason::marked_to_be_skipped, path);
             continue;
+        }
         rib_path_entry &entry = *reinterpret_cast<rib_path_entry *>(place);
         if (!unpack_path(path, entry)) {
+            LEFT_OUT_TOO(path);
             memset(place, 0, entry_size(path));
             continue;
         }
@@ -60,6 +64,7 @@ void unpack_paths(const zidl_rib_route &msg, struct rib_routetype_ &route)
         if (route.rt_first_ecomm == nullptr)
             route.rt_first_ecomm = &entry.pe_ecomm_count;
     }
+    TAKES(msg.paths, taken, reason::too_many_paths);
     route.rt_path_count = static_cast<uint16_t>(count);
 }
 
@@ -73,10 +78,10 @@ extern "C" zerrno rib_lib_route_decode(const uint8_t *buf, uint32_t len, struct 
     if (decoded.decode(buf, len) != ZIDL_OK)
         return ZERRNO_MALFORMED;
     if (zidl_rib_route_has_route_value_34(&msg))
-        return ZERRNO_UNSUPPORTED;
+        return REJECT(reason::marked_unsupported, msg.route_value_34, ZERRNO_UNSUPPORTED);
     auto *route = static_cast<struct rib_routetype_ *>(zeroed_block(record_size(msg)));
     if (route == nullptr)
-        return ZERRNO_NO_MEMORY;
+        return REJECT(reason::no_memory, msg, ZERRNO_NO_MEMORY);
     *out = route;
 
     if (!unpack_destination(msg, *route))
@@ -93,7 +98,7 @@ extern "C" zerrno rib_lib_route_decode(const uint8_t *buf, uint32_t len, struct 
 extern "C" size_t rib_lib_route_path_unpack(const zidl_rib_path *path, void **slot, void **ecomm_out)
 {
     if (is_skipped(*path))
-        return 0;
+        return REJECT(reason::marked_to_be_skipped, *path, size_t{0});
     const zidl_rib_path complete = completed(*path);
     const size_t size = entry_size(complete);
     if (*slot != nullptr)
@@ -101,7 +106,7 @@ extern "C" size_t rib_lib_route_path_unpack(const zidl_rib_path *path, void **sl
     else
         *slot = zeroed_block(size);
     if (*slot == nullptr)
-        return 0;
+        return REJECT(reason::no_memory, *path, size_t{0});
     rib_path_entry &entry = *static_cast<rib_path_entry *>(*slot);
     if (zidl_rib_path_has_ecomm(&complete) && ecomm_out != nullptr)
         *ecomm_out = &entry.pe_ecomm_count;

@@ -4,10 +4,10 @@
 
 #include <stddef.h>
 #include <stdint.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include "ip/rib/lib/src/copy_member.hpp"
+#include "ip/rib/lib/src/library_memory.hpp"
 #include "ip/rib/lib/src/rib_assert.hpp"
 
 using namespace rib_client;
@@ -17,20 +17,26 @@ namespace
 
 void unpack_algo_labels(const zidl_rib_route &msg, struct rib_routetype_ &route)
 {
-    for (uint32_t i = 0; i < msg.algo_labels_count && route.rt_algo_label_count < RIB_MAX_ALGO_LABELS; i++) {
-        const zidl_rib_algo_label &label = msg.algo_labels[i];
+    uint32_t taken = 0;
+    for (; taken < msg.algo_labels_count && route.rt_algo_label_count < RIB_MAX_ALGO_LABELS; taken++) {
+        const zidl_rib_algo_label &label = msg.algo_labels[taken];
         if (!zidl_rib_algo_label_has_algo_label_value_1(&label) ||
-            !zidl_rib_algo_label_has_algo_label_value_2(&label) || zidl_rib_algo_label_has_algo_label_value_3(&label))
+            !zidl_rib_algo_label_has_algo_label_value_2(&label) || zidl_rib_algo_label_has_algo_label_value_3(&label)) {
+            LEFT_OUT(zidl_rib_algo_label_has_algo_label_value_3(&label) ? reason::ruled_out : reason::incomplete,
+                     label);
             continue;
+        }
         rib_algo_label_entry &entry = route.rt_algo_labels[route.rt_algo_label_count++];
-        entry.algo = static_cast<uint8_t>(label.algo_label_value_2);
-        entry.label = label.algo_label_value_1;
+        copy(entry.algo, label.algo_label_value_2);
+        copy(entry.label, label.algo_label_value_1);
         COPY_PRESENT(entry.extra, rib_algo_label, label, algo_label_value_4);
     }
+    TAKES(msg.algo_labels, taken, reason::too_many_algo_labels);
 }
 
 void unpack_l2_info(const zidl_rib_route_l2_info &l2, struct rib_routetype_ &route)
 {
+    LEAVE(l2.route_l2_value_1 > 1 ? reason::ruled_out : reason::ignored, l2);
     if (!zidl_rib_route_l2_info_has_route_l2_value_1(&l2) || l2.route_l2_value_1 <= 1)
         COPY_PRESENT(route.rt_l2_value, rib_route_l2_info, l2, route_l2_value_5);
 }
@@ -39,10 +45,10 @@ void unpack_aft_id(const zidl_rib_route_aft_id &aft, struct rib_routetype_ &rout
 {
     if (zidl_rib_route_aft_id_has_route_aft_value_1(&aft) || !zidl_rib_route_aft_id_has_route_aft_id_value(&aft) ||
         !zidl_rib_route_aft_id_has_route_aft_value_6(&aft) || !zidl_rib_route_aft_id_has_route_aft_value_7(&aft))
-        return;
-    route.rt_aft_id = aft.route_aft_id_value;
-    route.rt_aft_value_6 = aft.route_aft_value_6;
-    route.rt_aft_value_7 = aft.route_aft_value_7;
+        return LEAVE(zidl_rib_route_aft_id_has_route_aft_value_1(&aft) ? reason::ruled_out : reason::incomplete, aft);
+    copy(route.rt_aft_id, aft.route_aft_id_value);
+    copy(route.rt_aft_value_6, aft.route_aft_value_6);
+    copy(route.rt_aft_value_7, aft.route_aft_value_7);
     route.rt_aft_valid = 1;
 }
 
@@ -64,26 +70,29 @@ zerrno unpack_attributes(const zidl_rib_generic_attr_array &array, uint32_t elem
     size_t size = 0;
     if (__builtin_mul_overflow(elem_size + sizeof(uint32_t), array.attrs_count, &size) ||
         __builtin_add_overflow(size, HEADER_SIZE, &size))
-        return ZERRNO_NO_MEMORY;
-    void *attr_array = calloc(1, size);
+        return REJECT(reason::no_memory, array, ZERRNO_NO_MEMORY);
+    void *attr_array = new_zeroed_block(size);
     if (attr_array == nullptr)
-        return ZERRNO_NO_MEMORY;
+        return REJECT(reason::no_memory, array, ZERRNO_NO_MEMORY);
 
     const bool has_type = zidl_rib_generic_attr_array_has_array_type(&array);
     uint8_t *ptr = static_cast<uint8_t *>(attr_array);
     ptr = append(ptr, static_cast<uint16_t>(has_type ? array.array_type : 0));
+    SHOWS_AS(array.array_type, static_cast<uint16_t>(array.array_type), reason::narrowed);
     ptr = append(ptr, static_cast<uint16_t>(array.attrs_count)); // low bits only, though all attributes are copied
     for (uint32_t i = 0; i < array.attrs_count; i++) {
         const zidl_rib_generic_attr_info &attr = array.attrs[i];
         if (attr.attr_data_size != elem_size) {
-            free(attr_array);
-            return ZERRNO_MALFORMED;
+            give_back(attr_array);
+            LEFT_OUT(reason::attribute_size, array);
+            return REJECT(reason::attribute_size, attr.attr_data, ZERRNO_MALFORMED);
         }
         copy_bytes(ptr, attr.attr_data, elem_size);
         ptr = append(ptr + elem_size, attr.attr_type);
+        SHOWS(attr.attr_type);
     }
     // clang-format off
-    RIB_ASSERT(ROUTE_DECODE, 436, (size_t)(ptr - (uint8_t*)attr_array) == size);
+    RIB_ASSERT(ROUTE_DECODE, 436, (size_t)(ptr - (uint8_t*)attr_array) == size, reason::assertion);
     // clang-format on
     *out = attr_array;
     return ZERRNO_OK;
@@ -92,12 +101,15 @@ zerrno unpack_attributes(const zidl_rib_generic_attr_array &array, uint32_t elem
 zerrno unpack_advertisement(const zidl_rib_client_advertisement &advertisement, void **out)
 {
     const uint32_t count = advertisement.advertised_values_count;
-    *out = calloc(1, sizeof(uint32_t) + count * sizeof(uint16_t));
+    *out = new_zeroed_block(sizeof(uint32_t) + count * sizeof(uint16_t));
     if (*out == nullptr)
-        return ZERRNO_NO_MEMORY;
+        return REJECT(reason::no_memory, advertisement, ZERRNO_NO_MEMORY);
     uint8_t *ptr = append(static_cast<uint8_t *>(*out), count);
-    for (uint32_t i = 0; i < count; i++)
+    for (uint32_t i = 0; i < count; i++) {
         ptr = append(ptr, static_cast<uint16_t>(advertisement.advertised_values[i]));
+        SHOWS_AS(advertisement.advertised_values[i], static_cast<uint16_t>(advertisement.advertised_values[i]),
+                 reason::narrowed);
+    }
     return ZERRNO_OK;
 }
 

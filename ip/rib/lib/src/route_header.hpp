@@ -22,6 +22,7 @@ static bool unpack_destination(const zidl_rib_route &msg, struct rib_routetype_ 
     if (unpack_prefix(msg.route_prefix, route.rt_dest, &len, &family) != ZERRNO_OK)
         return false;
     route.rt_prefix_len = static_cast<uint8_t>(len);
+    SHOWS_AS(msg.route_prefix.prefix_len, route.rt_prefix_len, reason::narrowed);
     route.rt_family = family;
     return true;
 }
@@ -56,7 +57,10 @@ static void unpack_scalars(const zidl_rib_route &__restrict msg, struct rib_rout
 #undef OTHERS
 }
 
-// Bits 0 to 3 and 5 to 7 stay, bit 8 becomes bit 4, bits 9 to 13 become 8 to 12; the others are dropped.
+// The others are dropped.
+constexpr uint64_t CLIENT_FLAGS = 0x3FEF;
+
+// Bits 0 to 3 and 5 to 7 stay, bit 8 becomes bit 4, bits 9 to 13 become 8 to 12.
 static uint64_t client_flags(uint64_t flags)
 {
     return (flags & 0xEF) | (flags >> 4 & 0x10) | (flags >> 1 & 0x1F00);
@@ -67,9 +71,10 @@ static void unpack_flags(const zidl_rib_route &msg, struct rib_routetype_ &route
     constexpr uint64_t COPIES_VALUE_35 = 1 << 2;
     if (zidl_rib_route_has_route_flags(&msg))
         route.rt_flags = client_flags(msg.route_flags);
+    SHOWS_AS(msg.route_flags, msg.route_flags & CLIENT_FLAGS, reason::masked);
     if (!zidl_rib_route_has_route_value_35(&msg))
         return;
-    route.rt_value_35 = static_cast<uint8_t>(msg.route_value_35);
+    copy(route.rt_value_35, msg.route_value_35);
     if ((route.rt_flags & COPIES_VALUE_35) != 0)
         route.rt_value_35_copy = static_cast<uint8_t>(msg.route_value_35);
 }

@@ -12,6 +12,7 @@
 #include "ip/rib/lib/src/path_scalars.hpp"
 #include "ip/rib/lib/src/rib_lib.h"
 #include "ip/rib/lib/src/route_address.hpp"
+#include "ip/rib/lib/src/witness.hpp"
 #include "messages/rib_common.h"
 
 namespace rib_client
@@ -66,7 +67,7 @@ static bool unpack_ipv6(const zidl_rib_path &path, rib_path_entry &entry)
     if (!zidl_rib_path_has_path_ipv6_address(&path))
         return true;
     if (!zidl_rib_ipv6_address_has_half0(&ipv6))
-        return false;
+        return REJECT(reason::ipv6_without_first_half, ipv6, false);
     copy_ipv6(entry.pe_ipv6, ipv6);
     return true;
 }

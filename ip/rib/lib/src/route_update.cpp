@@ -1,8 +1,8 @@
 // Route updates: to the client's callback for encoded routes, or through its converter for those of the older form.
 
 #include <stdint.h>
-#include <stdlib.h>
 
+#include "ip/rib/lib/src/library_memory.hpp"
 #include "ip/rib/lib/src/rib_assert.hpp"
 #include "ip/rib/lib/src/rib_lib.h"
 #include "ip/rib/lib/src/update_frame.hpp"
@@ -26,19 +26,22 @@ void release_route(struct rib_routetype_ *route)
 {
     if (route == nullptr)
         return;
-    free(route->rt_advertisement);
+    give_back(route->rt_advertisement);
     for (void *block : route->rt_attr_blocks)
         if (block != nullptr) // most are: saves the calls
-            free(block);
-    free(route);
+            give_back(block);
+    give_back(route);
 }
 
 void deliver_route(const updatetype_local &update, const rib_route_client *client)
 {
     struct rib_routetype_ *route;
     const zerrno status = rib_lib_route_decode(update.payload, update.payload_len, &route);
+    ENDS_WITH(status);
     if (status == ZERRNO_OK && client->encoded_route != nullptr)
         client->encoded_route(update.update_id, route, client->context);
+    else if (status == ZERRNO_OK)
+        LEAVE(reason::no_callback, update);
     release_route(route);
 }
 
@@ -60,11 +63,13 @@ extern "C" void rib_lib_pvt_parse_route_update(updatetype_local *update, rib_rou
         raise_payload_high_water(update->payload_len);
         if (ctx != nullptr)
             deliver_route(*update, static_cast<const rib_route_client *>(ctx));
+        else
+            LEAVE(reason::no_callback, *update);
         return;
     case RIB_TLV_OLD_ROUTE: {
         const auto releases = [=] { return keep == 0 && update->update_kind == RELEASED_KIND; };
         if (legacy_convert == nullptr || route_cb == nullptr || (legacy_release == nullptr && releases()))
-            return; // the peer chose a form that the client does not expect
+            return LEAVE(reason::no_callback, *update); // the peer chose a form that the client does not expect
         struct rib_routetype_ *route = legacy_convert(header, &cursor);
         // By the kind that the converter left, and before the callback, deliberately.
         if (legacy_release != nullptr && releases())
@@ -73,7 +78,7 @@ extern "C" void rib_lib_pvt_parse_route_update(updatetype_local *update, rib_rou
         return;
     }
     default:
-        RIB_ASSERT(API_PARSE, 264, 0);
+        RIB_ASSERT(API_PARSE, 264, 0, reason::wrong_entry_point);
     }
 }
 

@@ -5,10 +5,10 @@
 
 #include <stddef.h>
 #include <stdint.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include "codec/processor.hpp"
+#include "ip/rib/lib/src/library_memory.hpp"
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -17,7 +17,7 @@
 namespace rib_client
 {
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(RIB_WITNESS)
 
 constexpr size_t CACHE_LINE = 64;
 
@@ -43,8 +43,8 @@ inline void *zeroed_block(size_t size)
 {
     constexpr size_t MAY_BE_FRESH = 128 * 1024;
     if (size >= MAY_BE_FRESH || !zidl::processor::has(zidl::processor::fills_by_word))
-        return calloc(1, size);
-    void *const block = malloc(size);
+        return new_zeroed_block(size);
+    void *const block = new_block(size);
     if (block != nullptr)
         clear_by_word(static_cast<uint8_t *>(block), size);
     return block;
@@ -54,7 +54,7 @@ inline void *zeroed_block(size_t size)
 
 inline void *zeroed_block(size_t size)
 {
-    return calloc(1, size);
+    return new_zeroed_block(size);
 }
 
 #endif
