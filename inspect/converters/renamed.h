@@ -1,0 +1,21 @@
+/* Included before everything else in the inspector's copy of the client library: its functions get names of their own, so that
+ * a program may link both. */
+
+#ifndef INSPECT_CONVERTERS_RENAMED_H
+#define INSPECT_CONVERTERS_RENAMED_H
+
+#define rib_client rib_witnessed
+
+#define rib_lib_pvt_parse_proto_update rib_witnessed_parse_proto_update
+#define rib_lib_pvt_parse_opaque_update rib_witnessed_parse_opaque_update
+#define rib_lib_pvt_parse_route_update rib_witnessed_parse_route_update
+#define rib_lib_pvt_parse_grid_update rib_witnessed_parse_grid_update
+#define rib_lib_route_payload_high_water rib_witnessed_route_payload_high_water
+#define rib_lib_route_decode rib_witnessed_route_decode
+#define rib_lib_route_path_unpack rib_witnessed_route_path_unpack
+#define rib_lib_route_address_unpack rib_witnessed_route_address_unpack
+#define rib_lib_route_generic_attributes_unpack rib_witnessed_route_generic_attributes_unpack
+#define rib_lib_route_advertisement_unpack rib_witnessed_route_advertisement_unpack
+#define rib_server_decode_grid_list_update rib_witnessed_decode_grid_list_update
+
+#endif
