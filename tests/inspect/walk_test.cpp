@@ -306,15 +306,11 @@ TEST(walk, counts_elements_with_32_bits)
         GTEST_SKIP() << "RIB_EXHAUSTIVE is not set";
     const uint64_t elements = uint64_t{1} << 32;
     const repeated_mapping input({0x10, 0x00}, 2 * elements); // 2 ecomm_values = 0
-    const auto end = [&](uint64_t count) {
-        const bytes_view view(input.data(), 2 * count);
-        return walk({zidl::find_message("rib_ecomm_array"), view}, [](const walk_event &) {});
-    };
-    const walk_result result = end(elements);
+    const bytes_view view(input.data(), 2 * elements);
+    const walk_result result = walk({zidl::find_message("rib_ecomm_array"), view}, [](const walk_event &) {});
     EXPECT_EQ(result.status, ZIDL_ERR_MALFORMED);
     EXPECT_EQ(result.reason, RIB_REASON_too_many_elements);
     EXPECT_EQ(result.offset, 0u);
-    EXPECT_EQ(end(elements - 1).status, ZIDL_OK);
 }
 
 // ---- Behind a failure ----
