@@ -66,10 +66,13 @@ public:
             write_mark(is_first);
         for (const json_member &member : type.members) {
             const bool is_present = (presence >> member.field->bit & 1) != 0;
-            if (!is_present && !(is_partial && has_begun(*member.field, bytes)))
+            const uint32_t count = is_present   ? values_of(*member.field, bytes)
+                                   : is_partial ? values_begun(*member.field, bytes)
+                                                : 0;
+            if (count == 0)
                 continue;
             write_key(member, is_first);
-            if (!write_member(member, bytes, is_present))
+            if (!write_member(member, bytes, count))
                 return false;
         }
         close('}', is_first);
@@ -105,15 +108,28 @@ private:
         return true;
     }
 
-    // Whether the decoder stopped in this field behind its first byte: what it had read of it is in the record, though the
-    // field counts as absent.
-    bool has_begun(const field_descriptor &field, const uint8_t *record) const
+    // How many values of a field, which counts as absent, the decoder began to fill before it stopped there: they are in the
+    // record. A nested message counts from its first tag on.
+    uint32_t values_begun(const field_descriptor &field, const uint8_t *record) const
     {
-        return field.type == kind::message && failed_->path.steps[path_.depth].field == &field &&
-               (!field.repeated || load<const void *>(record + field.offset) != nullptr);
+        const path_step &stop = failed_->path.steps[path_.depth];
+        if (stop.field != &field || field.type != kind::message)
+            return 0;
+        const bool is_deeper = failed_->path.depth > path_.depth + 1;
+        const bool is_at_tag = failed_->reason == RIB_REASON_cut_off && failed_->offset == failed_->tag_offset;
+        const uint32_t begun = stop.index + (is_deeper || is_at_tag ? 1 : 0);
+        return std::min(begun, values_of(field, record));
     }
 
-    bool write_member(const json_member &member, const uint8_t *record, bool is_whole)
+    static uint32_t values_of(const field_descriptor &field, const uint8_t *record)
+    {
+        if (!field.repeated)
+            return 1;
+        return load<const void *>(record + field.offset) == nullptr ? 0 : load<uint32_t>(record + field.extent_offset);
+    }
+
+    // The first `count` elements where the field is repeated.
+    bool write_member(const json_member &member, const uint8_t *record, uint32_t count)
     {
         const field_descriptor &field = *member.field;
         path_step &step = path_.steps[path_.depth];
@@ -122,9 +138,6 @@ private:
             return write_value(member, record + field.offset, record + field.extent_offset);
 
         const uint8_t *element = load<const uint8_t *>(record + field.offset);
-        uint32_t count = load<uint32_t>(record + field.extent_offset);
-        if (!is_whole)
-            count = std::min(count, failed_->path.steps[path_.depth].index + 1);
         open('[');
         for (; step.index < count; ++step.index, element += element_size(field)) {
             if (step.index > 0)

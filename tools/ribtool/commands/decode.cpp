@@ -1,0 +1,20 @@
+// ribtool decode: messages out of their encoding.
+
+#include "tools/ribtool/message_conversion.hpp"
+
+#include <memory>
+
+namespace ribtool
+{
+
+command add_decode(CLI::App &app)
+{
+    CLI::App *line = app.add_subcommand("decode", "Show a message, or a stream of them, as JSON, text or hex.");
+    const auto conversion = std::make_shared<message_conversion>();
+    conversion->from = message_format::bin;
+    conversion->to = message_format::json;
+    add_conversion(*line, *conversion);
+    return {line, [conversion] { return convert(*conversion); }};
+}
+
+} // namespace ribtool
