@@ -104,6 +104,28 @@ TEST(message_text, shows_what_the_library_keeps_and_marks_the_rest)
     EXPECT_EQ(written("rib_encap_id_key", {0x35, 0x04, 0x03, 0x02, 0x01}), "key_value_6: 16909060\n");
 }
 
+TEST(message_text, indents_messages_in_messages)
+{
+    const bytes input = {
+        0x0a, 0x06,             // 1 address
+        0x1a, 0x02, 0x08, 0x01, //   3 ipv6: half0 = 1
+        0x1a, 0x00,             //   3 ipv6 again
+    };
+    EXPECT_EQ(written("rib_prefix", input), "address {\n"
+                                            "  ipv6 {  # 100::\n"
+                                            "    half0: 1\n"
+                                            "  }\n"
+                                            "  ipv6 {}\n"
+                                            "}\n");
+}
+
+TEST(message_text, shows_bytes_as_text_where_they_may_be_meant_so)
+{
+    EXPECT_EQ(written("ip_rib_opaque", {0x2a, 0x03, 'a', '"', 'c'}), "first_block: 61 22 63  # \"a\\\"c\"\n");
+    EXPECT_EQ(written("ip_rib_opaque", {0x2a, 0x02, 'a', 'b'}), "first_block: 61 62\n");
+    EXPECT_EQ(written("ip_rib_opaque", {0x2a, 0x03, 'a', 'b', 0x7f}), "first_block: 61 62 7f\n");
+}
+
 TEST(message_text, escapes_what_does_not_show_itself)
 {
     const auto name = [](const char *contents) {

@@ -367,6 +367,29 @@ TEST(walk_behind_a_failure, counts_on_in_a_second_run_and_reads_second_values)
               (lines{"value first_block 0 1 2 2 = 0", "value first_block 2 3 4 5 = 1 second_value unread"}));
 }
 
+TEST(walk_behind_a_failure, names_the_first_fault_of_a_field_that_has_two)
+{
+    EXPECT_EQ(events_of("ip_rib_opaque", {0x2a, 0x00, 0x2a, 0x05}, true),
+              (lines{"value first_block 0 1 2 2 = 0", "value first_block 2 3 4 4 = 5 cut second_value unread"}));
+}
+
+TEST(walk_behind_a_failure, knows_no_members_though_the_record_has_them)
+{
+    const bytes input = {
+        0x08, 0x01,             // 1 family = 1
+        0x0d,                   // 1 as a fixed32
+        0x02, 0x00, 0x00, 0x00, //
+        0x10, 0x03,             // 2 ipv4 = 3
+    };
+    zidl_rib_address record;
+    ASSERT_EQ(zidl_rib_address_decode_ext(&record, input.data(), input.size(), nullptr, nullptr, 0),
+              ZIDL_ERR_FIELD_TYPE);
+    std::vector<void *> members;
+    walk({zidl::find_message("rib_address"), input, &record, true},
+         [&](const walk_event &event) { members.push_back(event.member); });
+    EXPECT_EQ(members, (std::vector<void *>{&record.family, nullptr, nullptr}));
+}
+
 // ---- What it relies on ----
 
 uint32_t depth_of(const zidl::message_descriptor &type)
