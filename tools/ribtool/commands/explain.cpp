@@ -1,0 +1,236 @@
+// ribtool explain: says of every update of a capture what becomes of it, why, and what of it the client does not see.
+
+#include "inspect/rib_inspect.h"
+#include "tools/ribtool/command_line.hpp"
+#include "tools/ribtool/explain_summary.hpp"
+#include "tools/ribtool/explanation_text.hpp"
+#include "tools/ribtool/payload_input.hpp"
+#include "tools/ribtool/progress.hpp"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+
+namespace ribtool
+{
+
+namespace
+{
+
+constexpr size_t WIDEST_TEXT = 100; // columns
+
+struct shown_outcomes {
+    bool dropped = false;
+    bool losses = false; // delivered, but not as a whole
+    bool stopped = false;
+    bool refused = false;
+
+    bool has(const rib_explanation &explanation) const
+    {
+        switch (explanation.outcome) {
+        case RIB_DELIVERED:
+            return losses && !is_whole(explanation);
+        case RIB_DROPPED:
+            return dropped;
+        case RIB_STOPPED:
+            return stopped;
+        case RIB_REFUSED:
+        case RIB_OUTCOME_COUNT:
+            break;
+        }
+        return refused;
+    }
+};
+
+struct explain_options {
+    std::string input;
+    std::optional<uint64_t> limit; // updates
+    std::optional<shown_outcomes> only;
+    bool is_json = false;
+    bool is_quiet = false;
+    std::optional<uint32_t> code; // with `from`: the file is one payload
+    std::optional<payload_format> from;
+};
+
+explanation_handle explain(const updatetype_local &update, const rib_explain_options &how)
+{
+    rib_explanation *explanation = nullptr;
+    if (rib_explain_update(&update, &how, &explanation) != ZIDL_OK)
+        throw std::bad_alloc();
+    return explanation_handle(explanation);
+}
+
+size_t text_columns()
+{
+    const size_t width = terminal::width(stdout);
+    return width == 0 ? WIDEST_TEXT : std::min(width, WIDEST_TEXT);
+}
+
+// Prints what is asked for and counts the rest.
+class explainer
+{
+public:
+    explicit explainer(const explain_options &options)
+        : options_(options), style_{terminal::painter(stdout), text_columns()}
+    {
+        if (!options.is_quiet)
+            out_.emplace("-");
+    }
+
+    void add(const uint64_t *frame, const updatetype_local &update, size_t payload_len)
+    {
+        const explanation_handle explanation = explain(update, {});
+        summary_.add(*explanation);
+        if (out_ && (!options_.only || options_.only->has(*explanation)))
+            print(frame, payload_len, *explanation);
+    }
+
+    void add_delimiter() { summary_.add_delimiter(); }
+
+    bool all_is_whole() const { return summary_.all_is_whole(); }
+
+    void finish()
+    {
+        if (out_)
+            out_->close();
+    }
+
+    void print_summary(const std::string &what) const
+    {
+        if (!options_.is_quiet)
+            summary_.print(what);
+    }
+
+private:
+    void print(const uint64_t *frame, size_t payload_len, const rib_explanation &explanation)
+    {
+        if (options_.is_json) {
+            line_.clear();
+            add_explanation(line_, frame, explanation);
+            out_->write(line_.finished());
+            return;
+        }
+        text_.clear();
+        append_paragraph(text_, frame, payload_len, explanation, style_);
+        out_->write(text_);
+    }
+
+    const explain_options &options_;
+    const paragraph_style style_;
+    std::optional<output_file> out_; // none: quiet
+    explain_summary summary_;
+    json_line line_;
+    std::string text_;
+};
+
+// One payload without a frame. The update reads it only.
+exit_code explain_payload(const explain_options &options)
+{
+    byte_vector payload = read_payload(options.input, *options.from);
+    updatetype_local update = {};
+    update.stripped = 1;
+    update.tlv_type = *options.code;
+    update.payload_len = static_cast<uint32_t>(payload.size());
+    update.payload = payload.data();
+    explainer each(options);
+    each.add(nullptr, update, payload.size());
+    each.finish();
+    return each.all_is_whole() ? EXIT_DONE : EXIT_UPDATES_FAILED;
+}
+
+bool may_draw_progress(const explain_options &options)
+{
+    return options.is_quiet || !terminal::is_terminal(stdout);
+}
+
+exit_code explain_capture(const explain_options &options)
+{
+    capture_reader reader(options.input);
+    explainer each(options);
+    std::optional<progress_bar> progress;
+    if (may_draw_progress(options))
+        progress.emplace("explain", reader.size());
+    captured_frame frame;
+    uint64_t updates = 0;
+    while ((!options.limit || updates < *options.limit) && reader.next(frame)) {
+        if (frame_code(frame.bytes) == DELIMITER_CODE) {
+            each.add_delimiter();
+            continue;
+        }
+        ++updates;
+        // A quiet run that has its answer goes on only to see whether the capture is damaged.
+        if (!options.is_quiet || each.all_is_whole()) {
+            updatetype_local update = {};
+            update.payload = frame.bytes.data();
+            each.add(&frame.number, update, frame.bytes.size() - FRAME_HEADER_LEN);
+        }
+        if (progress)
+            progress->show(reader.position(), updates);
+    }
+    if (progress)
+        progress->clear();
+    each.finish();
+    const exit_code result = report_damage(reader, each.all_is_whole() ? EXIT_DONE : EXIT_UPDATES_FAILED);
+    each.print_summary(fmt::format("{}: {}", terminal::shown_on(stderr, options.input),
+                                   reader.format() == capture_format::pcap ? "pcap" : "raw frames"));
+    return result;
+}
+
+shown_outcomes outcomes_of(const std::string &list)
+{
+    shown_outcomes shown;
+    for (const std::string &name : CLI::detail::split(list, ',')) {
+        if (name == "dropped")
+            shown.dropped = true;
+        else if (name == "losses")
+            shown.losses = true;
+        else if (name == "stopped")
+            shown.stopped = true;
+        else if (name == "refused")
+            shown.refused = true;
+        else
+            throw CLI::ValidationError("--only",
+                                       fmt::format("\"{}\" is not one of dropped, losses, stopped, refused", name));
+    }
+    return shown;
+}
+
+void add_one_payload(CLI::App &line, explain_options &options)
+{
+    CLI::Option *code = line.add_option("--code", options.code, "With --from: the type code of the payload")
+                            ->option_text("CODE")
+                            ->check(CLI::Range(uint32_t{0}, UINT32_MAX));
+    CLI::Option *from = add_choice<payload_format>(
+                            line, "--from", {{"bin", payload_format::bin}, {"hex", payload_format::hex}},
+                            [&options](payload_format format) { options.from = format; },
+                            "FILE is no capture but one payload: its bytes, or hexadecimal digits")
+                            ->option_text("bin|hex");
+    code->needs(from);
+    from->needs(code);
+}
+
+} // namespace
+
+command add_explain(CLI::App &app)
+{
+    CLI::App *line = app.add_subcommand("explain", "Say of every update what becomes of it, why, and what of it the "
+                                                   "client does not see; a summary by reason goes to the standard "
+                                                   "error. Exit code 1: not all is delivered without loss.");
+    const auto options = std::make_shared<explain_options>();
+    line->add_option("FILE", options->input, "pcap capture or frames one after another, - for the standard input")
+        ->option_text(" ")
+        ->required();
+    line->add_option_function<std::string>(
+            "--only", [options](const std::string &list) { options->only = outcomes_of(list); },
+            "Print only these: dropped, losses (delivered, but not all of it), stopped, refused")
+        ->option_text("A,B");
+    CLI::Option *json = line->add_flag("--json", options->is_json, "One JSON object a line instead of a paragraph");
+    line->add_flag("-q,--quiet", options->is_quiet, "Print nothing: the exit code says all")->excludes(json);
+    add_limit(*line, options->limit, "updates");
+    add_one_payload(*line, *options);
+    return {line, [options] { return options->from ? explain_payload(*options) : explain_capture(*options); }};
+}
+
+} // namespace ribtool

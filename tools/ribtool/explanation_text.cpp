@@ -1,0 +1,278 @@
+#include "tools/ribtool/explanation_text.hpp"
+
+#include "inspect/address_text.hpp"
+#include "tools/ribtool/update_types.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <span>
+#include <string_view>
+
+namespace ribtool
+{
+
+namespace
+{
+
+using terminal::style;
+
+constexpr size_t SHOWN_GROUPS = 20;    // of losses
+constexpr size_t SHOWN_VALUE_LEN = 40; // characters
+constexpr std::string_view INDENT = "    ";
+constexpr std::string_view DEEPER = "      ";
+
+constexpr char NO_BREAK = '\x1f'; // a blank at which a line does not end
+
+// Breaks a text between words: the first line behind INDENT, the others behind DEEPER.
+void append_wrapped(std::string &out, std::string_view text, size_t columns)
+{
+    out += INDENT;
+    size_t column = INDENT.size();
+    for (bool is_first = true; !text.empty(); is_first = false) {
+        const size_t len = std::min(text.find(' '), text.size());
+        const std::string_view word = text.substr(0, len);
+        const size_t width = terminal::columns(word);
+        if (!is_first && column + 1 + width > columns) {
+            out += '\n';
+            out += DEEPER;
+            column = DEEPER.size();
+        } else if (!is_first) {
+            out += ' ';
+            ++column;
+        }
+        out += word;
+        std::ranges::replace(out.end() - static_cast<std::ptrdiff_t>(len), out.end(), NO_BREAK, ' ');
+        column += width;
+        text.remove_prefix(std::min(text.size(), len + 1));
+    }
+    out += '\n';
+}
+
+std::string counted(uint64_t count, std::string_view one, std::string_view many)
+{
+    return fmt::format("{} {}", count, count == 1 ? one : many);
+}
+
+std::string sentence(std::string_view text)
+{
+    std::string out(text);
+    if (!out.empty())
+        out[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(out[0])));
+    return out;
+}
+
+std::string shortened(const char *value)
+{
+    std::string_view text(value);
+    return text.size() <= SHOWN_VALUE_LEN ? std::string(text) : fmt::format("{}...", text.substr(0, SHOWN_VALUE_LEN));
+}
+
+// ---- The first line ----
+
+style style_of(const rib_explanation &explanation)
+{
+    switch (explanation.outcome) {
+    case RIB_DELIVERED:
+        return is_whole(explanation) ? style::green : style::yellow;
+    case RIB_DROPPED:
+        return style::red;
+    case RIB_STOPPED:
+        return style::magenta;
+    case RIB_REFUSED:
+    case RIB_OUTCOME_COUNT:
+        break;
+    }
+    return style::cyan;
+}
+
+std::string_view consequence(const rib_explanation &explanation)
+{
+    switch (explanation.outcome) {
+    case RIB_DELIVERED:
+        return "";
+    case RIB_DROPPED:
+        return ": the client never sees it";
+    case RIB_STOPPED:
+        return ": an assertion ends the client's process";
+    case RIB_REFUSED:
+    case RIB_OUTCOME_COUNT:
+        break;
+    }
+    return ": the library alone cannot tell what becomes of it";
+}
+
+// " 10.0.0.0/8" of a route that has reached the client.
+void append_destination(std::string &out, const rib_explanation &explanation)
+{
+    if (explanation.record_kind != RIB_RECORD_ROUTE)
+        return;
+    const auto &route = *static_cast<const struct rib_routetype_ *>(explanation.record);
+    if (route.rt_family != RIB_FAMILY_IPV4 && route.rt_family != RIB_FAMILY_IPV6)
+        return;
+    out += ' ';
+    rib_inspect::append_address(out, route.rt_dest,
+                                route.rt_family == RIB_FAMILY_IPV4 ? rib_inspect::address_family::ipv4
+                                                                   : rib_inspect::address_family::ipv6);
+    if (route.rt_prefix_len != 255) // the prefix has none
+        out += fmt::format("/{}", route.rt_prefix_len);
+}
+
+void append_head(std::string &out, const uint64_t *frame, size_t payload_len, const rib_explanation &explanation,
+                 const terminal::painter &paint)
+{
+    if (frame != nullptr)
+        paint.append(out, style::bold, fmt::format("frame {}: ", *frame));
+    const update_type *type =
+        explanation.tlv_type > UINT16_MAX ? nullptr : find_update_type(static_cast<uint16_t>(explanation.tlv_type));
+    out += type == nullptr ? "update" : type->name;
+    append_destination(out, explanation);
+    out += fmt::format(" (code {}, {}) is ", explanation.tlv_type, counted(payload_len, "byte", "bytes"));
+    paint.append(out, style_of(explanation), rib_outcome_name(explanation.outcome));
+    out += consequence(explanation);
+    if (explanation.loss_count != 0)
+        out += fmt::format(", with {}", counted(explanation.loss_count, "loss", "losses"));
+    out += '\n';
+}
+
+// ---- Why and where ----
+
+std::string place_of(const rib_explanation &explanation)
+{
+    std::string place;
+    if (explanation.path != nullptr)
+        place = fmt::format(": {}", explanation.path);
+    if (explanation.offset != RIB_NO_OFFSET)
+        place += fmt::format("{} byte{}{}", place.empty() ? ":" : ",", NO_BREAK, explanation.offset);
+    return place;
+}
+
+void append_reason(std::string &out, const rib_explanation &explanation, size_t columns)
+{
+    if (explanation.reason == RIB_REASON_none)
+        return;
+    std::string text = fmt::format("{} ({}){}.", sentence(rib_reason_text(explanation.reason)),
+                                   rib_reason_name(explanation.reason), place_of(explanation));
+    if (explanation.assertion.expression != nullptr)
+        text += fmt::format(" Assertion `{}' fails at {}:{} in {}.", explanation.assertion.expression,
+                            explanation.assertion.file, explanation.assertion.line, explanation.assertion.function);
+    else if (explanation.status != 0)
+        text += fmt::format(" The library ends with {}.", explanation.status_name);
+    append_wrapped(out, text, columns);
+}
+
+// ---- What is lost ----
+
+// The element of a list that a path begins in ("paths[3]"), or the whole path.
+std::string_view holder_of(const char *path)
+{
+    const std::string_view text(path);
+    return text.substr(0, std::min(text.find('.'), text.size()));
+}
+
+bool go_together(const rib_loss &a, const rib_loss &b)
+{
+    return a.reason == b.reason && a.kept == nullptr && b.kept == nullptr && holder_of(a.path) == holder_of(b.path);
+}
+
+// Adjacent losses of one reason and one holder: a path that is left out has many.
+void append_group(std::string &out, std::span<const rib_loss> group, size_t columns)
+{
+    const rib_loss &first = group.front();
+    const std::string value = shortened(first.value);
+    std::string text;
+    if (first.kept != nullptr)
+        text = fmt::format("{} is {}; the client sees {}.", first.path, value, shortened(first.kept));
+    else if (group.size() == 1)
+        text = fmt::format("{}, which is {}, does not reach the client.", first.path, value);
+    else
+        text = fmt::format("{}, which is {}, and {} of {} do not reach the client.", first.path, value,
+                           counted(group.size() - 1, "more value", "more values"), holder_of(first.path));
+    text += fmt::format(" {} ({}", sentence(rib_reason_text(first.reason)), rib_reason_name(first.reason));
+    if (first.offset != RIB_NO_OFFSET)
+        text += fmt::format(", byte{}{}", NO_BREAK, first.offset);
+    text += ").";
+    append_wrapped(out, text, columns);
+}
+
+void append_losses(std::string &out, std::span<const rib_loss> losses, size_t columns)
+{
+    for (size_t shown = 0; !losses.empty(); ++shown) {
+        if (shown == SHOWN_GROUPS) {
+            append_wrapped(out, fmt::format("And {}; --json lists all.", counted(losses.size(), "more", "more")),
+                           columns);
+            return;
+        }
+        const auto end = std::find_if_not(losses.begin(), losses.end(),
+                                          [&](const rib_loss &each) { return go_together(losses.front(), each); });
+        const size_t count = std::max<size_t>(1, static_cast<size_t>(end - losses.begin()));
+        append_group(out, losses.first(count), columns);
+        losses = losses.subspan(count);
+    }
+}
+
+} // namespace
+
+void append_paragraph(std::string &out, const uint64_t *frame, size_t payload_len, const rib_explanation &explanation,
+                      const paragraph_style &style)
+{
+    append_head(out, frame, payload_len, explanation, style.paint);
+    append_reason(out, explanation, style.columns);
+    append_losses(out, {explanation.losses, explanation.loss_count}, style.columns);
+}
+
+namespace
+{
+
+void add_losses(json_line &line, std::span<const rib_loss> losses)
+{
+    line.begin_list("losses");
+    for (const rib_loss &loss : losses) {
+        line.begin_element();
+        line.add_text("path", loss.path);
+        line.add_text("reason", rib_reason_name(loss.reason));
+        line.add_text("value", loss.value);
+        if (loss.kept != nullptr)
+            line.add_text("kept", loss.kept);
+        line.end_object();
+    }
+    line.end_list();
+}
+
+void add_assertion(json_line &line, const rib_assertion &assertion)
+{
+    line.begin_object("assertion");
+    line.add_text("expression", assertion.expression);
+    line.add_text("file", assertion.file);
+    line.add_number("line", assertion.line);
+    line.add_text("function", assertion.function);
+    line.end_object();
+}
+
+} // namespace
+
+void add_explanation(json_line &line, const uint64_t *frame, const rib_explanation &explanation)
+{
+    if (frame != nullptr)
+        line.add_number("frame", *frame);
+    line.add_number("type", explanation.tlv_type);
+    line.add_text("outcome", rib_outcome_name(explanation.outcome));
+    // An update that is not tried has no status, and one that stops the process never gets as far.
+    if (explanation.outcome == RIB_DELIVERED || explanation.outcome == RIB_DROPPED) {
+        line.add_number("status", explanation.status);
+        line.add_text("status_name", explanation.status_name);
+    }
+    if (explanation.reason != RIB_REASON_none)
+        line.add_text("reason", rib_reason_name(explanation.reason));
+    if (explanation.path != nullptr)
+        line.add_text("path", explanation.path);
+    if (explanation.offset != RIB_NO_OFFSET)
+        line.add_number("offset", explanation.offset);
+    if (explanation.loss_count != 0)
+        add_losses(line, {explanation.losses, explanation.loss_count});
+    if (explanation.assertion.expression != nullptr)
+        add_assertion(line, explanation.assertion);
+}
+
+} // namespace ribtool
