@@ -201,6 +201,12 @@ private:
 
     [[noreturn]] void fail(const std::string &expected) const { fail_at(at_, expected); }
 
+    // Of the member itself, whether or not it is repeated.
+    [[noreturn]] void fail_member(const field_descriptor &field, size_t offset, std::string text) const
+    {
+        throw json_problem{offset, to_string(path_) + (path_.depth > 0 ? "." : "") + field.member, std::move(text)};
+    }
+
     // What stands at a place of the text, fit for a terminal.
     std::string shown(size_t offset) const
     {
@@ -299,10 +305,8 @@ private:
         step = {member->field, member->field->number, 0};
         likely = static_cast<size_t>(member - type.members.data());
         const uint64_t bit = uint64_t{1} << likely++;
-        if ((seen & bit) != 0) {
-            ++path_.depth;
-            throw json_problem{begin, to_string(path_), "expected each member once, found it again"};
-        }
+        if ((seen & bit) != 0)
+            fail_member(*member->field, begin, "expected each member once, found it again");
         seen |= bit;
         return *member;
     }
@@ -327,6 +331,8 @@ private:
         if (take("null"))
             return;
         const field_descriptor &field = *member.field;
+        if (field.repeated && peek() != '[')
+            fail_member(field, at_, "expected an array, found " + shown(at_));
         ++path_.depth;
         if (!field.repeated)
             read_value(member, record + field.offset, record + field.extent_offset);
@@ -364,8 +370,7 @@ private:
     // False for the empty array, which is an absent member.
     bool read_array(const json_member &member, uint8_t *record)
     {
-        if (!take('['))
-            fail("expected an array");
+        take('[');
         skip_blanks();
         if (take(']'))
             return false;
