@@ -43,9 +43,9 @@ void unpack_paths(const zidl_rib_route &msg, struct rib_routetype_ &route)
 {
     uint8_t *place = reinterpret_cast<uint8_t *>(&route + 1);
     uint32_t count = 0;
-    uint32_t taken = 0;
-    for (; taken < msg.paths_count && count < RIB_MAX_PATHS; taken++) {
-        const zidl_rib_path &path = msg.paths[taken];
+    for (uint32_t i = 0; i < msg.paths_count && count < RIB_MAX_PATHS; i++) {
+        TAKES(msg.paths, i + 1, reason::too_many_paths);
+        const zidl_rib_path &path = msg.paths[i];
         if (is_skipped(path)) {
             LEFT_OUT(reason::marked_to_be_skipped, path);
             continue;
@@ -64,7 +64,6 @@ void unpack_paths(const zidl_rib_route &msg, struct rib_routetype_ &route)
         if (route.rt_first_ecomm == nullptr)
             route.rt_first_ecomm = &entry.pe_ecomm_count;
     }
-    TAKES(msg.paths, taken, reason::too_many_paths);
     route.rt_path_count = static_cast<uint16_t>(count);
 }
 

@@ -17,9 +17,9 @@ namespace
 
 void unpack_algo_labels(const zidl_rib_route &msg, struct rib_routetype_ &route)
 {
-    uint32_t taken = 0;
-    for (; taken < msg.algo_labels_count && route.rt_algo_label_count < RIB_MAX_ALGO_LABELS; taken++) {
-        const zidl_rib_algo_label &label = msg.algo_labels[taken];
+    for (uint32_t i = 0; i < msg.algo_labels_count && route.rt_algo_label_count < RIB_MAX_ALGO_LABELS; i++) {
+        TAKES(msg.algo_labels, i + 1, reason::too_many_algo_labels);
+        const zidl_rib_algo_label &label = msg.algo_labels[i];
         if (!zidl_rib_algo_label_has_algo_label_value_1(&label) ||
             !zidl_rib_algo_label_has_algo_label_value_2(&label) || zidl_rib_algo_label_has_algo_label_value_3(&label)) {
             LEFT_OUT(zidl_rib_algo_label_has_algo_label_value_3(&label) ? reason::ruled_out : reason::incomplete,
@@ -27,11 +27,12 @@ void unpack_algo_labels(const zidl_rib_route &msg, struct rib_routetype_ &route)
             continue;
         }
         rib_algo_label_entry &entry = route.rt_algo_labels[route.rt_algo_label_count++];
-        copy(entry.algo, label.algo_label_value_2);
-        copy(entry.label, label.algo_label_value_1);
+        entry.algo = static_cast<uint8_t>(label.algo_label_value_2);
+        entry.label = label.algo_label_value_1;
+        SHOWS_AS(label.algo_label_value_2, entry.algo, reason::narrowed);
+        SHOWS(label.algo_label_value_1);
         COPY_PRESENT(entry.extra, rib_algo_label, label, algo_label_value_4);
     }
-    TAKES(msg.algo_labels, taken, reason::too_many_algo_labels);
 }
 
 void unpack_l2_info(const zidl_rib_route_l2_info &l2, struct rib_routetype_ &route)
@@ -46,9 +47,12 @@ void unpack_aft_id(const zidl_rib_route_aft_id &aft, struct rib_routetype_ &rout
     if (zidl_rib_route_aft_id_has_route_aft_value_1(&aft) || !zidl_rib_route_aft_id_has_route_aft_id_value(&aft) ||
         !zidl_rib_route_aft_id_has_route_aft_value_6(&aft) || !zidl_rib_route_aft_id_has_route_aft_value_7(&aft))
         return LEAVE(zidl_rib_route_aft_id_has_route_aft_value_1(&aft) ? reason::ruled_out : reason::incomplete, aft);
-    copy(route.rt_aft_id, aft.route_aft_id_value);
-    copy(route.rt_aft_value_6, aft.route_aft_value_6);
-    copy(route.rt_aft_value_7, aft.route_aft_value_7);
+    route.rt_aft_id = aft.route_aft_id_value;
+    route.rt_aft_value_6 = aft.route_aft_value_6;
+    route.rt_aft_value_7 = aft.route_aft_value_7;
+    SHOWS(aft.route_aft_id_value);
+    SHOWS(aft.route_aft_value_6);
+    SHOWS(aft.route_aft_value_7);
     route.rt_aft_valid = 1;
 }
 

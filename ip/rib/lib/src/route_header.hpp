@@ -74,7 +74,8 @@ static void unpack_flags(const zidl_rib_route &msg, struct rib_routetype_ &route
     SHOWS_AS(msg.route_flags, msg.route_flags & CLIENT_FLAGS, reason::masked);
     if (!zidl_rib_route_has_route_value_35(&msg))
         return;
-    copy(route.rt_value_35, msg.route_value_35);
+    route.rt_value_35 = static_cast<uint8_t>(msg.route_value_35);
+    SHOWS_AS(msg.route_value_35, route.rt_value_35, reason::narrowed);
     if ((route.rt_flags & COPIES_VALUE_35) != 0)
         route.rt_value_35_copy = static_cast<uint8_t>(msg.route_value_35);
 }
