@@ -97,6 +97,17 @@ utf8_piece next_piece(std::string_view text)
     return {len, len == lead.len};
 }
 
+void append_code(std::string &out, uint32_t code)
+{
+    const char escape[] = {'\\',
+                           'u',
+                           HEX_DIGITS[code >> 12],
+                           HEX_DIGITS[code >> 8 & 15],
+                           HEX_DIGITS[code >> 4 & 15],
+                           HEX_DIGITS[code & 15]};
+    out.append(escape, sizeof escape);
+}
+
 void append_escaped(std::string &out, char c)
 {
     constexpr std::string_view SHORT = "\"\\\b\f\n\r\t", LETTERS = "\"\\bfnrt";
@@ -105,9 +116,30 @@ void append_escaped(std::string &out, char c)
         out += LETTERS[which];
         return;
     }
-    const auto code = static_cast<uint8_t>(c);
-    const char escape[] = {'\\', 'u', '0', '0', HEX_DIGITS[code >> 4], HEX_DIGITS[code & 15]};
-    out.append(escape, sizeof escape);
+    append_code(out, static_cast<uint8_t>(c));
+}
+
+// The code of a character that a terminal obeys instead of showing it: controls of two bytes, separators of lines, and those
+// that turn the direction of the text around them. 0 for others.
+uint32_t invisible_code(std::string_view character)
+{
+    const auto byte = [character](size_t at) { return static_cast<uint8_t>(character[at]); };
+    if (character.size() == 2 && byte(0) == 0xc2 && byte(1) < 0xa0)
+        return byte(1);
+    if (character.size() != 3 || byte(0) != 0xe2 || byte(1) > 0x81)
+        return 0;
+    const uint32_t code = 0x2000U | (byte(1) & 0x3fU) << 6 | (byte(2) & 0x3fU);
+    return (code >= 0x2028 && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069) ? code : 0;
+}
+
+void append_character(std::string &out, std::string_view character)
+{
+    if (character.size() == 1)
+        append_escaped(out, character[0]);
+    else if (const uint32_t code = invisible_code(character); code != 0)
+        append_code(out, code);
+    else
+        out += character;
 }
 
 // The last one or two bytes.
@@ -146,12 +178,10 @@ void append_string(std::string &out, std::string_view text)
         if (text.empty())
             break;
         const utf8_piece piece = next_piece(text);
-        if (!piece.well_formed)
-            out += REPLACEMENT;
-        else if (piece.len == 1)
-            append_escaped(out, text[0]);
+        if (piece.well_formed)
+            append_character(out, text.substr(0, piece.len));
         else
-            out.append(text.data(), piece.len);
+            out += REPLACEMENT;
         text.remove_prefix(piece.len);
     }
     out += '"';

@@ -38,8 +38,8 @@ inline void append_bool(std::string &out, bool value)
     out += value ? "true" : "false";
 }
 
-// A string with its quotes. Control bytes are escaped, DEL, too; other bytes stand as they are. Bytes that are no UTF-8
-// become U+FFFD: whoever must not lose them asks first_invalid_utf8 before.
+// A string with its quotes. Characters that a terminal obeys are escaped, whether or not JSON asks for it; others stand as they
+// are. Bytes that are no UTF-8 become U+FFFD: whoever must not lose them asks first_invalid_utf8 before.
 void append_string(std::string &out, std::string_view text);
 
 // Strings with their quotes: base64 with its padding, lowercase hex.

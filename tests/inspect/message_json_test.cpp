@@ -104,6 +104,14 @@ TEST(message_json, strings_have_their_characters_and_escapes)
         "{\"proto_name\":\"a\\\"\\\\\\n\\u001f\\u007f\xc3\xa9\xf0\x9f\x98\x80\"}");
 }
 
+TEST(message_json, characters_that_a_terminal_obeys_are_escaped)
+{
+    expect_both_ways(
+        "ip_rib_proto_update",
+        {0x22, 0x0a, 0xc2, 0x9b, 0xe2, 0x80, 0xae, 0xe2, 0x81, 0xa9, 0xc2, 0xa0}, // the last one is a blank
+        "{\"proto_name\":\"\\u009b\\u202e\\u2069\xc2\xa0\"}");
+}
+
 TEST(message_json, what_is_zero_or_empty_is_shown_when_present_and_nothing_when_absent)
 {
     expect_both_ways("rib_prefix", {}, "{}");
