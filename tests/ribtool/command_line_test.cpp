@@ -12,7 +12,7 @@ class command_line : public tool_test
 TEST_F(command_line, wrong_usage_is_one_line_and_exit_code_2)
 {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{}, "a command is required: synth, replay, "},
+        {{}, "a command is required: synth, show, replay, "},
         {{"bake"}, "The following argument was not expected: bake"},
         {{"synth"}, "--output is required"},
         {{"synth", "-o", "x", "--profile", "odd"},

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -195,12 +196,14 @@ namespace
 
 // What `run` writes to a standard error that is a terminal.
 template <class Run>
-std::string on_a_terminal(Run run)
+std::string on_a_terminal(Run run, unsigned short columns = 0)
 {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
     EXPECT_EQ(grantpt(terminal), 0);
     EXPECT_EQ(unlockpt(terminal), 0);
     const int other_end = open(ptsname(terminal), O_RDWR | O_NOCTTY);
+    const winsize size = {24, columns, 0, 0};
+    ioctl(terminal, TIOCSWINSZ, &size);
     const int saved = dup(STDERR_FILENO);
     dup2(other_end, STDERR_FILENO);
     run();
@@ -234,6 +237,23 @@ TEST(progress_bar, is_drawn_on_a_terminal_and_taken_away)
     EXPECT_EQ(shown.rfind("\r\x1b[Kreplay [#######.......................]  25 %, ", 0), 0u) << shown;
     EXPECT_NE(shown.find(" s left, 12 updates, "), std::string::npos) << shown;
     EXPECT_EQ(shown.substr(shown.size() - 13), " a second\r\x1b[K") << shown;
+}
+
+TEST(progress_bar, fits_the_terminal)
+{
+    for (const uint16_t columns : std::initializer_list<uint16_t>{20, 46, 60, 70, 100}) {
+        const std::string shown = on_a_terminal(
+            [] {
+                progress_bar bar("replay", 100);
+                work_for_a_while(bar);
+            },
+            columns);
+        const std::string start = "\r\x1b[Kreplay ";
+        ASSERT_EQ(shown.rfind(start, 0), 0u) << shown;
+        const std::string line = shown.substr(4, shown.find('\r', 1) - 4);
+        EXPECT_LT(line.size(), columns) << line; // the last column stays free
+        EXPECT_EQ(line.find('[') != std::string::npos, columns >= 60) << line;
+    }
 }
 
 TEST(progress_bar, shows_no_share_of_a_total_that_nobody_knows)

@@ -1,5 +1,6 @@
 #include "tests/ribtool/run_ribtool.hpp"
 
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -101,6 +102,61 @@ run_result run(const std::string &program, const std::vector<std::string> &argum
     result.err = contents_of(folder / "err");
     fs::remove_all(folder);
     return result;
+}
+
+namespace
+{
+
+std::vector<char *> without_terminal_variables(const std::vector<std::string> &added)
+{
+    std::vector<char *> pointers;
+    for (char **entry = environ; *entry != nullptr; ++entry) {
+        const std::string_view text = *entry;
+        const std::string_view name = text.substr(0, text.find('='));
+        if (name != "TERM" && name != "NO_COLOR" && name != "COLUMNS")
+            pointers.push_back(*entry);
+    }
+    for (const std::string &each : added)
+        pointers.push_back(const_cast<char *>(each.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+} // namespace
+
+std::string run_on_terminal(const std::string &program, const std::vector<std::string> &arguments,
+                            unsigned short columns, const std::vector<std::string> &variables)
+{
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+        throw std::runtime_error("no terminal");
+    const winsize size = {24, columns, 0, 0};
+    ioctl(terminal, TIOCSWINSZ, &size);
+    const std::string name = ptsname(terminal);
+
+    std::vector<char *> argv = {const_cast<char *>(program.c_str())};
+    for (const std::string &argument : arguments)
+        argv.push_back(const_cast<char *>(argument.c_str()));
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        posix_spawn_file_actions_addopen(&actions, stream, name.c_str(), O_RDWR | O_NOCTTY, 0);
+    std::vector<char *> environment = without_terminal_variables(variables);
+    pid_t child = 0;
+    const int error = posix_spawnp(&child, program.c_str(), &actions, nullptr, argv.data(), environment.data());
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        throw std::runtime_error("cannot run " + program);
+
+    std::string shown; // up to the end of the program, where reading fails
+    char block[4096];
+    ssize_t got = 0;
+    while ((got = read(terminal, block, sizeof block)) > 0)
+        shown.append(block, static_cast<size_t>(got));
+    waitpid(child, nullptr, 0);
+    close(terminal);
+    return shown;
 }
 
 tool_test::tool_test() : folder_(new_folder()) {}

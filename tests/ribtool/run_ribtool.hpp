@@ -32,6 +32,11 @@ enum class leaks { none, expected };
 run_result run(const std::string &program, const std::vector<std::string> &arguments, std::string_view input = "",
                leaks leaking = leaks::none);
 
+// What the program writes to a terminal of so many columns, which all three of its standard streams are. Variables are
+// "NAME=value", in place of those that concern terminals.
+std::string run_on_terminal(const std::string &program, const std::vector<std::string> &arguments,
+                            unsigned short columns, const std::vector<std::string> &variables = {"TERM=xterm"});
+
 // A folder of its own for each test, removed afterwards.
 class tool_test : public testing::Test
 {

@@ -43,16 +43,18 @@ void move_on(bytes_in &input, bytes_out &room, size_t input_left, size_t room_le
 class xz_unpacker final : public unpacker
 {
 public:
-    xz_unpacker()
-    {
-        if (lzma_stream_decoder(&stream_, MAX_DECODER_MEMORY, LZMA_CONCATENATED) != LZMA_OK)
-            throw std::bad_alloc();
-    }
+    xz_unpacker() { start(); }
     ~xz_unpacker() override { lzma_end(&stream_); }
     std::string_view format() const override { return "xz"; }
 
     status step(bytes_in &input, bytes_out &room, bool is_last) override
     {
+        if (is_behind_another_) {
+            skip_padding(input);
+            if (input.empty())
+                return is_last ? status::ended : status::more;
+            is_behind_another_ = false;
+        }
         stream_.next_in = input.data();
         stream_.avail_in = input.size();
         stream_.next_out = room.data();
@@ -61,15 +63,32 @@ public:
         move_on(input, room, stream_.avail_in, stream_.avail_out);
         if (result == LZMA_OK)
             return status::more;
-        if (result == LZMA_STREAM_END) // of the last archive: this unpacker goes on by itself
+        if (result == LZMA_STREAM_END)
             return status::ended;
         problem_ = described(result);
         return status::damaged;
     }
 
-    void restart() override {}
+    void restart() override
+    {
+        start();
+        is_behind_another_ = true;
+    }
 
 private:
+    void start()
+    {
+        if (lzma_stream_decoder(&stream_, MAX_DECODER_MEMORY, 0) != LZMA_OK)
+            throw std::bad_alloc();
+    }
+
+    // Zeros may stand behind an archive.
+    static void skip_padding(bytes_in &input)
+    {
+        while (!input.empty() && input.front() == 0)
+            input = input.subspan(1);
+    }
+
     static std::string described(lzma_ret result)
     {
         switch (result) {
@@ -91,6 +110,7 @@ private:
     }
 
     lzma_stream stream_ = LZMA_STREAM_INIT;
+    bool is_behind_another_ = false;
 };
 
 class gzip_unpacker final : public unpacker

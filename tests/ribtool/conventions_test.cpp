@@ -1,0 +1,196 @@
+// What every command keeps to: streams that are closed or full, pipes whose reader has gone, damaged captures, colours and widths.
+
+#include "tests/ribtool/run_ribtool.hpp"
+
+namespace ribtool_test
+{
+
+namespace
+{
+
+const bytes PROTO_UPDATE = {
+    0,    0,    0,   0,        // not read
+    0,    47,                  // type code
+    0,    7,                   // length of the payload
+    0x08, 0x07,                // 1 proto_id = 7
+    0x22, 0x03, 'b', 'g', 'p', // 4 proto_name = "bgp"
+};
+
+std::string text_of(const bytes &contents)
+{
+    return {contents.begin(), contents.end()};
+}
+
+// A command that has something to say on both streams. FILE is a capture of three updates that is cut in the fourth.
+struct talking_command {
+    const char *name;
+    const char *arguments; // writes to the standard output
+};
+constexpr talking_command COMMANDS[] = {
+    {"synth", "synth --updates 100 --format raw -o -"},
+    {"show", "show FILE"},
+    {"replay", "replay FILE"},
+    {"import", "import TABLE --format raw -o -"},
+};
+
+std::string with(std::string text, std::string_view word, const std::string &replacement)
+{
+    for (size_t at = 0; (at = text.find(word, at)) != std::string::npos; at += replacement.size())
+        text.replace(at, word.size(), replacement);
+    return text;
+}
+
+} // namespace
+
+class conventions : public tool_test
+{
+protected:
+    conventions()
+    {
+        const bytes cut(PROTO_UPDATE.begin(), PROTO_UPDATE.end() - 1);
+        write("cut.raw", joined({PROTO_UPDATE, PROTO_UPDATE, PROTO_UPDATE, cut}));
+        write("table.tsv", "#prefix\tnext_hop\n10.0.0.0/8\t192.0.2.1\n10.1.0.0/16\t192.0.2.1\n");
+    }
+
+    std::string line_of(const talking_command &command) const
+    {
+        const std::string line = with(with(command.arguments, "FILE", path("cut.raw")), "TABLE", path("table.tsv"));
+        return std::string(RIBTOOL " ") + line;
+    }
+
+    static run_result shell(const std::string &line) { return run("/bin/bash", {"-o", "pipefail", "-c", line}); }
+};
+
+TEST_F(conventions, a_standard_error_that_is_closed_or_full_changes_nothing)
+{
+    for (const talking_command &command : COMMANDS) {
+        const run_result expected = shell(line_of(command));
+        for (const char *redirection : {" 2>&-", " 2>/dev/full"}) {
+            const run_result result = shell(line_of(command) + redirection);
+            EXPECT_EQ(result.exit_code, expected.exit_code) << command.name << redirection;
+            EXPECT_TRUE(result.out == expected.out) << command.name << redirection;
+        }
+    }
+    for (const char *redirection : {" 2>&-", " 2>/dev/full"}) {
+        EXPECT_EQ(shell(std::string(RIBTOOL " replay absent") + redirection).exit_code, 3) << redirection;
+        EXPECT_EQ(shell(std::string(RIBTOOL " bake") + redirection).exit_code, 2) << redirection;
+    }
+}
+
+TEST_F(conventions, a_standard_output_that_is_closed_or_full_is_an_error)
+{
+    const std::pair<const char *, const char *> cases[] = {
+        {" >&-", "ribtool: standard output: cannot write: Bad file descriptor\n"},
+        {" >/dev/full", "ribtool: standard output: cannot write: No space left on device\n"},
+    };
+    for (const talking_command &command : COMMANDS) {
+        for (const auto &[redirection, text] : cases) {
+            const run_result result = shell(line_of(command) + redirection);
+            EXPECT_EQ(result.exit_code, 3) << command.name << redirection;
+            EXPECT_NE(result.err.find(text), std::string::npos) << command.name << redirection << "\n" << result.err;
+        }
+    }
+}
+
+TEST_F(conventions, a_file_never_takes_the_place_of_a_closed_standard_stream)
+{
+    const std::string file = path("out.raw");
+    const std::string line = RIBTOOL " import " + path("table.tsv") + " --format raw -o " + file;
+    ASSERT_EQ(shell(line).exit_code, 0);
+    const bytes expected = read("out.raw");
+    EXPECT_EQ(shell(line + " <&- >&- 2>&-").exit_code, 0);
+    EXPECT_EQ(read("out.raw"), expected); // without the summary in it
+}
+
+TEST_F(conventions, a_pipe_that_its_reader_has_closed_is_no_error)
+{
+    for (const talking_command &command : COMMANDS) {
+        // `true` has ended when the sleep is over.
+        const run_result result = shell("(sleep 0.1; exec " + line_of(command) + ") | true");
+        EXPECT_EQ(result.exit_code, 0) << command.name;
+        EXPECT_EQ(result.err, "") << command.name;
+    }
+}
+
+TEST_F(conventions, a_damaged_capture_is_read_up_to_the_damage)
+{
+    for (const char *command : {"show ", "replay --unstripped "}) {
+        const run_result result = shell(std::string(RIBTOOL " ") + command + path("cut.raw"));
+        EXPECT_EQ(result.exit_code, 4) << command;
+        EXPECT_EQ(result.out_lines().size(), 3u) << command;
+        const std::string damage =
+            "ribtool: " + path("cut.raw") +
+            ": frame 4 at byte 45: truncated: its header promises 7 bytes of payload, 6 are left\n" + path("cut.raw") +
+            ": raw frames, 3 ";
+        EXPECT_EQ(result.err.rfind(damage, 0), 0u) << command << "\n" << result.err;
+    }
+}
+
+TEST_F(conventions, a_packed_capture_is_read_as_it_would_be_unpacked)
+{
+    const std::string stream = text_of(joined({PROTO_UPDATE, frame(0, {}), PROTO_UPDATE}));
+    for (const char *command : {"show ", "replay --unstripped "}) {
+        const run_result expected = shell(std::string(RIBTOOL " ") + command + write("plain", stream));
+        ASSERT_EQ(expected.exit_code, 0) << command;
+        for (const char *program : {"xz", "gzip", "bzip2", "zstd"}) {
+            const std::string file = write("packed", run(program, {"-c"}, stream).out);
+            EXPECT_EQ(shell(std::string(RIBTOOL " ") + command + file).out, expected.out) << command << program;
+            EXPECT_EQ(shell(std::string("cat ") + file + " | " RIBTOOL " " + command + "-").out, expected.out)
+                << command << program;
+        }
+    }
+}
+
+TEST_F(conventions, a_packed_capture_that_is_cut_is_read_up_to_there)
+{
+    std::string stream;
+    while (stream.size() < 200000)
+        stream += text_of(PROTO_UPDATE);
+    for (const char *program : {"xz", "gzip", "bzip2", "zstd"}) {
+        std::string packed = run(program, {"-c"}, stream).out;
+        packed.resize(packed.size() - 3);
+        const run_result result = ribtool({"replay", write("cut", packed), "--unstripped"});
+        EXPECT_EQ(result.exit_code, 4) << program;
+        EXPECT_NE(result.err.find(": cannot unpack: truncated\n"), std::string::npos) << program << "\n" << result.err;
+    }
+}
+
+// ---- Terminals ----
+
+TEST_F(conventions, errors_are_coloured_on_terminals_that_want_it)
+{
+    const std::string colored = "\x1b[31mribtool:\x1b[0m absent: cannot open: No such file or directory\r\n";
+    const std::string plain = "ribtool: absent: cannot open: No such file or directory\r\n";
+    using variables = std::vector<std::string>;
+    EXPECT_EQ(run_on_terminal(RIBTOOL, {"replay", "absent"}, 80), colored);
+    EXPECT_EQ(run_on_terminal(RIBTOOL, {"replay", "absent"}, 80, variables{"TERM=dumb"}), plain);
+    EXPECT_EQ(run_on_terminal(RIBTOOL, {"replay", "absent"}, 80, variables{"TERM=xterm", "NO_COLOR=1"}), plain);
+    EXPECT_EQ(run_on_terminal(RIBTOOL, {"replay", "absent"}, 80, variables{"TERM=xterm", "NO_COLOR="}), colored);
+    EXPECT_EQ(run_on_terminal(RIBTOOL, {"replay", "absent", "--color=never"}, 80), plain);
+    EXPECT_EQ(run_on_terminal(RIBTOOL, {"--color", "always", "replay", "absent"}, 80, variables{"TERM=dumb"}), colored);
+}
+
+TEST_F(conventions, elsewhere_colours_come_only_when_asked_for)
+{
+    EXPECT_EQ(ribtool({"replay", "absent"}).err, "ribtool: absent: cannot open: No such file or directory\n");
+    EXPECT_EQ(ribtool({"replay", "absent", "--color=always"}).err,
+              "\x1b[31mribtool:\x1b[0m absent: cannot open: No such file or directory\n");
+}
+
+TEST_F(conventions, a_file_name_cannot_command_the_terminal)
+{
+    const std::string name = "x\x1b]0;title\a";
+    EXPECT_EQ(run_on_terminal(RIBTOOL, {"replay", name, "--color=never"}, 80),
+              "ribtool: x\\x1b]0;title\\x07: cannot open: No such file or directory\r\n");
+    // Programs get the name as it is.
+    EXPECT_EQ(ribtool({"replay", name}).err, "ribtool: " + name + ": cannot open: No such file or directory\n");
+}
+
+TEST_F(conventions, a_choice_of_colours_that_nobody_knows_is_wrong_usage)
+{
+    const run_result result = ribtool({"replay", "absent", "--color=sometimes"});
+    EXPECT_EQ(result.exit_code, 2);
+    EXPECT_EQ(result.err, "ribtool: --color: \"sometimes\" is not one of always, auto, never (see ribtool --help)\n");
+}
+
+} // namespace ribtool_test

@@ -1,0 +1,351 @@
+// ribtool show: one line for each update of a capture, for people.
+
+#include "inspect/rib_inspect.h"
+#include "tools/ribtool/addresses.hpp"
+#include "tools/ribtool/command_line.hpp"
+#include "tools/ribtool/older_forms.hpp"
+#include "tools/ribtool/older_route_client.hpp"
+#include "tools/ribtool/one_line.hpp"
+#include "tools/ribtool/progress.hpp"
+#include "tools/terminal/terminal.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <memory>
+#include <set>
+
+namespace ribtool
+{
+
+namespace
+{
+
+using terminal::style;
+
+struct show_options {
+    std::string input;
+    std::set<uint16_t> codes; // empty: all
+    std::optional<ip_prefix> prefix;
+    std::optional<uint64_t> limit; // lines
+    std::optional<uint64_t> width; // columns; else the terminal's
+};
+
+struct explanation_deleter {
+    void operator()(rib_explanation *explanation) const { rib_explanation_free(explanation); }
+};
+using explanation = std::unique_ptr<rib_explanation, explanation_deleter>;
+
+explanation explain(captured_frame &frame)
+{
+    updatetype_local update = {};
+    update.tlv_type = frame_code(frame.bytes);
+    update.stripped = 1;
+    update.payload_len = static_cast<uint32_t>(frame.bytes.size() - FRAME_HEADER_LEN);
+    update.payload = frame.bytes.data() + FRAME_HEADER_LEN;
+    rib_explanation *made = nullptr;
+    if (rib_explain_update(&update, nullptr, &made) != ZIDL_OK)
+        throw std::bad_alloc();
+    return explanation(made);
+}
+
+// "missing_field at route_prefix.address (+0x4)"
+std::string why(const rib_explanation &of)
+{
+    if (of.outcome == RIB_STOPPED)
+        return fmt::format("{}:{}: {}", of.assertion.file, of.assertion.line, of.assertion.expression);
+    std::string text = rib_reason_name(of.reason);
+    if (of.path != nullptr && *of.path != 0)
+        text += fmt::format(" at {}", of.path);
+    if (of.offset != RIB_NO_OFFSET)
+        text += fmt::format(" (+0x{:02x})", of.offset);
+    return text;
+}
+
+style style_of(rib_outcome outcome)
+{
+    switch (outcome) {
+    case RIB_DELIVERED:
+    case RIB_OUTCOME_COUNT:
+        return style::plain;
+    case RIB_DROPPED:
+        return style::yellow;
+    case RIB_STOPPED:
+        return style::red;
+    case RIB_REFUSED:
+        return style::magenta;
+    }
+    return style::plain;
+}
+
+bool is_inside(const struct rib_routetype_ &route, const ip_prefix &prefix)
+{
+    const uint32_t family = prefix.address.is_ipv6 ? RIB_FAMILY_IPV6 : RIB_FAMILY_IPV4;
+    ip_address address = {prefix.address.is_ipv6, {}};
+    if (route.rt_family != family || route.rt_prefix_len < prefix.length || route.rt_prefix_len > address.bit_count())
+        return false;
+    if (address.is_ipv6) {
+        std::memcpy(address.bytes.data(), route.rt_dest, sizeof route.rt_dest);
+    } else {
+        uint32_t value = 0;
+        std::memcpy(&value, route.rt_dest, sizeof value);
+        address.bytes = {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16),
+                         static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
+    }
+    mask_address(address, prefix.length);
+    return address.bytes == prefix.address.bytes;
+}
+
+// The part of a block of the older opaque form that the payload holds: the library has compared the sum of the lengths, which wraps.
+byte_span in_payload(byte_span payload, uint64_t start, uint64_t len)
+{
+    start = std::min<uint64_t>(start, payload.size());
+    return payload.subspan(start, std::min<uint64_t>(len, payload.size() - start));
+}
+
+class shower
+{
+public:
+    explicit shower(const show_options &options)
+        : options_(options), file_("-"), line_(terminal::painter(stdout)),
+          width_(options.width ? static_cast<size_t>(*options.width) : terminal::width(stdout))
+    {
+    }
+
+    void show(captured_frame &frame)
+    {
+        ++read_;
+        const uint16_t code = frame_code(frame.bytes);
+        if (!options_.codes.empty() && !options_.codes.contains(code))
+            return;
+        line_.begin(frame.number, code);
+        if (code == DELIMITER_CODE)
+            show_delimiter();
+        else if (code == RIB_TLV_OLD_ROUTE)
+            show_older_route(frame);
+        else
+            show_update(frame);
+    }
+
+    bool wants_more() const { return !options_.limit || shown_ < *options_.limit; }
+    uint64_t shown() const { return shown_; }
+    exit_code result() const
+    {
+        return count_of(RIB_STOPPED) + count_of(RIB_REFUSED) == 0 ? EXIT_DONE : EXIT_UPDATES_FAILED;
+    }
+    void finish() { file_.close(); }
+
+    void print_summary(const capture_reader &reader) const
+    {
+        std::string text = fmt::format("{}: {}, {} frame{} read, {} shown", terminal::shown_on(stderr, reader.name()),
+                                       reader.format() == capture_format::pcap ? "pcap" : "raw frames", read_,
+                                       read_ == 1 ? "" : "s", shown_);
+        for (const rib_outcome outcome : {RIB_DELIVERED, RIB_DROPPED, RIB_STOPPED, RIB_REFUSED}) {
+            if (count_of(outcome) != 0)
+                text += fmt::format(", {} {}", count_of(outcome), rib_outcome_name(outcome));
+            if (outcome == RIB_DELIVERED && with_losses_ != 0)
+                text += fmt::format(" ({} with losses)", with_losses_);
+        }
+        if (delimiters_ != 0)
+            text += fmt::format(", {} delimiter{}", delimiters_, delimiters_ == 1 ? "" : "s");
+        terminal::say("{}\n", text);
+    }
+
+private:
+    void show_delimiter()
+    {
+        if (options_.prefix)
+            return;
+        ++delimiters_;
+        print();
+    }
+
+    // ribtool is the client that brings the converter.
+    void show_older_route(captured_frame &frame)
+    {
+        const byte_span payload = byte_span(frame.bytes).subspan(FRAME_HEADER_LEN);
+        if (const std::string violation = older_route_violation(payload); !violation.empty()) {
+            print_outcome(RIB_REFUSED, violation);
+            return;
+        }
+        uint8_t *cursor = frame.bytes.data() + FRAME_HEADER_LEN;
+        const struct rib_routetype_ *route = convert_older_route(nullptr, &cursor);
+        if (route == nullptr)
+            throw std::bad_alloc();
+        print_route(*route, false);
+    }
+
+    void show_update(captured_frame &frame)
+    {
+        const explanation of = explain(frame);
+        if (of->outcome != RIB_DELIVERED) {
+            print_outcome(of->outcome, why(*of));
+            return;
+        }
+        if (of->loss_count != 0)
+            line_.add_loss_mark();
+        if (of->record_kind == RIB_RECORD_ROUTE) {
+            print_route(*static_cast<const struct rib_routetype_ *>(of->record), of->loss_count != 0);
+            return;
+        }
+        add_record(*of, byte_span(frame.bytes).subspan(FRAME_HEADER_LEN));
+        print_delivered(of->loss_count != 0);
+    }
+
+    void add_record(const rib_explanation &of, byte_span payload)
+    {
+        switch (of.record_kind) {
+        case RIB_RECORD_PROTO: {
+            rib_protoid_map map; // it may lie anywhere
+            std::memcpy(&map, of.record, sizeof map);
+            line_.add(map);
+            break;
+        }
+        case RIB_RECORD_OPAQUE:
+            add_opaque(*static_cast<const rib_opaque_update *>(of.record), of, payload);
+            break;
+        case RIB_RECORD_GRID:
+            line_.add(*static_cast<const grid_sync_list *>(of.record));
+            break;
+        case RIB_RECORD_NHID:
+            line_.add(*static_cast<const nhid_update_local *>(of.record));
+            break;
+        case RIB_RECORD_NONE:
+        case RIB_RECORD_ROUTE:
+        case RIB_RECORD_MESSAGE:
+        case RIB_RECORD_KIND_COUNT:
+            break;
+        }
+    }
+
+    void add_opaque(const rib_opaque_update &opaque, const rib_explanation &of, byte_span payload)
+    {
+        const bool is_older = of.tlv_type == RIB_TLV_OLD_OPAQUE;
+        const uint64_t second_start = uint64_t{OLDER_OPAQUE_FIXED_LEN} + opaque.first_len;
+        line_.add(opaque, of.sub_id,
+                  is_older ? in_payload(payload, OLDER_OPAQUE_FIXED_LEN, opaque.first_len)
+                           : byte_span(opaque.first_block, opaque.first_len),
+                  is_older ? in_payload(payload, second_start, opaque.second_len)
+                           : byte_span(opaque.second_block, opaque.second_len));
+    }
+
+    void print_route(const struct rib_routetype_ &route, bool has_losses)
+    {
+        if (options_.prefix && !is_inside(route, *options_.prefix))
+            return;
+        line_.add(route);
+        ++outcomes_[RIB_DELIVERED];
+        with_losses_ += has_losses;
+        print();
+    }
+
+    void print_delivered(bool has_losses)
+    {
+        if (options_.prefix)
+            return;
+        ++outcomes_[RIB_DELIVERED];
+        with_losses_ += has_losses;
+        print();
+    }
+
+    void print_outcome(rib_outcome outcome, std::string_view reason)
+    {
+        if (options_.prefix)
+            return;
+        ++outcomes_[outcome];
+        line_.add_outcome(style_of(outcome), rib_outcome_name(outcome), reason);
+        print();
+    }
+
+    void print()
+    {
+        ++shown_;
+        std::string text = terminal::fitted(line_.text(), width_);
+        text.erase(text.find_last_not_of(' ') + 1);
+        file_.write(text + '\n');
+    }
+
+    uint64_t count_of(rib_outcome outcome) const { return outcomes_[outcome]; }
+
+    const show_options &options_;
+    output_file file_;
+    one_line line_;
+    size_t width_;
+    uint64_t read_ = 0;
+    uint64_t shown_ = 0;
+    uint64_t delimiters_ = 0;
+    uint64_t with_losses_ = 0;                           // of the delivered ones
+    std::array<uint64_t, RIB_OUTCOME_COUNT> outcomes_{}; // of the lines that are shown
+};
+
+exit_code run(const show_options &options)
+{
+    capture_reader reader(options.input);
+    shower each(options);
+    progress_bar progress("show", terminal::is_terminal(stdout) ? 0 : reader.size());
+    captured_frame frame;
+    while (each.wants_more() && reader.next(frame)) {
+        each.show(frame);
+        // Between lines on a terminal it would only flicker.
+        if (!terminal::is_terminal(stdout))
+            progress.show(reader.position(), frame.number);
+    }
+    progress.clear();
+    forget_older_routes();
+    each.finish();
+    const exit_code result = report_damage(reader, each.result());
+    each.print_summary(reader);
+    return result;
+}
+
+void add_codes(CLI::App &line, std::set<uint16_t> &codes)
+{
+    const auto add = [&codes](const std::vector<std::string> &texts) {
+        for (const std::string &text : texts) {
+            uint16_t code = 0;
+            const auto read = std::from_chars(text.data(), text.data() + text.size(), code);
+            if (read.ec != std::errc() || read.ptr != text.data() + text.size())
+                throw CLI::ValidationError("--code", fmt::format("\"{}\" is not a type code from 0 to 65535", text));
+            codes.insert(code);
+        }
+    };
+    line.add_option_function<std::vector<std::string>>("--code", add,
+                                                       "Only updates of these type codes; 0 is a delimiter")
+        ->option_text("CODE,...")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+}
+
+void add_prefix(CLI::App &line, std::optional<ip_prefix> &prefix)
+{
+    const auto set = [&prefix](const std::string &text) {
+        prefix = parse_prefix(text);
+        if (!prefix)
+            throw CLI::ValidationError("--prefix", fmt::format("\"{}\" is not a prefix such as 10.0.0.0/8", text));
+        mask_address(prefix->address, prefix->length);
+    };
+    line.add_option_function<std::string>("--prefix", set, "Only routes of prefix P and of longer ones inside it")
+        ->option_text("P");
+}
+
+} // namespace
+
+command add_show(CLI::App &app)
+{
+    CLI::App *line = app.add_subcommand("show", "Show each update of a capture in one line: what a client gets of it, "
+                                                "or why it gets nothing.");
+    const auto options = std::make_shared<show_options>();
+    line->add_option("FILE", options->input, "pcap capture or frames one after another, - for the standard input")
+        ->option_text(" ")
+        ->required();
+    add_codes(*line, options->codes);
+    add_prefix(*line, options->prefix);
+    add_limit(*line, options->limit, "lines");
+    line->add_option("--width", options->width, "Cut lines to N columns, 0 for none (default: the terminal's)")
+        ->option_text("N")
+        ->check(whole_number(0));
+    return {line, [options] { return run(*options); }};
+}
+
+} // namespace ribtool
