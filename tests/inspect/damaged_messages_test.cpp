@@ -51,19 +51,19 @@ void for_damaged_messages(size_t count, Check check)
 
 TEST(damaged_messages, walk_has_the_decoders_status_values_and_failure)
 {
-    for_damaged_messages(exhaustive() ? 50000 : 300, check_walk);
+    for_damaged_messages(exhaustive() ? 50000 : 200, check_walk);
 }
 
 TEST(damaged_messages, text_gives_every_byte_back)
 {
-    for_damaged_messages(exhaustive() ? 50000 : 300, check_bytes_through_text);
+    for_damaged_messages(exhaustive() ? 50000 : 200, check_bytes_through_text);
 }
 
 TEST(damaged_messages, damaged_text_is_read_or_has_an_error_with_a_place)
 {
     random_source random(1);
     for_damaged_messages(
-        exhaustive() ? 20000 : 100, [&](const zidl::message_descriptor &type, const byte_string &input) {
+        exhaustive() ? 20000 : 60, [&](const zidl::message_descriptor &type, const byte_string &input) {
             const std::string whole = rib_inspect::to_text(type, input);
             byte_string text(whole.begin(), whole.end());
             mutate(text, {'!', 't', 'a', 'g', '=', ' ', '{', '"', '\n', '0', '}', '#', ':', '['}, random);
@@ -80,7 +80,7 @@ TEST(damaged_messages, damaged_json_is_read_or_has_a_problem_with_a_place)
 {
     random_source random(1);
     for_damaged_messages(
-        exhaustive() ? 20000 : 100, [&](const zidl::message_descriptor &type, const byte_string &input) {
+        exhaustive() ? 20000 : 60, [&](const zidl::message_descriptor &type, const byte_string &input) {
             std::string whole;
             rib_inspect::json_writer(type, {false, true}).append(whole, input);
             byte_string text(whole.begin(), whole.end());

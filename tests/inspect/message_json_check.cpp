@@ -2,13 +2,13 @@
 
 #include "tests/inspect/message_json_check.hpp"
 
+#include "codec/zidl_arena.h"
 #include "inspect/json_text.hpp"
 #include "inspect/message_json.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cstdlib>
 #include <optional>
 #include <vector>
 
@@ -17,16 +17,6 @@ namespace
 
 using namespace rib_inspect;
 using bytes_type = std::vector<uint8_t>;
-
-void *allocate(size_t size, void *)
-{
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-void give_back(void *memory, void *)
-{
-    std::free(memory);
-}
 
 struct recoded_message {
     int32_t status;
@@ -37,12 +27,14 @@ recoded_message recoded(const zidl::message_descriptor &type, std::span<const ui
 {
     bytes_type record(type.size);
     recoded_message result = {};
-    result.status = type.decode(record.data(), bytes.data(), bytes.size(), allocate, nullptr, 0);
+    zidl_arena arena; // it takes back also what a replaced message held
+    zidl_arena_init(&arena, nullptr, 0);
+    result.status = type.decode(record.data(), bytes.data(), bytes.size(), zidl_arena_alloc, &arena, 0);
     if (result.status == ZIDL_OK) {
         result.bytes.resize(type.encode(record.data(), nullptr, 0, nullptr, nullptr, 0));
         type.encode(record.data(), result.bytes.data(), result.bytes.size(), nullptr, nullptr, 0);
     }
-    type.release(record.data(), give_back, nullptr, 0);
+    zidl_arena_destroy(&arena);
     return result;
 }
 
