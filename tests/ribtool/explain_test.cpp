@@ -116,16 +116,32 @@ TEST_F(explain, a_route_is_named_and_what_a_path_loses_is_said_once)
               " path has the field that marks it to be skipped (marked_to_be_skipped, byte 17).\n");
 }
 
+TEST_F(explain, a_run_of_paths_that_are_left_out_is_said_once)
+{
+    bytes payload;
+    for (int path = 0; path < 3; ++path)
+        payload.insert(payload.end(), {0xd2, 0x01, 0x05, 0x08, 0x04, 0xd8, 0x01, 0x01}); // 26 paths: 1 = 4, 27 = 1
+    payload.insert(payload.end(), {0xd2, 0x01, 0x00});                                   // a path that is not left out
+    payload.insert(payload.end(), {0xd2, 0x01, 0x05, 0x08, 0x04, 0xd8, 0x01, 0x01});
+    const run_result result = explained({frame(51, payload)});
+    EXPECT_NE(result.out.find("    paths[0].path_value_1, which is 4, and 5 more values up to paths[2] do not reach"),
+              std::string::npos)
+        << result.out;
+    EXPECT_NE(result.out.find("    paths[4].path_value_1, which is 4, and 1 more value of paths[4] do not reach"),
+              std::string::npos)
+        << result.out;
+}
+
 TEST_F(explain, many_losses_end_in_their_number)
 {
     bytes payload;
     for (int path = 0; path < 30; ++path)
-        payload.insert(payload.end(), {0xd2, 0x01, 0x05, 0x08, 0x01, 0xd8, 0x01, 0x01}); // 26 paths: 1 = 1, 27 = 1
+        payload.insert(payload.end(), {0xd2, 0x01, 0x02, 0x70, 0x01}); // 26 paths: path_value_14, which nothing shows
     const run_result result = explained({frame(51, payload)});
-    EXPECT_NE(result.out.find(" with 60 losses\n"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find(" with 30 losses\n"), std::string::npos) << result.out;
     EXPECT_NE(result.out.find("paths[19]."), std::string::npos) << result.out;
     EXPECT_EQ(result.out.find("paths[20]."), std::string::npos) << result.out;
-    EXPECT_EQ(result.out.substr(result.out.rfind("    And ")), "    And 20 more; --json lists all.\n");
+    EXPECT_EQ(result.out.substr(result.out.rfind("    And ")), "    And 10 more; --json lists all.\n");
 }
 
 // ---- For programs ----

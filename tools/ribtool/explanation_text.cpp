@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <span>
 #include <string_view>
 
@@ -171,12 +172,47 @@ std::string_view holder_of(const char *path)
     return text.substr(0, std::min(text.find('.'), text.size()));
 }
 
-bool go_together(const rib_loss &a, const rib_loss &b)
+// Reasons that leave out whole elements of a list: runs of them are told as one.
+constexpr rib_reason WHOLE_ELEMENTS[] = {
+    RIB_REASON_marked_to_be_skipped, RIB_REASON_too_many_paths,
+    RIB_REASON_too_many_algo_labels, RIB_REASON_too_many_next_next_hops,
+    RIB_REASON_too_many_carriers,    RIB_REASON_next_next_hops_ended,
+    RIB_REASON_count_wraps,
+};
+
+// Whether `next` is the element behind `holder` of the same list.
+bool is_next_element(std::string_view holder, std::string_view next)
 {
-    return a.reason == b.reason && a.kept == nullptr && b.kept == nullptr && holder_of(a.path) == holder_of(b.path);
+    const size_t bracket = holder.find('[');
+    if (bracket == std::string_view::npos || holder.substr(0, bracket + 1) != next.substr(0, bracket + 1))
+        return false;
+    uint64_t index = 0;
+    uint64_t next_index = 0;
+    std::from_chars(holder.data() + bracket + 1, holder.data() + holder.size(), index);
+    std::from_chars(next.data() + bracket + 1, next.data() + next.size(), next_index);
+    return next_index == index + 1;
 }
 
-// Adjacent losses of one reason and one holder: a path that is left out has many.
+bool go_together(const rib_loss &before, const rib_loss &after)
+{
+    if (before.reason != after.reason || before.kept != nullptr || after.kept != nullptr)
+        return false;
+    const std::string_view holder = holder_of(before.path);
+    const std::string_view next = holder_of(after.path);
+    return holder == next || (std::ranges::find(WHOLE_ELEMENTS, before.reason) != std::end(WHOLE_ELEMENTS) &&
+                              is_next_element(holder, next));
+}
+
+// How many losses are told together.
+size_t group_len(std::span<const rib_loss> losses)
+{
+    size_t len = 1;
+    while (len < losses.size() && go_together(losses[len - 1], losses[len]))
+        ++len;
+    return len;
+}
+
+// Adjacent losses for one reason: a path that is left out has many.
 void append_group(std::string &out, std::span<const rib_loss> group, size_t columns)
 {
     const rib_loss &first = group.front();
@@ -187,8 +223,10 @@ void append_group(std::string &out, std::span<const rib_loss> group, size_t colu
     else if (group.size() == 1)
         text = fmt::format("{}, which is {}, does not reach the client.", first.path, value);
     else
-        text = fmt::format("{}, which is {}, and {} of {} do not reach the client.", first.path, value,
-                           counted(group.size() - 1, "more value", "more values"), holder_of(first.path));
+        text = fmt::format("{}, which is {}, and {} {} {} do not reach the client.", first.path, value,
+                           counted(group.size() - 1, "more value", "more values"),
+                           holder_of(first.path) == holder_of(group.back().path) ? "of" : "up to",
+                           holder_of(group.back().path));
     text += fmt::format(" {} ({}", sentence(rib_reason_text(first.reason)), rib_reason_name(first.reason));
     if (first.offset != RIB_NO_OFFSET)
         text += fmt::format(", byte{}{}", NO_BREAK, first.offset);
@@ -204,9 +242,7 @@ void append_losses(std::string &out, std::span<const rib_loss> losses, size_t co
                            columns);
             return;
         }
-        const auto end = std::find_if_not(losses.begin(), losses.end(),
-                                          [&](const rib_loss &each) { return go_together(losses.front(), each); });
-        const size_t count = std::max<size_t>(1, static_cast<size_t>(end - losses.begin()));
+        const size_t count = group_len(losses);
         append_group(out, losses.first(count), columns);
         losses = losses.subspan(count);
     }
@@ -238,16 +274,6 @@ void add_losses(json_line &line, std::span<const rib_loss> losses)
         line.end_object();
     }
     line.end_list();
-}
-
-void add_assertion(json_line &line, const rib_assertion &assertion)
-{
-    line.begin_object("assertion");
-    line.add_text("expression", assertion.expression);
-    line.add_text("file", assertion.file);
-    line.add_number("line", assertion.line);
-    line.add_text("function", assertion.function);
-    line.end_object();
 }
 
 } // namespace

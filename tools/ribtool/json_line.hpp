@@ -83,4 +83,16 @@ private:
     std::string text_;
 };
 
+// An assertion as __assert_fail reports it.
+template <class Assertion>
+void add_assertion(json_line &line, const Assertion &assertion)
+{
+    line.begin_object("assertion");
+    line.add_text("expression", assertion.expression);
+    line.add_text("file", assertion.file);
+    line.add_number("line", assertion.line);
+    line.add_text("function", assertion.function);
+    line.end_object();
+}
+
 } // namespace ribtool

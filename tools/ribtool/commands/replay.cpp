@@ -160,13 +160,7 @@ private:
 
     static void print(delivery &to, const failed_assertion &assertion)
     {
-        json_line &line = *to.line;
-        line.begin_object("assertion");
-        line.add_text("expression", assertion.expression);
-        line.add_text("file", assertion.file);
-        line.add_number("line", assertion.line);
-        line.add_text("function", assertion.function);
-        line.end_object();
+        add_assertion(*to.line, assertion);
         to.lines->print();
     }
 
