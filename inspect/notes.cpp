@@ -19,6 +19,8 @@ notes::~notes()
 // The last thing said of a place holds.
 void notes::put(const void *place, uint32_t size, note_kind kind, uint64_t value, rib_reason reason)
 {
+    if (!are_kept)
+        return;
     if (count_ >= room_ / 2)
         grow();
     note *const at = slot(place, size);

@@ -119,6 +119,7 @@ public:
     zerrno end_status = ZERRNO_OK; // of the conversion
     note last_exit = {nullptr, 0, 0, note_kind::none, RIB_REASON_none};
     call_memory memory;
+    bool are_kept = true; // false: the call alone matters, and nobody will ask
 
 private:
     void put(const void *place, uint32_t size, note_kind kind, uint64_t value, rib_reason reason);
