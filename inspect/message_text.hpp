@@ -20,6 +20,7 @@ namespace rib_inspect
 std::string to_text(const zidl::message_descriptor &type, std::span<const uint8_t> bytes);
 
 struct text_error {
+    size_t offset;        // bytes into the text
     size_t line;          // from 1
     size_t column;        // from 1, in bytes
     std::string expected; // "a number up to 255"

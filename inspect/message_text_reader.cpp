@@ -459,7 +459,7 @@ text_message from_text(const message_descriptor &type, std::string_view text)
         return {text_reader(text).read(type), std::nullopt};
     } catch (const unexpected &error) {
         const text_place place = place_in(text, error.offset);
-        return {{}, text_error{place.line, place.column, error.expected}};
+        return {{}, text_error{error.offset, place.line, place.column, error.expected}};
     }
 }
 

@@ -188,6 +188,23 @@ ZIDL_API int32_t rib_message_to_json(const char *type, const uint8_t *bytes, siz
 ZIDL_API int32_t rib_message_from_json(const char *type, const char *json, size_t len, uint8_t **bytes,
                                        size_t *bytes_len, rib_conversion_error *error);
 
+/* ---- Messages as text and back ----
+ *
+ * For people, and without a loss: whatever the bytes are, decodable or not, their text gives them back. The format is
+ * described in docs/message-text.md. */
+
+/* Sets `*text` to the text of the bytes (null when `len` is 0) as a message of the type, with a NUL behind its `*text_len`
+ * characters; the caller gives it back with rib_inspect_free. Bytes that cannot be decoded have a text, too, which says so:
+ * only RIB_CONVERSION_UNKNOWN_TYPE and RIB_CONVERSION_NO_MEMORY fail, with `*text` null. `text_len` and `error` may be null. */
+ZIDL_API int32_t rib_message_to_text(const char *type, const uint8_t *bytes, size_t len, char **text, size_t *text_len,
+                                     rib_conversion_error *error);
+
+/* Sets `*bytes` to the bytes whose text stands in `text`, `len` characters, and `*bytes_len` to their number; it is never
+ * null then, and the caller gives it back with rib_inspect_free. Otherwise returns another status, `*bytes` is null, and
+ * `*error`, which may be null, says why: of RIB_CONVERSION_BAD_TEXT line, column and what was expected there. */
+ZIDL_API int32_t rib_message_from_text(const char *type, const char *text, size_t len, uint8_t **bytes,
+                                       size_t *bytes_len, rib_conversion_error *error);
+
 /* Gives back what these functions return. Null is fine. */
 ZIDL_API void rib_inspect_free(void *result);
 

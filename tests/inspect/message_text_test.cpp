@@ -3,6 +3,7 @@
 #include "inspect/message_text.hpp"
 
 #include "inspect/hex.hpp"
+#include "inspect/rib_inspect.h"
 #include "tests/messages/every_message.hpp"
 
 #include <fstream>
@@ -244,6 +245,58 @@ TEST(message_text, says_what_it_expects_and_where)
     EXPECT_EQ(read("ip_rib_opaque", "first_block: 0g"), "line 1, column 15: expected the second digit of a byte");
     EXPECT_EQ(read("ip_rib_opaque", "first_block:"),
               "line 1, column 13: expected bytes, of two hexadecimal digits each");
+}
+
+// ---- The C functions ----
+
+TEST(message_text_in_c, goes_both_ways)
+{
+    const bytes input = {0x08, 0x81, 0x00}; // 1 family, in more bytes than it needs
+    char *text = nullptr;
+    size_t text_len = 0;
+    rib_conversion_error error;
+    ASSERT_EQ(rib_message_to_text("rib_address", input.data(), input.size(), &text, &text_len, &error),
+              RIB_CONVERSION_OK);
+    EXPECT_STREQ(text, "# rib_address, 3 bytes\nfamily: 1 !value=8100\n");
+    EXPECT_EQ(text_len, std::strlen(text));
+    EXPECT_EQ(error.status, RIB_CONVERSION_OK);
+    uint8_t *again = nullptr;
+    size_t again_len = 0;
+    ASSERT_EQ(rib_message_from_text("rib_address", text, text_len, &again, &again_len, nullptr), RIB_CONVERSION_OK);
+    EXPECT_EQ(bytes(again, again + again_len), input);
+    rib_inspect_free(again);
+    rib_inspect_free(text);
+}
+
+TEST(message_text_in_c, takes_nothing_and_gives_nothing)
+{
+    char *text = nullptr;
+    ASSERT_EQ(rib_message_to_text("rib_address", nullptr, 0, &text, nullptr, nullptr), RIB_CONVERSION_OK);
+    EXPECT_STREQ(text, "# rib_address, 0 bytes\n");
+    rib_inspect_free(text);
+    uint8_t *none = nullptr;
+    size_t len = 1;
+    ASSERT_EQ(rib_message_from_text("rib_address", "", 0, &none, &len, nullptr), RIB_CONVERSION_OK);
+    EXPECT_NE(none, nullptr);
+    EXPECT_EQ(len, 0u);
+    rib_inspect_free(none);
+}
+
+TEST(message_text_in_c, says_where_a_text_is_wrong)
+{
+    const std::string_view wrong = "family: 1\nipv4: x";
+    uint8_t *none = nullptr;
+    size_t len = 0;
+    rib_conversion_error error;
+    EXPECT_EQ(rib_message_from_text("rib_address", wrong.data(), wrong.size(), &none, &len, &error),
+              RIB_CONVERSION_BAD_TEXT);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(error.offset, 16u);
+    EXPECT_STREQ(error.text, "line 2, column 7: expected a number up to 4294967295");
+    EXPECT_EQ(rib_message_from_text("rib_nothing", "", 0, &none, &len, nullptr), RIB_CONVERSION_UNKNOWN_TYPE);
+    char *text = nullptr;
+    EXPECT_EQ(rib_message_to_text("rib_nothing", nullptr, 0, &text, nullptr, nullptr), RIB_CONVERSION_UNKNOWN_TYPE);
+    EXPECT_EQ(text, nullptr);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
-// The C functions.
+// Messages as JSON and as text, and back: the C functions.
 
 #include "inspect/message_json.hpp"
+#include "inspect/message_text.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -106,6 +107,37 @@ extern "C" int32_t rib_message_from_json(const char *type_name, const char *json
             return report(error, RIB_CONVERSION_BAD_TEXT, problem->text, problem->path, problem->offset);
         *bytes = heap_copy<uint8_t>(encoding.data(), encoding.size());
         *bytes_len = encoding.size();
+        return report(error, RIB_CONVERSION_OK, "");
+    });
+}
+
+extern "C" int32_t rib_message_to_text(const char *type_name, const uint8_t *bytes, size_t len, char **text,
+                                       size_t *text_len, rib_conversion_error *error)
+{
+    *text = nullptr;
+    return convert(type_name, error, [&](const zidl::message_descriptor &type) {
+        const std::string written = to_text(type, {bytes, len});
+        *text = heap_copy<char>(written.data(), written.size());
+        if (text_len != nullptr)
+            *text_len = written.size();
+        return report(error, RIB_CONVERSION_OK, "");
+    });
+}
+
+extern "C" int32_t rib_message_from_text(const char *type_name, const char *text, size_t len, uint8_t **bytes,
+                                         size_t *bytes_len, rib_conversion_error *error)
+{
+    *bytes = nullptr;
+    return convert(type_name, error, [&](const zidl::message_descriptor &type) {
+        const text_message message = from_text(type, {text, len});
+        if (message.error) {
+            const std::string place =
+                "line " + std::to_string(message.error->line) + ", column " + std::to_string(message.error->column);
+            return report(error, RIB_CONVERSION_BAD_TEXT, place + ": expected " + message.error->expected, "",
+                          message.error->offset);
+        }
+        *bytes = heap_copy<uint8_t>(message.bytes.data(), message.bytes.size());
+        *bytes_len = message.bytes.size();
         return report(error, RIB_CONVERSION_OK, "");
     });
 }
