@@ -21,16 +21,27 @@ std::string text_of(const bytes &contents)
     return {contents.begin(), contents.end()};
 }
 
-// A command that has something to say on both streams. FILE is a capture of three updates that is cut in the fourth.
+// A command that has something to say on its standard output. FILE is a capture of three updates that is cut in the fourth.
 struct talking_command {
-    const char *name;
-    const char *arguments; // writes to the standard output
+    std::string name;
+    std::string arguments;
 };
-constexpr talking_command COMMANDS[] = {
+const talking_command COMMANDS[] = {
     {"synth", "synth --updates 100 --format raw -o -"},
     {"show", "show FILE"},
     {"replay", "replay FILE"},
+    {"explain", "explain FILE"},
     {"import", "import TABLE --format raw -o -"},
+    {"decode", "decode ip_rib_proto_update --code 47 FILE"},
+    {"encode", "encode ip_rib_proto_update MESSAGE"},
+};
+
+// Those of them that read a capture, with what makes them print one line an update.
+const std::string READING_COMMANDS[] = {
+    "show ",
+    "replay --unstripped ",
+    "explain --json ",
+    "decode ip_rib_proto_update --code 47 ",
 };
 
 std::string with(std::string text, std::string_view word, const std::string &replacement)
@@ -49,17 +60,33 @@ protected:
     {
         const bytes cut(PROTO_UPDATE.begin(), PROTO_UPDATE.end() - 1);
         write("cut.raw", joined({PROTO_UPDATE, PROTO_UPDATE, PROTO_UPDATE, cut}));
+        write("one.json", "{\"proto_id\": 7}\n");
         write("table.tsv", "#prefix\tnext_hop\n10.0.0.0/8\t192.0.2.1\n10.1.0.0/16\t192.0.2.1\n");
     }
 
     std::string line_of(const talking_command &command) const
     {
-        const std::string line = with(with(command.arguments, "FILE", path("cut.raw")), "TABLE", path("table.tsv"));
-        return std::string(RIBTOOL " ") + line;
+        std::string line = RIBTOOL " " + command.arguments;
+        for (const auto &[word, file] : {std::pair("FILE", "cut.raw"), {"TABLE", "table.tsv"}, {"MESSAGE", "one.json"}})
+            line = with(line, word, path(file));
+        return line;
     }
 
     static run_result shell(const std::string &line) { return run("/bin/bash", {"-o", "pipefail", "-c", line}); }
 };
+
+TEST_F(conventions, every_command_is_held_to_them)
+{
+    std::vector<std::string> names;
+    for (const talking_command &command : COMMANDS)
+        names.push_back(command.name);
+    const std::vector<std::string> expected = {
+#define COMMAND(name) #name,
+#include "tools/ribtool/commands.def"
+#undef COMMAND
+    };
+    EXPECT_EQ(names, expected);
+}
 
 TEST_F(conventions, a_standard_error_that_is_closed_or_full_changes_nothing)
 {
@@ -114,27 +141,28 @@ TEST_F(conventions, a_pipe_that_its_reader_has_closed_is_no_error)
 
 TEST_F(conventions, a_damaged_capture_is_read_up_to_the_damage)
 {
-    for (const char *command : {"show ", "replay --unstripped "}) {
-        const run_result result = shell(std::string(RIBTOOL " ") + command + path("cut.raw"));
+    const std::string damage = "ribtool: " + path("cut.raw") +
+                               ": frame 4 at byte 45: truncated: its header promises 7 bytes of payload, 6 are left\n";
+    for (const std::string &command : READING_COMMANDS) {
+        const run_result result = shell(RIBTOOL " " + command + path("cut.raw"));
         EXPECT_EQ(result.exit_code, 4) << command;
         EXPECT_EQ(result.out_lines().size(), 3u) << command;
-        const std::string damage =
-            "ribtool: " + path("cut.raw") +
-            ": frame 4 at byte 45: truncated: its header promises 7 bytes of payload, 6 are left\n" + path("cut.raw") +
-            ": raw frames, 3 ";
         EXPECT_EQ(result.err.rfind(damage, 0), 0u) << command << "\n" << result.err;
+        const std::string summary = result.err.substr(std::min(damage.size(), result.err.size()));
+        const bool has_summary = summary.rfind(path("cut.raw") + ": raw frames, 3 ", 0) == 0;
+        EXPECT_EQ(has_summary, command.rfind("decode", 0) != 0) << command << "\n" << result.err;
     }
 }
 
 TEST_F(conventions, a_packed_capture_is_read_as_it_would_be_unpacked)
 {
     const std::string stream = text_of(joined({PROTO_UPDATE, frame(0, {}), PROTO_UPDATE}));
-    for (const char *command : {"show ", "replay --unstripped "}) {
-        const run_result expected = shell(std::string(RIBTOOL " ") + command + write("plain", stream));
+    for (const std::string &command : READING_COMMANDS) {
+        const run_result expected = shell(RIBTOOL " " + command + write("plain", stream));
         ASSERT_EQ(expected.exit_code, 0) << command;
         for (const char *program : {"xz", "gzip", "bzip2", "zstd"}) {
             const std::string file = write("packed", run(program, {"-c"}, stream).out);
-            EXPECT_EQ(shell(std::string(RIBTOOL " ") + command + file).out, expected.out) << command << program;
+            EXPECT_EQ(shell(RIBTOOL " " + command + file).out, expected.out) << command << program;
             EXPECT_EQ(shell(std::string("cat ") + file + " | " RIBTOOL " " + command + "-").out, expected.out)
                 << command << program;
         }

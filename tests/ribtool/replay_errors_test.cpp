@@ -244,7 +244,7 @@ TEST_F(replay_errors, an_update_that_stops_the_process_is_reported_and_the_repla
     };
     EXPECT_EQ(result.out_lines(), expected);
     EXPECT_EQ(result.err.substr(0, result.err.find('\n')),
-              "ribtool: frame 1 (type 47, stripped) stops the process: ip/rib/lib/src/rib_lib_api_parse:168: void "
+              "ribtool: frame 1 (code 47, stripped) stops the process: ip/rib/lib/src/rib_lib_api_parse:168: void "
               "rib_lib_pvt_parse_proto_update(rib_protoid_map_func_pointer, updatetype_local *, void *): Assertion "
               "`zidl_ip_rib_proto_update_has_proto_id(&zidl_proto)' failed.");
     EXPECT_NE(result.err.find("1 callbacks, 0 silent drops, 0 refused, 1 stopped by an assertion\n"),

@@ -537,7 +537,7 @@ TEST_F(replay_records, the_summary_counts_each_code_of_each_form)
         counted.push_back(line.substr(0, line.rfind(' ')));
     const lines expected = {
         path("stream") + ": raw frames, 3",
-        " form type update updates callbacks dropped refused stopped",
+        " form code update updates callbacks dropped refused stopped",
         " unstripped 47 protocol 1 1 0 0 0",
         " unstripped 49 next-hop ID 1 0 1 0 0",
         " unstripped 51 route 1 1 0 0 0",

@@ -1,4 +1,4 @@
-// ribtool: makes, replays and imports streams of framed updates. docs/ribtool.md is the manual.
+// ribtool: makes, shows, explains and converts updates. docs/ribtool.md is the manual.
 
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/output_file.hpp"
@@ -30,11 +30,12 @@ using namespace ribtool;
 constexpr char FOOTER[] =
     "Exit codes:\n"
     "  0  done\n"
-    "  1  all was read, but updates were refused or would have stopped the process\n"
+    "  1  all was read, but updates were refused or would have stopped the process (explain: or not all is delivered\n"
+    "     without loss)\n"
     "  2  wrong usage\n"
     "  3  a file cannot be opened, read or written\n"
     "  4  a file's contents are not what the command reads\n\n"
-    "Example: ribtool synth --profile mixed -o mixed.pcap && ribtool replay mixed.pcap --sample 1";
+    "Example: ribtool synth --profile mixed -o mixed.pcap && ribtool show mixed.pcap";
 
 std::vector<command> add_commands(CLI::App &app)
 {
@@ -68,7 +69,8 @@ exit_code report_usage(const CLI::App &app, const CLI::ParseError &error)
 
 exit_code run(int argc, char **argv)
 {
-    CLI::App app("Makes, replays and imports streams of framed RIB updates.", "ribtool");
+    CLI::App app("Makes, shows, explains and converts RIB updates: see what a client gets of them, and why not.",
+                 "ribtool");
     app.set_version_flag("--version", "ribtool " RIBTOOL_VERSION);
     app.require_subcommand(0, 1); // a wrong name is reported by name
     app.footer(FOOTER);

@@ -80,7 +80,7 @@ void replay_summary::print(const std::string &input, capture_format format, uint
 
 void replay_summary::print_table() const
 {
-    terminal::say("  {:<10} {:>4}  {:<20} {:>10} {:>10} {:>8} {:>8} {:>8} {:>10}\n", "form", "type", "update",
+    terminal::say("  {:<10} {:>4}  {:<20} {:>10} {:>10} {:>8} {:>8} {:>8} {:>10}\n", "form", "code", "update",
                   "updates", "callbacks", "dropped", "refused", "stopped", "ns/update");
     for (const update_form form : FORMS) {
         if (total(form).updates == 0)

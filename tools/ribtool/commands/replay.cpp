@@ -144,7 +144,7 @@ private:
             print(to, assertion);
         if (++assertions_ > ASSERTIONS_SHOWN)
             return;
-        complain("frame {} (type {}, {}) stops the process: {}:{}: {}: Assertion `{}' failed.{}", frame.number,
+        complain("frame {} (code {}, {}) stops the process: {}:{}: {}: Assertion `{}' failed.{}", frame.number,
                  frame_code(frame.bytes), form_name(form), assertion.file, assertion.line, assertion.function,
                  assertion.expression, assertions_ == ASSERTIONS_SHOWN ? " Further ones are counted only." : "");
     }
