@@ -1,5 +1,6 @@
 // make_seeds DIR: writes a first corpus for every fuzzer, made of the sample records of every message type.
 
+#include "inspect/message_json.hpp"
 #include "inspect/message_text.hpp"
 #include "messages/descriptors.hpp"
 #include "tests/messages/sample_records.hpp"
@@ -55,6 +56,10 @@ void write_inspector_seeds(const fs::path &folder, const zidl::message_descripto
     write_seed(folder / "fuzz_walk" / name, {index}, encoded);
     write_seed(folder / "fuzz_message_text" / name, {index, 0}, encoded);
     write_seed(folder / "fuzz_message_text" / (name + "_text"), {index, 1}, bytes(text.begin(), text.end()));
+    std::string json;
+    rib_inspect::json_writer(type, {false, true}).append(json, encoded);
+    write_seed(folder / "fuzz_message_json" / name, {index, 0}, encoded);
+    write_seed(folder / "fuzz_message_json" / (name + "_json"), {index, 1}, bytes(json.begin(), json.end()));
 }
 
 } // namespace
