@@ -42,11 +42,12 @@ struct entry_seed {
     const char *type;
     const char *fuzzer;
     uint8_t code_index;
+    uint8_t explain_index; // the first byte for fuzz_explain
 };
 constexpr entry_seed entry_seeds[] = {
-    {"ip_rib_proto_update", "fuzz_proto_update", 0}, {"ip_rib_opaque", "fuzz_opaque_update", 0},
-    {"rib_route", "fuzz_route_update", 0},           {"rib_grid_sync_list", "fuzz_grid_update", 0},
-    {"rib_nhid_update", "fuzz_grid_update", 1},
+    {"ip_rib_proto_update", "fuzz_proto_update", 0, 2}, {"ip_rib_opaque", "fuzz_opaque_update", 0, 4},
+    {"rib_route", "fuzz_route_update", 0, 0},           {"rib_grid_sync_list", "fuzz_grid_update", 0, 1},
+    {"rib_nhid_update", "fuzz_grid_update", 1, 3},
 };
 
 void write_inspector_seeds(const fs::path &folder, const zidl::message_descriptor &type, uint8_t index,
@@ -84,6 +85,7 @@ int main(int argc, char **argv)
             for (const entry_seed &entry : entry_seeds) {
                 if (std::strcmp(entry.type, type.name) != 0)
                     continue;
+                write_seed(folder / "fuzz_explain" / name, {entry.explain_index, 0}, encoded);
                 for (const bool framed : {false, true})
                     write_seed(folder / entry.fuzzer / (name + (framed ? "_framed" : "")),
                                {static_cast<uint8_t>(entry.code_index << 1 | (framed ? 1 : 0))}, encoded);

@@ -16,7 +16,7 @@ constexpr size_t CHUNK = 32 * 1024; // most updates fit one
 
 constexpr size_t aligned(size_t size)
 {
-    return size > SIZE_MAX / 2 ? size : (size + (ALIGNMENT - 1)) & ~(ALIGNMENT - 1);
+    return size == 0 ? ALIGNMENT : size > SIZE_MAX / 2 ? size : (size + (ALIGNMENT - 1)) & ~(ALIGNMENT - 1);
 }
 
 } // namespace

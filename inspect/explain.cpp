@@ -1,6 +1,7 @@
 // Runs the inspector's copy of the client library over a copy of an update, and says what became of it.
 
 #include "inspect/converters/converters.hpp"
+#include "inspect/hex.hpp"
 #include "inspect/losses.hpp"
 #include "inspect/notes.hpp"
 #include "inspect/rib_inspect.h"
@@ -312,8 +313,9 @@ private:
         status = notes_.decode_status;
         reason = RIB_REASON_lenient_end;
         const walk_result failure = walk({type_, payload_}, [](const walk_event &) {});
-        if (failure.status != ZIDL_OK)
-            set_place({to_string(failure.path), failure.offset});
+        set_place({to_string(failure.path), failure.offset});
+        const std::string rest = to_hex(payload_.subspan(failure.offset));
+        losses_.push_back({reason, path == nullptr ? "rest" : path, offset, keep(rest), nullptr});
     }
 
     void set_place_of_exit()
@@ -336,7 +338,9 @@ private:
     {
         if ((options.without & RIB_WITHOUT_LOSSES) != 0)
             return;
-        losses_ = find_losses({type_, payload_, notes_.message, call}, notes_.memory);
+        std::vector<rib_loss> found = find_losses({type_, payload_, notes_.message, call}, notes_.memory);
+        found.insert(found.end(), losses_.begin(), losses_.end());
+        losses_ = std::move(found);
         losses = losses_.data();
         loss_count = losses_.size();
     }

@@ -36,7 +36,7 @@ class exit_finder
 public:
     exit_finder(const noted_message &msg, const note &exit) : exit_(exit)
     {
-        enter(msg.record, *msg.type, {}, 0, msg.bytes.size());
+        enter(msg.record, *msg.type, {}, 0);
     }
 
     void operator()(const walk_event &event)
@@ -44,21 +44,23 @@ public:
         if (event.member == nullptr)
             return;
         if (event.part == walk_part::enter)
-            enter(event.member, *event.field->message, path_of(event), event.value_offset, event.end_offset);
+            enter(event.member, *event.field->message, path_of(event), event.value_offset);
         else if (event.part == walk_part::value && exit_.size == notes::of_member && event.member == exit_.place)
             found(path_of(event), event.value_offset);
     }
 
     payload_place result()
     {
-        if (!is_exact_)
-            name_absent_member();
-        return {to_string(path_), offset_};
+        if (is_exact_)
+            text_ = to_string(path_);
+        else
+            name_member();
+        return {text_, offset_};
     }
 
 private:
     // The innermost message that holds the place is the last one that is entered.
-    void enter(const void *record, const zidl::message_descriptor &type, const field_path &path, size_t begin, size_t)
+    void enter(const void *record, const zidl::message_descriptor &type, const field_path &path, size_t begin)
     {
         const auto base = reinterpret_cast<uintptr_t>(record);
         const auto place = reinterpret_cast<uintptr_t>(exit_.place);
@@ -77,21 +79,25 @@ private:
         is_exact_ = true;
     }
 
-    void name_absent_member()
+    // What is absent, and what is about a whole list, has no value of its own: the way to it is that of what holds it.
+    void name_member()
     {
-        if (holder_ == nullptr || path_.depth == max_path_depth)
+        text_ = to_string(path_);
+        if (holder_ == nullptr)
             return;
-        for (uint32_t i = 0; i < holder_->field_count; i++) {
-            const field_descriptor &field = holder_->fields[i];
-            if (field.offset == inside_)
-                path_.steps[path_.depth++] = {&field, field.number, 0};
-            if (field.offset == inside_)
-                return;
-        }
+        const auto *const end = holder_->fields + holder_->field_count;
+        const auto *const field =
+            std::find_if(holder_->fields, end, [&](const field_descriptor &one) { return one.offset == inside_; });
+        if (field == end)
+            return;
+        if (!text_.empty())
+            text_ += '.';
+        text_ += field->member;
     }
 
     const note exit_;
     field_path path_ = {};
+    std::string text_;
     size_t offset_ = RIB_NO_OFFSET;
     bool is_exact_ = false;
     const zidl::message_descriptor *holder_ = nullptr;

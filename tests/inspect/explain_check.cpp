@@ -366,8 +366,7 @@ update_case case_of_bytes(const uint8_t *data, size_t size)
     const uint8_t client = size > 1 ? data[1] : 0;
     update_case update = {};
     update.code = codes[choice & 7];
-    update.framed = (choice & 8) != 0 && size <= 65535;
-    update.entry_code = (choice & 0xF0) == 0xF0 ? codes[client & 7] : update.code;
+    update.entry_code = (choice & 0xF8) == 0xF8 ? codes[client & 7] : update.code;
     update.without = client >> 3 & 7;
     if (size > 2)
         update.payload.assign(data + 2, data + size);

@@ -146,6 +146,7 @@ zerrno decode_carrier(const zidl_rib_encap_id_path_key_srv6_carrier_info &msg, r
 
 void decode_oper(const zidl_rib_srv6_oper_type &msg, rib_encap_srv6_key &srv6)
 {
+    LEAVE(reason::ruled_out, msg); // the operation that is not selected
     COPY_PRESENT(srv6.oper_selector, rib_srv6_oper_type, msg, oper_selector);
     if (msg.oper_selector != 0)
         COPY_PRESENT(srv6.oper, rib_srv6_oper_type, msg, oper_when_set);
@@ -202,6 +203,7 @@ zerrno rib_server_decode_encap_id_key_internal(const zidl_rib_encap_id_key *zidl
     const zidl_rib_encap_id_key &msg = *zidl_rib_key;
     rib_encap_id_path_key_t &key = *rib_key;
     LEAVE(reason::other_key_type, msg); // what remains unseen, if nothing below is wrong
+    LEAVE(reason::ignored, msg.srv6_key);
     if (!has_required_members(msg))
         return ZERRNO_INVALID;
 
@@ -246,7 +248,7 @@ zerrno rib_server_decode_encap_ids_and_keys(const zidl_rib_grid_sync_list &msg, 
     const uint32_t num_ids = msg.encap_ids_count;
     const uint32_t max_keys = msg.multi_key != 0 ? GRID_MAX_KEYS : 1;
     if (num_keys < 1 || num_keys > max_keys)
-        return REJECT(num_keys < 1 ? reason::no_keys : reason::too_many_keys, msg.keys, ZERRNO_INVALID);
+        return REJECT(num_keys < 1 ? reason::missing_field : reason::too_many_keys, msg.keys, ZERRNO_INVALID);
 
     list.multi_key = msg.multi_key;
     SHOWS(msg.multi_key);
