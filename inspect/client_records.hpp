@@ -80,6 +80,9 @@ extern const record_type PATH_ENTRY;
 extern const record_type GRID_LIST;
 extern const record_type NHID_UPDATE;
 
+// Records hold one another no deeper than this; a test goes through all of them.
+constexpr uint32_t max_record_depth = 5;
+
 // The records that callbacks get, in this order: all but PATH_ENTRY.
 std::span<const record_type *const> client_record_types();
 

@@ -2,7 +2,6 @@
 
 #include "inspect/address_text.hpp"
 #include "inspect/json_text.hpp"
-#include "inspect/record_values.hpp"
 
 namespace rib_inspect
 {
