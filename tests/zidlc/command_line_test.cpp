@@ -251,4 +251,52 @@ TEST_F(zidlc_program, help_and_version_give_0)
     EXPECT_EQ(version.out, "zidlc " ZIDLC_VERSION "\n");
 }
 
+TEST_F(zidlc_program, a_standard_error_that_is_closed_or_full_changes_nothing)
+{
+    write("bad.zidl", "group bad;\nmessage m { 1 x : nonsense; }\n");
+    // The last redirection of a stream counts.
+    const auto status_of = [](const std::string &command) {
+        const int status = std::system((std::string(ZIDLC_PROGRAM) + " " + command).c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    };
+    for (const std::string redirection : {" >out 2>&-", " >out 2>/dev/full", " <&- >&- 2>&-"}) {
+        EXPECT_EQ(status_of("absent.zidl" + redirection), 2) << redirection;
+        EXPECT_EQ(status_of("--nonsense" + redirection), 2) << redirection;
+        EXPECT_EQ(status_of("bad.zidl" + redirection), 1) << redirection;
+        EXPECT_EQ(status_of("-o tree a.zidl" + redirection), 0) << redirection;
+    }
+    // No report went into a file that took the place of a closed stream.
+    EXPECT_EQ(status_of("-o quiet a.zidl >&- 2>&-"), 0);
+    for (const std::string &file : files_below("quiet"))
+        EXPECT_EQ(read("quiet/" + file), read("tree/" + file)) << file;
+}
+
+TEST_F(zidlc_program, a_text_that_cannot_be_written_is_an_error_unless_nobody_wants_it)
+{
+    const auto full = [](const std::string &arguments) {
+        const int status = std::system((std::string(ZIDLC_PROGRAM) + " " + arguments + " >/dev/full 2>err").c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    };
+    for (const std::string arguments : {"--help", "--version", "--check a.zidl"}) {
+        EXPECT_EQ(full(arguments), 2) << arguments;
+        EXPECT_EQ(read("err"), "zidlc: standard output: cannot write: No space left on device\n") << arguments;
+    }
+    const std::string closed = "(sleep 0.1; " ZIDLC_PROGRAM " --help 2>err; echo $? >status) | true";
+    EXPECT_EQ(std::system(closed.c_str()), 0);
+    EXPECT_EQ(read("status"), "0\n");
+    EXPECT_EQ(read("err"), "");
+}
+
+TEST_F(zidlc_program, reports_are_coloured_when_asked_for)
+{
+    write("bad.zidl", "group bad;\nmessage m { 1 x : nonsense; }\n");
+    const std::string plain = run("bad.zidl").err;
+    EXPECT_EQ(plain.find('\x1b'), std::string::npos);
+    EXPECT_EQ(run("--color=auto bad.zidl").err, plain);
+    const std::string colored = run("--color=always bad.zidl").err;
+    EXPECT_EQ(colored.rfind("\x1b[1mbad.zidl:2:19:\x1b[0m \x1b[31merror:\x1b[0m ", 0), 0u) << colored;
+    EXPECT_NE(colored.find("\x1b[32m^~~~~~~~\x1b[0m\n"), std::string::npos) << colored;
+    EXPECT_EQ(run("--color=sometimes bad.zidl").status, 2);
+}
+
 } // namespace zidlc
