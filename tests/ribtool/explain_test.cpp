@@ -65,7 +65,39 @@ TEST_F(explain, a_dropped_update_says_where_and_why)
     EXPECT_EQ(result.out,
               "frame 1: route (code 51, 3 bytes) is dropped: the client never sees it\n"
               "    A tag or a value ends behind the end of the message that holds it (cut_off): route_value_3,\n"
-              "      byte 3. The library ends with ZIDL_ERR_MALFORMED.\n");
+              "      byte 3. The decoder ends with ZIDL_ERR_MALFORMED.\n");
+}
+
+TEST_F(explain, a_route_without_a_family_is_dropped_by_the_conversion)
+{
+    const bytes prefix_without_family = {0x0a, 0x04, 0x0a, 0x02, 0x10, 0x01}; // 1 route_prefix: 1 address: 2 ipv4 = 1
+    const run_result result = explained({frame(51, prefix_without_family)});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_NE(squeezed(result.out).find(" The conversion ends with ZERRNO_MALFORMED.\n"), std::string::npos)
+        << result.out;
+}
+
+TEST_F(explain, a_list_that_breaks_off_is_delivered_but_not_as_a_whole)
+{
+    const bytes payload = {
+        0x0a, 0x02, 0x08, 0x65,             // 1 encap_ids[0] = 101
+        0x12, 0x10, 0x08, 0x01, 0x10, 0x02, // 2 keys[0], 16 bytes: 1 key_value_1 = 1, 2 key_value_2 = 2
+        0x1a, 0x06, 0x08, 0x02, 0x10, 0x20, //   3 key_prefix: family 2, prefix_len 32
+        0x18, 0x01,                         //     ipv4 = 1
+        0x20, 0x04, 0x28, 0x03,             //   4 key_value_4 = 4, 5 key_type = 3
+        0x20, 0x01,                         // 4 multi_key = true
+        0x08,                               // 1 encap_ids, but a number without its value
+    };
+    const run_result result = explained({frame(46, payload)});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.out,
+              "frame 1: grid list (code 46, 25 bytes) is delivered, with 1 loss\n"
+              "    The message breaks off here; what was read before is used (lenient_end): encap_ids[1], byte 24.\n"
+              "      The decoder ends with ZIDL_ERR_FIELD_TYPE.\n"
+              "    encap_ids[1], which is 08, does not reach the client. The message breaks off here; what was read\n"
+              "      before is used (lenient_end, byte 24).\n");
+    EXPECT_EQ(explained({frame(46, payload)}, {"-q"}).exit_code, 1);
+    EXPECT_EQ(explained({frame(46, payload)}, {"--only", "losses", "--json"}).out_lines().size(), 1u);
 }
 
 TEST_F(explain, an_update_that_stops_the_process_shows_its_assertion)

@@ -149,6 +149,11 @@ std::string place_of(const rib_explanation &explanation)
     return place;
 }
 
+bool is_of_decoder(const rib_explanation &explanation)
+{
+    return std::string_view(explanation.status_name).starts_with("ZIDL_");
+}
+
 void append_reason(std::string &out, const rib_explanation &explanation, size_t columns)
 {
     if (explanation.reason == RIB_REASON_none)
@@ -159,7 +164,8 @@ void append_reason(std::string &out, const rib_explanation &explanation, size_t 
         text += fmt::format(" Assertion `{}' fails at {}:{} in {}.", explanation.assertion.expression,
                             explanation.assertion.file, explanation.assertion.line, explanation.assertion.function);
     else if (explanation.status != 0)
-        text += fmt::format(" The library ends with {}.", explanation.status_name);
+        text += fmt::format(" The {} ends with {}.", is_of_decoder(explanation) ? "decoder" : "conversion",
+                            explanation.status_name);
     append_wrapped(out, text, columns);
 }
 
