@@ -31,6 +31,7 @@ const talking_command COMMANDS[] = {
     {"show", "show FILE"},
     {"replay", "replay FILE"},
     {"explain", "explain FILE"},
+    {"annotate", "annotate FILE"},
     {"import", "import TABLE --format raw -o -"},
     {"decode", "decode ip_rib_proto_update --code 47 FILE"},
     {"encode", "encode ip_rib_proto_update MESSAGE"},
