@@ -70,9 +70,8 @@ typedef struct rib_loss {
     enum rib_reason reason;
     const char *path; /* "paths[3].ecomm.ecomm_values[2]"; of an unknown field its number, "paths[3].99" */
     size_t offset;    /* of the value, in bytes from the payload's first; RIB_NO_OFFSET when it is not in the payload */
-    const char
-        *value; /* as it came: a decimal number, a text (bytes other than printable ASCII as \xNN), or hex digits */
-    const char *kept; /* what the record has of it, written likewise; null when it has nothing */
+    const char *value; /* as it came: a decimal number, a text (other bytes than printable ASCII as \xNN), or hex */
+    const char *kept;  /* what the record has of it, written likewise; null when it has nothing */
 } rib_loss;
 
 /* An assertion as __assert_fail reports it; all null and 0 when none stopped the update. */
@@ -120,6 +119,9 @@ enum {
 
 /* Says what becomes of an update when a client hands it to the entry point of its code. The update is read like there,
  * framed or stripped, but from a copy: record, frame and payload stay as they are, and nothing of the client is called.
+ *
+ * An entry point takes the frame off and leaves `stripped` alone: to explain a record that one has had, set `stripped`
+ * first. It also converts payloads of the older forms in place, so that of those a copy from before is to be explained.
  *
  * Refused, because only the client can tell: RIB_TLV_OLD_ROUTE, unless the client takes none; RIB_TLV_OLD_PROTO with a
  * payload below the 92 bytes of its record; a code that no entry point takes.

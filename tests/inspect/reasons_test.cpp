@@ -129,6 +129,18 @@ TEST(reasons, list_of_a_caller_without_keys_is_an_assertion)
     }
 }
 
+TEST(reasons, manual_lists_all)
+{
+    std::string table;
+    for (int i = 0; i < RIB_REASON_COUNT; i++) {
+        const auto reason = static_cast<rib_reason>(i);
+        table += std::string("| `") + rib_reason_name(reason) + "` | " + rib_reason_text(reason) + " |\n";
+    }
+    std::ifstream file(RIB_DOCS "inspect.md");
+    const std::string manual(std::istreambuf_iterator<char>(file), {});
+    EXPECT_NE(manual.find("|---|---|\n" + table), std::string::npos) << "the table should be\n" << table;
+}
+
 TEST(reasons, names_are_told_apart)
 {
     std::set<std::string> names;

@@ -1,0 +1,128 @@
+/* A daemon that says why updates vanish. The library drops in silence what it cannot use; this client asks the inspector when its
+ * callback has not run, and only then, so that a healthy stream costs nothing. A peer that sends nothing but rubbish
+ * shall not fill the disk: few explanations a second, then a count of what went by without one. */
+
+#include <inspect/rib_inspect.h>
+#include <rib.h>
+#include <time.h>
+
+#include "frame.h"
+
+enum { EXPLANATIONS_A_SECOND = 2 };
+
+struct drop_log {
+    time_t second; /* that `explained` counts for */
+    unsigned explained;
+    unsigned silent; /* drops without an explanation since the last one */
+    unsigned all;
+};
+
+struct client {
+    int was_called;
+    unsigned routes;
+    struct drop_log drops;
+};
+
+/* ---- The log ---- */
+
+static int may_explain(struct drop_log *drops, time_t now)
+{
+    if (now != drops->second) {
+        drops->second = now;
+        drops->explained = 0;
+    }
+    return drops->explained < EXPLANATIONS_A_SECOND;
+}
+
+static void print_explanation(const rib_explanation *why, uint32_t update_id)
+{
+    printf("update %u (code %u) %s: %s", update_id, why->tlv_type, rib_outcome_name(why->outcome),
+           rib_reason_text(why->reason));
+    if (why->path != NULL)
+        printf(", at %s", why->path);
+    if (why->offset != RIB_NO_OFFSET)
+        printf(", byte %zu of the payload", why->offset);
+    printf(" (%s, %s)\n", rib_reason_name(why->reason), why->status_name);
+}
+
+/* The entry point has taken the frame off: the record now says where the payload is, and must say that, too. A payload of an
+ * older form has been converted in place: a client that gets those explains a copy of them. */
+static void log_drop(struct drop_log *drops, updatetype_local update, time_t now)
+{
+    drops->all++;
+    if (!may_explain(drops, now)) {
+        drops->silent++;
+        return;
+    }
+    if (drops->silent != 0)
+        printf("%u more updates were dropped\n", drops->silent);
+    drops->silent = 0;
+    drops->explained++;
+
+    update.stripped = 1;
+    rib_explanation *why;
+    if (rib_explain_update(&update, NULL, &why) != ZIDL_OK)
+        return; /* no memory */
+    print_explanation(why, update.update_id);
+    rib_explanation_free(why);
+}
+
+/* ---- The loop ---- */
+
+static int on_route(uint32_t update_id, struct rib_routetype_ *route, void *ctx)
+{
+    struct client *client = ctx;
+    (void)update_id;
+    (void)route;
+    client->was_called = 1;
+    client->routes++;
+    return 0;
+}
+
+static void take_route(struct client *client, uint32_t update_id, uint8_t *frame, time_t now)
+{
+    rib_route_client routes = {.context = client, .encoded_route = on_route};
+    updatetype_local update = {.update_id = update_id, .payload = frame};
+    client->was_called = 0;
+    rib_lib_pvt_parse_route_update(&update, NULL, NULL, NULL, 0, &routes);
+    if (!client->was_called)
+        log_drop(&client->drops, update, now);
+}
+
+/* 10.0.0.0/8; of another family than 1 it is dropped. */
+static void build_route(uint8_t *frame, uint8_t family)
+{
+    const uint8_t payload[] = {
+        0x0A, 0x0B,                     /* 1 route_prefix, 11 bytes */
+        0x0A, 0x07,                     /*   1 address, 7 bytes */
+        0x08, family,                   /*     1 family */
+        0x10, 0x80,   0x80, 0x80, 0x50, /*     2 ipv4 = 0x0A000000 */
+        0x10, 0x08,                     /*   2 prefix_len = 8 */
+    };
+    write_header(frame, RIB_TLV_ROUTE, sizeof payload);
+    memcpy(frame + HEADER_LEN, payload, sizeof payload);
+}
+
+int main(void)
+{
+    struct client client = {0};
+    uint8_t frame[HEADER_LEN + 13];
+    const time_t now = 1000; /* a daemon asks time(NULL), once for each batch */
+
+    for (uint32_t id = 1; id <= 1000; id++) {
+        build_route(frame, 1);
+        take_route(&client, id, frame, now);
+    }
+    expect(client.routes == 1000 && client.drops.all == 0, "a healthy stream asks for no explanation");
+
+    for (uint32_t id = 1001; id <= 1010; id++) {
+        build_route(frame, 7);
+        take_route(&client, id, frame, now);
+    }
+    expect(client.drops.all == 10 && client.drops.silent == 8, "two of ten drops are explained in this second");
+
+    build_route(frame, 7);
+    take_route(&client, 1011, frame, now + 1);
+    expect(client.drops.silent == 0 && client.drops.explained == 1, "the next second has explanations again");
+    return 0;
+}
