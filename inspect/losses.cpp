@@ -119,6 +119,9 @@ struct message_state {
     rib_reason unseen;   // of what the record does not show
 };
 
+// Of the strings of a message: they end at their first NUL.
+constexpr uint64_t ROOM_FOR_ANY = UINT32_MAX;
+
 class loss_finder
 {
 public:
@@ -214,10 +217,12 @@ private:
 
     kept_value kept_of(const walk_event &event, rib_reason unseen) const
     {
-        if (call_ == nullptr)
-            return {kept_value::all, event.value, RIB_REASON_narrowed};
         if (event.member == nullptr)
             return {kept_value::nothing, 0, unseen};
+        if (call_ == nullptr && event.field->type == kind::string)
+            return kept_of_text(event, ROOM_FOR_ANY << 32 | ROOM_FOR_ANY);
+        if (call_ == nullptr)
+            return {kept_value::all, event.value, RIB_REASON_narrowed};
         const note *const found = call_->find(event.member, notes::of_member);
         if (found == nullptr)
             return kept_of_run(event, unseen);
@@ -240,6 +245,8 @@ private:
         const void *begin = nullptr;
         uint64_t end = 0; // of what the value takes of the run
         if (field.repeated) {
+            if (is_beyond(event, unseen))
+                return {kept_value::nothing, 0, unseen};
             begin = element_zero(event);
             end = (uint64_t{event.index} + 1) * element_size(field);
         } else if (field.type == kind::bytes) {
@@ -249,10 +256,7 @@ private:
         const note *const run = begin == nullptr ? nullptr : call_->find(begin, notes::of_run);
         if (run != nullptr && end <= run->value)
             return {kept_value::all, event.value, RIB_REASON_narrowed};
-        rib_reason reason = unseen;
-        if (field.repeated)
-            is_beyond(event, reason);
-        return {kept_value::nothing, 0, reason};
+        return {kept_value::nothing, 0, unseen};
     }
 
     kept_value kept_of_text(const walk_event &event, uint64_t rooms) const
@@ -274,7 +278,7 @@ private:
         case kept_value::nothing:
             return lose(event, kept.reason, nullptr);
         case kept_value::text:
-            return lose(event, kept.reason, escaped(event.value_offset, kept.value));
+            return lose(event, kept.reason, kept.value == 0 ? nullptr : escaped(event.value_offset, kept.value));
         case kept_value::number:
         case kept_value::all:
             if (is_number(*event.field) && kept.value != whole(event))
@@ -306,7 +310,8 @@ private:
 
     const char *text_of(const walk_event &event)
     {
-        if (event.wire_type == delimited) {
+        // Behind the first of a run any wire type may stand.
+        if (event.field != nullptr ? is_delimited(*event.field) : event.wire_type == delimited) {
             if (event.field != nullptr && event.field->type == kind::string)
                 return escaped(event.value_offset, event.end_offset - event.value_offset);
             return keep(to_hex(bytes_.subspan(event.value_offset, event.end_offset - event.value_offset)));

@@ -96,6 +96,15 @@ TEST(explain_outcome, message_that_no_entry_point_takes_is_decoded)
     EXPECT_EQ(losses(*why), std::vector<std::string>{"unknown_field 99 +4 7 -> (none)"});
 }
 
+TEST(explain_outcome, text_of_a_bare_message_ends_at_its_first_nul)
+{
+    const auto why = explain_message("ip_rib_srv6_locator", {
+                                                                0x0A, 0x03, 'a', 0x00, 'b', // 1 name
+                                                            });
+    EXPECT_EQ(why->outcome, RIB_DELIVERED);
+    EXPECT_EQ(losses(*why), std::vector<std::string>{"name_cut name +2 a\\x00b -> a"});
+}
+
 TEST(explain_outcome, unknown_message_is_an_error)
 {
     rib_explanation *out = nullptr;

@@ -109,6 +109,19 @@ TEST(reasons, all_are_reached)
     }
 }
 
+// A case of its own, as each of the attributes has something to lose.
+TEST(reasons, attributes_beyond_their_count_are_lost)
+{
+    // 29 generic_attrs_29, 917532 bytes: 2 attrs, 65538 of them: 1 attr_type = 1, 2 attr_data: 2 are counted
+    const auto why =
+        explain(RIB_TLV_ROUTE, bytes{0xEA, 0x01, 0x9C, 0x80, 0x38} +
+                                   65538 * bytes{0x12, 0x0C, 0x08, 0x01, 0x12, 0x08, 1, 2, 3, 4, 5, 6, 7, 8});
+    ASSERT_EQ(why->loss_count, size_t{2} * 65536);
+    EXPECT_EQ(why->losses[0].reason, RIB_REASON_count_wraps);
+    EXPECT_STREQ(why->losses[0].path, "generic_attrs_29.attrs[2].attr_type");
+    EXPECT_STREQ(why->losses[131071].path, "generic_attrs_29.attrs[65537].attr_data");
+}
+
 TEST(reasons, list_of_a_caller_without_keys_is_an_assertion)
 {
     bytes list = {

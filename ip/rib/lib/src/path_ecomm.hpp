@@ -41,6 +41,7 @@ static void unpack_ecomm(const zidl_rib_path &path, rib_path_entry &entry)
         return LEAVE(reason::ruled_out, ecomm);
     COPY_PRESENT(entry.pe_ecomm_value_1, rib_ecomm_array, ecomm, ecomm_value_1);
     entry.pe_ecomm_count = static_cast<uint16_t>(ecomm.ecomm_count); // low bits only, though all values are copied
+    TAKES(ecomm.ecomm_values, entry.pe_ecomm_count, reason::count_wraps);
     copy_bytes(&entry + 1, ecomm.ecomm_values, ecomm_size(path));
 }
 

@@ -47,25 +47,30 @@ static zerrno unpack_address(const zidl_rib_address &address, uint8_t *out16, ui
 {
     if (!zidl_rib_address_has_family(&address))
         return REJECT_FOR(reason::missing_field, address, address.family, ZERRNO_MALFORMED);
-    if (family_out != nullptr)
+    if (family_out != nullptr) {
         *family_out = address.family;
+        SHOWS(address.family);
+    }
     LEAVE(reason::other_family, address); // what remains unseen, if nothing below is wrong
-    SHOWS(address.family);
 
     switch (address.family) {
     case RIB_FAMILY_IPV4:
         if (!zidl_rib_address_has_ipv4(&address))
             return REJECT_FOR(reason::missing_field, address, address.ipv4, ZERRNO_MALFORMED);
         memcpy(out16, &address.ipv4, sizeof address.ipv4);
+        SHOWS(address.family);
         SHOWS(address.ipv4);
         return ZERRNO_OK;
     case RIB_FAMILY_IPV6:
         if (!zidl_rib_address_has_ipv6(&address) && !has_any(address.ipv6))
             return REJECT_FOR(reason::missing_field, address, address.ipv6, ZERRNO_MALFORMED);
-        if (zidl_rib_ipv6_address_has_half0(&address.ipv6))
+        if (zidl_rib_ipv6_address_has_half0(&address.ipv6)) {
             copy_ipv6(out16, address.ipv6);
-        else
-            LEAVE(reason::ipv6_without_first_half, address.ipv6); // success all the same, deliberately
+            SHOWS(address.family);
+        } else { // success all the same, deliberately
+            LEAVE(reason::ipv6_without_first_half, address.ipv6);
+            SHOWS_AS(address.family, family_out != nullptr ? address.family : 0, reason::ipv6_without_first_half);
+        }
         return ZERRNO_OK;
     default:
         return REJECT_FOR(reason::bad_family, address, address.family, ZERRNO_UNSUPPORTED);

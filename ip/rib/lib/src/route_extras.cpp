@@ -84,6 +84,7 @@ zerrno unpack_attributes(const zidl_rib_generic_attr_array &array, uint32_t elem
     ptr = append(ptr, static_cast<uint16_t>(has_type ? array.array_type : 0));
     SHOWS_AS(array.array_type, static_cast<uint16_t>(array.array_type), reason::narrowed);
     ptr = append(ptr, static_cast<uint16_t>(array.attrs_count)); // low bits only, though all attributes are copied
+    TAKES(array.attrs, static_cast<uint16_t>(array.attrs_count), reason::count_wraps);
     for (uint32_t i = 0; i < array.attrs_count; i++) {
         const zidl_rib_generic_attr_info &attr = array.attrs[i];
         if (attr.attr_data_size != elem_size) {
