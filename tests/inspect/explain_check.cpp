@@ -1,7 +1,9 @@
 #include "tests/inspect/explain_check.hpp"
 
+#include "inspect/walk.hpp"
 #include "tests/client/heap.hpp"
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
@@ -356,6 +358,83 @@ std::string explain_difference(const update_case &update, rib_outcome &outcome)
          content_of(why->record_kind, why->record, why->sub_id, update.code) != real.record))
         return "the records differ";
     return "";
+}
+
+namespace
+{
+
+using explanation = std::unique_ptr<rib_explanation, explanation_deleter>;
+
+explanation explain_stripped(uint32_t code, content &payload)
+{
+    updatetype_local update = {};
+    update.tlv_type = code;
+    update.stripped = 1;
+    update.payload = payload.data();
+    update.payload_len = static_cast<uint32_t>(payload.size());
+    rib_explanation *out = nullptr;
+    rib_explain_update(&update, nullptr, &out);
+    return explanation(out);
+}
+
+// What decides over others may do so whether it is shown or lost.
+bool decides(const std::string &path)
+{
+    for (const char *const member : {"family", "route_l2_value_1", "sl_id_value_2", "nnh_value_1", "key_type"})
+        if (path.ends_with(member))
+            return true;
+    return false;
+}
+
+// Whether any bit of a value makes a difference. The highest bit of each byte of a number says where it ends.
+bool makes_difference(uint32_t code, content &payload, size_t begin, size_t end, bool is_number, const content &record)
+{
+    bool makes = false;
+    for (size_t at = begin; at < std::min(end, begin + 10); at++) {
+        for (unsigned bit = 0; bit < (is_number ? 7U : 8U) && !makes; bit++) {
+            payload[at] = static_cast<uint8_t>(payload[at] ^ 1U << bit);
+            const explanation why = explain_stripped(code, payload);
+            makes = why == nullptr || why->outcome != RIB_DELIVERED ||
+                    content_of(why->record_kind, why->record, why->sub_id, code) != record;
+            payload[at] = static_cast<uint8_t>(payload[at] ^ 1U << bit);
+        }
+    }
+    return makes;
+}
+
+} // namespace
+
+std::string loss_difference(uint32_t code, const std::vector<uint8_t> &bytes, size_t &values)
+{
+    content payload = bytes;
+    const explanation why = explain_stripped(code, payload);
+    if (why == nullptr || why->outcome != RIB_DELIVERED || why->message == nullptr || why->reason != RIB_REASON_none)
+        return "";
+    const content record = content_of(why->record_kind, why->record, why->sub_id, code);
+    std::string wrong;
+    const auto check = [&](const rib_inspect::walk_event &event) {
+        if (event.part != rib_inspect::walk_part::value || event.raw == 0 || values == 0 || !wrong.empty())
+            return;
+        const std::string path = rib_inspect::to_string(rib_inspect::path_of(event));
+        const rib_loss *const end = why->losses + why->loss_count;
+        const rib_loss *const loss =
+            std::find_if(why->losses, end, [&](const rib_loss &one) { return one.offset == event.value_offset; });
+        // What is kept in part, or as 0, or left behind the count of a list, may make one.
+        const bool may_show =
+            loss != end && (loss->kept != nullptr || loss->reason == RIB_REASON_narrowed ||
+                            loss->reason == RIB_REASON_masked || loss->reason == RIB_REASON_reduced ||
+                            loss->reason == RIB_REASON_out_of_range || loss->reason == RIB_REASON_next_next_hops_ended);
+        if (may_show || decides(path))
+            return;
+        values--;
+        const bool is_number = event.wire_type != rib_inspect::delimited;
+        if (makes_difference(code, payload, event.value_offset, event.end_offset, is_number, record) != (loss == end))
+            wrong = path + (loss == end
+                                ? " makes no difference, but is no loss"
+                                : std::string(" makes a difference, but is lost: ") + rib_reason_name(loss->reason));
+    };
+    rib_inspect::walk({zidl::find_message(why->message), bytes}, check);
+    return wrong;
 }
 
 update_case case_of_bytes(const uint8_t *data, size_t size)
