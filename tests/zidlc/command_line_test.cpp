@@ -240,11 +240,33 @@ TEST_F(zidlc_program, wrong_usage_gives_2)
     EXPECT_EQ(run("--only nonsense a.zidl").out, "");
 }
 
+TEST_F(zidlc_program, shows_in_the_manual_where_fields_land)
+{
+    write("a.zidl", "group a;\nmessage point { 1 x : u32; 2 y : u32; }\nmessage pair { 1 p : point; 2 q : point; }\n"
+                    "message other { 1 z : u32; }\n");
+    write("lands.tsv", "message\tfield\tway\tlands in\n"
+                       "point\tx\tpair.p\tleft_x, bits 8 to 31 lost\npoint\tx\tpair.q\tright_x\n"
+                       "point\ty\tpair.p\tnothing\npoint\ty\tpair.q\tnothing\n");
+    EXPECT_EQ(run("--only docs --lands-in lands.tsv a.zidl").status, 0);
+    const std::string page = read("docs/messages/a.md");
+    EXPECT_NE(page.find("| Lands in"), std::string::npos);
+    EXPECT_NE(page.find("| `pair.p` → `left_x`, bits 8 to 31 lost<br>`pair.q` → `right_x` |"), std::string::npos)
+        << page;
+    EXPECT_NE(page.find("| nothing "), std::string::npos);
+    EXPECT_NE(page.find("- No entry point converts it."), std::string::npos);
+
+    write("bad.tsv", "message\tfield\n");
+    const run_result result = run("--lands-in bad.tsv a.zidl");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "zidlc: bad.tsv: line 1: 2 columns instead of 4\n");
+}
+
 TEST_F(zidlc_program, help_and_version_give_0)
 {
     const run_result help = run("--help");
     EXPECT_EQ(help.status, 0);
-    for (const char *option : {"FILE", "-I", "-o", "--only", "--depfile", "-MD", "--check", "--version", "Exit codes"})
+    for (const char *option :
+         {"FILE", "-I", "-o", "--only", "--depfile", "-MD", "--lands-in", "--check", "--version", "Exit codes"})
         EXPECT_NE(help.out.find(option), std::string::npos) << option;
     const run_result version = run("--version");
     EXPECT_EQ(version.status, 0);

@@ -15,7 +15,8 @@ namespace zidlc
 namespace
 {
 
-void add_group(std::vector<generated_file> &files, const group &g, const std::set<artefact> &wanted)
+void add_group(std::vector<generated_file> &files, const group &g, const std::set<artefact> &wanted,
+               const landings &known)
 {
     if (wanted.count(artefact::header))
         files.push_back({header_path(g.name), emit_header(g)});
@@ -26,24 +27,24 @@ void add_group(std::vector<generated_file> &files, const group &g, const std::se
     if (wanted.count(artefact::proto))
         files.push_back({proto_path(g.name), emit_proto(g)});
     if (wanted.count(artefact::docs))
-        files.push_back({manual_path(g.name), emit_manual(g)});
+        files.push_back({manual_path(g.name), emit_manual(g, known)});
 }
 
 } // namespace
 
-std::vector<generated_file> generate(const model &all, const std::set<artefact> &wanted)
+std::vector<generated_file> generate(const model &all, const std::set<artefact> &wanted, const landings &known)
 {
     std::vector<generated_file> files;
     for (const auto &g : all.groups) {
         if (g->requested)
-            add_group(files, *g, wanted);
+            add_group(files, *g, wanted, known);
     }
     if (wanted.count(artefact::descriptors)) {
         files.push_back({"messages/descriptors.hpp", emit_descriptors_header(all)});
         files.push_back({"messages/descriptors.cpp", emit_descriptors_source(all)});
     }
     if (wanted.count(artefact::docs))
-        files.push_back({"docs/messages/README.md", emit_manual_index(all)});
+        files.push_back({"docs/messages/README.md", emit_manual_index(all, known)});
     return files;
 }
 

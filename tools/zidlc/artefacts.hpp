@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "tools/zidlc/landings.hpp"
 #include "tools/zidlc/model.hpp"
 
 #include <set>
@@ -19,6 +20,6 @@ struct generated_file {
 };
 
 // The files of the groups that were requested, and those that describe all groups at once.
-std::vector<generated_file> generate(const model &all, const std::set<artefact> &wanted);
+std::vector<generated_file> generate(const model &all, const std::set<artefact> &wanted, const landings &known = {});
 
 } // namespace zidlc

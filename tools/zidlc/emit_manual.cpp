@@ -29,6 +29,13 @@ one adds. A row of their tables is one field:
 - **Bit**: of the presence word.
 )";
 
+constexpr std::string_view landings_text =
+    R"(- **Lands in**: the member of the client's record that has the value, as measured by changing it: in front of the arrow stand
+  the ways to the field where they lead to different members. Where fewer bits arrive the others are lost. A value that
+  decides changes what becomes of the update, how many elements a list has, or members of other fields. Nothing changes
+  with the others. Of a message the member that counts it is named; its values land by its fields.
+)";
+
 // Comments are text: what would be markup in a table or on a page is not.
 std::string escaped(std::string_view text)
 {
@@ -88,14 +95,52 @@ std::string notes_cell(const field &f)
     return joined(notes, " ");
 }
 
-void emit_fields(printer &out, const message &m)
+// Names are code, words are not: "pe_value_3, bits 11 and 28 to 31 lost, decides".
+std::string marked_up(std::string_view landing)
+{
+    std::string result;
+    while (!landing.empty()) {
+        const std::size_t end = std::min(landing.find(", "), landing.size());
+        const std::string_view piece = landing.substr(0, end);
+        landing.remove_prefix(std::min(end + 2, landing.size()));
+        const bool is_name = piece != "decides" && piece != "nothing" && piece.find(' ') == std::string_view::npos &&
+                             piece.find_first_not_of("0123456789") != std::string_view::npos;
+        result += (result.empty() ? "" : ", ") + (is_name ? code(piece) : std::string(piece));
+    }
+    return result;
+}
+
+// What comes in one way needs none; several ways to the same end share a line.
+std::string landings_cell(const std::vector<landing> &ways)
+{
+    std::vector<std::string> lines;
+    std::vector<bool> is_said(ways.size());
+    for (std::size_t i = 0; i < ways.size(); ++i) {
+        if (is_said[i])
+            continue;
+        std::vector<std::string> same;
+        for (std::size_t j = i; j < ways.size(); ++j) {
+            if (ways[j].text != ways[i].text)
+                continue;
+            same.push_back(code(ways[j].way));
+            is_said[j] = true;
+        }
+        lines.push_back(same.size() == ways.size() ? marked_up(ways[i].text)
+                                                   : fmt::format("{} → {}", joined(same), marked_up(ways[i].text)));
+    }
+    return joined(lines, "<br>");
+}
+
+void emit_fields(printer &out, const message &m, const landings &known)
 {
     table rows;
-    rows.add("| Field\t | Member\t | Kind\t | Wire type\t | Tag\t | Bit\t | Notes\t |");
-    rows.add("| ---:\t | ---\t | ---\t | ---:\t | ---\t | ---:\t | ---\t |");
+    const bool lands = known.has(m.name);
+    rows.add("| Field\t | Member\t | Kind\t | Wire type\t | Tag\t | Bit\t | Notes\t |{}", lands ? " Lands in\t |" : "");
+    rows.add("| ---:\t | ---\t | ---\t | ---:\t | ---\t | ---:\t | ---\t |{}", lands ? " ---\t |" : "");
     for (const field &f : m.fields)
-        rows.add("| {}\t | {}\t | {}\t | {}\t | {}\t | {}\t | {}\t |", f.number, members_cell(f), kind_cell(f, m.group),
-                 f.wire_type, tag_bytes(f), f.bit, notes_cell(f));
+        rows.add("| {}\t | {}\t | {}\t | {}\t | {}\t | {}\t | {}\t |{}", f.number, members_cell(f),
+                 kind_cell(f, m.group), f.wire_type, tag_bytes(f), f.bit, notes_cell(f),
+                 lands ? fmt::format(" {}\t |", landings_cell(known.of(m.name, f.name))) : "");
     out.block(rows);
 }
 
@@ -128,7 +173,7 @@ std::string size_text(const message &m)
     return "Of any size on the wire.";
 }
 
-void emit_facts(printer &out, const message &m)
+void emit_facts(printer &out, const message &m, const landings &known)
 {
     out.line("- Record {}, presence word {}. {}", code(record_type(m)), code(presence_type(m)), ownership(m));
     out.line("- {}", size_text(m));
@@ -136,6 +181,8 @@ void emit_facts(printer &out, const message &m)
         out.line("- Not assigned: {}.", unassigned_numbers(m));
     if (!m.holders.empty())
         out.line("- Held by {}.", links(m.holders, m.group));
+    if (!known.empty() && !known.has(m.name))
+        out.line("- No entry point converts it.");
 }
 
 void emit_operations(printer &out, const message &m)
@@ -157,15 +204,15 @@ void emit_text(printer &out, const std::vector<std::string> &lines)
         out.line();
 }
 
-void emit_message(printer &out, const message &m)
+void emit_message(printer &out, const message &m, const landings &known)
 {
     out.line();
     out.line("## {}", m.name);
     out.line();
     emit_text(out, m.comment);
-    emit_fields(out, m);
+    emit_fields(out, m, known);
     out.line();
-    emit_facts(out, m);
+    emit_facts(out, m, known);
     out.line();
     emit_operations(out, m);
 }
@@ -193,7 +240,7 @@ void emit_group_index(printer &out, const group &g)
 
 } // namespace
 
-std::string emit_manual(const group &source)
+std::string emit_manual(const group &source, const landings &known)
 {
     printer out;
     out.line("<!-- {} -->", generated_line(source));
@@ -204,15 +251,17 @@ std::string emit_manual(const group &source)
     out.line("C header: {}. Proto file: {}. The columns are explained in [README.md](README.md).",
              code(header_path(source.name)), code(proto_path(source.name)));
     for (const auto &m : source.messages)
-        emit_message(out, *m);
+        emit_message(out, *m, known);
     return out.take();
 }
 
-std::string emit_manual_index(const model &all)
+std::string emit_manual_index(const model &all, const landings &known)
 {
     printer out;
     out.line("<!-- {} -->", generated_line(all));
     out.raw(index_text);
+    if (!known.empty())
+        out.raw(landings_text);
     for (const auto &g : all.groups) {
         if (g->requested)
             emit_group_index(out, *g);

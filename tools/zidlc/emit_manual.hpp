@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "tools/zidlc/landings.hpp"
 #include "tools/zidlc/model.hpp"
 
 #include <string>
@@ -9,7 +10,8 @@
 namespace zidlc
 {
 
-std::string emit_manual(const group &source);
-std::string emit_manual_index(const model &all);
+// With landings each message has a column of them, or says that none of its fields lands anywhere.
+std::string emit_manual(const group &source, const landings &known);
+std::string emit_manual_index(const model &all, const landings &known);
 
 } // namespace zidlc

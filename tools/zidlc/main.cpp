@@ -4,6 +4,7 @@
 #include "tools/zidlc/artefacts.hpp"
 #include "tools/zidlc/build_model.hpp"
 #include "tools/zidlc/depfile.hpp"
+#include "tools/zidlc/landings.hpp"
 #include "tools/zidlc/loader.hpp"
 #include "tools/zidlc/output.hpp"
 
@@ -47,6 +48,7 @@ struct options {
     std::filesystem::path output_folder = ".";
     std::vector<std::string> only;
     std::filesystem::path depfile;
+    std::filesystem::path lands_in;
     bool check = false;
 
     std::set<artefact> wanted() const
@@ -81,6 +83,10 @@ void declare(CLI::App &app, options &chosen)
     app.add_option("--depfile", chosen.depfile,
                    "Write to FILE, as Make and Ninja read it, which schemas the generated files\n"
                    "come from; also -MD FILE, as compilers call it")
+        ->option_text("FILE");
+    app.add_option("--lands-in", chosen.lands_in,
+                   "Show in the manual where fields land, as FILE says: lines of message, field,\n"
+                   "way to it and landing with tabs between, behind a header line")
         ->option_text("FILE");
     app.add_flag("--check", chosen.check, "Write nothing; list the files that a run would change");
     app.add_option_function<std::string>("--color", set_color,
@@ -128,7 +134,8 @@ int compile(const options &chosen)
         all = build_model(files, errors);
     if (!errors.empty())
         return report(errors);
-    const std::vector<generated_file> generated = generate(all, chosen.wanted());
+    const landings known = chosen.lands_in.empty() ? landings() : landings::read_file(chosen.lands_in);
+    const std::vector<generated_file> generated = generate(all, chosen.wanted(), known);
     if (chosen.check)
         return report_stale(stale_files(generated, chosen.output_folder));
     write_changed(generated, chosen.output_folder);
