@@ -265,6 +265,8 @@ private:
     {
         if (is_base_)
             return base_.read(record);
+        if (base_.slots().empty())
+            return; // it was not delivered before
         const bool is_shaped_alike = base_.compare(
             record, 0, [&](size_t slot, std::span<const uint8_t> value) { note(static_cast<uint32_t>(slot), value); });
         if (!is_shaped_alike)
@@ -635,6 +637,8 @@ public:
     {
         const strengths &best = best_.at(of.slot);
         const strengths own = strengths_of(of);
+        if (of.seen.size() == 1 && is_followed_elsewhere(best, own))
+            return false;
         for (size_t bit = 0; bit < own.size(); ++bit) {
             if (own[bit] != 0 && own[bit] == best[bit])
                 return true;
@@ -644,6 +648,16 @@ public:
 
 private:
     using strengths = std::array<uint16_t, 64>; // how many contents each bit changes in
+
+    // Bits that are switched over together, of which some follow another value.
+    static bool is_followed_elsewhere(const strengths &best, const strengths &own)
+    {
+        for (size_t bit = 0; bit < own.size(); ++bit) {
+            if (own[bit] != 0 && own[bit] < best[bit])
+                return true;
+        }
+        return false;
+    }
 
     static strengths strengths_of(const touch &of)
     {
@@ -1049,6 +1063,28 @@ std::vector<measured_list> measure_lists(uint32_t code, bytes_view payload)
         lists.push_back(list);
     });
     return lists;
+}
+
+std::vector<field_path> deciding_presence(uint32_t code, bytes_view payload)
+{
+    std::vector<field_path> deciding;
+    const message_descriptor *const type = message_of_code(code);
+    if (type == nullptr)
+        return deciding;
+    const decoded msg(*type, payload);
+    message_prober probe(code, *type, msg.record());
+    if (probe.start())
+        return deciding;
+    walk({type, payload, msg.record(), false}, [&](const walk_event &event) {
+        if (event.part != walk_part::value || event.field->repeated || event.member == nullptr)
+            return;
+        const message_at in = {event.in->type, static_cast<uint8_t *>(event.in->record)};
+        in.set_present(*event.field, false);
+        if (!probe.look().decides)
+            deciding.push_back(path_of(event));
+        in.set_present(*event.field, true);
+    });
+    return deciding;
 }
 
 std::vector<fixed_field> fixed_fields(uint32_t code, bytes_view payload)

@@ -64,6 +64,9 @@ struct measured_list {
 };
 std::vector<measured_list> measure_lists(uint32_t code, bytes_view payload);
 
+// The fields of an update that is not delivered without which it would be: each of them alone keeps it back.
+std::vector<field_path> deciding_presence(uint32_t code, bytes_view payload);
+
 // What the bytes of an older form's payload are, all of them in their order. Those without a name are not used.
 struct fixed_field {
     const char *name;
