@@ -3,7 +3,6 @@
 #include "inspect/message_json.hpp"
 #include "inspect/message_text.hpp"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -16,9 +15,7 @@ using namespace rib_inspect;
 template <size_t size>
 void copy_cut(char (&to)[size], std::string_view text)
 {
-    const size_t len = std::min(text.size(), size - 1);
-    std::memcpy(to, text.data(), len);
-    to[len] = '\0';
+    to[text.copy(to, size - 1)] = '\0';
 }
 
 int32_t report(rib_conversion_error *error, int32_t status, std::string_view text, std::string_view path = {},

@@ -276,6 +276,16 @@ private:
         }
     }
 
+    // Reads on until what is unread has this byte; false: it ends before.
+    bool is_read(size_t at)
+    {
+        while (at >= input_.unread().size()) {
+            if (!input_.read_more())
+                return false;
+        }
+        return true;
+    }
+
     // An object; of anything else as much as its reader needs to refuse it.
     size_t value_len()
     {
@@ -284,7 +294,7 @@ private:
             return MAX_REFUSED;
         size_t depth = 0;
         bool is_in_string = false;
-        for (size_t at = 0; at < input_.unread().size() || input_.read_more(); ++at) {
+        for (size_t at = 0; is_read(at); ++at) {
             const char c = input_.unread()[at];
             if (is_in_string) {
                 at += c == '\\';
