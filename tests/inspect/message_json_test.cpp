@@ -197,6 +197,15 @@ TEST(message_json, a_partial_message_has_the_elements_up_to_the_one_that_fails)
                    R"("path":"keys[1].key_value_1","offset":8},"keys":[{"key_value_1":5},{"key_value_2":6}]})");
 }
 
+TEST(message_json, a_message_cut_inside_a_tag_counts_as_begun)
+{
+    const bytes message = {0x0a, 0x03, 0x08, 0x01, 0x80}; // address: family 1, and a tag without its end
+    std::string out;
+    ASSERT_TRUE(json_writer(type_named("rib_prefix")).append(out, message));
+    EXPECT_EQ(out, R"({"@partial":{"status":-1,"status_name":"ZIDL_ERR_MALFORMED","reason":"cut_off",)"
+                   R"("path":"address","offset":4},"address":{"family":1}})");
+}
+
 // ---- Reading ----
 
 TEST(message_json, names_in_lower_camel_case_are_read)
