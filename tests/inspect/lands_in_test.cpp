@@ -201,7 +201,9 @@ private:
     void hold(const guide_row &row, const std::string &member, size_t index)
     {
         bool is_found = false;
-        for (const auto &[name, from] : measured_) {
+        for (const auto &each : measured_) {
+            const std::string &name = each.first;
+            const std::set<std::string> &from = each.second;
             if (name != member && !name.starts_with(member + ".") && !name.starts_with(member + "["))
                 continue;
             is_found = true;
@@ -212,7 +214,7 @@ private:
                 row.named.empty() ||
                 (in_pairs ? from.contains(row.named[index])
                           : std::any_of(row.named.begin(), row.named.end(),
-                                        [&](const std::string &each) { return from.contains(each); }));
+                                        [&](const std::string &named) { return from.contains(named); }));
             EXPECT_TRUE(is_named) << name << " is not said to come from where it does";
         }
         EXPECT_NE(is_found, not_measured_.contains(member)) << member;
