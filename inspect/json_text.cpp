@@ -119,19 +119,6 @@ void append_escaped(std::string &out, char c)
     append_code(out, static_cast<uint8_t>(c));
 }
 
-// The code of a character that a terminal obeys instead of showing it: controls of two bytes, separators of lines, and those
-// that turn the direction of the text around them. 0 for others.
-uint32_t invisible_code(std::string_view character)
-{
-    const auto byte = [character](size_t at) { return static_cast<uint8_t>(character[at]); };
-    if (character.size() == 2 && byte(0) == 0xc2 && byte(1) < 0xa0)
-        return byte(1);
-    if (character.size() != 3 || byte(0) != 0xe2 || byte(1) > 0x81)
-        return 0;
-    const uint32_t code = 0x2000U | (byte(1) & 0x3fU) << 6 | (byte(2) & 0x3fU);
-    return (code >= 0x2028 && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069) ? code : 0;
-}
-
 void append_character(std::string &out, std::string_view character)
 {
     if (character.size() == 1)
@@ -208,6 +195,20 @@ void append_quoted_hex(std::string &out, std::span<const uint8_t> bytes)
         *to++ = HEX_DIGITS[byte & 15];
     }
     *to = '"';
+}
+
+uint32_t invisible_code(std::string_view text)
+{
+    const auto byte = [text](size_t at) { return at < text.size() ? static_cast<uint8_t>(text[at]) : 0U; };
+    if (byte(0) == 0xc2 || byte(0) == 0xd8) {
+        const uint32_t code = (byte(0) & 0x1fU) << 6 | (byte(1) & 0x3fU);
+        return code < 0xa0 || code == 0x061c ? code : 0;
+    }
+    if (byte(0) != 0xe2 || byte(1) > 0x81)
+        return 0;
+    const uint32_t code = 0x2000U | (byte(1) & 0x3fU) << 6 | (byte(2) & 0x3fU);
+    const bool is_mark = code == 0x200e || code == 0x200f;
+    return is_mark || (code >= 0x2028 && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069) ? code : 0;
 }
 
 size_t first_invalid_utf8(std::string_view text)

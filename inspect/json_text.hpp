@@ -46,6 +46,10 @@ void append_string(std::string &out, std::string_view text);
 void append_base64(std::string &out, std::span<const uint8_t> bytes);
 void append_quoted_hex(std::string &out, std::span<const uint8_t> bytes);
 
+// The code of the character of more than one byte that the text, which is UTF-8, begins with, if a terminal obeys it instead of
+// showing it: controls of two bytes, separators of lines, and those that turn the direction of the text around them. 0 for others.
+uint32_t invisible_code(std::string_view text);
+
 // Where the first byte stands that does not belong to well-formed UTF-8 (no surrogates, no overlong forms, nothing above
 // U+10FFFF); npos when there is none.
 size_t first_invalid_utf8(std::string_view text);

@@ -24,16 +24,11 @@ bool is_printable_ascii(uint8_t byte)
     return byte >= ' ' && byte < 0x7f;
 }
 
-// Bytes of a character that a terminal obeys instead of showing it: controls of two bytes, and those that turn the
-// direction of the text around them.
+// Bytes of a character that a terminal obeys instead of showing it.
 size_t invisible_character(std::string_view text)
 {
-    const auto byte = [&](size_t i) { return i < text.size() ? static_cast<uint8_t>(text[i]) : 0; };
-    if (byte(0) == 0xc2 && byte(1) < 0xa0)
-        return 2;
-    const bool turns = (byte(1) == 0x80 && byte(2) >= 0xa8 && byte(2) <= 0xae) ||
-                       (byte(1) == 0x81 && byte(2) >= 0xa6 && byte(2) <= 0xa9);
-    return byte(0) == 0xe2 && turns ? 3 : 0;
+    const uint32_t code = invisible_code(text);
+    return code == 0 ? 0 : code < 0x800 ? 2 : 3;
 }
 
 void append_escape(std::string &out, char character)

@@ -110,6 +110,9 @@ TEST(message_json, characters_that_a_terminal_obeys_are_escaped)
         "ip_rib_proto_update",
         {0x22, 0x0a, 0xc2, 0x9b, 0xe2, 0x80, 0xae, 0xe2, 0x81, 0xa9, 0xc2, 0xa0}, // the last one is a blank
         "{\"proto_name\":\"\\u009b\\u202e\\u2069\xc2\xa0\"}");
+    expect_both_ways( // marks of the direction, as invisible as what turns it
+        "ip_rib_proto_update", {0x22, 0x08, 0xd8, 0x9c, 0xe2, 0x80, 0x8e, 0xe2, 0x80, 0x8f},
+        "{\"proto_name\":\"\\u061c\\u200e\\u200f\"}");
 }
 
 TEST(message_json, what_is_zero_or_empty_is_shown_when_present_and_nothing_when_absent)

@@ -141,6 +141,8 @@ TEST(message_text, escapes_what_does_not_show_itself)
     EXPECT_EQ(name("\xe2\x80\xae"
                    "a"),
               "proto_name: \"\\xe2\\x80\\xaea\"\n"); // turns the line around
+    EXPECT_EQ(name("\xd8\x9c\xe2\x80\x8f"),
+              "proto_name: \"\\xd8\\x9c\\xe2\\x80\\x8f\"\n"); // marks of the direction
     EXPECT_EQ(name("\xc3\xa4\xe2\x82\xac"), "proto_name: \"\xc3\xa4\xe2\x82\xac\"\n");
     EXPECT_EQ(name("\xc3\xa4\xff"), "proto_name: \"\\xc3\\xa4\\xff\"\n"); // no UTF-8
 }
