@@ -46,6 +46,9 @@ TEST(terminal_text, columns_count_characters_and_no_colours)
     EXPECT_EQ(columns("Zürich"), 6u);
     EXPECT_EQ(columns("\x1b[1;31mred\x1b[0m"), 3u);
     EXPECT_EQ(columns("\xff\xff"), 2u);
+    EXPECT_EQ(columns("\xe6\x9d\xb1\xe4\xba\xac"), 4u); // Tokyo
+    EXPECT_EQ(columns("\xf0\x9f\x8c\x8d"), 2u);         // the Earth
+    EXPECT_EQ(columns("u\xcc\x88"), 1u);                // a diaeresis of its own
 }
 
 TEST(terminal_text, a_line_is_cut_to_its_columns_with_an_ellipsis)
@@ -54,7 +57,8 @@ TEST(terminal_text, a_line_is_cut_to_its_columns_with_an_ellipsis)
     EXPECT_EQ(fitted("abcdef", 5), "abcd…");
     EXPECT_EQ(fitted("äöüabc", 4), "äöü…");
     EXPECT_EQ(fitted("abcdef", 1), "…");
-    EXPECT_EQ(fitted("abcdef", 0), "abcdef"); // no terminal
+    EXPECT_EQ(fitted("abcdef", 0), "abcdef");                           // no terminal
+    EXPECT_EQ(fitted("\xe6\x9d\xb1\xe4\xba\xac!", 4), "\xe6\x9d\xb1…"); // the second character does not fit
 }
 
 TEST(terminal_text, a_cut_line_leaves_no_colour_behind)

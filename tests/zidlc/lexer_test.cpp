@@ -225,6 +225,15 @@ TEST(zidlc_diagnostics, send_no_control_character_to_the_terminal)
                                 "    ^~\n");
 }
 
+TEST(zidlc_diagnostics, send_no_character_beyond_ascii_that_a_terminal_obeys)
+{
+    const lexed in("$ # \xc2\x9b"                // a control of two bytes
+                   "2J\xe2\x80\xae\tz\xc3\xbc"); // turns the direction of the text
+    EXPECT_EQ(in.errors.text(), "a.zidl:1:1: error: unexpected character '$'\n"
+                                "$ # ?2J?\tz\xc3\xbc\n"
+                                "^\n");
+}
+
 TEST(zidlc_diagnostics, cite_the_start_of_a_long_word)
 {
     const lexed in("1" + std::string(1000000, 'x'));

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <unistd.h>
 
 namespace terminal
@@ -172,15 +173,63 @@ bool commands_terminals(char32_t code)
     return is_control || is_line_end || turns_writing;
 }
 
+struct code_range {
+    char32_t first, last;
+};
+
+// Written onto the character before them: accents, joiners, variants.
+constexpr code_range WITHOUT_WIDTH[] = {
+    {0x0300, 0x036f}, {0x1ab0, 0x1aff}, {0x1dc0, 0x1dff}, {0x200b, 0x200d},
+    {0x20d0, 0x20ff}, {0xfe00, 0xfe0f}, {0xfe20, 0xfe2f},
+};
+
+// The scripts of East Asia, their full-width forms, and pictures.
+constexpr code_range OF_TWO_COLUMNS[] = {
+    {0x1100, 0x115f},   {0x2e80, 0x303e},   {0x3041, 0xa4cf},   {0xa960, 0xa97f}, {0xac00, 0xd7a3},
+    {0xf900, 0xfaff},   {0xfe30, 0xfe6f},   {0xff01, 0xff60},   {0xffe0, 0xffe6}, {0x1f300, 0x1f64f},
+    {0x1f680, 0x1f6ff}, {0x1f900, 0x1f9ff}, {0x20000, 0x3fffd},
+};
+
+template <std::size_t count>
+bool is_in(const code_range (&ranges)[count], char32_t code)
+{
+    return std::any_of(std::begin(ranges), std::end(ranges),
+                       [code](const code_range &range) { return code >= range.first && code <= range.last; });
+}
+
+std::size_t columns_of(char32_t code)
+{
+    if (code < WITHOUT_WIDTH[0].first)
+        return 1;
+    if (is_in(WITHOUT_WIDTH, code))
+        return 0;
+    return is_in(OF_TWO_COLUMNS, code) ? 2 : 1;
+}
+
+// What the text, which is not empty, starts with: a colour, a character or a byte that is none.
+struct piece {
+    std::size_t len;
+    std::size_t columns;
+    bool is_color;
+};
+
+piece first_piece(std::string_view text)
+{
+    if (const std::size_t color = color_len(text); color != 0)
+        return {color, 0, true};
+    const character first = first_character(text);
+    return first.len == 0 ? piece{1, 1, false} : piece{first.len, columns_of(first.code), false};
+}
+
 } // namespace
 
 std::size_t columns(std::string_view text)
 {
     std::size_t count = 0;
     while (!text.empty()) {
-        const std::size_t color = color_len(text);
-        count += color == 0;
-        text.remove_prefix(color != 0 ? color : std::max<std::size_t>(1, first_character(text).len));
+        const piece first = first_piece(text);
+        count += first.columns;
+        text.remove_prefix(first.len);
     }
     return count;
 }
@@ -191,13 +240,14 @@ std::string fitted(std::string_view text, std::size_t columns)
         return std::string(text);
     std::string cut;
     bool is_colored = false;
-    for (std::size_t shown = 0; shown + 1 < columns;) {
-        const std::size_t color = color_len(text);
-        const std::size_t len = color != 0 ? color : std::max<std::size_t>(1, first_character(text).len);
-        is_colored |= color != 0;
-        shown += color == 0;
-        cut += text.substr(0, len);
-        text.remove_prefix(len);
+    for (std::size_t shown = 0;;) {
+        const piece next = first_piece(text);
+        shown += next.columns;
+        if (shown >= columns)
+            break;
+        is_colored |= next.is_color;
+        cut += text.substr(0, next.len);
+        text.remove_prefix(next.len);
     }
     cut += "…";
     if (is_colored)
@@ -220,6 +270,19 @@ std::string visible(std::string_view text)
         else
             shown += fmt::format("\\u{:04x}", static_cast<uint32_t>(first.code));
         text.remove_prefix(std::max<std::size_t>(1, first.len));
+    }
+    return shown;
+}
+
+std::string masked(std::string_view text)
+{
+    std::string shown;
+    while (!text.empty()) {
+        const character first = first_character(text);
+        const std::string_view bytes = text.substr(0, std::max<std::size_t>(1, first.len));
+        const bool is_obeyed = first.len != 0 && first.code != '\t' && commands_terminals(first.code);
+        shown += is_obeyed ? "?" : bytes;
+        text.remove_prefix(bytes.size());
     }
     return shown;
 }

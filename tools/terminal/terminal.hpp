@@ -50,7 +50,7 @@ bool is_dumb(); // TERM says so: no colours, no line is drawn twice
 // Columns of a terminal (the variable COLUMNS, where it is a number, else what the terminal says); 0 for anything else.
 std::size_t width(std::FILE *stream);
 
-// Columns that a text takes. Colours take none, each character of UTF-8 takes one.
+// Columns that a text takes. Colours and accents take none, characters of East Asia and pictures two, all others one.
 std::size_t columns(std::string_view text);
 
 // The text cut to as many columns, the last of them an ellipsis where something is missing, and colours switched off at the end. 0
@@ -62,6 +62,9 @@ std::string fitted(std::string_view text, std::size_t columns);
 // Text for a person: bytes that a terminal would obey (control characters of both sets, changes of the writing direction) and bytes
 // that are no UTF-8 as \x1b or \u202e, all others as they are.
 std::string visible(std::string_view text);
+
+// The same text with a ? in place of each character that a terminal would obey but tabs, for a caret below it: as many characters.
+std::string masked(std::string_view text);
 
 // visible() where the stream is a terminal, else the text as it is, which programs read.
 std::string shown_on(std::FILE *stream, std::string_view text);

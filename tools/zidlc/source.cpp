@@ -42,17 +42,6 @@ std::string_view end_of(std::string_view text, std::size_t most)
     return text.substr(start);
 }
 
-// Control characters would do something to the terminal.
-std::string printable(std::string_view text)
-{
-    std::string shown(text);
-    for (char &c : shown) {
-        if ((static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7f)
-            c = '?';
-    }
-    return shown;
-}
-
 // A line without its end, whichever end it has.
 std::string_view line_around(std::string_view text, std::size_t offset)
 {
@@ -93,10 +82,11 @@ std::string described(const place &where, const terminal::painter &paint, termin
     const bool is_cut = before.size() + shown_place.size() + shown_behind.size() < line.size();
     const std::size_t width = std::max<std::size_t>(text_width(shown_place), 1);
     const std::string place_text =
-        fmt::format("{}:{}:{}:", printable(where.file->path), line_number, text_width(before) + 1);
+        fmt::format("{}:{}:{}:", terminal::masked(where.file->path), line_number, text_width(before) + 1);
     return fmt::format("{} {} {}\n{}{}{}{}\n{}{}\n", paint(terminal::style::bold, place_text),
-                       paint(tone, fmt::format("{}:", severity)), printable(message), printable(start),
-                       printable(shown_place), printable(shown_behind), is_cut ? left_out : "", blanks_below(start),
+                       paint(tone, fmt::format("{}:", severity)), terminal::masked(message), terminal::masked(start),
+                       terminal::masked(shown_place), terminal::masked(shown_behind), is_cut ? left_out : "",
+                       blanks_below(start),
                        paint(terminal::style::green, fmt::format("^{}", std::string(width - 1, '~'))));
 }
 
