@@ -177,7 +177,8 @@ TEST_F(decode_encode, a_code_has_one_type)
                    "--code: the payload of updates of type code 51 is a rib_route, no rib_prefix", 2);
     expect_failure(ribtool({"decode", "rib_route", "-", "--code", "3"}),
                    "--code: no message is the payload of updates of type code 3", 2);
-    EXPECT_EQ(ribtool({"decode", "rib_route", "-", "--code", "65536"}).exit_code, 2);
+    expect_failure(ribtool({"decode", "rib_route", "-", "--code", "65536"}),
+                   "--code: \"65536\" is not a type code from 0 to 65535 (see ribtool --help)", 2);
     EXPECT_EQ(ribtool({"decode", "rib_route", "-", "--code", "51", "--delimited"}).exit_code, 2);
 }
 

@@ -31,6 +31,19 @@ CLI::Validator whole_number(uint64_t least)
         "");
 }
 
+CLI::Validator type_code()
+{
+    return CLI::Validator(
+        [](std::string &text) {
+            uint16_t value = 0;
+            const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+            if (result.ec == std::errc() && result.ptr == text.data() + text.size())
+                return std::string();
+            return fmt::format("\"{}\" is not a type code from 0 to {}", text, UINT16_MAX);
+        },
+        "");
+}
+
 void add_color(CLI::App &line)
 {
     using enum terminal::color_when;

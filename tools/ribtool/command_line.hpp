@@ -29,6 +29,9 @@ std::string enumerated(const std::vector<std::string> &names, std::string_view l
 // Left to itself the parser takes "-1" for the largest number.
 CLI::Validator whole_number(uint64_t least);
 
+// The type code of an update.
+CLI::Validator type_code();
+
 // An option that takes one of a few names, each of which stands for a value that `take` gets.
 template <class Value, class Take>
 CLI::Option *add_choice(CLI::App &line, const std::string &option, std::map<std::string, Value> choices, Take take,

@@ -189,6 +189,7 @@ void add_conversion(CLI::App &line, message_conversion &conversion)
             "--code", conversion.code,
             "Bin is a capture: the payloads of its updates of this type code. The other formats as with --delimited")
         ->option_text("CODE")
+        ->check(type_code())
         ->excludes(delimited);
     add_format(line, conversion.capture);
     add_limit(line, conversion.limit, "messages");

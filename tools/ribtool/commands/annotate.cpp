@@ -231,7 +231,7 @@ command add_annotate(CLI::App &app)
         ->required();
     CLI::Option *code = line->add_option("--code", options->code, "The payload is that of an update of this type code")
                             ->option_text("CODE")
-                            ->check(CLI::Range(uint32_t{0}, UINT32_MAX));
+                            ->check(type_code());
     CLI::Option *message = line->add_option("--message", options->message, "The payload is a message")
                                ->option_text("TYPE")
                                ->excludes(code);

@@ -201,7 +201,7 @@ void add_one_payload(CLI::App &line, explain_options &options)
 {
     CLI::Option *code = line.add_option("--code", options.code, "With --from: the type code of the payload")
                             ->option_text("CODE")
-                            ->check(CLI::Range(uint32_t{0}, UINT32_MAX));
+                            ->check(type_code());
     CLI::Option *from = add_choice<payload_format>(
                             line, "--from", {{"bin", payload_format::bin}, {"hex", payload_format::hex}},
                             [&options](payload_format format) { options.from = format; },

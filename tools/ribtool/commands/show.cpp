@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <memory>
 #include <set>
@@ -301,19 +300,12 @@ exit_code run(const show_options &options)
 
 void add_codes(CLI::App &line, std::set<uint16_t> &codes)
 {
-    const auto add = [&codes](const std::vector<std::string> &texts) {
-        for (const std::string &text : texts) {
-            uint16_t code = 0;
-            const auto read = std::from_chars(text.data(), text.data() + text.size(), code);
-            if (read.ec != std::errc() || read.ptr != text.data() + text.size())
-                throw CLI::ValidationError("--code", fmt::format("\"{}\" is not a type code from 0 to 65535", text));
-            codes.insert(code);
-        }
-    };
-    line.add_option_function<std::vector<std::string>>("--code", add,
-                                                       "Only updates of these type codes; 0 is a delimiter")
+    line.add_option_function<std::vector<uint16_t>>(
+            "--code", [&codes](const std::vector<uint16_t> &given) { codes.insert(given.begin(), given.end()); },
+            "Only updates of these type codes; 0 is a delimiter")
         ->option_text("CODE,...")
         ->delimiter(',')
+        ->check(type_code())
         ->allow_extra_args(false);
 }
 
