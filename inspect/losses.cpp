@@ -34,10 +34,7 @@ const uint8_t *element_zero(const walk_event &event)
 class exit_finder
 {
 public:
-    exit_finder(const noted_message &msg, const note &exit) : exit_(exit)
-    {
-        enter(msg.record, *msg.type, {}, 0);
-    }
+    exit_finder(const noted_message &msg, const note &exit) : exit_(exit) { enter(msg.record, *msg.type, {}, 0); }
 
     void operator()(const walk_event &event)
     {
