@@ -107,6 +107,14 @@ TEST_F(decode_encode, an_empty_file_is_an_empty_message)
     EXPECT_EQ(ribtool({"decode", "rib_prefix", "-"}, "").out, "{}\n");
 }
 
+TEST_F(decode_encode, json_of_a_pipe_may_come_in_any_pieces)
+{
+    const run_result result = run(
+        "bash", {"-c", R"({ printf '{"proto_name":"a\\'; sleep 0.1; printf n; sleep 0.1; printf '"}{}'; } | )" RIBTOOL
+                       " encode ip_rib_proto_update - --delimited --to hex"});
+    EXPECT_EQ(result.out, "2202610a\n\n") << result.err; // a and a line feed; an empty message
+}
+
 TEST_F(decode_encode, json_values_of_a_stream_need_no_lines)
 {
     const run_result result = ribtool({"encode", "rib_prefix", "-", "--delimited", "--to", "hex"},
