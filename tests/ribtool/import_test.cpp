@@ -274,14 +274,14 @@ TEST_F(import_table, lines_of_a_packed_table_are_counted_too)
     EXPECT_EQ(complaint(packed(TABLE + "odd\n")), ":5: 1 columns, expected 14\n");
 }
 
-TEST_F(import_table, a_damaged_packed_table_is_named)
+TEST_F(import_table, a_damaged_packed_table_is_named_with_the_line_that_cannot_be_read)
 {
     std::string cut = packed(TABLE);
     cut.resize(cut.size() - 20);
-    EXPECT_EQ(complaint(cut), ": cannot unpack: truncated\n");
+    EXPECT_EQ(complaint(cut), ":5: cannot unpack: truncated\n"); // only the end of the archive is missing
     std::string damaged = packed(TABLE);
     damaged[40] = static_cast<char>(damaged[40] ^ 0x10);
-    EXPECT_EQ(complaint(damaged), ": cannot unpack: damaged\n");
+    EXPECT_EQ(complaint(damaged), ":1: cannot unpack: damaged\n");
 }
 
 TEST_F(import_table, a_route_that_no_frame_can_hold_is_located)

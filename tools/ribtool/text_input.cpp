@@ -28,7 +28,7 @@ bool text_input::read_more()
     const size_t got = input_.read({reinterpret_cast<uint8_t *>(buffer_.data()) + old_len, BLOCK_LEN});
     buffer_.resize(old_len + got);
     if (got == 0 && input_.error())
-        fail(input_.error()->code, "{}: {}", input_.name(), input_.error()->text);
+        fail(input_.error()->code, "{}:{}: {}", input_.name(), line_number_ + 1, input_.error()->text);
     return got > 0;
 }
 
