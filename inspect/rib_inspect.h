@@ -88,10 +88,11 @@ typedef struct rib_explanation {
     enum rib_reason reason; /* delivered: none, or lenient_end */
     uint32_t tlv_type;      /* the update's code; 0 of a bare message that has none */
     const char *message;    /* its type ("rib_route"); null for the older forms and for unknown codes */
-    int64_t status; /* the decoder's, where that failed (ZIDL_ERR_), else a zerrno; 0 is ZIDL_OK and ZERRNO_OK */
+    int64_t status; /* the decoder's, where that failed (ZIDL_ERR_), else a zerrno; 0 is ZIDL_OK and ZERRNO_OK, and of a
+                     * stopped or refused update */
     const char *status_name; /* "ZIDL_ERR_MALFORMED"; "OK" for 0 */
     const char *path;        /* of the field that the reason is about; null when it is about none */
-    size_t offset; /* of its value, in bytes from the payload's first; of a missing one, of what should hold it */
+    size_t offset; /* of its value, in bytes from the payload's first; of a missing field or a list, of what holds it */
     const rib_loss *losses; /* of a delivered update, in the order of the payload; a dropped one is lost as a whole */
     size_t loss_count;
     rib_assertion assertion;

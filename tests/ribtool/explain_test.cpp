@@ -208,6 +208,30 @@ TEST_F(explain, a_value_that_is_lost_as_a_whole_has_nothing_kept)
               "\n");
 }
 
+TEST_F(explain, an_unknown_field_is_called_by_its_number)
+{
+    const bytes payload = {
+        0x9a, 0x06, 0x00,             // 99, which is unknown, no bytes
+        0xd2, 0x01, 0x03,             // 26 paths[0], 3 bytes
+        0xb8, 0x02, 0x2a,             //   39, which is unknown, = 42
+        0x9a, 0x06, 0x00, 0x9a, 0x06, // 99, twice
+        0x01, 0x07,                   //   one byte
+    };
+    EXPECT_EQ(explained({frame(51, payload)}).out,
+              "frame 1: route (code 51, 16 bytes) is delivered, with 4 losses\n"
+              "    field 99, which is empty, does not reach the client. The schema has no field of this number: it\n"
+              "      is skipped (unknown_field, byte 3).\n"
+              "    field 39 of paths[0], which is 42, does not reach the client. The schema has no field of this\n"
+              "      number: it is skipped (unknown_field, byte 8).\n"
+              "    field 99, which is empty, and 1 more value of field 99 do not reach the client. The schema has\n"
+              "      no field of this number: it is skipped (unknown_field, byte 12).\n");
+    const bytes undecodable = {0x9b, 0x06}; // 99 with wire type 3
+    EXPECT_EQ(explained({frame(51, undecodable)}).out,
+              "frame 1: route (code 51, 2 bytes) is dropped: the client never sees it\n"
+              "    An unknown field has a wire type that cannot be skipped (unknown_wire_type): field 99, byte 0.\n"
+              "      The decoder ends with ZIDL_ERR_WIRE_TYPE.\n");
+}
+
 // ---- Which updates ----
 
 TEST_F(explain, frames_are_numbered_with_delimiters_and_each_comes_once)

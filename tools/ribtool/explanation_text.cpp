@@ -67,7 +67,20 @@ std::string sentence(std::string_view text)
 std::string shortened(const char *value)
 {
     std::string_view text(value);
+    if (text.empty())
+        return "empty";
     return text.size() <= SHOWN_VALUE_LEN ? std::string(text) : fmt::format("{}...", text.substr(0, SHOWN_VALUE_LEN));
+}
+
+// A path in a sentence: an unknown field has but a number.
+std::string called(std::string_view path)
+{
+    const size_t dot = path.rfind('.');
+    const std::string_view last = path.substr(dot == std::string_view::npos ? 0 : dot + 1);
+    if (std::isdigit(static_cast<unsigned char>(last.front())) == 0)
+        return std::string(path);
+    return fmt::format("field{}{}{}", NO_BREAK, last,
+                       last.size() == path.size() ? "" : fmt::format(" of {}", path.substr(0, dot)));
 }
 
 // ---- The first line ----
@@ -143,7 +156,7 @@ std::string place_of(const rib_explanation &explanation)
 {
     std::string place;
     if (explanation.path != nullptr)
-        place = fmt::format(": {}", explanation.path);
+        place = fmt::format(": {}", called(explanation.path));
     if (explanation.offset != RIB_NO_OFFSET)
         place += fmt::format("{} byte{}{}", place.empty() ? ":" : ",", NO_BREAK, explanation.offset);
     return place;
@@ -223,16 +236,17 @@ void append_group(std::string &out, std::span<const rib_loss> group, size_t colu
 {
     const rib_loss &first = group.front();
     const std::string value = shortened(first.value);
+    const std::string name = called(first.path);
     std::string text;
     if (first.kept != nullptr)
-        text = fmt::format("{} is {}; the client sees {}.", first.path, value, shortened(first.kept));
+        text = fmt::format("{} is {}; the client sees {}.", name, value, shortened(first.kept));
     else if (group.size() == 1)
-        text = fmt::format("{}, which is {}, does not reach the client.", first.path, value);
+        text = fmt::format("{}, which is {}, does not reach the client.", name, value);
     else
-        text = fmt::format("{}, which is {}, and {} {} {} do not reach the client.", first.path, value,
+        text = fmt::format("{}, which is {}, and {} {} {} do not reach the client.", name, value,
                            counted(group.size() - 1, "more value", "more values"),
                            holder_of(first.path) == holder_of(group.back().path) ? "of" : "up to",
-                           holder_of(group.back().path));
+                           called(holder_of(group.back().path)));
     text += fmt::format(" {} ({}", sentence(rib_reason_text(first.reason)), rib_reason_name(first.reason));
     if (first.offset != RIB_NO_OFFSET)
         text += fmt::format(", byte{}{}", NO_BREAK, first.offset);
