@@ -277,7 +277,7 @@ TEST_F(decode_encode, a_cut_stream_is_read_up_to_the_cut)
     expect_failure(decoded({0x80}), "standard input: message 1 at byte 0: truncated inside the length");
     expect_failure(
         decoded({0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x01}),
-        "standard input: message 1 at byte 0: truncated: its length promises 18446744073709551615 bytes, 0 are left");
+        "standard input: message 1 at byte 0: its length promises 18446744073709551615 bytes, more than 256 MiB");
     expect_failure(decoded(bytes(11, 0x80)), "standard input: message 1 at byte 0: its length has more than 10 bytes: "
                                              "not a stream of messages behind their lengths");
     const run_result capture =

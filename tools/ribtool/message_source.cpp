@@ -172,6 +172,10 @@ public:
         const std::optional<uint64_t> len = read_length();
         if (!len)
             return false;
+        if (*len > MAX_LEN) {
+            damage_ = fmt::format("its length promises {} bytes, more than {} MiB", *len, MAX_LEN >> 20);
+            return false;
+        }
         while (input_.unread().size() < *len && input_.read_more()) {}
         if (input_.unread().size() < *len) {
             damage_ = fmt::format("truncated: its length promises {} bytes, {} are left", *len, input_.unread().size());
@@ -182,11 +186,14 @@ public:
     }
 
 private:
+    // Of a message: a damaged length must not bring all that follows into memory.
+    static constexpr uint64_t MAX_LEN = uint64_t{1} << 28;
+
     std::optional<uint64_t> read_length()
     {
-        constexpr size_t MAX_LEN = 10;
+        constexpr size_t MAX_VARINT_LEN = 10;
         uint64_t value = 0;
-        for (size_t i = 0; i < MAX_LEN; ++i) {
+        for (size_t i = 0; i < MAX_VARINT_LEN; ++i) {
             if (input_.unread().size() == i && !input_.read_more()) {
                 damage_ = "truncated inside the length";
                 return std::nullopt;
