@@ -261,6 +261,8 @@ private:
         const size_t own_room = rooms >> 32;
         const size_t room = static_cast<uint32_t>(rooms);
         const char *const text = load<const char *>(event.member);
+        if (text == nullptr) // of a nested message that a later one replaces
+            return {kept_value::nothing, 0, RIB_REASON_replaced};
         const size_t len = std::strlen(text);
         if (len >= room || len < event.value)
             return {kept_value::text, std::min(len, own_room < room ? own_room : room - 1), RIB_REASON_name_cut};

@@ -105,6 +105,16 @@ TEST(explain_outcome, text_of_a_bare_message_ends_at_its_first_nul)
     EXPECT_EQ(losses(*why), std::vector<std::string>{"name_cut name +2 a\\x00b -> a"});
 }
 
+TEST(explain_outcome, text_of_a_replaced_message_is_lost_as_a_whole)
+{
+    const auto why = explain_message("ip_rib_srv6_sid_ctx", {
+                                                                0x1A, 0x03,      // 3 e_ctx, 3 bytes
+                                                                0x1A, 0x01, 'a', //   3 name_3
+                                                                0x1A, 0x00,      // 3 e_ctx, empty
+                                                            });
+    EXPECT_EQ(losses(*why), std::vector<std::string>{"replaced e_ctx.name_3 +4 a -> (none)"});
+}
+
 TEST(explain_outcome, unknown_message_is_an_error)
 {
     rib_explanation *out = nullptr;
