@@ -294,7 +294,7 @@ TEST_F(synth, a_stream_can_go_through_a_pipe)
     EXPECT_EQ(made.exit_code, 0);
     const run_result replayed = ribtool({"replay", "-", "--no-json"}, made.out);
     EXPECT_EQ(replayed.exit_code, 0);
-    EXPECT_EQ(replayed.err.substr(0, replayed.err.find('\n')), "-: pcap, 50 updates");
+    EXPECT_EQ(replayed.err.substr(0, replayed.err.find('\n')), "standard input: pcap, 50 updates");
     EXPECT_NE(ribtool({"synth", "--updates", "50", "--format", "raw", "-o", "-"}).out, made.out);
 }
 

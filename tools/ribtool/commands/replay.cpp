@@ -218,7 +218,7 @@ exit_code run(const replay_options &options)
         complain_of_code(reader, *unknown_code);
         result = EXIT_MALFORMED;
     }
-    summary.print(options.input, reader.format(), updates);
+    summary.print(reader.name(), reader.format(), updates);
     return result;
 }
 
