@@ -6,7 +6,8 @@
  *     if (!was_delivered) {                                // the callback has not run
  *         rib_explanation *why;
  *         if (rib_explain_update(&update, NULL, &why) == ZIDL_OK) {
- *             log("%s: %s at %s\n", rib_outcome_name(why->outcome), rib_reason_text(why->reason), why->path);
+ *             log("%s: %s at %s\n", rib_outcome_name(why->outcome), rib_reason_text(why->reason),
+ *                 why->path != NULL ? why->path : "the whole");
  *             rib_explanation_free(why);
  *         }
  *     }
