@@ -4,6 +4,7 @@
  * state, and may be called from any thread; nothing that they do is seen by the library itself.
  *
  *     if (!was_delivered) {                                // the callback has not run
+ *         update.stripped = 1;                             // the entry point took the frame off
  *         rib_explanation *why;
  *         if (rib_explain_update(&update, NULL, &why) == ZIDL_OK) {
  *             log("%s: %s at %s\n", rib_outcome_name(why->outcome), rib_reason_text(why->reason),
