@@ -4,12 +4,12 @@
 
 #pragma once
 
+#include "inspect/load_store.hpp"
 #include "ip/rib/lib/src/rib_lib.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -295,14 +295,6 @@ private:
             return either(RIB_SOCKET_FAMILY_IPV4, RIB_SOCKET_FAMILY_IPV6);
         }
         return address_family::unknown;
-    }
-
-    template <class Number>
-    static Number load(const uint8_t *at)
-    {
-        Number number;
-        std::memcpy(&number, at, sizeof number);
-        return number;
     }
 
     static const uint8_t *pointer(const uint8_t *at) { return load<const uint8_t *>(at); }

@@ -1,4 +1,5 @@
 #include "inspect/json_text.hpp"
+#include "inspect/load_store.hpp"
 #include "inspect/message_json.hpp"
 #include "inspect/message_json_names.hpp"
 
@@ -163,12 +164,6 @@ number_range range_of(kind type)
     default:
         return {UINT32_MAX, 0};
     }
-}
-
-template <class T>
-void store(void *to, T value)
-{
-    std::memcpy(to, &value, sizeof value);
 }
 
 // Reads one message's JSON into a record. Problems are thrown.
@@ -362,9 +357,7 @@ private:
     template <class Word>
     static void set_bit(uint8_t *at, unsigned bit)
     {
-        Word word;
-        std::memcpy(&word, at, sizeof word);
-        store(at, static_cast<Word>(word | Word{1} << bit));
+        store(at, static_cast<Word>(load<Word>(at) | Word{1} << bit));
     }
 
     // False for the empty array, which is an absent member.

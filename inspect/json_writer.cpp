@@ -1,4 +1,5 @@
 #include "inspect/json_text.hpp"
+#include "inspect/load_store.hpp"
 #include "inspect/message_json.hpp"
 #include "inspect/message_json_names.hpp"
 
@@ -13,14 +14,6 @@ using zidl::kind;
 
 namespace
 {
-
-template <class T>
-T load(const void *at)
-{
-    T value;
-    std::memcpy(&value, at, sizeof value);
-    return value;
-}
 
 std::string_view text_at(const void *member)
 {

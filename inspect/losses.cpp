@@ -1,6 +1,7 @@
 #include "inspect/losses.hpp"
 
 #include "inspect/hex.hpp"
+#include "inspect/load_store.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -15,14 +16,6 @@ using zidl::kind;
 
 namespace
 {
-
-template <class T>
-T load(const void *at)
-{
-    T value;
-    std::memcpy(&value, at, sizeof value);
-    return value;
-}
 
 const uint8_t *element_zero(const walk_event &event)
 {

@@ -1,6 +1,6 @@
 #include "inspect/walk.hpp"
 
-#include <cstring>
+#include "inspect/load_store.hpp"
 
 namespace rib_inspect
 {
@@ -14,14 +14,6 @@ namespace
 
 // More than any message has fields; a test goes through all of them.
 constexpr uint32_t max_fields = 64;
-
-template <class T>
-T load(const void *at)
-{
-    T value;
-    std::memcpy(&value, at, sizeof value);
-    return value;
-}
 
 // Null where the record has no such element.
 void *member_of(const open_message &in, const field_descriptor &field, uint32_t index)
