@@ -186,6 +186,23 @@ TEST_F(conventions, a_packed_capture_that_is_cut_is_read_up_to_there)
 
 // ---- Terminals ----
 
+TEST_F(conventions, no_progress_bar_stands_between_lines_on_a_terminal)
+{
+    bytes most;
+    while (most.size() < 63 * PROTO_UPDATE.size())
+        most = joined({most, PROTO_UPDATE});
+    write("most", most);
+    write("last", PROTO_UPDATE);
+    const auto has_bar = [&](const std::string &pause, const std::string &command) {
+        const std::string line =
+            "{ cat " + path("most") + "; sleep " + pause + "; cat " + path("last") + "; } | " RIBTOOL " " + command;
+        return run_on_terminal("/bin/sh", {"-c", line}, 80).find("\x1b[K") != std::string::npos;
+    };
+    EXPECT_TRUE(has_bar("0.8", "replay - --no-json")); // the bar of this stream
+    for (const char *command : {"replay -", "show -", "explain -", "decode ip_rib_proto_update - --code 47"})
+        EXPECT_FALSE(has_bar("0.15", command)) << command;
+}
+
 TEST_F(conventions, errors_are_coloured_on_terminals_that_want_it)
 {
     const std::string colored = "\x1b[31mribtool:\x1b[0m absent: cannot open: No such file or directory\r\n";

@@ -124,8 +124,7 @@ const message_descriptor &type_of(const message_conversion &conversion)
 message_output output_of(const message_conversion &conversion)
 {
     const message_layout layout = layout_of(conversion, conversion.to);
-    const bool is_for_reading =
-        layout == message_layout::single && conversion.output == "-" && terminal::is_terminal(stdout);
+    const bool is_for_reading = layout == message_layout::single && goes_to_terminal(conversion.output);
     return {conversion.output,
             conversion.to,
             layout,
@@ -144,14 +143,16 @@ exit_code convert(const message_conversion &conversion)
     require_other_file(conversion.input, conversion.output);
     message_reader reader(type, conversion.from);
     const auto sink = create_messages(output_of(conversion), type);
-    progress_bar progress("convert", source->size());
+    progress_bar progress("convert", source->size(), goes_to_terminal(conversion.output));
     uint64_t messages = 0, failures = 0;
     std::string contents;
     while ((!conversion.limit || messages < *conversion.limit) && source->next(contents)) {
         progress.show(source->position(), ++messages);
         const auto failure = sink->write(reader.read(*source, contents));
-        if (failure && ++failures <= FAILURES_SHOWN)
+        if (failure && ++failures <= FAILURES_SHOWN) {
+            progress.clear();
             complain_of(*source, *failure, failures == FAILURES_SHOWN);
+        }
     }
     progress.clear();
     sink->close();

@@ -1,6 +1,7 @@
 #include "tools/ribtool/output_file.hpp"
 
 #include "tools/ribtool/errors.hpp"
+#include "tools/terminal/terminal.hpp"
 
 #include <cerrno>
 #include <cstring>
@@ -52,6 +53,11 @@ void output_file::close()
     check();
     if (FILE *file = file_.release(); file != stdout && std::fclose(file) != 0)
         fail_to_write(name_);
+}
+
+bool goes_to_terminal(const std::string &path)
+{
+    return path == "-" && terminal::is_terminal(stdout);
 }
 
 } // namespace ribtool

@@ -37,4 +37,7 @@ private:
     file_handle file_;
 };
 
+// Whether what is written to this file comes to a terminal: "-" where the standard output is one.
+bool goes_to_terminal(const std::string &path);
+
 } // namespace ribtool

@@ -32,8 +32,9 @@ std::string bar_of(double part, size_t room)
 
 } // namespace
 
-progress_bar::progress_bar(std::string title, uint64_t total)
-    : title_(std::move(title)), total_(total), enabled_(terminal::is_terminal(stderr) && !terminal::is_dumb()),
+progress_bar::progress_bar(std::string title, uint64_t total, bool lines_come_to_terminal)
+    : title_(std::move(title)), total_(total),
+      enabled_(!lines_come_to_terminal && terminal::is_terminal(stderr) && !terminal::is_dumb()),
       started_(std::chrono::steady_clock::now()), last_drawn_(started_)
 {
 }

@@ -12,8 +12,9 @@ namespace ribtool
 class progress_bar
 {
 public:
-    // `total` is in any unit; 0 when it is not known.
-    progress_bar(std::string title, uint64_t total);
+    // `total` is in any unit; 0 when it is not known. Where the command's lines come to a terminal there is no bar: it would stand
+    // between them.
+    progress_bar(std::string title, uint64_t total, bool lines_come_to_terminal = false);
     ~progress_bar();
     progress_bar(const progress_bar &) = delete;
     progress_bar &operator=(const progress_bar &) = delete;

@@ -193,7 +193,7 @@ exit_code run(const replay_options &options)
         require_other_file(options.input, options.records_path);
     replay_summary summary;
     replayer each(options, summary);
-    progress_bar progress("replay", reader.size());
+    progress_bar progress("replay", reader.size(), options.print_records && goes_to_terminal(options.records_path));
     captured_frame frame;
     uint64_t updates = 0;
     std::optional<uint16_t> unknown_code; // ends the replay

@@ -282,13 +282,11 @@ exit_code run(const show_options &options)
 {
     capture_reader reader(options.input);
     shower each(options);
-    progress_bar progress("show", terminal::is_terminal(stdout) ? 0 : reader.size());
+    progress_bar progress("show", reader.size(), goes_to_terminal("-"));
     captured_frame frame;
     while (each.wants_more() && reader.next(frame)) {
         each.show(frame);
-        // Between lines on a terminal it would only flicker.
-        if (!terminal::is_terminal(stdout))
-            progress.show(reader.position(), frame.number);
+        progress.show(reader.position(), frame.number);
     }
     progress.clear();
     forget_older_routes();
