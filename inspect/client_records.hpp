@@ -301,17 +301,7 @@ private:
 
     static uint64_t read(const uint8_t *record, number_place place)
     {
-        const uint8_t *at = record + place.offset;
-        switch (place.size) {
-        case 1:
-            return *at;
-        case 2:
-            return load<uint16_t>(at);
-        case 4:
-            return load<uint32_t>(at);
-        default:
-            return load<uint64_t>(at);
-        }
+        return load_number(record + place.offset, place.size);
     }
 
     Visitor &visitor_;

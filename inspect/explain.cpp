@@ -5,6 +5,7 @@
 #include "inspect/losses.hpp"
 #include "inspect/notes.hpp"
 #include "inspect/rib_inspect.h"
+#include "inspect/status_name.hpp"
 #include "inspect/walk.hpp"
 #include "ip/rib/lib/src/update_frame.hpp"
 
@@ -56,33 +57,6 @@ uint32_t code_of_message(std::string_view name)
         if (find_code(code)->message == name)
             return code;
     return 0;
-}
-
-// ---- Statuses ----
-
-struct status_row {
-    int64_t status;
-    const char *name;
-};
-
-constexpr status_row STATUSES[] = {
-    {0, "OK"},
-    {ZIDL_ERR_MALFORMED, "ZIDL_ERR_MALFORMED"},
-    {ZIDL_ERR_WIRE_TYPE, "ZIDL_ERR_WIRE_TYPE"},
-    {ZIDL_ERR_FIELD_TYPE, "ZIDL_ERR_FIELD_TYPE"},
-    {ZIDL_ERR_NO_MEMORY, "ZIDL_ERR_NO_MEMORY"},
-    {ZERRNO_INVALID, "ZERRNO_INVALID"},
-    {ZERRNO_MALFORMED, "ZERRNO_MALFORMED"},
-    {ZERRNO_NO_MEMORY, "ZERRNO_NO_MEMORY"},
-    {ZERRNO_UNSUPPORTED, "ZERRNO_UNSUPPORTED"},
-};
-
-const char *status_name(int64_t status)
-{
-    for (const status_row &row : STATUSES)
-        if (row.status == status)
-            return row.name;
-    return "?";
 }
 
 // ---- One call ----
@@ -164,7 +138,7 @@ private:
             reason = RIB_REASON_not_tried_converter;
         else
             return false;
-        status_name = ::status_name(status);
+        status_name = rib_inspect::status_name(status);
         return true;
     }
 
@@ -181,7 +155,7 @@ private:
             return drop();
         if (notes_.decode_status != ZIDL_OK)
             end_lenient();
-        status_name = ::status_name(status);
+        status_name = rib_inspect::status_name(status);
         if (message != nullptr)
             find_all_losses(&notes_, options);
     }
@@ -262,7 +236,7 @@ private:
         outcome = RIB_DELIVERED;
         record_kind = kind;
         record = made;
-        status_name = ::status_name(status);
+        status_name = rib_inspect::status_name(status);
     }
 
     void end_stopped(const stopped &stop)
@@ -270,7 +244,7 @@ private:
         outcome = RIB_STOPPED;
         reason = stop.reason;
         assertion = stop.assertion;
-        status_name = ::status_name(status);
+        status_name = rib_inspect::status_name(status);
         if (notes_.last_exit.reason == stop.reason)
             set_place_of_exit();
     }
@@ -287,7 +261,7 @@ private:
             end_undecoded();
         else
             set_place_of_exit();
-        status_name = ::status_name(status);
+        status_name = rib_inspect::status_name(status);
     }
 
     bool is_in_outermost(const void *place) const

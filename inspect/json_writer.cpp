@@ -2,6 +2,7 @@
 #include "inspect/load_store.hpp"
 #include "inspect/message_json.hpp"
 #include "inspect/message_json_names.hpp"
+#include "inspect/status_name.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -19,22 +20,6 @@ std::string_view text_at(const void *member)
 {
     const char *const text = load<const char *>(member);
     return text == nullptr ? std::string_view() : text;
-}
-
-const char *status_name(int32_t status)
-{
-    switch (status) {
-    case ZIDL_OK:
-        return "ZIDL_OK";
-    case ZIDL_ERR_MALFORMED:
-        return "ZIDL_ERR_MALFORMED";
-    case ZIDL_ERR_WIRE_TYPE:
-        return "ZIDL_ERR_WIRE_TYPE";
-    case ZIDL_ERR_FIELD_TYPE:
-        return "ZIDL_ERR_FIELD_TYPE";
-    default:
-        return "ZIDL_ERR_NO_MEMORY";
-    }
 }
 
 class record_writer
@@ -75,17 +60,7 @@ public:
 private:
     static uint64_t presence_of(const zidl::message_descriptor &type, const uint8_t *record)
     {
-        const uint8_t *const word = record + type.presence_offset;
-        switch (type.presence_size) {
-        case 1:
-            return *word;
-        case 2:
-            return load<uint16_t>(word);
-        case 4:
-            return load<uint32_t>(word);
-        default:
-            return load<uint64_t>(word);
-        }
+        return load_number(record + type.presence_offset, type.presence_size);
     }
 
     // Whether the decoder stopped in the message that is being written.
