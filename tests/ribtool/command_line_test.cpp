@@ -64,6 +64,23 @@ TEST_F(command_line, help_names_every_command_option_and_exit_code)
     }
 }
 
+TEST_F(command_line, the_help_of_each_command_ends_with_a_call_of_it)
+{
+    for (const std::string command : {"synth", "show", "replay", "explain", "annotate", "import", "decode", "encode"}) {
+        const std::string help = ribtool({command, "--help"}).out;
+        EXPECT_NE(help.find("Exit codes:\n  0  done\n"), std::string::npos) << command;
+        EXPECT_NE(help.find("\nExample: ribtool " + command + " "), std::string::npos) << help;
+    }
+}
+
+TEST_F(command_line, annotate_does_not_take_digits_without_their_type_for_a_file)
+{
+    const run_result result = ribtool({"annotate", "08 01"});
+    EXPECT_EQ(result.exit_code, 3);
+    EXPECT_EQ(result.err,
+              "ribtool: 08 01: there is no such file; hexadecimal digits need --code CODE or --message TYPE\n");
+}
+
 TEST_F(command_line, the_version_is_that_of_the_library)
 {
     const run_result result = ribtool({"--version"});

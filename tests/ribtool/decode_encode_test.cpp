@@ -266,6 +266,14 @@ TEST_F(decode_encode, a_string_that_is_no_utf8_is_refused_with_a_way_out)
     EXPECT_EQ(ribtool({"encode", "ip_rib_proto_update", "-", "--from", "text"}, text.out).out, message);
 }
 
+TEST_F(decode_encode, a_capture_that_is_taken_for_a_message_is_noticed)
+{
+    const std::string capture = ribtool({"synth", "--updates", "1", "-o", "-"}).out;
+    const run_result result = ribtool({"decode", "rib_route", "-"}, capture);
+    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_THAT(result.err, HasSubstr("; of a capture --code CODE takes the updates\n"));
+}
+
 TEST_F(decode_encode, a_cut_stream_is_read_up_to_the_cut)
 {
     const auto decoded = [](const bytes &stream) {

@@ -77,6 +77,8 @@ namespace
 // The first four bytes of pcap files of either byte order and resolution, and of pcapng files.
 constexpr uint32_t PCAP_MAGICS[] = {0xa1b2c3d4, 0xd4c3b2a1, 0xa1b23c4d, 0x4d3cb2a1, 0x0a0d0d0a};
 
+} // namespace
+
 bool is_pcap(byte_span start)
 {
     if (start.size() < 4)
@@ -88,8 +90,6 @@ bool is_pcap(byte_span start)
     }
     return false;
 }
-
-} // namespace
 
 capture_reader::capture_reader(const std::string &path) : input_(path), stream_(input_.stream()), file_(stream_.get())
 {

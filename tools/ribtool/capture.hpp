@@ -51,6 +51,9 @@ struct captured_frame {
     byte_vector bytes; // header as it travels, then exactly the payload that it promises
 };
 
+// Whether the first bytes of a file are those of a pcap or pcapng file.
+bool is_pcap(byte_span start);
+
 // Where the contents of a file go wrong, and how: "FILE: packet 3", "truncated: ...".
 struct damage {
     std::string place;

@@ -17,9 +17,10 @@
 namespace ribtool
 {
 
-// A subcommand whose options have been declared, and what it does once they are read.
+// A subcommand whose options have been declared, a call for its help, and what it does once its options are read.
 struct command {
     CLI::App *line;
+    std::string example;
     std::function<exit_code()> run;
 };
 

@@ -10,6 +10,7 @@
 #include <new>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ribtool
@@ -27,15 +28,19 @@ namespace
 
 using namespace ribtool;
 
-constexpr char FOOTER[] =
+constexpr std::string_view EXIT_CODES =
     "Exit codes:\n"
     "  0  done\n"
     "  1  all was read, but updates were refused or would have stopped the process (explain: or not all is delivered\n"
     "     without loss)\n"
     "  2  wrong usage\n"
     "  3  a file cannot be opened, read or written\n"
-    "  4  a file's contents are not what the command reads\n\n"
-    "Example: ribtool synth --profile mixed -o mixed.pcap && ribtool show mixed.pcap";
+    "  4  a file's contents are not what the command reads";
+
+void add_footer(CLI::App &line, std::string_view example)
+{
+    line.footer(fmt::format("{}\n\nExample: {}", EXIT_CODES, example));
+}
 
 std::vector<command> add_commands(CLI::App &app)
 {
@@ -73,11 +78,13 @@ exit_code run(int argc, char **argv)
                  "ribtool");
     app.set_version_flag("--version", "ribtool " RIBTOOL_VERSION);
     app.require_subcommand(0, 1); // a wrong name is reported by name
-    app.footer(FOOTER);
+    add_footer(app, "ribtool synth --profile mixed -o mixed.pcap && ribtool show mixed.pcap");
     const std::vector<command> commands = add_commands(app);
     add_color(app);
-    for (const command &each : commands)
+    for (const command &each : commands) {
         add_color(*each.line);
+        add_footer(*each.line, each.example);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

@@ -92,12 +92,19 @@ private:
     byte_vector encoding_;
 };
 
-void complain_of(const message_source &source, const rib_inspect::json_failure &failure, bool is_last_shown)
+// What helps where these bytes have no JSON.
+std::string_view way_out(const rib_inspect::json_failure &failure, byte_span bytes)
 {
-    const bool is_decoded = failure.what == rib_inspect::json_failure::not_utf8;
+    if (failure.what == rib_inspect::json_failure::not_utf8)
+        return "--to text keeps it, --replace writes U+FFFD";
+    return is_pcap(bytes) ? "of a capture --code CODE takes the updates" : "--to text shows every byte";
+}
+
+void complain_of(const message_source &source, const rib_inspect::json_failure &failure, byte_span bytes,
+                 bool is_last_shown)
+{
     complain("{}: {}{}{}; {}{}", source.place(), failure.path, failure.path.empty() ? "" : ": ", failure.text,
-             is_decoded ? "--to text keeps it, --replace writes U+FFFD" : "--to text shows every byte",
-             is_last_shown ? ". Further ones are counted only." : "");
+             way_out(failure, bytes), is_last_shown ? ". Further ones are counted only." : "");
 }
 
 message_layout layout_of(const message_conversion &conversion, message_format format)
@@ -148,10 +155,11 @@ exit_code convert(const message_conversion &conversion)
     std::string contents;
     while ((!conversion.limit || messages < *conversion.limit) && source->next(contents)) {
         progress.show(source->position(), ++messages);
-        const auto failure = sink->write(reader.read(*source, contents));
+        const byte_span bytes = reader.read(*source, contents);
+        const auto failure = sink->write(bytes);
         if (failure && ++failures <= FAILURES_SHOWN) {
             progress.clear();
-            complain_of(*source, *failure, failures == FAILURES_SHOWN);
+            complain_of(*source, *failure, bytes, failures == FAILURES_SHOWN);
         }
     }
     progress.clear();

@@ -192,8 +192,19 @@ exit_code annotate_bytes(const annotate_options &options)
     return EXIT_DONE;
 }
 
+// Digits alone do not say what they are of.
+void require_no_digits(const std::string &input)
+{
+    std::error_code nothing_there;
+    if (input != "-" && !input.empty() && !std::filesystem::exists(input, nothing_there) &&
+        rib_inspect::from_hex(input).is_good)
+        fail(EXIT_FILE, "{}: there is no such file; hexadecimal digits need --code CODE or --message TYPE",
+             terminal::shown_on(stderr, input));
+}
+
 exit_code annotate_capture(const annotate_options &options)
 {
+    require_no_digits(options.input);
     capture_reader reader(options.input);
     annotator each(options);
     captured_frame frame;
@@ -226,7 +237,8 @@ command add_annotate(CLI::App &app)
                                        "the client's record, which is measured: by changing it.");
     const auto options = std::make_shared<annotate_options>();
     line->add_option("FILE|HEX", options->input,
-                     "A capture; with --code or --message one payload: a file of its bytes, or hexadecimal digits")
+                     "A capture; with --code or --message one payload: a file of its bytes (- for the standard input), "
+                     "or hexadecimal digits")
         ->option_text(" ")
         ->required();
     CLI::Option *code = line->add_option("--code", options->code, "The payload is that of an update of this type code")
@@ -247,7 +259,8 @@ command add_annotate(CLI::App &app)
         ->excludes(message)
         ->excludes(frame);
     line->add_flag("--ascii", options->is_ascii, "Bars and arrows of ASCII, as on a terminal without more");
-    return {line, [options] { return run(*options); }};
+    return {line, "ribtool annotate updates.pcap --frame 3, or: ribtool annotate --code 47 '08 81 80 04'",
+            [options] { return run(*options); }};
 }
 
 } // namespace ribtool

@@ -14,7 +14,8 @@ command add_decode(CLI::App &app)
     conversion->from = message_format::bin;
     conversion->to = message_format::json;
     add_conversion(*line, *conversion);
-    return {line, [conversion] { return convert(*conversion); }};
+    return {line, "ribtool decode rib_route updates.pcap --code 51 | jq -c .route_prefix",
+            [conversion] { return convert(*conversion); }};
 }
 
 } // namespace ribtool

@@ -14,7 +14,7 @@ command add_encode(CLI::App &app)
     conversion->from = message_format::json;
     conversion->to = message_format::bin;
     add_conversion(*line, *conversion);
-    return {line, [conversion] { return convert(*conversion); }};
+    return {line, "ribtool encode rib_prefix prefix.json --to hex", [conversion] { return convert(*conversion); }};
 }
 
 } // namespace ribtool

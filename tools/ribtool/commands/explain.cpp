@@ -230,7 +230,8 @@ command add_explain(CLI::App &app)
     line->add_flag("-q,--quiet", options->is_quiet, "Print nothing: the exit code says all")->excludes(json);
     add_limit(*line, options->limit, "updates");
     add_one_payload(*line, *options);
-    return {line, [options] { return options->from ? explain_payload(*options) : explain_capture(*options); }};
+    return {line, "ribtool explain updates.pcap --only dropped,losses",
+            [options] { return options->from ? explain_payload(*options) : explain_capture(*options); }};
 }
 
 } // namespace ribtool

@@ -65,7 +65,7 @@ command add_import(CLI::App &app)
         ->option_text("N")
         ->check(whole_number(1));
     add_format(*line, options->format);
-    return {line, [options] { return run(*options); }};
+    return {line, "ribtool import rib.tsv.xz -o rib.pcap", [options] { return run(*options); }};
 }
 
 } // namespace ribtool

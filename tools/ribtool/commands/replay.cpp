@@ -283,7 +283,8 @@ command add_replay(CLI::App &app)
     add_records(*line, *options);
     add_members(*line, *options);
     add_forms(*line, options->forms);
-    return {line, [options] { return run(*options); }};
+    return {line, "ribtool replay updates.pcap --compact --fields rt_dest,paths.pe_addr_5",
+            [options] { return run(*options); }};
 }
 
 } // namespace ribtool

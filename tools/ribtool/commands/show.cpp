@@ -335,7 +335,7 @@ command add_show(CLI::App &app)
     line->add_option("--width", options->width, "Cut lines to N columns, 0 for none (default: the terminal's)")
         ->option_text("N")
         ->check(whole_number(0));
-    return {line, [options] { return run(*options); }};
+    return {line, "ribtool show updates.pcap --prefix 10.0.0.0/8", [options] { return run(*options); }};
 }
 
 } // namespace ribtool

@@ -75,7 +75,7 @@ command add_synth(CLI::App &app)
         if (line->count("--routes") > 0 && !options->kind->is_of_routes)
             throw CLI::ValidationError("--routes is for the profiles full-table and ecmp; use --updates");
     });
-    return {line, [options] { return run(*options); }};
+    return {line, "ribtool synth --profile ecmp --updates 1000 -o ecmp.pcap", [options] { return run(*options); }};
 }
 
 } // namespace ribtool
