@@ -186,6 +186,8 @@ private:
             return {};
         if (value->replaced_by != no_offset)
             return std::string("replaced by ").append(hex_offset(value->replaced_by));
+        if (!value->is_measured)
+            return "not measured";
         std::string text = to_string(value->lands);
         const auto loss = losses_.find(event.value_offset);
         if (value->lands.is_nothing() && loss != losses_.end())

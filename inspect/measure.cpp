@@ -17,18 +17,18 @@ using zidl::message_descriptor;
 namespace
 {
 
-void measure_message(uint32_t code, const message_descriptor &type, bytes_view payload, measuring how, measurement &out)
+void measure_message(uint32_t code, const message_descriptor &type, bytes_view payload, measuring how, trials all,
+                     measurement &out)
 {
     const decoded_message msg(type, payload);
     value_list values(msg, payload, out);
     value_units parts = values.by_unit(how == measuring::reduced);
     if (how == measuring::reduced && code == RIB_TLV_ROUTE)
-        return measure_route(code, msg, parts);
+        return measure_route(code, msg, parts, all);
     if (how == measuring::reduced && code == RIB_TLV_GRID)
-        return measure_grid(code, msg, parts);
+        return measure_grid(code, msg, parts, all);
     message_prober probe(code, type, msg.record());
-    plain_copies known;
-    measure_unit(probe, parts[0], known);
+    measure_unit(probe, parts[0], all);
 }
 
 class nobody : public record_taker
@@ -58,7 +58,7 @@ const message_descriptor *message_of_code(uint32_t code)
     }
 }
 
-measurement measure(uint32_t code, bytes_view payload, measuring how)
+measurement measure(uint32_t code, bytes_view payload, measuring how, size_t converted_at_most)
 {
     measurement out;
     nobody nobody;
@@ -66,7 +66,7 @@ measurement measure(uint32_t code, bytes_view payload, measuring how)
     if (out.outcome != RIB_DELIVERED)
         return out;
     if (const message_descriptor *type = message_of_code(code))
-        measure_message(code, *type, payload, how, out);
+        measure_message(code, *type, payload, how, {{}, converted_at_most}, out);
     else
         measure_fixed(code, payload, out);
     return out;

@@ -40,6 +40,7 @@ struct measured_value {
     landing lands;
     size_t
         replaced_by; // the tag of the later value that takes its place, which is then all there is to say; or no_offset
+    bool is_measured = true; // false: it may land anywhere
 };
 
 struct measurement {
@@ -55,7 +56,10 @@ struct measurement {
 enum class measuring : uint8_t { reduced, whole };
 
 // Of the payload of an update. An update that no entry point takes is refused.
-measurement measure(uint32_t code, bytes_view payload, measuring how = measuring::reduced);
+// Where lists fill a payload not every element is measured, which would take minutes: `converted_at_most` bytes of changed
+// encodings are converted, those of what stands at the beginning of its lists first.
+measurement measure(uint32_t code, bytes_view payload, measuring how = measuring::reduced,
+                    size_t converted_at_most = size_t{256} << 20);
 
 // The members that count the elements of each list of an update, which is delivered; others have none.
 struct measured_list {

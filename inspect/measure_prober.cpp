@@ -79,10 +79,12 @@ std::vector<uint32_t> prober::changed_counts()
 
 const sight &prober::look()
 {
+    const bytes_view now = encoded();
+    converted_ += now.size();
     is_base_ = false;
     now_.decides = false;
     now_.changes.clear();
-    now_.decides |= convert(code_, encoded(), *this) != RIB_DELIVERED;
+    now_.decides |= convert(code_, now, *this) != RIB_DELIVERED;
     return now_;
 }
 

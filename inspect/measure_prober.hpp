@@ -32,6 +32,9 @@ public:
     // Compares the update as it is now with how it was. What is seen holds until the next look.
     const sight &look();
 
+    // Bytes of all encodings that were looked at.
+    size_t converted() const { return converted_; }
+
 protected:
     virtual bytes_view encoded() = 0;
 
@@ -54,6 +57,7 @@ private:
     record_content other_;
     std::vector<std::pair<uint64_t, uint32_t>> by_key_;
     sight now_;
+    size_t converted_ = 0;
     bool is_base_ = true;
 };
 

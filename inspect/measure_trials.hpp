@@ -56,6 +56,12 @@ private:
     std::unordered_map<std::string, plain_copy> copies_;
 };
 
+// What holds for all the values of an update.
+struct trials {
+    plain_copies known;
+    size_t bytes_left; // of encodings that may be converted
+};
+
 // Tries all with a value that there is to try, and leaves it as it was.
 void try_all(prober &probe, tried_value &of, plain_copies &known);
 

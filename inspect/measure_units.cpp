@@ -46,6 +46,28 @@ private:
     const bool was_present_;
 };
 
+// In all its lists; which path or key it is in does not count, since those are measured one by one.
+bool stands_first(const tried_value &of)
+{
+    constexpr uint32_t FIRST = 16;
+    const field_path &path = of.result->path;
+    for (uint32_t i = of.unit == 0 ? 0 : 1; i < path.depth; ++i) {
+        if (path.steps[i].index >= FIRST)
+            return false;
+    }
+    return true;
+}
+
+void try_within_bounds(prober &probe, tried_value &of, trials &all)
+{
+    of.result->is_measured = all.bytes_left != 0;
+    if (!of.result->is_measured)
+        return;
+    const size_t before = probe.converted();
+    try_all(probe, of, all.known);
+    all.bytes_left -= std::min(all.bytes_left, probe.converted() - before);
+}
+
 uint64_t number_in(const record_content &content, std::string_view member)
 {
     for (const record_content::slot &each : content.slots()) {
@@ -57,24 +79,27 @@ uint64_t number_in(const record_content &content, std::string_view member)
 
 } // namespace
 
-void measure_unit(prober &probe, std::vector<tried_value *> &values, plain_copies &known)
+void measure_unit(prober &probe, std::vector<tried_value *> &values, trials &all)
 {
     if (!probe.start())
         return;
-    for (tried_value *each : values)
-        try_all(probe, *each, known);
+    for (const bool first : {true, false}) {
+        for (tried_value *each : values) {
+            if (stands_first(*each) == first)
+                try_within_bounds(probe, *each, all);
+        }
+    }
     conclude(values, probe.base());
 }
 
-void measure_route(uint32_t code, const decoded_message &msg, value_units &parts)
+void measure_route(uint32_t code, const decoded_message &msg, value_units &parts, trials &all)
 {
-    plain_copies known;
     const message_at route = {&msg.type(), static_cast<uint8_t *>(msg.record())};
     const field_descriptor &paths = *find_field(msg.type(), "paths");
     {
         const cut_list none(route, paths, 0, 0);
         message_prober probe(code, msg.type(), route.record);
-        measure_unit(probe, parts[0], known);
+        measure_unit(probe, parts[0], all);
     }
     // A route of nothing but the path: what is not in it cannot keep it from being delivered.
     std::vector<uint64_t> memory((msg.type().size + 7) / 8);
@@ -86,15 +111,14 @@ void measure_route(uint32_t code, const decoded_message &msg, value_units &parts
     for (uint32_t unit = 1; unit < parts.size() && converted < RIB_MAX_PATHS; ++unit) {
         const cut_list one(lone, paths, unit - 1, 1);
         message_prober probe(code, msg.type(), lone.record);
-        measure_unit(probe, parts[unit], known);
+        measure_unit(probe, parts[unit], all);
         converted += number_in(probe.base(), "rt_path_count");
     }
 }
 
 // What concerns the list as a whole is measured with the first two keys where it has more: one is a case of its own.
-void measure_grid(uint32_t code, const decoded_message &msg, value_units &parts)
+void measure_grid(uint32_t code, const decoded_message &msg, value_units &parts, trials &all)
 {
-    plain_copies known;
     const message_at list = {&msg.type(), static_cast<uint8_t *>(msg.record())};
     const field_descriptor &keys = *find_field(msg.type(), "keys");
     const field_descriptor &ids = *find_field(msg.type(), "encap_ids");
@@ -105,7 +129,7 @@ void measure_grid(uint32_t code, const decoded_message &msg, value_units &parts)
         const cut_list some_ids(list, ids, first, count);
         const cut_list some_keys(list, keys, key, count);
         message_prober probe(code, msg.type(), list.record);
-        measure_unit(probe, values, known);
+        measure_unit(probe, values, all);
     };
     measure_with(0, 2, parts[0]);
     for (uint32_t unit = 3; unit < parts.size(); ++unit)

@@ -12,11 +12,11 @@
 namespace rib_inspect
 {
 
-// What is known of plain copies holds for all the values of an update.
-void measure_unit(prober &probe, std::vector<tried_value *> &values, plain_copies &known);
+// What stands at the beginning of its lists is tried first; what is not tried any more says so.
+void measure_unit(prober &probe, std::vector<tried_value *> &values, trials &all);
 
 // Each path by itself, each key by itself.
-void measure_route(uint32_t code, const decoded_message &msg, value_units &parts);
-void measure_grid(uint32_t code, const decoded_message &msg, value_units &parts);
+void measure_route(uint32_t code, const decoded_message &msg, value_units &parts, trials &all);
+void measure_grid(uint32_t code, const decoded_message &msg, value_units &parts, trials &all);
 
 } // namespace rib_inspect

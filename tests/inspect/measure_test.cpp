@@ -10,6 +10,8 @@
 
 #include <cstdlib>
 #include <map>
+#include <set>
+#include <string>
 
 namespace rib_test
 {
@@ -119,6 +121,30 @@ TEST(measure, a_value_that_a_later_one_replaces_says_so)
     EXPECT_EQ(measured.values[0].replaced_by, 2u);
     EXPECT_EQ(measured.values[1].replaced_by, no_offset);
     EXPECT_EQ(to_string(measured.values[1].lands), "rt_value_9");
+}
+
+TEST(measure, the_ends_of_long_lists_are_not_measured_when_enough_was_converted)
+{
+    bytes ecomm;
+    for (uint8_t i = 0; i < 20; ++i)
+        ecomm.insert(ecomm.end(), {0x10, i}); // ecomm_values[i]
+    bytes path = {0xD2, 0x01, static_cast<uint8_t>(ecomm.size())};
+    path.insert(path.end(), ecomm.begin(), ecomm.end());
+    path.insert(path.end(), {0xE0, 0x01, 0x07}); // path_value_28 = 7, behind the list
+    bytes payload = {0xD2, 0x01, static_cast<uint8_t>(path.size())};
+    payload.insert(payload.end(), path.begin(), path.end());
+
+    std::set<std::string> met;
+    for (size_t bound = 0; bound < 200 * payload.size(); bound += payload.size() / 2) {
+        std::string marks;
+        for (const measured_value &each : measure(RIB_TLV_ROUTE, payload, measuring::reduced, bound).values)
+            marks += each.is_measured ? 'm' : '-';
+        met.insert(marks);
+    }
+    EXPECT_EQ(*met.begin(), "---------------------");
+    EXPECT_EQ(met.count("mmmmmmmmmmmmmmmm----m"), 1u) << "sixteen of the list, and what stands behind it";
+    EXPECT_EQ(met.count("mmmmmmmmmmmmmmmmm----"), 0u);
+    EXPECT_EQ(*met.rbegin(), "mmmmmmmmmmmmmmmmmmmmm");
 }
 
 TEST(measure, nothing_is_guessed_of_an_update_that_is_not_delivered)
