@@ -1,7 +1,7 @@
 // make_seeds DIR: writes a first corpus for every fuzzer, made of the sample records of every message type.
 
-#include "inspect/message_json.hpp"
-#include "inspect/message_text.hpp"
+#include "inspect/formats/message_json.hpp"
+#include "inspect/formats/message_text.hpp"
 #include "messages/descriptors.hpp"
 #include "tests/messages/sample_records.hpp"
 

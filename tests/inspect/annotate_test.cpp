@@ -1,6 +1,6 @@
 // What each byte of an update is, line by line.
 
-#include "inspect/annotate.hpp"
+#include "inspect/measure/annotate.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The table of the client's records against the list of all their bytes, and what is made from it.
 
-#include "inspect/client_records.hpp"
-#include "inspect/record_json.hpp"
+#include "inspect/records/client_records.hpp"
+#include "inspect/records/record_json.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Random and damaged messages of every type: the walk, held against the real decoder, and the text format, there and back.
 
-#include "inspect/hex.hpp"
-#include "inspect/message_json.hpp"
-#include "inspect/message_text.hpp"
+#include "inspect/formats/message_json.hpp"
+#include "inspect/formats/message_text.hpp"
+#include "inspect/wire/hex.hpp"
 #include "tests/inspect/message_json_check.hpp"
 #include "tests/inspect/message_text_check.hpp"
 #include "tests/inspect/walk_check.hpp"

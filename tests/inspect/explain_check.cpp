@@ -1,6 +1,6 @@
 #include "tests/inspect/explain_check.hpp"
 
-#include "inspect/walk.hpp"
+#include "inspect/wire/walk.hpp"
 #include "tests/client/heap.hpp"
 
 #include <algorithm>

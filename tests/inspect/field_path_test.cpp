@@ -1,4 +1,4 @@
-#include "inspect/field_path.hpp"
+#include "inspect/wire/field_path.hpp"
 
 #include <gtest/gtest.h>
 

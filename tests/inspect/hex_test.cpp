@@ -1,4 +1,4 @@
-#include "inspect/hex.hpp"
+#include "inspect/wire/hex.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The table of where fields land, and the client guide against it.
 
-#include "inspect/lands_in.hpp"
+#include "inspect/measure/lands_in.hpp"
 #include "messages/descriptors.hpp"
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ std::string contents_of(const std::string &path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-const std::string bases_file = RIB_DOCS "../inspect/lands_in_bases.txt";
+const std::string bases_file = RIB_DOCS "../inspect/measure/lands_in_bases.txt";
 const std::string table_file = RIB_DOCS "../inspect/lands_in.tsv";
 
 words split(const std::string &text, const std::string &between)

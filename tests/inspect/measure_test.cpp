@@ -1,7 +1,7 @@
 // Where values land in the client's record, as measured.
 
-#include "inspect/hex.hpp"
-#include "inspect/measure.hpp"
+#include "inspect/measure/measure.hpp"
+#include "inspect/wire/hex.hpp"
 #include "tests/client/random_update.hpp"
 #include "tests/inspect/explain_support.hpp"
 #include "tests/messages/exhaustive.hpp"

@@ -3,8 +3,8 @@
 #include "tests/inspect/message_json_check.hpp"
 
 #include "codec/zidl_arena.h"
-#include "inspect/json_text.hpp"
-#include "inspect/message_json.hpp"
+#include "inspect/formats/json_text.hpp"
+#include "inspect/formats/message_json.hpp"
 
 #include <nlohmann/json.hpp>
 

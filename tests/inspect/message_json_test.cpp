@@ -1,7 +1,7 @@
 // The JSON of messages, rule by rule: what stands beside bytes is what JSON says of them.
 
-#include "inspect/message_json.hpp"
-#include "inspect/message_json_names.hpp"
+#include "inspect/formats/message_json.hpp"
+#include "inspect/formats/message_json_names.hpp"
 #include "tests/messages/every_message.hpp"
 
 #include <gtest/gtest.h>

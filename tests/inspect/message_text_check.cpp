@@ -2,7 +2,7 @@
 
 #include "tests/inspect/message_text_check.hpp"
 
-#include "inspect/message_text.hpp"
+#include "inspect/formats/message_text.hpp"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 // The text format: the examples of its manual, and what each kind of value and each oddity looks like.
 
-#include "inspect/message_text.hpp"
+#include "inspect/formats/message_text.hpp"
 
-#include "inspect/hex.hpp"
 #include "inspect/rib_inspect.h"
+#include "inspect/wire/hex.hpp"
 #include "tests/messages/every_message.hpp"
 
 #include <fstream>

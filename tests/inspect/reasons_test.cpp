@@ -1,7 +1,7 @@
 // Every reason is reached, by bytes: what becomes of an update, and what is lost of one that is delivered.
 
-#include "inspect/converters/converters.hpp"
-#include "inspect/notes.hpp"
+#include "inspect/explain/converters.hpp"
+#include "inspect/explain/notes.hpp"
 #include "tests/inspect/explain_support.hpp"
 
 #include <algorithm>

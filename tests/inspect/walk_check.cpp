@@ -3,7 +3,7 @@
 #include "tests/inspect/walk_check.hpp"
 
 #include "codec/zidl_arena.h"
-#include "inspect/walk.hpp"
+#include "inspect/wire/walk.hpp"
 
 #include <algorithm>
 #include <cstring>

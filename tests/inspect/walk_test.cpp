@@ -1,6 +1,6 @@
 // The walk over a message's bytes: what it says of each piece, and where and why it ends.
 
-#include "inspect/walk.hpp"
+#include "inspect/wire/walk.hpp"
 
 #include "messages/ip_rib.h"
 #include "messages/rib_common.h"

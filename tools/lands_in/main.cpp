@@ -1,7 +1,7 @@
 // lands_in BASES TABLE [--check]: measures where each field lands, over the messages of the file BASES, and writes the file TABLE if
 // it says otherwise. With --check nothing is written: it says so and ends with 3.
 
-#include "inspect/lands_in.hpp"
+#include "inspect/measure/lands_in.hpp"
 
 #include <cstdio>
 #include <exception>

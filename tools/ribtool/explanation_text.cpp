@@ -1,6 +1,6 @@
 #include "tools/ribtool/explanation_text.hpp"
 
-#include "inspect/address_text.hpp"
+#include "inspect/records/address_text.hpp"
 #include "tools/ribtool/update_types.hpp"
 
 #include <fmt/format.h>

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "inspect/json_text.hpp"
+#include "inspect/formats/json_text.hpp"
 
 #include <concepts>
 #include <string>

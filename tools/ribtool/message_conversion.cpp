@@ -1,8 +1,8 @@
 #include "tools/ribtool/message_conversion.hpp"
 
-#include "inspect/hex.hpp"
-#include "inspect/message_json.hpp"
-#include "inspect/message_text.hpp"
+#include "inspect/formats/message_json.hpp"
+#include "inspect/formats/message_text.hpp"
+#include "inspect/wire/hex.hpp"
 #include "tools/ribtool/message_sink.hpp"
 #include "tools/ribtool/message_types.hpp"
 #include "tools/ribtool/progress.hpp"

@@ -1,7 +1,7 @@
 #include "tools/ribtool/message_sink.hpp"
 
-#include "inspect/hex.hpp"
-#include "inspect/message_text.hpp"
+#include "inspect/formats/message_text.hpp"
+#include "inspect/wire/hex.hpp"
 
 #include <sys/stat.h>
 

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "inspect/message_json.hpp"
+#include "inspect/formats/message_json.hpp"
 #include "tools/ribtool/capture.hpp"
 #include "tools/ribtool/message_source.hpp"
 

@@ -1,6 +1,6 @@
 #include "tools/ribtool/one_line.hpp"
 
-#include "inspect/hex.hpp"
+#include "inspect/wire/hex.hpp"
 #include "tools/ribtool/addresses.hpp"
 #include "tools/ribtool/update_types.hpp"
 

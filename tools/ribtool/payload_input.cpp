@@ -1,6 +1,6 @@
 #include "tools/ribtool/payload_input.hpp"
 
-#include "inspect/hex.hpp"
+#include "inspect/wire/hex.hpp"
 #include "tools/ribtool/compressed_input.hpp"
 #include "tools/ribtool/errors.hpp"
 

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "inspect/record_json.hpp"
+#include "inspect/records/record_json.hpp"
 #include "tools/ribtool/json_line.hpp"
 #include "tools/ribtool/output_file.hpp"
 

@@ -1,7 +1,7 @@
 // ribtool annotate: what each byte of an update is, and where it lands in the client's record.
 
-#include "inspect/annotate.hpp"
-#include "inspect/hex.hpp"
+#include "inspect/measure/annotate.hpp"
+#include "inspect/wire/hex.hpp"
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/message_types.hpp"
 #include "tools/ribtool/payload_input.hpp"

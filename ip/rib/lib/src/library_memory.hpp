@@ -7,7 +7,7 @@
 #include <stddef.h>
 
 #ifdef RIB_WITNESS
-#include "inspect/notes.hpp"
+#include "inspect/explain/notes.hpp"
 #else
 #include <stdlib.h>
 #endif

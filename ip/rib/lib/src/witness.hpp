@@ -1,6 +1,6 @@
 // Named exits: where a conversion leaves something out, it says why. In the library that is for the reader alone: the macros are
 // nothing, or their last argument, so that its code is what it would be without them. The inspector compiles these sources a
-// second time, with RIB_WITNESS, and takes notes (inspect/witness.hpp): they are all that it knows of the rules.
+// second time, with RIB_WITNESS, and takes notes (inspect/explain/witness.hpp): they are all that it knows of the rules.
 //
 // Reasons are those of inspect/reasons.def. A place is a message, or a member of one, absent ones included.
 
@@ -8,7 +8,7 @@
 #define IP_RIB_LIB_SRC_WITNESS_HPP
 
 #ifdef RIB_WITNESS
-#include "inspect/witness.hpp"
+#include "inspect/explain/witness.hpp"
 #else
 
 // How a value is handed on whose place matters.
