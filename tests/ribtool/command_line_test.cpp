@@ -13,7 +13,7 @@ TEST_F(command_line, wrong_usage_is_one_line_and_exit_code_2)
 {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{}, "a command is required: synth, show, replay, "},
-        {{"bake"}, "The following argument was not expected: bake"},
+        {{"bake"}, "\"bake\" is no command: synth, show, replay, "},
         {{"synth"}, "--output is required"},
         {{"synth", "-o", "x", "--profile", "odd"},
          "--profile: \"odd\" is not one of ecmp, full-table, grid, mixed, nhid, proto-opaque, worst-case"},

@@ -234,6 +234,36 @@ TEST_F(explain, an_unknown_field_is_called_by_its_number)
 
 // ---- Which updates ----
 
+TEST_F(explain, one_frame_of_many_is_chosen_by_its_number)
+{
+    const std::vector<bytes> stream = {WHOLE, DELIMITER, LOSING, DROPPED};
+    EXPECT_EQ(explained(stream, {"--json", "--frame", "3"}).out,
+              explained({DELIMITER, DELIMITER, LOSING}, {"--json"}).out);
+    const run_result none = explained(stream, {"--frame", "5"});
+    EXPECT_EQ(none.exit_code, 2);
+    EXPECT_EQ(none.err, "ribtool: " + path("stream") + ": there is no frame 5\n");
+    const std::pair<const char *, const char *> others[] = {
+        {"show", "     3  47 protocol"},
+        {"replay", "{\"frame\":3,"},
+        {"annotate", "frame 3: "},
+    };
+    for (const auto &[command, start] : others) {
+        const run_result one = ribtool({command, path("stream"), "--frame", "3"});
+        EXPECT_EQ(one.exit_code, 0) << command << one.err;
+        EXPECT_EQ(one.out.rfind(start, 0), 0u) << command << one.out;
+        EXPECT_EQ(ribtool({command, path("stream"), "--frame", "5"}).exit_code, 2) << command;
+    }
+}
+
+TEST_F(explain, a_frame_behind_the_damage_is_not_there)
+{
+    bytes cut = DROPPED;
+    cut.pop_back();
+    const run_result result = explained({WHOLE, cut}, {"--frame", "2"});
+    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_NE(result.err.find("truncated"), std::string::npos) << result.err;
+}
+
 TEST_F(explain, frames_are_numbered_with_delimiters_and_each_comes_once)
 {
     const run_result result = explained({DELIMITER, WHOLE, DELIMITER, DROPPED}, {"--json"});

@@ -91,7 +91,8 @@ bool is_pcap(byte_span start)
     return false;
 }
 
-capture_reader::capture_reader(const std::string &path) : input_(path), stream_(input_.stream()), file_(stream_.get())
+capture_reader::capture_reader(const std::string &path, std::optional<uint64_t> only)
+    : input_(path), stream_(input_.stream()), file_(stream_.get()), only_(only)
 {
     uint8_t start[4] = {};
     const size_t got = std::fread(start, 1, sizeof start, file_);
@@ -150,11 +151,16 @@ bool capture_reader::stop(fmt::format_string<Arguments...> format, Arguments &&.
 
 bool capture_reader::next(captured_frame &frame)
 {
-    if (damage_)
-        return false;
-    ++number_;
-    if (!(format() == capture_format::pcap ? next_packet(frame) : next_raw(frame)))
-        return false;
+    do {
+        if (damage_ || (only_ && number_ == *only_))
+            return false;
+        ++number_;
+        if (!(format() == capture_format::pcap ? next_packet(frame) : next_raw(frame))) {
+            if (only_ && !damage_)
+                fail(EXIT_USAGE, "{}: there is no frame {}", name(), *only_);
+            return false;
+        }
+    } while (only_ && number_ != *only_);
     frame.number = number_;
     return true;
 }

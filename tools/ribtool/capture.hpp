@@ -65,7 +65,8 @@ struct damage {
 class capture_reader
 {
 public:
-    explicit capture_reader(const std::string &path); // "-" is the standard input
+    // "-" is the standard input. With `only` that frame alone is read, the first being 1; there must be one.
+    explicit capture_reader(const std::string &path, std::optional<uint64_t> only = {});
 
     // False at the end and where the contents go wrong: everything before is good.
     bool next(captured_frame &frame);
@@ -97,6 +98,7 @@ private:
     FILE *file_ = nullptr;
     pcap_handle handle_;
     uint64_t number_ = 0;
+    const std::optional<uint64_t> only_;
     uint64_t frame_start_ = 0;
     uint64_t raw_len_ = 0; // bytes of frames read so far
     std::optional<damage> damage_;

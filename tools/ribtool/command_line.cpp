@@ -54,6 +54,13 @@ void add_color(CLI::App &line)
         ->option_text("auto|always|never");
 }
 
+CLI::Option *add_frame(CLI::App &line, std::optional<uint64_t> &frame)
+{
+    return line.add_option("--frame", frame, "Only this frame, the first being 1")
+        ->option_text("N")
+        ->check(whole_number(1));
+}
+
 void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string &what)
 {
     line.add_option("--limit", limit, "Stop after N " + what)->option_text("N")->check(whole_number(0));

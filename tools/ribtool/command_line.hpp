@@ -62,6 +62,9 @@ CLI::Option *add_choice(CLI::App &line, const std::string &option, Value &out, s
 // --color=auto|always|never, which every command takes, also in front of its name.
 void add_color(CLI::App &line);
 
+// --frame N: the options that would choose among several frames are to be excluded.
+CLI::Option *add_frame(CLI::App &line, std::optional<uint64_t> &frame);
+
 // --limit N, of `what`.
 void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string &what);
 

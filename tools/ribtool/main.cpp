@@ -51,6 +51,23 @@ std::vector<command> add_commands(CLI::App &app)
     };
 }
 
+std::vector<std::string> names_of(const std::vector<command> &commands)
+{
+    std::vector<std::string> names;
+    for (const command &each : commands)
+        names.push_back(each.line->get_name());
+    return names;
+}
+
+// Of a word that is no command the parser says only that it was not expected.
+void require_command(const CLI::App &app, const std::vector<command> &commands)
+{
+    const std::vector<std::string> rest = app.remaining();
+    if (app.get_subcommands().empty() && !rest.empty() && !rest.front().starts_with('-'))
+        fail(EXIT_USAGE, "\"{}\" is no command: {} (see ribtool --help)", terminal::shown_on(stderr, rest.front()),
+             enumerated(names_of(commands), " or "));
+}
+
 // --help and --version, which are no errors, or the one line that CLI11 would spread over three.
 exit_code report_usage(const CLI::App &app, const CLI::ParseError &error)
 {
@@ -66,10 +83,7 @@ exit_code report_usage(const CLI::App &app, const CLI::ParseError &error)
 
 [[noreturn]] void report_no_command(const std::vector<command> &commands)
 {
-    std::vector<std::string> names;
-    for (const command &each : commands)
-        names.push_back(each.line->get_name());
-    fail(EXIT_USAGE, "a command is required: {} (see ribtool --help)", enumerated(names, " or "));
+    fail(EXIT_USAGE, "a command is required: {} (see ribtool --help)", enumerated(names_of(commands), " or "));
 }
 
 exit_code run(int argc, char **argv)
@@ -88,6 +102,7 @@ exit_code run(int argc, char **argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
+        require_command(app, commands);
         return report_usage(app, error);
     }
     for (const command &each : commands) {

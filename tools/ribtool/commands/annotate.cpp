@@ -205,21 +205,12 @@ void require_no_digits(const std::string &input)
 exit_code annotate_capture(const annotate_options &options)
 {
     require_no_digits(options.input);
-    capture_reader reader(options.input);
+    capture_reader reader(options.input, options.frame);
     annotator each(options);
     captured_frame frame;
-    uint64_t shown = 0;
-    while ((!options.limit || shown < *options.limit) && reader.next(frame)) {
-        if (options.frame && frame.number != *options.frame)
-            continue;
+    for (uint64_t shown = 0; (!options.limit || shown < *options.limit) && reader.next(frame); ++shown)
         each.print_frame(frame);
-        ++shown;
-        if (options.frame)
-            break;
-    }
     each.finish();
-    if (options.frame && shown == 0 && !reader.found_damage())
-        fail(EXIT_USAGE, "{}: there is no frame {}", reader.name(), *options.frame);
     return report_damage(reader, EXIT_DONE);
 }
 
@@ -247,11 +238,7 @@ command add_annotate(CLI::App &app)
     CLI::Option *message = line->add_option("--message", options->message, "The payload is a message")
                                ->option_text("TYPE")
                                ->excludes(code);
-    CLI::Option *frame = line->add_option("--frame", options->frame, "Only this frame, the first being 1")
-                             ->option_text("N")
-                             ->check(whole_number(1))
-                             ->excludes(code)
-                             ->excludes(message);
+    CLI::Option *frame = add_frame(*line, options->frame)->excludes(code)->excludes(message);
     line->add_option("--limit", options->limit, "Stop after N frames")
         ->option_text("N")
         ->check(whole_number(0))

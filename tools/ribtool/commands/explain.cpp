@@ -46,6 +46,7 @@ struct shown_outcomes {
 
 struct explain_options {
     std::string input;
+    std::optional<uint64_t> frame;
     std::optional<uint64_t> limit; // updates
     std::optional<shown_outcomes> only;
     bool is_json = false;
@@ -147,7 +148,7 @@ bool may_draw_progress(const explain_options &options)
 
 exit_code explain_capture(const explain_options &options)
 {
-    capture_reader reader(options.input);
+    capture_reader reader(options.input, options.frame);
     explainer each(options);
     std::optional<progress_bar> progress;
     if (may_draw_progress(options))
@@ -197,7 +198,7 @@ shown_outcomes outcomes_of(const std::string &list)
     return shown;
 }
 
-void add_one_payload(CLI::App &line, explain_options &options)
+CLI::Option *add_one_payload(CLI::App &line, explain_options &options)
 {
     CLI::Option *code = line.add_option("--code", options.code, "With --from: the type code of the payload")
                             ->option_text("CODE")
@@ -208,7 +209,7 @@ void add_one_payload(CLI::App &line, explain_options &options)
                             "FILE is no capture but one payload: its bytes, or hexadecimal digits")
                             ->option_text("bin|hex");
     code->needs(from);
-    from->needs(code);
+    return from->needs(code);
 }
 
 } // namespace
@@ -228,8 +229,9 @@ command add_explain(CLI::App &app)
         ->option_text("A,B");
     CLI::Option *json = line->add_flag("--json", options->is_json, "One JSON object a line instead of a paragraph");
     line->add_flag("-q,--quiet", options->is_quiet, "Print nothing: the exit code says all")->excludes(json);
+    CLI::Option *frame = add_frame(*line, options->frame);
     add_limit(*line, options->limit, "updates");
-    add_one_payload(*line, *options);
+    add_one_payload(*line, *options)->excludes(frame);
     return {line, "ribtool explain updates.pcap --only dropped,losses",
             [options] { return options->from ? explain_payload(*options) : explain_capture(*options); }};
 }

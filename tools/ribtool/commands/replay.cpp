@@ -30,6 +30,7 @@ enum class replay_forms { both, stripped, unstripped };
 
 struct replay_options {
     std::string input;
+    std::optional<uint64_t> frame;
     std::optional<uint64_t> limit;  // updates
     std::optional<uint64_t> sample; // records printed of each type code and form
     bool print_records = true;
@@ -188,7 +189,7 @@ void complain_of_code(const capture_reader &reader, uint16_t code)
 
 exit_code run(const replay_options &options)
 {
-    capture_reader reader(options.input);
+    capture_reader reader(options.input, options.frame);
     if (options.print_records)
         require_other_file(options.input, options.records_path);
     replay_summary summary;
@@ -276,6 +277,7 @@ command add_replay(CLI::App &app)
     line->add_option("FILE", options->input, "pcap capture or frames one after another, - for the standard input")
         ->option_text(" ")
         ->required();
+    add_frame(*line, options->frame);
     add_limit(*line, options->limit, "updates");
     line->add_option("--sample", options->sample, "Print only the first N records of each type code and form")
         ->option_text("N")

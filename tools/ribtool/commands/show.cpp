@@ -27,6 +27,7 @@ struct show_options {
     std::string input;
     std::set<uint16_t> codes; // empty: all
     std::optional<ip_prefix> prefix;
+    std::optional<uint64_t> frame;
     std::optional<uint64_t> limit; // lines
     std::optional<uint64_t> width; // columns; else the terminal's
 };
@@ -280,7 +281,7 @@ private:
 
 exit_code run(const show_options &options)
 {
-    capture_reader reader(options.input);
+    capture_reader reader(options.input, options.frame);
     shower each(options);
     progress_bar progress("show", reader.size(), goes_to_terminal("-"));
     captured_frame frame;
@@ -331,6 +332,7 @@ command add_show(CLI::App &app)
         ->required();
     add_codes(*line, options->codes);
     add_prefix(*line, options->prefix);
+    add_frame(*line, options->frame);
     add_limit(*line, options->limit, "lines");
     line->add_option("--width", options->width, "Cut lines to N columns, 0 for none (default: the terminal's)")
         ->option_text("N")
