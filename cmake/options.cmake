@@ -46,6 +46,13 @@ if(RIB_SANITIZE)
   set(RIB_QUICK_TO_BUILD -O0)
 endif()
 
+# rib_precompile(target headers...): what its files all include is read once, in a way that a cache of compiled files knows.
+function(rib_precompile target)
+  target_precompile_headers(${target} PRIVATE ${ARGN})
+  target_compile_options(${target} PRIVATE
+    "$<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>" "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
+endfunction()
+
 # What the library itself is built from: C++17 without the C++ runtime, everything hidden that is not marked.
 function(rib_library_objects target)
   set_target_properties(${target} PROPERTIES
