@@ -2,7 +2,7 @@
 
 #include "ip/rib/lib/src/rib_lib.h"
 #include "tools/ribtool/generate/random_routes.hpp"
-#include "tools/ribtool/table_route.hpp"
+#include "tools/ribtool/tables/table_route.hpp"
 
 namespace bench
 {

@@ -6,7 +6,7 @@
 #include "tools/ribtool/generate/random_routes.hpp"
 #include "tools/ribtool/generate/random_updates.hpp"
 #include "tools/ribtool/generate/table_source.hpp"
-#include "tools/ribtool/table_file.hpp"
+#include "tools/ribtool/tables/table_file.hpp"
 
 #include <cstdlib>
 #include <functional>

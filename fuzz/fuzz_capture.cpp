@@ -1,6 +1,6 @@
 // Any file as a capture, packed or not: ribtool's reader gives frames and says where the contents go wrong.
 
-#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/errors.hpp"
 
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Tables of routes become captures of encoded route updates.
 
 #include "tests/ribtool/run_ribtool.hpp"
-#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 
 #include <fmt/format.h>
 #include <lzma.h>

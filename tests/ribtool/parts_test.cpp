@@ -2,7 +2,7 @@
 
 #include "tools/ribtool/addresses.hpp"
 #include "tools/ribtool/assertion_guard.hpp"
-#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/generate/histogram.hpp"
 #include "tools/ribtool/generate/random.hpp"
 #include "tools/ribtool/older_forms.hpp"

@@ -1,7 +1,7 @@
 // Generated streams: what is in them, and that one seed gives the same bytes.
 
 #include "tests/ribtool/run_ribtool.hpp"
-#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/generate/histogram.hpp"
 #include "tools/ribtool/generate/update_stream.hpp"
 #include "tools/ribtool/generate/worst_case.hpp"

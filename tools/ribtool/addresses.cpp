@@ -1,7 +1,7 @@
 #include "tools/ribtool/addresses.hpp"
 
 #include "ip/rib/lib/src/rib_lib.h"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 
 #include <arpa/inet.h>
 

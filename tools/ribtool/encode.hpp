@@ -5,7 +5,7 @@
 #include "messages/ip_rib.h"
 #include "messages/rib_common.h"
 #include "messages/rib_encap.h"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 
 namespace ribtool
 {

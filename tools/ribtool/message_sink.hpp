@@ -3,7 +3,7 @@
 #pragma once
 
 #include "inspect/formats/message_json.hpp"
-#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/message_source.hpp"
 
 #include <memory>

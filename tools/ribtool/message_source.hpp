@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/compressed_input.hpp"
 
 #include <cstdint>

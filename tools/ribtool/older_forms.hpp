@@ -11,7 +11,7 @@
 #pragma once
 
 #include "tools/ribtool/addresses.hpp"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 
 #include <cstdint>
 #include <string>

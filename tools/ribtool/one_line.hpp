@@ -3,7 +3,7 @@
 #pragma once
 
 #include "ip/rib/lib/src/rib_lib.h"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 #include "tools/terminal/terminal.hpp"
 
 #include <cstdint>

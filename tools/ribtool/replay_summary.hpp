@@ -2,8 +2,8 @@
 
 #pragma once
 
-#include "tools/ribtool/capture.hpp"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/capture.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 
 #include <array>
 #include <chrono>

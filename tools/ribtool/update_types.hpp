@@ -4,7 +4,7 @@
 #pragma once
 
 #include "tools/ribtool/delivery.hpp"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 
 #include <cstdint>
 #include <span>

@@ -3,7 +3,7 @@
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/progress.hpp"
-#include "tools/ribtool/table_file.hpp"
+#include "tools/ribtool/tables/table_file.hpp"
 
 #include <memory>
 
@@ -26,7 +26,7 @@ exit_code run(const import_options &options)
     table_file table(options.input);
     require_other_file(options.input, options.output);
     capture_writer writer(options.output, options.format);
-    progress_bar progress("import", table.input().size());
+    progress_bar progress("import", table.size());
     scratch memory;
     table_route route;
     uint64_t time_us = 0;
@@ -42,7 +42,7 @@ exit_code run(const import_options &options)
             writer.write(time_us, framed(RIB_TLV_ROUTE, payload));
         ++routes;
         paths += route.paths.size();
-        progress.show(table.input().position(), routes);
+        progress.show(table.position(), routes);
     }
     writer.close();
     progress.clear();

@@ -1,7 +1,7 @@
 #include "tools/ribtool/generate/random_paths.hpp"
 
 #include "tools/ribtool/generate/random_values.hpp"
-#include "tools/ribtool/table_route.hpp"
+#include "tools/ribtool/tables/table_route.hpp"
 
 namespace ribtool
 {

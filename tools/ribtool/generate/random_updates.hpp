@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 #include "tools/ribtool/generate/random.hpp"
 #include "tools/ribtool/scratch.hpp"
 

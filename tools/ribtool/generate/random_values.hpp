@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tools/ribtool/addresses.hpp"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 #include "tools/ribtool/generate/random.hpp"
 
 #include <cstddef>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tools/ribtool/generate/random.hpp"
-#include "tools/ribtool/table_route.hpp"
+#include "tools/ribtool/tables/table_route.hpp"
 
 #include <array>
 #include <cstdint>

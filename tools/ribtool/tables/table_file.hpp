@@ -7,7 +7,7 @@
 
 #pragma once
 
-#include "tools/ribtool/table_route.hpp"
+#include "tools/ribtool/tables/route_source.hpp"
 #include "tools/ribtool/text_input.hpp"
 
 #include <cstdint>
@@ -19,18 +19,15 @@
 namespace ribtool
 {
 
-class table_file
+class table_file : public route_source
 {
 public:
     explicit table_file(const std::string &path) : input_(path) {}
 
-    // The next route; false at the end. Throws a failure that says "FILE:LINE: ...".
-    bool next(table_route &route, uint64_t &time_us);
-
-    const text_input &input() const { return input_; }
-
-    // "FILE:LINE" of the last row of the route that next() gave.
-    const std::string &place() const { return place_; }
+    bool next(table_route &route, uint64_t &time_us) override;
+    std::string place() const override { return place_; } // of the route's last row
+    uint64_t position() const override { return input_.position(); }
+    uint64_t size() const override { return input_.size(); }
 
 private:
     struct row {

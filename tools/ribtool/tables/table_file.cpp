@@ -1,4 +1,4 @@
-#include "tools/ribtool/table_file.hpp"
+#include "tools/ribtool/tables/table_file.hpp"
 
 #include "tools/ribtool/errors.hpp"
 

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "tools/ribtool/addresses.hpp"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 
 #include <cstdint>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "tools/ribtool/capture.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 
 #include "tools/ribtool/errors.hpp"
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tools/ribtool/compressed_input.hpp"
-#include "tools/ribtool/frame.hpp"
+#include "tools/ribtool/frames/frame.hpp"
 #include "tools/ribtool/output_file.hpp"
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "tools/ribtool/table_route.hpp"
+#include "tools/ribtool/tables/table_route.hpp"
 
 #include <algorithm>
 
