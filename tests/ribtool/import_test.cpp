@@ -159,7 +159,7 @@ TEST_F(import_table, a_large_packed_table_is_read_whole)
         text += fmt::format("10.{}.{}.0/24\n", index / 256, index % 256);
     const run_result result = ribtool({"import", write("list.xz", packed(text)), "-o", path("out")});
     EXPECT_EQ(result.exit_code, 0);
-    EXPECT_EQ(result.err, path("list.xz") + ": 20000 routes with 0 paths, 20000 updates\n");
+    EXPECT_EQ(result.err, path("list.xz") + ": table, 20000 routes with 0 paths, 20000 updates\n");
 }
 
 TEST_F(import_table, lines_may_end_like_on_other_systems_or_not_at_all)
@@ -212,7 +212,7 @@ TEST_F(import_table, the_summary_counts_routes_paths_and_updates)
 {
     const std::string input = write("table.tsv", TABLE);
     const run_result result = ribtool({"import", input, "-o", path("out"), "--updates-per-route", "2"});
-    EXPECT_EQ(result.err, input + ": 2 routes with 3 paths, 4 updates\n");
+    EXPECT_EQ(result.err, input + ": table, 2 routes with 3 paths, 4 updates\n");
 }
 
 TEST_F(import_table, the_standard_input_can_be_imported)
@@ -229,6 +229,38 @@ TEST_F(import_table, a_missing_file_is_named)
     EXPECT_EQ(result.exit_code, 3);
     EXPECT_EQ(result.err, "ribtool: " + path("absent.tsv") + ": cannot open: No such file or directory\n");
     EXPECT_FALSE(std::filesystem::exists(path("out")));
+}
+
+TEST_F(import_table, a_file_in_no_known_format_is_told_the_formats_that_there_are)
+{
+    for (const char *text : {"BGP table version is 7\n", "\x1b[31m\xff\n", "10\n", "odd"}) {
+        const std::string said = complaint(text);
+        EXPECT_EQ(said.rfind(": in no format that import knows (", 0), 0u) << said;
+        EXPECT_NE(said.find("table: prefixes, or columns that a first line with # names"), std::string::npos) << said;
+    }
+}
+
+TEST_F(import_table, a_format_that_is_given_is_not_looked_for)
+{
+    const std::string odd = write("odd.tsv", "odd\n");
+    const run_result result = ribtool({"import", odd, "--from", "table", "-o", path("out")});
+    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_EQ(result.err, "ribtool: " + odd + ":1: bad prefix \"odd\"\n");
+}
+
+TEST_F(import_table, an_empty_file_is_named)
+{
+    EXPECT_EQ(complaint(""), ": is empty\n");
+    EXPECT_EQ(complaint(packed("")), ": is empty\n");
+}
+
+TEST_F(import_table, a_mark_of_utf_8_in_front_is_skipped)
+{
+    const bytes plain = imported_bytes(write("table.tsv", TABLE));
+    EXPECT_EQ(imported_bytes(write("marked.tsv", "\xef\xbb\xbf" + TABLE)), plain);
+    EXPECT_EQ(imported_bytes(write("list", "\xef\xbb\xbf"
+                                           "10.0.0.0/8\n")),
+              imported_bytes(write("bare", "10.0.0.0/8\n")));
 }
 
 TEST_F(import_table, a_malformed_line_is_located)
@@ -265,8 +297,8 @@ TEST_F(import_table, a_malformed_line_is_located)
 
 TEST_F(import_table, an_error_shows_a_printable_piece_of_a_line_that_may_be_anything)
 {
-    EXPECT_EQ(complaint("\x1b[31m\xff\n"), ":1: bad prefix \"?[31m?\"\n");
-    EXPECT_EQ(complaint(std::string(70, 'x')), ":1: bad prefix \"" + std::string(60, 'x') + "...\"\n");
+    EXPECT_EQ(complaint("#prefix\n\x1b[31m\xff\n"), ":2: bad prefix \"?[31m?\"\n");
+    EXPECT_EQ(complaint("#prefix\n" + std::string(70, 'x')), ":2: bad prefix \"" + std::string(60, 'x') + "...\"\n");
 }
 
 TEST_F(import_table, lines_of_a_packed_table_are_counted_too)

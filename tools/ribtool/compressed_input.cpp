@@ -80,7 +80,31 @@ bool compressed_input::fill()
     return !has_ended_;
 }
 
+std::span<const uint8_t> compressed_input::peek(size_t wanted)
+{
+    size_t held = peeked_.size();
+    peeked_.resize(std::max(held, wanted));
+    while (held < wanted) {
+        const size_t got = read_on(std::span(peeked_).subspan(held));
+        if (got == 0)
+            break;
+        held += got;
+    }
+    peeked_.resize(held);
+    return peeked_;
+}
+
 size_t compressed_input::read(std::span<uint8_t> room) noexcept
+{
+    if (peeked_.empty())
+        return read_on(room);
+    const size_t len = std::min(room.size(), peeked_.size());
+    std::memcpy(room.data(), peeked_.data(), len);
+    peeked_.erase(peeked_.begin(), peeked_.begin() + static_cast<ptrdiff_t>(len));
+    return len;
+}
+
+size_t compressed_input::read_on(std::span<uint8_t> room) noexcept
 {
     if (error_ || is_done_)
         return 0;

@@ -14,6 +14,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace ribtool
 {
@@ -32,6 +33,10 @@ public:
     // At least one byte and at most so many as there is room for (which is not empty), as soon as there are any; 0 at the end or
     // where an error is.
     size_t read(std::span<uint8_t> room) noexcept;
+
+    // The next `wanted` bytes, fewer only where the end or an error is nearer: what is looked at is not read yet. The view holds until
+    // the next call of either.
+    std::span<const uint8_t> peek(size_t wanted);
 
     // Why read() gave 0 before the end: EXIT_FILE where the file cannot be read, EXIT_MALFORMED where the archive is damaged or cut.
     struct read_error {
@@ -52,6 +57,7 @@ public:
 private:
     void fill_start();
     bool fill();
+    size_t read_on(std::span<uint8_t> room) noexcept;
     size_t unpack(std::span<uint8_t> room);
 
     std::string name_;
@@ -64,6 +70,7 @@ private:
     bool is_done_ = false;            // the last archive has been unpacked
     std::span<const uint8_t> unread_; // in block_
     std::unique_ptr<uint8_t[]> block_;
+    std::vector<uint8_t> peeked_; // not read yet, in front of all else
 };
 
 } // namespace ribtool

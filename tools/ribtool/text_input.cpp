@@ -13,9 +13,15 @@ constexpr size_t MAX_LINE_LEN = 1 << 20; // a line that fills a frame is shorter
 
 } // namespace
 
+std::string_view without_byte_order_mark(std::string_view start)
+{
+    constexpr std::string_view MARK = "\xef\xbb\xbf";
+    return start.starts_with(MARK) ? start.substr(MARK.size()) : start;
+}
+
 std::string text_input::place() const
 {
-    return fmt::format("{}:{}", input_.name(), line_number_);
+    return fmt::format("{}:{}", input_->name(), line_number_);
 }
 
 // Appends the next piece of text to the buffer; false at the end.
@@ -25,10 +31,10 @@ bool text_input::read_more()
     start_ = 0;
     const size_t old_len = buffer_.size();
     buffer_.resize(old_len + BLOCK_LEN);
-    const size_t got = input_.read({reinterpret_cast<uint8_t *>(buffer_.data()) + old_len, BLOCK_LEN});
+    const size_t got = input_->read({reinterpret_cast<uint8_t *>(buffer_.data()) + old_len, BLOCK_LEN});
     buffer_.resize(old_len + got);
-    if (got == 0 && input_.error())
-        fail(input_.error()->code, "{}:{}: {}", input_.name(), line_number_ + 1, input_.error()->text);
+    if (got == 0 && input_->error())
+        fail(input_->error()->code, "{}:{}: {}", input_->name(), line_number_ + 1, input_->error()->text);
     return got > 0;
 }
 
@@ -39,7 +45,7 @@ bool text_input::next_line(std::string_view &line)
     while (end == std::string::npos) {
         searched = buffer_.size() - start_;
         if (searched > MAX_LINE_LEN)
-            fail(EXIT_MALFORMED, "{}:{}: a line of more than {} bytes", input_.name(), line_number_ + 1, MAX_LINE_LEN);
+            fail(EXIT_MALFORMED, "{}:{}: a line of more than {} bytes", input_->name(), line_number_ + 1, MAX_LINE_LEN);
         if (!read_more()) {
             if (start_ == buffer_.size())
                 return false;
@@ -52,7 +58,8 @@ bool text_input::next_line(std::string_view &line)
     if (line.ends_with('\r'))
         line.remove_suffix(1);
     start_ = std::min(end + 1, buffer_.size());
-    ++line_number_;
+    if (++line_number_ == 1)
+        line = without_byte_order_mark(line);
     return true;
 }
 

@@ -6,9 +6,16 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace ribtool
 {
+
+// What of an input no route was made of, and how often: "2 records of RIB_IPV4_MULTICAST".
+struct left_out {
+    uint64_t count;
+    std::string what;
+};
 
 class route_source
 {
@@ -20,6 +27,9 @@ public:
 
     // Where the route that next() gave last stands: "FILE:LINE", "FILE: record 3".
     virtual std::string place() const = 0;
+
+    // What was left out so far, for the summary.
+    virtual std::vector<left_out> left_out_so_far() const { return {}; }
 
     virtual uint64_t position() const = 0; // bytes of the file read so far
     virtual uint64_t size() const = 0;     // of the file; 0 when not known

@@ -78,6 +78,17 @@ std::optional<uint32_t> parse_origin(std::string_view text)
 
 } // namespace
 
+bool is_table_text(byte_span start)
+{
+    std::string_view text = without_byte_order_mark({reinterpret_cast<const char *>(start.data()), start.size()});
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    if (text.empty() || text.starts_with('#'))
+        return true;
+    const std::string_view word = text.substr(0, text.find_first_of(" \t\r\n"));
+    return word.find_first_not_of("0123456789abcdefABCDEF.:/") == std::string_view::npos &&
+           word.find_first_of(".:") != std::string_view::npos;
+}
+
 bool table_file::next(table_route &route, uint64_t &time_us)
 {
     row current;

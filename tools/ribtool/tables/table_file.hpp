@@ -11,18 +11,24 @@
 #include "tools/ribtool/text_input.hpp"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace ribtool
 {
 
+// Whether a file that starts so begins with a line of names, a remark, an empty line or something like an address.
+bool is_table_text(byte_span start);
+
 class table_file : public route_source
 {
 public:
     explicit table_file(const std::string &path) : input_(path) {}
+    explicit table_file(std::unique_ptr<compressed_input> input) : input_(std::move(input)) {}
 
     bool next(table_route &route, uint64_t &time_us) override;
     std::string place() const override { return place_; } // of the route's last row
