@@ -3,7 +3,7 @@
 
 #include <rib.h>
 
-#include "frame.h"
+#include "expect.h"
 
 static void *allocate(size_t size, void *ctx)
 {

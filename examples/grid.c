@@ -1,8 +1,9 @@
 /* A client of the grid channel: encapsulation keys with their IDs, and next-hop IDs. */
 
 #include <rib.h>
+#include <rib_frames.h>
 
-#include "frame.h"
+#include "expect.h"
 
 struct client {
     unsigned keys;
@@ -29,10 +30,10 @@ static int on_grid(void *record, void *ctx, uint32_t tlv_type)
     return 0;
 }
 
-static void deliver(uint8_t *frame, unsigned type, size_t len, struct client *client)
+static void deliver(uint8_t *frame, uint16_t type, size_t len, struct client *client)
 {
     updatetype_local update = {.payload = frame};
-    write_header(frame, type, len);
+    rib_frame_put_header(frame, type, len);
     rib_lib_pvt_parse_grid_update(on_grid, &update, client);
 }
 
@@ -74,10 +75,10 @@ static size_t encode_next_hop(uint8_t *payload, size_t size)
 int main(void)
 {
     uint8_t frame[256];
-    uint8_t *payload = frame + HEADER_LEN;
+    uint8_t *payload = frame + RIB_FRAME_HEADER_LEN;
     struct client client = {0};
-    deliver(frame, RIB_TLV_GRID, encode_list(payload, sizeof frame - HEADER_LEN), &client);
-    deliver(frame, RIB_TLV_NHID, encode_next_hop(payload, sizeof frame - HEADER_LEN), &client);
+    deliver(frame, RIB_TLV_GRID, encode_list(payload, sizeof frame - RIB_FRAME_HEADER_LEN), &client);
+    deliver(frame, RIB_TLV_NHID, encode_next_hop(payload, sizeof frame - RIB_FRAME_HEADER_LEN), &client);
     expect(client.keys == 2 && client.next_hops == 1, "both updates arrived");
     return 0;
 }

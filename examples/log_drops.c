@@ -4,9 +4,10 @@
 
 #include <inspect/rib_inspect.h>
 #include <rib.h>
+#include <rib_frames.h>
 #include <time.h>
 
-#include "frame.h"
+#include "expect.h"
 
 enum { EXPLANATIONS_A_SECOND = 2 };
 
@@ -99,14 +100,14 @@ static void build_route(uint8_t *frame, uint8_t family)
         0x10, 0x80,   0x80, 0x80, 0x50, /*     2 ipv4 = 0x0A000000 */
         0x10, 0x08,                     /*   2 prefix_len = 8 */
     };
-    write_header(frame, RIB_TLV_ROUTE, sizeof payload);
-    memcpy(frame + HEADER_LEN, payload, sizeof payload);
+    rib_frame_put_header(frame, RIB_TLV_ROUTE, sizeof payload);
+    memcpy(frame + RIB_FRAME_HEADER_LEN, payload, sizeof payload);
 }
 
 int main(void)
 {
     struct client client = {0};
-    uint8_t frame[HEADER_LEN + 13];
+    uint8_t frame[RIB_FRAME_HEADER_LEN + 13];
     const time_t now = 1000; /* a daemon asks time(NULL), once for each batch */
 
     for (uint32_t id = 1; id <= 1000; id++) {

@@ -1,8 +1,9 @@
 /* A client of opaque updates: four numbers and two blocks of bytes that only the peers understand. */
 
 #include <rib.h>
+#include <rib_frames.h>
 
-#include "frame.h"
+#include "expect.h"
 
 /* What this client keeps of the last update. */
 struct client {
@@ -42,9 +43,10 @@ static void build_update(uint8_t *frame, size_t size)
     msg.second_block_size = sizeof second;
     zidl_ip_rib_opaque_mark_second_block(&msg);
 
-    size_t len = zidl_ip_rib_opaque_encode_ext(&msg, frame + HEADER_LEN, size - HEADER_LEN, NULL, NULL, 0);
-    expect(len <= size - HEADER_LEN, "the message fits the frame");
-    write_header(frame, RIB_TLV_OPAQUE, len);
+    size_t len =
+        zidl_ip_rib_opaque_encode_ext(&msg, frame + RIB_FRAME_HEADER_LEN, size - RIB_FRAME_HEADER_LEN, NULL, NULL, 0);
+    expect(len <= size - RIB_FRAME_HEADER_LEN, "the message fits the frame");
+    rib_frame_put_header(frame, RIB_TLV_OPAQUE, len);
 }
 
 int main(void)

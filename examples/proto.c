@@ -1,8 +1,9 @@
 /* A client of protocol updates: receives the identity of a routing protocol in both forms. */
 
 #include <rib.h>
+#include <rib_frames.h>
 
-#include "frame.h"
+#include "expect.h"
 
 struct client {
     unsigned updates;
@@ -34,10 +35,10 @@ static void send_encoded(struct client *client)
     zidl_ip_rib_proto_update_mark_proto_extra_name(&msg);
 
     uint8_t frame[256];
-    size_t len =
-        zidl_ip_rib_proto_update_encode_ext(&msg, frame + HEADER_LEN, sizeof frame - HEADER_LEN, NULL, NULL, 0);
-    expect(len <= sizeof frame - HEADER_LEN, "the message fits the frame");
-    write_header(frame, RIB_TLV_PROTO, len);
+    size_t len = zidl_ip_rib_proto_update_encode_ext(&msg, frame + RIB_FRAME_HEADER_LEN,
+                                                     sizeof frame - RIB_FRAME_HEADER_LEN, NULL, NULL, 0);
+    expect(len <= sizeof frame - RIB_FRAME_HEADER_LEN, "the message fits the frame");
+    rib_frame_put_header(frame, RIB_TLV_PROTO, len);
 
     updatetype_local update = {.update_id = 1, .payload = frame};
     rib_lib_pvt_parse_proto_update(on_protocol, &update, client);

@@ -2,9 +2,10 @@
  * besides. */
 
 #include <rib.h>
+#include <rib_frames.h>
 #include <stddef.h>
 
-#include "frame.h"
+#include "expect.h"
 
 struct client {
     unsigned paths;
@@ -64,9 +65,10 @@ static void build_update(uint8_t *frame, size_t size)
     route.paths_count = 2;
     zidl_rib_route_mark_paths(&route);
 
-    size_t len = zidl_rib_route_encode_ext(&route, frame + HEADER_LEN, size - HEADER_LEN, NULL, NULL, 0);
-    expect(len <= size - HEADER_LEN, "the route fits the frame");
-    write_header(frame, RIB_TLV_ROUTE, len);
+    size_t len =
+        zidl_rib_route_encode_ext(&route, frame + RIB_FRAME_HEADER_LEN, size - RIB_FRAME_HEADER_LEN, NULL, NULL, 0);
+    expect(len <= size - RIB_FRAME_HEADER_LEN, "the route fits the frame");
+    rib_frame_put_header(frame, RIB_TLV_ROUTE, len);
 }
 
 /* ---- Routes of the older form, whose layout is the client's business: here an address and its prefix length ---- */
@@ -115,8 +117,8 @@ static int on_older_route(uint32_t update_id, struct rib_routetype_ *route, void
 static updatetype_local older_update(uint8_t *frame)
 {
     static const uint8_t route[OLDER_LEN] = {198, 51, 100, 0, 24};
-    write_header(frame, RIB_TLV_OLD_ROUTE, sizeof route);
-    memcpy(frame + HEADER_LEN, route, sizeof route);
+    rib_frame_put_header(frame, RIB_TLV_OLD_ROUTE, sizeof route);
+    memcpy(frame + RIB_FRAME_HEADER_LEN, route, sizeof route);
     updatetype_local update = {.update_id = 2, .payload = frame};
     return update;
 }
