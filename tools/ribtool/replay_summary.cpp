@@ -65,10 +65,9 @@ bool replay_summary::all_went_through() const
     return failed == 0;
 }
 
-void replay_summary::print(const std::string &input, capture_format format, uint64_t updates) const
+void replay_summary::print(const std::string &input, std::string_view kind, uint64_t updates) const
 {
-    terminal::say("{}: {}, {} updates", terminal::shown_on(stderr, input),
-                  format == capture_format::pcap ? "pcap" : "raw frames", updates);
+    terminal::say("{}: {}, {} updates", terminal::shown_on(stderr, input), kind, updates);
     if (delimiters_ != 0)
         terminal::say(", {} delimiters skipped", delimiters_);
     terminal::say("\n");

@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/frames/frame.hpp"
 
 #include <array>
@@ -42,7 +41,9 @@ public:
     update_counts &of(update_form form, uint16_t code);
     void add_delimiter() { ++delimiters_; }
     bool all_went_through() const;
-    void print(const std::string &input, capture_format format, uint64_t updates) const; // to the standard error
+
+    // To the standard error. `kind` is the source's: "pcap".
+    void print(const std::string &input, std::string_view kind, uint64_t updates) const;
 
 private:
     update_counts total(update_form form) const;

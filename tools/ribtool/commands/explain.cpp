@@ -174,8 +174,7 @@ exit_code explain_capture(const explain_options &options)
         progress->clear();
     each.finish();
     const exit_code result = report_damage(reader, each.all_is_whole() ? EXIT_DONE : EXIT_UPDATES_FAILED);
-    each.print_summary(fmt::format("{}: {}", terminal::shown_on(stderr, reader.name()),
-                                   reader.format() == capture_format::pcap ? "pcap" : "raw frames"));
+    each.print_summary(fmt::format("{}: {}", terminal::shown_on(stderr, reader.name()), reader.kind()));
     return result;
 }
 

@@ -178,7 +178,7 @@ private:
     uint64_t assertions_ = 0;
 };
 
-void complain_of_code(const capture_reader &reader, uint16_t code)
+void complain_of_code(const frame_source &reader, uint16_t code)
 {
     std::vector<std::string> known;
     for (const update_type &each : update_types())
@@ -219,7 +219,7 @@ exit_code run(const replay_options &options)
         complain_of_code(reader, *unknown_code);
         result = EXIT_MALFORMED;
     }
-    summary.print(reader.name(), reader.format(), updates);
+    summary.print(reader.name(), reader.kind(), updates);
     return result;
 }
 

@@ -136,11 +136,10 @@ public:
     }
     void finish() { file_.close(); }
 
-    void print_summary(const capture_reader &reader) const
+    void print_summary(const frame_source &reader) const
     {
         std::string text = fmt::format("{}: {}, {} frame{} read, {} shown", terminal::shown_on(stderr, reader.name()),
-                                       reader.format() == capture_format::pcap ? "pcap" : "raw frames", read_,
-                                       read_ == 1 ? "" : "s", shown_);
+                                       reader.kind(), read_, read_ == 1 ? "" : "s", shown_);
         for (const rib_outcome outcome : {RIB_DELIVERED, RIB_DROPPED, RIB_STOPPED, RIB_REFUSED}) {
             if (count_of(outcome) != 0)
                 text += fmt::format(", {} {}", count_of(outcome), rib_outcome_name(outcome));

@@ -209,14 +209,6 @@ bool capture_reader::next_raw(captured_frame &frame)
     return true;
 }
 
-exit_code report_damage(const capture_reader &reader, exit_code otherwise)
-{
-    if (!reader.found_damage())
-        return otherwise;
-    complain("{}: {}", reader.found_damage()->place, reader.found_damage()->text);
-    return EXIT_MALFORMED;
-}
-
 void require_other_file(const std::string &input, const std::string &output)
 {
     struct stat first = {};

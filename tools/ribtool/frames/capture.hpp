@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tools/ribtool/compressed_input.hpp"
-#include "tools/ribtool/frames/frame.hpp"
+#include "tools/ribtool/frames/frame_source.hpp"
 #include "tools/ribtool/output_file.hpp"
 
 #include <cstdint>
@@ -45,44 +45,26 @@ private:
     bool closed_ = false;
 };
 
-struct captured_frame {
-    uint64_t number = 0; // from 1, delimiters counted
-    uint64_t time_us = 0;
-    byte_vector bytes; // header as it travels, then exactly the payload that it promises
-};
-
 // Whether the first bytes of a file are those of a pcap or pcapng file.
 bool is_pcap(byte_span start);
 
-// Where the contents of a file go wrong, and how: "FILE: packet 3", "truncated: ...".
-struct damage {
-    std::string place;
-    std::string text;
-};
-
 // Reads either format, packed or not, and tells them apart by their first bytes. A file that cannot be read is a failure, and so is
 // one without a single frame's worth of a capture: empty, of another link type.
-class capture_reader
+class capture_reader : public frame_source
 {
 public:
     // "-" is the standard input. With `only` that frame alone is read, the first being 1; there must be one.
     explicit capture_reader(const std::string &path, std::optional<uint64_t> only = {});
 
-    // False at the end and where the contents go wrong: everything before is good.
-    bool next(captured_frame &frame);
-
-    // What ended the frames; nothing at the end of a whole capture. Whoever reads to the end says so when all else is printed, and
-    // ends with EXIT_MALFORMED: see report_damage().
-    const std::optional<damage> &found_damage() const { return damage_; }
+    bool next(captured_frame &frame) override;
+    const std::optional<damage> &found_damage() const override { return damage_; }
+    const std::string &name() const override { return input_.name(); }
+    std::string_view kind() const override { return format() == capture_format::pcap ? "pcap" : "raw frames"; }
+    uint64_t position() const override { return input_.position(); } // of the file itself
+    uint64_t size() const override { return input_.size(); }
+    std::string place() const override; // bytes count in what a packed file holds
 
     capture_format format() const { return handle_ != nullptr ? capture_format::pcap : capture_format::raw; }
-    const std::string &name() const { return input_.name(); } // as messages show it
-    uint64_t position() const { return input_.position(); }   // bytes of the file read so far
-    uint64_t size() const { return input_.size(); }           // 0 for a pipe, whose end nobody knows
-
-    // "FILE: packet 3" or "FILE: frame 3 at byte 120": the frame that next() gave last or was about to give. Bytes count in what a
-    // packed file holds.
-    std::string place() const;
 
 private:
     void open_pcap();
@@ -103,10 +85,6 @@ private:
     uint64_t raw_len_ = 0; // bytes of frames read so far
     std::optional<damage> damage_;
 };
-
-// What a reading command calls between its lines and its summary: says where the capture is damaged, if it is. Gives
-// EXIT_MALFORMED then and else what the command would end with.
-exit_code report_damage(const capture_reader &reader, exit_code otherwise);
 
 // A file that is read while it is overwritten would be lost: a failure when both names are of one file.
 void require_other_file(const std::string &input, const std::string &output);
