@@ -18,8 +18,9 @@ enum exit_code : int {
     EXIT_DONE = 0,
     EXIT_UPDATES_FAILED = 1, // the replay ran to its end, but updates were stopped by an assertion or refused
     EXIT_USAGE = 2,
-    EXIT_FILE = 3,      // a file cannot be opened, read or written
-    EXIT_MALFORMED = 4, // a file's contents are not what the command reads
+    EXIT_FILE = 3,          // a file cannot be opened, read or written
+    EXIT_MALFORMED = 4,     // a file's contents are not what the command reads
+    EXIT_INTERRUPTED = 128, // main() ends by the signal that came, whose number shells add to this
 };
 
 class failure : public std::runtime_error

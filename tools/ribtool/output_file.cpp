@@ -46,11 +46,16 @@ void output_file::check() const
         fail_to_write(name_);
 }
 
-void output_file::close()
+void output_file::flush()
 {
     if (std::fflush(file_.get()) != 0)
         fail_to_write(name_);
     check();
+}
+
+void output_file::close()
+{
+    flush();
     if (FILE *file = file_.release(); file != stdout && std::fclose(file) != 0)
         fail_to_write(name_);
 }

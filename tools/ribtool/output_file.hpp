@@ -30,6 +30,7 @@ public:
     FILE *get() const { return file_.get(); }
     void check() const;
 
+    void flush(); // what has been written so far can be read now
     void close(); // what has been written is in the file then; the standard output stays open
 
 private:

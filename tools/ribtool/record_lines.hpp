@@ -34,6 +34,7 @@ public:
 
     void print() { file_.write(line_.finished()); }
 
+    void flush() { file_.flush(); }
     void close() { file_.close(); }
 
 private:

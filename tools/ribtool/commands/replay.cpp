@@ -2,6 +2,7 @@
 
 #include "tools/ribtool/assertion_guard.hpp"
 #include "tools/ribtool/command_line.hpp"
+#include "tools/ribtool/frame_input.hpp"
 #include "tools/ribtool/older_route_client.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/replay_summary.hpp"
@@ -29,7 +30,7 @@ using steady_clock = std::chrono::steady_clock;
 enum class replay_forms { both, stripped, unstripped };
 
 struct replay_options {
-    std::string input;
+    frame_input input;
     std::optional<uint64_t> frame;
     std::optional<uint64_t> limit;  // updates
     std::optional<uint64_t> sample; // records printed of each type code and form
@@ -72,6 +73,13 @@ public:
             replay(frame, type, update_form::unstripped);
         if (options_.forms != replay_forms::unstripped)
             replay(frame, type, update_form::stripped);
+    }
+
+    // For whoever watches the lines of a live stream.
+    void flush()
+    {
+        if (lines_)
+            lines_->flush();
     }
 
     void finish()
@@ -189,11 +197,13 @@ void complain_of_code(const frame_source &reader, uint16_t code)
 
 exit_code run(const replay_options &options)
 {
-    capture_reader reader(options.input, options.frame);
+    const std::unique_ptr<frame_source> source = open_frames(options.input, options.frame);
+    frame_source &reader = *source;
     if (options.print_records)
-        require_other_file(options.input, options.records_path);
+        require_other_file(options.input.file, options.records_path);
     replay_summary summary;
     replayer each(options, summary);
+    reader.while_waiting([&each] { each.flush(); });
     progress_bar progress("replay", reader.size(), options.print_records && goes_to_terminal(options.records_path));
     captured_frame frame;
     uint64_t updates = 0;
@@ -274,10 +284,8 @@ command add_replay(CLI::App &app)
                                                   "print the client records as JSON Lines and a summary on the "
                                                   "standard error.");
     const auto options = std::make_shared<replay_options>();
-    line->add_option("FILE", options->input, "pcap capture or frames one after another, - for the standard input")
-        ->option_text(" ")
-        ->required();
-    add_frame(*line, options->frame);
+    const frame_input_options input = add_frame_input(*line, options->input);
+    add_frame(*line, options->frame)->excludes(input.connect);
     add_limit(*line, options->limit, "updates");
     line->add_option("--sample", options->sample, "Print only the first N records of each type code and form")
         ->option_text("N")

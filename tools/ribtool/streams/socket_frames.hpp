@@ -1,0 +1,53 @@
+// Frames out of a socket or a pipe, as they come.
+
+#pragma once
+
+#include "tools/ribtool/frames/frame_source.hpp"
+#include "tools/ribtool/streams/descriptor.hpp"
+
+#include <memory>
+
+namespace ribtool
+{
+
+class socket_frames : public frame_source
+{
+public:
+    // Takes the socket over. `name` is what messages call it.
+    socket_frames(descriptor socket, std::string name);
+
+    // Waits for a frame. Its time is that of the read that completed it. A stream that ends inside a frame, or whose connection is
+    // lost, is damaged.
+    bool next(captured_frame &frame) override;
+
+    const std::optional<damage> &found_damage() const override { return damage_; }
+    const std::string &name() const override { return name_; }
+    std::string_view kind() const override { return "live"; }
+    uint64_t position() const override { return received_; }
+    uint64_t size() const override { return 0; }
+    std::string place() const override;
+    void while_waiting(std::function<void()> idle) override { idle_ = std::move(idle); }
+
+private:
+    bool wait();
+    bool receive();
+    bool stop(std::string text, exit_code code);
+
+    byte_span held() const { return {block_.get() + taken_, held_len_}; }
+
+    descriptor socket_;
+    std::string name_;
+    std::function<void()> idle_;
+    std::unique_ptr<uint8_t[]> block_;
+    size_t taken_ = 0;    // of the block
+    size_t held_len_ = 0; // behind that
+    bool has_ended_ = false;
+    uint64_t received_ = 0; // bytes
+    uint64_t time_us_ = 0;  // of the last of them
+    uint64_t number_ = 0;
+    uint64_t frame_start_ = 0; // in the stream
+    uint64_t frame_end_ = 0;
+    std::optional<damage> damage_;
+};
+
+} // namespace ribtool

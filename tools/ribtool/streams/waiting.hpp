@@ -1,0 +1,15 @@
+// How commands wait for a socket or a pipe.
+
+#pragma once
+
+namespace ribtool
+{
+
+enum class waited { ready, too_long, interrupted };
+
+constexpr int WITHOUT_END = -1; // milliseconds
+
+// Until the descriptor can be read (POLLIN) or written (POLLOUT), has ended or has failed. -1 is a descriptor on which nothing happens.
+waited wait_for(int descriptor, short events, int milliseconds);
+
+} // namespace ribtool
