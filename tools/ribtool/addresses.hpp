@@ -23,11 +23,14 @@ struct ip_address {
     std::array<uint8_t, 16> bytes{}; // IPv4: the first four
 
     uint8_t bit_count() const { return is_ipv6 ? 128 : 32; }
+    bool operator==(const ip_address &) const = default;
 };
 
 struct ip_prefix {
     ip_address address;
     uint8_t length = 0;
+
+    bool operator==(const ip_prefix &) const = default;
 };
 
 std::optional<ip_address> parse_address(std::string_view text);

@@ -4,6 +4,10 @@
 #include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/tables/detect.hpp"
+#include "tools/ribtool/tables/iproute_names.hpp"
+#include "tools/ribtool/tables/kernel_table.hpp"
+
+#include <linux/rtnetlink.h>
 
 #include <memory>
 
@@ -15,6 +19,8 @@ namespace
 
 struct import_options {
     std::string input;
+    bool from_kernel = false; // instead of a file
+    kernel_selection selection{.table = RT_TABLE_MAIN};
     std::string output;
     const table_format *from = nullptr; // null: the first bytes tell
     std::optional<uint64_t> limit;      // routes
@@ -24,16 +30,26 @@ struct import_options {
 
 void say_summary(const import_options &options, const open_table &opened, uint64_t routes, uint64_t paths)
 {
-    const std::string name = terminal::shown_on(stderr, options.input == "-" ? "standard input" : options.input);
-    terminal::say("{}: {}, {} routes with {} paths, {} updates\n", name, opened.format->name, routes, paths,
-                  routes * options.updates_per_route);
+    const std::string name = options.from_kernel    ? "the kernel"
+                             : options.input == "-" ? "standard input"
+                                                    : options.input;
+    terminal::say("{}: {}, {} routes with {} paths, {} updates\n", terminal::shown_on(stderr, name), opened.format,
+                  routes, paths, routes * options.updates_per_route);
     for (const left_out &each : opened.routes->left_out_so_far())
         terminal::say("  left out: {} {}\n", each.count, each.what);
 }
 
+open_table open_input(const import_options &options)
+{
+    if (!options.from_kernel)
+        return open_route_source(options.input, options.from);
+    const std::optional<uint32_t> table = options.selection.table;
+    return {table ? fmt::format("table {}", *table) : "all tables", std::make_unique<kernel_table>(options.selection)};
+}
+
 exit_code run(const import_options &options)
 {
-    const open_table opened = open_route_source(options.input, options.from);
+    const open_table opened = open_input(options);
     route_source &table = *opened.routes;
     require_other_file(options.input, options.output);
     capture_writer writer(options.output, options.format);
@@ -61,7 +77,7 @@ exit_code run(const import_options &options)
     return EXIT_DONE;
 }
 
-void add_table_format(CLI::App &line, const table_format *&from)
+CLI::Option *add_table_format(CLI::App &line, const table_format *&from)
 {
     std::map<std::string, const table_format *> choices;
     std::string names;
@@ -69,7 +85,36 @@ void add_table_format(CLI::App &line, const table_format *&from)
         choices.emplace(format.name, &format);
         names += fmt::format("{}{}", names.empty() ? "" : "|", format.name);
     }
-    add_choice(line, "--from", from, choices, "The format of FILE (default: its first bytes tell)")->option_text(names);
+    return add_choice(line, "--from", from, choices, "The format of FILE (default: its first bytes tell)")
+        ->option_text(names);
+}
+
+// --kernel and what chooses among its routes.
+void add_kernel(CLI::App &line, CLI::Option &file, CLI::Option &from, import_options &options)
+{
+    CLI::Option *kernel =
+        line.add_flag("--kernel", options.from_kernel, "Read the routes of the running kernel instead of a file");
+    kernel->excludes(&file)->excludes(&from);
+    line.add_option_function<std::string>(
+            "--table",
+            [&options](const std::string &text) {
+                options.selection.table = number_of(table_numbers(), text);
+                if (!options.selection.table && text != "all")
+                    throw CLI::ValidationError("--table", fmt::format("\"{}\" is no table", text));
+            },
+            "The kernel's table: a number, a name or all (default: main)")
+        ->option_text("TABLE")
+        ->needs(kernel);
+    CLI::Option *ipv4 = line.add_flag_callback(
+        "-4", [&options] { options.selection.ipv6 = false; }, "Only IPv4 routes of the kernel");
+    CLI::Option *ipv6 = line.add_flag_callback(
+        "-6", [&options] { options.selection.ipv4 = false; }, "Only IPv6 routes of the kernel");
+    ipv4->needs(kernel)->excludes(ipv6);
+    ipv6->needs(kernel);
+    line.parse_complete_callback([&options] {
+        if (options.input.empty() && !options.from_kernel)
+            throw CLI::RequiredError("FILE or --kernel");
+    });
 }
 
 } // namespace
@@ -79,8 +124,10 @@ command add_import(CLI::App &app)
     CLI::App *line = app.add_subcommand("import", "Turn a table of routes, whatever its format (packed or not), into a "
                                                   "capture of encoded route updates.");
     const auto options = std::make_shared<import_options>();
-    line->add_option("FILE", options->input, "The table, - for the standard input")->option_text(" ")->required();
-    add_table_format(*line, options->from);
+    CLI::Option *file =
+        line->add_option("FILE", options->input, "The table, - for the standard input")->option_text(" ");
+    CLI::Option *from = add_table_format(*line, options->from);
+    add_kernel(*line, *file, *from, *options);
     add_output(*line, options->output);
     add_limit(*line, options->limit, "routes");
     line->add_option("--updates-per-route", options->updates_per_route, "Write each route N times (default: 1)")

@@ -2,6 +2,8 @@
 
 #include "tools/ribtool/compressed_input.hpp"
 #include "tools/ribtool/errors.hpp"
+#include "tools/ribtool/tables/kernel_json.hpp"
+#include "tools/ribtool/tables/route_save.hpp"
 #include "tools/ribtool/tables/table_file.hpp"
 
 #include <algorithm>
@@ -22,6 +24,8 @@ std::unique_ptr<route_source> open_with(std::unique_ptr<compressed_input> input)
 }
 
 constexpr table_format FORMATS[] = {
+    {"route-save", "what ip route save writes", is_route_save, open_with<route_save>},
+    {"route-json", "what ip -j route prints", is_kernel_json, open_with<kernel_json>},
     {"table", "prefixes, or columns that a first line with # names", is_table_text, open_with<table_file>},
 };
 
@@ -50,7 +54,7 @@ open_table open_route_source(const std::string &path, const table_format *forced
         fail(EXIT_MALFORMED, "{}: in no format that import knows ({})", input->name(), known);
     }
     const table_format *format = forced != nullptr ? forced : &*found;
-    return {format, format->open(std::move(input))};
+    return {std::string(format->name), format->open(std::move(input))};
 }
 
 } // namespace ribtool

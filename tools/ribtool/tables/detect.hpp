@@ -30,7 +30,7 @@ struct table_format {
 std::span<const table_format> table_formats();
 
 struct open_table {
-    const table_format *format;
+    std::string format; // its name
     std::unique_ptr<route_source> routes;
 };
 

@@ -12,10 +12,6 @@ namespace ribtool
 namespace
 {
 
-// Each takes a tag, a length and its flags, so that what goes on for ever ends here.
-constexpr size_t MIN_PATH_LEN = 5;
-constexpr size_t MAX_PATHS = MAX_PAYLOAD_LEN / MIN_PATH_LEN;
-
 std::vector<std::string_view> split(std::string_view text, char separator)
 {
     std::vector<std::string_view> parts;
