@@ -80,4 +80,11 @@ void add_format(CLI::App &line, capture_format &format)
         ->option_text("pcap|raw");
 }
 
+void add_partial(CLI::App &line, bool &is_partial_kept)
+{
+    line.add_flag(
+        "--partial", is_partial_kept,
+        "Keep what was written when a signal or the input ends the run (default: the file stays what it was)");
+}
+
 } // namespace ribtool

@@ -2,8 +2,8 @@
 
 #pragma once
 
-#include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/errors.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -71,5 +71,8 @@ void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string
 // -o FILE and --format of a capture that is written.
 void add_output(CLI::App &line, std::string &path);
 void add_format(CLI::App &line, capture_format &format);
+
+// --partial, of what ends before its input does.
+void add_partial(CLI::App &line, bool &is_partial_kept);
 
 } // namespace ribtool

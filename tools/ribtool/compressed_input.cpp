@@ -1,5 +1,7 @@
 #include "tools/ribtool/compressed_input.hpp"
 
+#include "tools/ribtool/interruption.hpp"
+#include "tools/ribtool/streams/waiting.hpp"
 #include "tools/ribtool/unpackers.hpp"
 
 #include <fcntl.h>
@@ -9,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <poll.h>
 #include <unistd.h>
 
 namespace ribtool
@@ -21,7 +24,20 @@ constexpr size_t BLOCK_LEN = 65536;
 
 int open_for_reading(const std::string &path)
 {
-    return path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (path == "-")
+        return STDIN_FILENO;
+    // A pipe with a name would wait here for its writer, and no signal that came just before could end that.
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor >= 0)
+        fcntl(descriptor, F_SETFL, O_RDONLY);
+    return descriptor;
+}
+
+// What is written to it would be read again, for ever.
+bool is_standard_output(const struct stat &file)
+{
+    struct stat output = {};
+    return fstat(STDOUT_FILENO, &output) == 0 && output.st_dev == file.st_dev && output.st_ino == file.st_ino;
 }
 
 } // namespace
@@ -35,8 +51,11 @@ compressed_input::compressed_input(const std::string &path)
         fail(EXIT_FILE, "{}: cannot open: {}", name_, std::strerror(errno));
     struct stat status = {};
     const bool is_known = fstat(descriptor_, &status) == 0;
-    if (is_known && S_ISREG(status.st_mode))
+    is_regular_ = is_known && S_ISREG(status.st_mode);
+    if (is_regular_)
         size_ = static_cast<uint64_t>(status.st_size);
+    if (is_regular_ && is_standard_output(status))
+        fail(EXIT_USAGE, "{}: is the input and the standard output, too", name_);
     fill_start();
     if (error_) {
         const bool is_folder = is_known && S_ISDIR(status.st_mode);
@@ -60,6 +79,15 @@ void compressed_input::fill_start()
     while (unread_.size() < FORMAT_MARK_LEN && fill()) {}
 }
 
+// Until there is something to read; false: a signal has come.
+bool compressed_input::wait()
+{
+    if (is_regular_ ? !interrupted() : wait_for(descriptor_, POLLIN, WITHOUT_END) != waited::interrupted)
+        return true;
+    error_ = {EXIT_INTERRUPTED, "interrupted"};
+    return false;
+}
+
 // Appends to what is unread, which is empty or the start of the block; false at the end of the file and at an error.
 bool compressed_input::fill()
 {
@@ -68,6 +96,8 @@ bool compressed_input::fill()
     const size_t held = unread_.size();
     ssize_t got = 0;
     do {
+        if (!wait())
+            return false;
         got = ::read(descriptor_, block_.get() + held, BLOCK_LEN - held);
     } while (got < 0 && errno == EINTR);
     if (got < 0) {

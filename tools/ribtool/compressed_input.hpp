@@ -38,12 +38,14 @@ public:
     // the next call of either.
     std::span<const uint8_t> peek(size_t wanted);
 
-    // Why read() gave 0 before the end: EXIT_FILE where the file cannot be read, EXIT_MALFORMED where the archive is damaged or cut.
+    // Why read() gave 0 before the end: EXIT_FILE where the file cannot be read, EXIT_MALFORMED where the archive is damaged or
+    // cut, EXIT_INTERRUPTED where a signal came while there was nothing to read.
     struct read_error {
         exit_code code;
         std::string text;
     };
     const std::optional<read_error> &error() const { return error_; }
+    bool was_interrupted() const { return error_ && error_->code == EXIT_INTERRUPTED; }
 
     // Gives the bytes to a library that reads for itself. An error shows as a failed read there and in error() here. The stream
     // must not outlive this object.
@@ -57,11 +59,13 @@ public:
 private:
     void fill_start();
     bool fill();
+    bool wait();
     size_t read_on(std::span<uint8_t> room) noexcept;
     size_t unpack(std::span<uint8_t> room);
 
     std::string name_;
     int descriptor_ = -1;
+    bool is_regular_ = false; // never keeps a reader waiting
     uint64_t position_ = 0;
     uint64_t size_ = 0;
     std::unique_ptr<unpacker> unpacker_; // null: the file is not packed

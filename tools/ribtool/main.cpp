@@ -1,6 +1,7 @@
 // ribtool: makes, shows, explains and converts updates. docs/ribtool.md is the manual.
 
 #include "tools/ribtool/command_line.hpp"
+#include "tools/ribtool/interruption.hpp"
 #include "tools/ribtool/output_file.hpp"
 #include "tools/terminal/terminal.hpp"
 
@@ -35,7 +36,9 @@ constexpr std::string_view EXIT_CODES =
     "     without loss)\n"
     "  2  wrong usage\n"
     "  3  a file cannot be opened, read or written\n"
-    "  4  a file's contents are not what the command reads";
+    "  4  a file's contents are not what the command reads\n"
+    "  A signal (Ctrl-C, SIGTERM, SIGHUP) ends it in order, and then as it ends any program: a shell shows 128 and its "
+    "number.";
 
 void add_footer(CLI::App &line, std::string_view example)
 {
@@ -112,23 +115,32 @@ exit_code run(int argc, char **argv)
     report_no_command(commands);
 }
 
+exit_code run_and_report(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const closed_pipe &) {
+        return EXIT_DONE;
+    } catch (const failure &failure) {
+        terminal::complain("ribtool", failure.what());
+        return failure.code();
+    } catch (const std::bad_alloc &) {
+        terminal::complain("ribtool", "out of memory");
+        return EXIT_FILE;
+    } catch (const std::exception &error) {
+        terminal::complain("ribtool", error.what());
+        return EXIT_FILE;
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     terminal::prepare_streams();
-    try {
-        return run(argc, argv);
-    } catch (const ribtool::closed_pipe &) {
-        return ribtool::EXIT_DONE;
-    } catch (const ribtool::failure &failure) {
-        terminal::complain("ribtool", failure.what());
-        return failure.code();
-    } catch (const std::bad_alloc &) {
-        terminal::complain("ribtool", "out of memory");
-        return ribtool::EXIT_FILE;
-    } catch (const std::exception &error) {
-        terminal::complain("ribtool", error.what());
-        return ribtool::EXIT_FILE;
-    }
+    catch_interruptions();
+    const exit_code code = run_and_report(argc, argv);
+    if (code == EXIT_INTERRUPTED)
+        end_as_interrupted();
+    return code;
 }

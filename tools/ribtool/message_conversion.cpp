@@ -5,6 +5,7 @@
 #include "inspect/wire/hex.hpp"
 #include "tools/ribtool/message_sink.hpp"
 #include "tools/ribtool/message_types.hpp"
+#include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/progress.hpp"
 
 namespace ribtool
@@ -151,21 +152,26 @@ exit_code convert(const message_conversion &conversion)
     message_reader reader(type, conversion.from);
     const auto sink = create_messages(output_of(conversion), type);
     progress_bar progress("convert", source->size(), goes_to_terminal(conversion.output));
-    uint64_t messages = 0, failures = 0;
+    written_part part = {"messages", 0, conversion.is_partial_kept};
+    uint64_t failures = 0;
     std::string contents;
-    while ((!conversion.limit || messages < *conversion.limit) && source->next(contents)) {
-        progress.show(source->position(), ++messages);
+    const exit_code written = write_all(sink->file(), part, [&] {
+        if ((conversion.limit && part.count == *conversion.limit) || !source->next(contents))
+            return false;
         const byte_span bytes = reader.read(*source, contents);
         const auto failure = sink->write(bytes);
         if (failure && ++failures <= FAILURES_SHOWN) {
             progress.clear();
             complain_of(*source, *failure, bytes, failures == FAILURES_SHOWN);
         }
-    }
+        progress.show(source->position(), ++part.count);
+        return true;
+    });
     progress.clear();
-    sink->close();
     if (failures > FAILURES_SHOWN)
-        complain("{}: {} of {} messages have no JSON or only a part of it", source->file_name(), failures, messages);
+        complain("{}: {} of {} messages have no JSON or only a part of it", source->file_name(), failures, part.count);
+    if (written != EXIT_DONE)
+        return written;
     const exit_code result = source->finish();
     return result == EXIT_DONE && failures > 0 ? EXIT_MALFORMED : result;
 }
@@ -202,6 +208,7 @@ void add_conversion(CLI::App &line, message_conversion &conversion)
         ->excludes(delimited);
     add_format(line, conversion.capture);
     add_limit(line, conversion.limit, "messages");
+    add_partial(line, conversion.is_partial_kept);
     line.add_flag("--indent", conversion.is_indented,
                   "Write JSON in lines (default: for a single message on a terminal; else one object a line)");
     line.add_flag("--replace", conversion.replaces,

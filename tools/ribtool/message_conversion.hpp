@@ -23,6 +23,7 @@ struct message_conversion {
     bool is_indented = false;
     bool replaces = false;
     std::optional<uint64_t> limit; // messages
+    bool is_partial_kept = false;
 };
 
 void add_conversion(CLI::App &line, message_conversion &conversion);

@@ -3,10 +3,6 @@
 #include "inspect/formats/message_text.hpp"
 #include "inspect/wire/hex.hpp"
 
-#include <sys/stat.h>
-
-#include <unistd.h>
-
 namespace ribtool
 {
 
@@ -23,28 +19,12 @@ class file_sink : public message_sink
 public:
     explicit file_sink(const std::string &path) : file_(path) {}
 
-    ~file_sink() override
-    {
-        struct stat status = {};
-        const bool is_file = !file_.is_standard_output() && stat(file_.name().c_str(), &status) == 0 &&
-                             S_ISREG(status.st_mode); // a device or a pipe is not ours to remove
-        if (!is_closed_ && is_file)
-            unlink(file_.name().c_str());
-    }
-
-    void close() override
-    {
-        file_.close();
-        is_closed_ = true;
-    }
+    output_file &file() override { return file_; }
 
 protected:
     void put(byte_span bytes) { file_.write({reinterpret_cast<const char *>(bytes.data()), bytes.size()}); }
 
     output_file file_;
-
-private:
-    bool is_closed_ = false;
 };
 
 class bin_sink : public file_sink
@@ -145,7 +125,7 @@ public:
         return std::nullopt;
     }
 
-    void close() override { writer_.close(); }
+    output_file &file() override { return writer_.file(); }
 
 private:
     capture_writer writer_;

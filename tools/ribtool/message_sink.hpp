@@ -16,12 +16,12 @@ namespace ribtool
 class message_sink
 {
 public:
-    virtual ~message_sink() = default; // unless close() was reached, the file is removed: no half of it is left
+    virtual ~message_sink() = default;
 
     // Nothing, or why the message has no JSON or only a part of it.
     virtual std::optional<rib_inspect::json_failure> write(byte_span message) = 0;
 
-    virtual void close() = 0;
+    virtual output_file &file() = 0; // for write_all(), which closes it
 };
 
 struct message_output {

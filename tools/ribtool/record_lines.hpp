@@ -35,7 +35,7 @@ public:
     void print() { file_.write(line_.finished()); }
 
     void flush() { file_.flush(); }
-    void close() { file_.close(); }
+    output_file &file() { return file_; } // for end_output(), which closes it
 
 private:
     output_file file_;

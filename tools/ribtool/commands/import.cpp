@@ -2,6 +2,7 @@
 
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/encode.hpp"
+#include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/tables/detect.hpp"
 #include "tools/ribtool/tables/iproute_names.hpp"
@@ -26,6 +27,7 @@ struct import_options {
     std::optional<uint64_t> limit;      // routes
     uint64_t updates_per_route = 1;
     capture_format format = capture_format::pcap;
+    bool is_partial_kept = false;
 };
 
 void say_summary(const import_options &options, const open_table &opened, uint64_t routes, uint64_t paths)
@@ -57,9 +59,11 @@ exit_code run(const import_options &options)
     scratch memory;
     table_route route;
     uint64_t time_us = 0;
-    uint64_t routes = 0;
     uint64_t paths = 0;
-    while ((!options.limit || routes < *options.limit) && table.next(route, time_us)) {
+    written_part part = {"routes", 0, options.is_partial_kept};
+    const exit_code result = write_all(writer.file(), part, [&] {
+        if ((options.limit && part.count == *options.limit) || !table.next(route, time_us))
+            return false;
         memory.reset();
         const byte_vector payload = encoded(route_message(route, memory));
         if (payload.size() > MAX_PAYLOAD_LEN)
@@ -67,14 +71,14 @@ exit_code run(const import_options &options)
                  route.paths.size(), payload.size(), MAX_PAYLOAD_LEN);
         for (uint64_t copy = 0; copy < options.updates_per_route; ++copy)
             writer.write(time_us, framed(RIB_TLV_ROUTE, payload));
-        ++routes;
+        ++part.count;
         paths += route.paths.size();
-        progress.show(table.position(), routes);
-    }
-    writer.close();
+        progress.show(table.position(), part.count);
+        return true;
+    });
     progress.clear();
-    say_summary(options, opened, routes, paths);
-    return EXIT_DONE;
+    say_summary(options, opened, part.count, paths);
+    return result;
 }
 
 CLI::Option *add_table_format(CLI::App &line, const table_format *&from)
@@ -134,6 +138,7 @@ command add_import(CLI::App &app)
         ->option_text("N")
         ->check(whole_number(1));
     add_format(*line, options->format);
+    add_partial(*line, options->is_partial_kept);
     return {line, "ribtool import rib.tsv.xz -o rib.pcap", [options] { return run(*options); }};
 }
 

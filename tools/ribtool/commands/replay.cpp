@@ -4,6 +4,7 @@
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/frame_input.hpp"
 #include "tools/ribtool/older_route_client.hpp"
+#include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/replay_summary.hpp"
 #include "tools/ribtool/update_types.hpp"
@@ -39,6 +40,7 @@ struct replay_options {
     rib_inspect::record_json_options json;
     std::optional<rib_inspect::field_selection> fields;
     replay_forms forms = replay_forms::unstripped;
+    bool is_partial_kept = false;
 };
 
 struct free_deleter {
@@ -82,10 +84,9 @@ public:
             lines_->flush();
     }
 
-    void finish()
+    exit_code finish(uint64_t updates)
     {
-        if (lines_)
-            lines_->close();
+        return lines_ ? end_output(lines_->file(), {"updates", updates, options_.is_partial_kept}) : EXIT_DONE;
     }
 
 private:
@@ -223,8 +224,10 @@ exit_code run(const replay_options &options)
         progress.show(reader.position(), ++updates);
     }
     progress.clear();
-    each.finish();
-    exit_code result = report_damage(reader, summary.all_went_through() ? EXIT_DONE : EXIT_UPDATES_FAILED);
+    const exit_code written = each.finish(updates);
+    exit_code result = written;
+    if (written == EXIT_DONE)
+        result = report_damage(reader, summary.all_went_through() ? EXIT_DONE : EXIT_UPDATES_FAILED);
     if (unknown_code) {
         complain_of_code(reader, *unknown_code);
         result = EXIT_MALFORMED;
@@ -293,6 +296,7 @@ command add_replay(CLI::App &app)
     add_records(*line, *options);
     add_members(*line, *options);
     add_forms(*line, options->forms);
+    add_partial(*line, options->is_partial_kept);
     return {line, "ribtool replay updates.pcap --compact --fields rt_dest,paths.pe_addr_5",
             [options] { return run(*options); }};
 }

@@ -2,6 +2,7 @@
 
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/generate/update_stream.hpp"
+#include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/progress.hpp"
 
 #include <memory>
@@ -21,6 +22,7 @@ struct synth_options {
     uint64_t seed = 1;
     capture_format format = capture_format::pcap;
     std::string output;
+    bool is_partial_kept = false;
 };
 
 exit_code run(const synth_options &options)
@@ -29,13 +31,16 @@ exit_code run(const synth_options &options)
     update_stream stream(*options.kind, options.seed);
     capture_writer writer(options.output, options.format);
     progress_bar progress("synth", count);
-    for (uint64_t index = 0; index < count; ++index) {
+    written_part part = {"updates", 0, options.is_partial_kept};
+    return write_all(writer.file(), part, [&] {
+        if (part.count == count)
+            return false;
         const update made = stream.next();
-        writer.write(index * MICROSECONDS_PER_UPDATE, framed(made.code, made.payload));
-        progress.show(index + 1, index + 1);
-    }
-    writer.close();
-    return EXIT_DONE;
+        writer.write(part.count * MICROSECONDS_PER_UPDATE, framed(made.code, made.payload));
+        ++part.count;
+        progress.show(part.count, part.count);
+        return true;
+    });
 }
 
 void add_profile(CLI::App &line, const profile *&kind)
@@ -71,6 +76,7 @@ command add_synth(CLI::App &app)
         ->check(whole_number(0));
     add_format(*line, options->format);
     add_output(*line, options->output);
+    add_partial(*line, options->is_partial_kept);
     line->callback([line, options] {
         if (line->count("--routes") > 0 && !options->kind->is_of_routes)
             throw CLI::ValidationError("--routes is for the profiles full-table and ecmp; use --updates");

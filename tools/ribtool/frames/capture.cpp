@@ -1,6 +1,7 @@
 #include "tools/ribtool/frames/capture.hpp"
 
 #include "tools/ribtool/errors.hpp"
+#include "tools/ribtool/interruption.hpp"
 
 #include <pcap/pcap.h>
 
@@ -17,12 +18,6 @@ namespace
 
 constexpr int SNAP_LENGTH = 262144; // above any frame
 constexpr uint64_t MICROSECONDS = 1000000;
-
-bool is_regular_file(const std::string &path)
-{
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
 
 } // namespace
 
@@ -43,13 +38,6 @@ capture_writer::capture_writer(const std::string &path, capture_format format) :
         fail(EXIT_FILE, "{}: cannot write: {}", file_.name(), pcap_geterr(handle_.get()));
 }
 
-capture_writer::~capture_writer()
-{
-    // A device or a pipe is not ours to remove.
-    if (!closed_ && !file_.is_standard_output() && is_regular_file(file_.name()))
-        unlink(file_.name().c_str());
-}
-
 void capture_writer::write(uint64_t time_us, byte_span frame)
 {
     if (format_ == capture_format::raw) {
@@ -63,12 +51,6 @@ void capture_writer::write(uint64_t time_us, byte_span frame)
     header.len = header.caplen;
     pcap_dump(reinterpret_cast<u_char *>(dumper_), &header, frame.data());
     file_.check();
-}
-
-void capture_writer::close()
-{
-    file_.close();
-    closed_ = true;
 }
 
 namespace
@@ -140,7 +122,9 @@ std::string capture_reader::place() const
 template <class... Arguments>
 bool capture_reader::stop(fmt::format_string<Arguments...> format, Arguments &&...arguments)
 {
-    if (!input_.error())
+    if (input_.was_interrupted())
+        damage_ = interruption(*this, number_ - 1);
+    else if (!input_.error())
         damage_ = {place(), fmt::format(format, std::forward<Arguments>(arguments)...)};
     else if (input_.error()->code == EXIT_MALFORMED)
         damage_ = {place(), input_.error()->text};
@@ -152,6 +136,8 @@ bool capture_reader::stop(fmt::format_string<Arguments...> format, Arguments &&.
 bool capture_reader::next(captured_frame &frame)
 {
     do {
+        if (!damage_ && interrupted())
+            damage_ = interruption(*this, number_);
         if (damage_ || (only_ && number_ == *only_))
             return false;
         ++number_;
@@ -209,14 +195,25 @@ bool capture_reader::next_raw(captured_frame &frame)
     return true;
 }
 
+namespace
+{
+
+// Also of the standard streams, which the shell may have opened for the same file.
+bool find_status(const std::string &path, int standard_stream, struct stat &status)
+{
+    return path == "-" ? fstat(standard_stream, &status) == 0 : stat(path.c_str(), &status) == 0;
+}
+
+} // namespace
+
 void require_other_file(const std::string &input, const std::string &output)
 {
     struct stat first = {};
     struct stat second = {};
-    if (input == "-" || output == "-" || stat(input.c_str(), &first) != 0 || stat(output.c_str(), &second) != 0)
+    if (!find_status(input, STDIN_FILENO, first) || !find_status(output, STDOUT_FILENO, second))
         return;
     if (S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino)
-        fail(EXIT_USAGE, "{}: is the input and cannot be the output, too", output);
+        fail(EXIT_USAGE, "{}: is the input and cannot be the output, too", output == "-" ? "standard output" : output);
 }
 
 } // namespace ribtool

@@ -25,24 +25,22 @@ struct pcap_closer {
 };
 using pcap_handle = std::unique_ptr<pcap, pcap_closer>;
 
-// Writes a new file. Unless close() was reached the destructor removes the file, so that no half capture is left.
+// Writes a new file, as output_file has it: without close() there is none, so that no half capture is left.
 class capture_writer
 {
 public:
     capture_writer(const std::string &path, capture_format format); // "-" is the standard output
-    ~capture_writer();
-    capture_writer(const capture_writer &) = delete;
-    capture_writer &operator=(const capture_writer &) = delete;
 
     void write(uint64_t time_us, byte_span frame);
-    void close();
+    void close() { file_.close(); }
+
+    output_file &file() { return file_; } // for write_all(), which closes it
 
 private:
     output_file file_;
     capture_format format_;
     pcap_handle handle_;
     pcap_dumper *dumper_ = nullptr; // writes to file_, needs no closing of its own
-    bool closed_ = false;
 };
 
 // Whether the first bytes of a file are those of a pcap or pcapng file.

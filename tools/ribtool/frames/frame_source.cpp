@@ -3,6 +3,11 @@
 namespace ribtool
 {
 
+damage interruption(const frame_source &source, uint64_t frames_read)
+{
+    return {source.name(), fmt::format("interrupted after {} frames", frames_read), EXIT_INTERRUPTED};
+}
+
 exit_code report_damage(const frame_source &source, exit_code otherwise)
 {
     if (!source.found_damage())

@@ -32,7 +32,8 @@ class frame_source
 public:
     virtual ~frame_source() = default;
 
-    // False at the end and where the contents go wrong: everything before is good. A live source waits for a frame.
+    // False at the end, where the contents go wrong and when a signal has come: everything before is good. A live source waits for a
+    // frame.
     virtual bool next(captured_frame &frame) = 0;
 
     // What ended the frames; nothing at the end of a whole stream. Whoever reads to the end says so when all else is printed: see
@@ -51,6 +52,9 @@ public:
     // comes: what is buffered goes out then, and what is drawn by the clock is drawn. Others never wait.
     virtual void while_waiting(std::function<void()> idle) { static_cast<void>(idle); }
 };
+
+// Of frames that a signal ends: a damage with EXIT_INTERRUPTED.
+damage interruption(const frame_source &source, uint64_t frames_read);
 
 // What a reading command calls between its lines and its summary: says where the stream is damaged, if it is. Gives the damage's
 // code then and else what the command would end with.

@@ -1,6 +1,7 @@
 #include "tools/ribtool/streams/socket_frames.hpp"
 
 #include "rib_frames.h"
+#include "tools/ribtool/interruption.hpp"
 #include "tools/ribtool/streams/waiting.hpp"
 
 #include <cerrno>
@@ -37,6 +38,8 @@ std::string socket_frames::place() const
 
 bool socket_frames::next(captured_frame &frame)
 {
+    if (!damage_ && interrupted())
+        damage_ = interruption(*this, number_);
     if (damage_ || has_ended_)
         return false;
     ++number_;
@@ -55,7 +58,7 @@ bool socket_frames::next(captured_frame &frame)
     return true;
 }
 
-// Until there is something to read; false: a signal has come, and the stream has ended for us.
+// Until there is something to read; false: a signal has come.
 bool socket_frames::wait()
 {
     waited until = wait_for(socket_.get(), POLLIN, 0);
@@ -64,8 +67,9 @@ bool socket_frames::wait()
             idle_();
         until = wait_for(socket_.get(), POLLIN, idle_ ? IDLE_MILLISECONDS : WITHOUT_END);
     }
-    has_ended_ = until == waited::interrupted;
-    return !has_ended_;
+    if (until == waited::interrupted)
+        damage_ = interruption(*this, number_ - 1);
+    return !damage_;
 }
 
 bool socket_frames::receive()

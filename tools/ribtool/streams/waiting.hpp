@@ -10,6 +10,7 @@ enum class waited { ready, too_long, interrupted };
 constexpr int WITHOUT_END = -1; // milliseconds
 
 // Until the descriptor can be read (POLLIN) or written (POLLOUT), has ended or has failed. -1 is a descriptor on which nothing happens.
+// `interrupted`: a signal has come, before the call or during it.
 waited wait_for(int descriptor, short events, int milliseconds);
 
 } // namespace ribtool

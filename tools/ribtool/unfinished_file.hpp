@@ -1,0 +1,48 @@
+// A file that is written beside the one whose name it will take, so that under the name there is never a half one: what stood there
+// stays until the new one is whole.
+
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace ribtool
+{
+
+// The regular file that writing to a path makes or replaces, through all links; nothing for what is written as it is: devices, pipes,
+// and what /dev and /proc have links to (/dev/stdout).
+std::optional<std::string> file_behind(const std::string &path);
+
+// Unless it took the name the destructor removes it.
+class unfinished_file
+{
+public:
+    // `target` is of file_behind(). A new file gets the permissions that any new one has, the successor of another those of that one.
+    // Throws a failure that begins with `name`.
+    unfinished_file(std::string target, const std::string &name);
+    ~unfinished_file();
+    unfinished_file(const unfinished_file &) = delete;
+    unfinished_file &operator=(const unfinished_file &) = delete;
+
+    int descriptor() const { return descriptor_; } // to write to; whoever takes it closes it
+    bool is_successor() const { return is_successor_; }
+
+    bool take_name(); // false: see errno
+
+private:
+    void create();
+    bool take_permissions();
+    void remove();
+
+    std::string target_;
+    std::string path_; // empty: there is none
+    int descriptor_ = -1;
+    bool is_successor_ = false;
+    size_t place_ = 0; // among those that a signal removes
+};
+
+// Those of this process, from a signal's handler, which ends it.
+void remove_unfinished_files();
+
+} // namespace ribtool
