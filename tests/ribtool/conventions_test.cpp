@@ -33,6 +33,7 @@ const talking_command COMMANDS[] = {
     {"explain", "explain FILE"},
     {"annotate", "annotate FILE"},
     {"import", "import TABLE --format raw -o -"},
+    {"filter", "filter FILE --format raw -o -"},
     {"decode", "decode ip_rib_proto_update --code 47 FILE"},
     {"encode", "encode ip_rib_proto_update MESSAGE"},
 };

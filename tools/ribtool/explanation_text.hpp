@@ -3,6 +3,7 @@
 #pragma once
 
 #include "inspect/rib_inspect.h"
+#include "tools/ribtool/explanation.hpp"
 #include "tools/ribtool/json_line.hpp"
 #include "tools/terminal/terminal.hpp"
 
@@ -13,11 +14,6 @@
 
 namespace ribtool
 {
-
-struct explanation_deleter {
-    void operator()(rib_explanation *explanation) const { rib_explanation_free(explanation); }
-};
-using explanation_handle = std::unique_ptr<rib_explanation, explanation_deleter>;
 
 // Whether the client gets all that the update says.
 inline bool is_whole(const rib_explanation &explanation)

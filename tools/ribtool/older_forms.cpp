@@ -10,7 +10,6 @@ namespace ribtool
 namespace
 {
 
-constexpr size_t UPDATE_KIND_OFFSET = 2;
 constexpr size_t PATH_COUNT_OFFSET = 24;
 
 void append_name(byte_vector &out, std::string_view name, size_t room)
@@ -93,9 +92,16 @@ std::string older_route_violation(byte_span payload)
                        needed, payload.size());
 }
 
-uint16_t older_route_kind_of(byte_span payload)
+older_route_head older_route_head_of(const uint8_t *payload)
 {
-    return read_be16(payload.data() + UPDATE_KIND_OFFSET);
+    return {
+        payload[0],
+        payload[1],
+        read_be16(payload + 2),
+        read_be32(payload + 4),
+        std::span<const uint8_t, 16>(payload + 8, 16),
+        read_be16(payload + PATH_COUNT_OFFSET),
+    };
 }
 
 } // namespace ribtool

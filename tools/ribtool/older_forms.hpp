@@ -69,7 +69,15 @@ byte_vector payload_of(const older_route &update);
 std::string older_proto_violation(byte_span payload);
 std::string older_route_violation(byte_span payload);
 
-// Of a payload without a violation.
-uint16_t older_route_kind_of(byte_span payload);
+// The fixed part of a route's payload, in which older_route_violation() finds nothing.
+struct older_route_head {
+    uint8_t family;
+    uint8_t prefix_len;
+    uint16_t kind;
+    uint32_t metric;
+    std::span<const uint8_t, 16> address; // IPv4: the first four
+    uint16_t path_count;
+};
+older_route_head older_route_head_of(const uint8_t *payload);
 
 } // namespace ribtool

@@ -41,19 +41,19 @@ void convert_path(rib_path_entry &entry, const uint8_t *path)
 struct rib_routetype_ *convert_older_route(rib_tlv_t *, uchar_t **cursor)
 {
     const uint8_t *payload = *cursor;
-    const uint16_t path_count = read_be16(payload + 24);
-    void *memory = std::calloc(1, sizeof(struct rib_routetype_) + path_count * sizeof(rib_path_entry));
+    const older_route_head head = older_route_head_of(payload);
+    void *memory = std::calloc(1, sizeof(struct rib_routetype_) + head.path_count * sizeof(rib_path_entry));
     if (memory == nullptr)
         return nullptr;
     auto *route = static_cast<struct rib_routetype_ *>(memory);
-    route->rt_family = payload[0];
-    route->rt_prefix_len = payload[1];
-    route->rt_value_2 = read_be16(payload + 2);
-    route->rt_value_9 = read_be32(payload + 4);
-    store_address(route->rt_dest, route->rt_family, payload + 8);
-    route->rt_path_count = path_count;
+    route->rt_family = head.family;
+    route->rt_prefix_len = head.prefix_len;
+    route->rt_value_2 = head.kind;
+    route->rt_value_9 = head.metric;
+    store_address(route->rt_dest, route->rt_family, head.address.data());
+    route->rt_path_count = head.path_count;
     auto *entry = reinterpret_cast<rib_path_entry *>(route + 1);
-    for (uint32_t index = 0; index < path_count; ++index)
+    for (uint32_t index = 0; index < head.path_count; ++index)
         convert_path(entry[index], payload + OLDER_ROUTE_FIXED_LEN + index * OLDER_ROUTE_PATH_LEN);
     forget_older_routes();
     converted = route;

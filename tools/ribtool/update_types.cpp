@@ -112,7 +112,7 @@ void parse_route(entry_call &call)
 
 void parse_older_route(entry_call &call)
 {
-    call.update.update_kind = older_route_kind_of(call.payload);
+    call.update.update_kind = older_route_head_of(call.payload.data()).kind;
     rib_lib_pvt_parse_route_update(&call.update, on_older_route, convert_older_route, release_older_route, 0, call.to);
 }
 

@@ -1,19 +1,19 @@
 // ribtool show: one line for each update of a capture, for people.
 
 #include "inspect/rib_inspect.h"
-#include "tools/ribtool/addresses.hpp"
 #include "tools/ribtool/command_line.hpp"
+#include "tools/ribtool/explanation.hpp"
 #include "tools/ribtool/older_forms.hpp"
 #include "tools/ribtool/older_route_client.hpp"
 #include "tools/ribtool/one_line.hpp"
 #include "tools/ribtool/progress.hpp"
+#include "tools/ribtool/update_selection.hpp"
 #include "tools/terminal/terminal.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <memory>
-#include <set>
 
 namespace ribtool
 {
@@ -25,30 +25,11 @@ using terminal::style;
 
 struct show_options {
     std::string input;
-    std::set<uint16_t> codes; // empty: all
-    std::optional<ip_prefix> prefix;
+    selection_criteria criteria;
     std::optional<uint64_t> frame;
     std::optional<uint64_t> limit; // lines
     std::optional<uint64_t> width; // columns; else the terminal's
 };
-
-struct explanation_deleter {
-    void operator()(rib_explanation *explanation) const { rib_explanation_free(explanation); }
-};
-using explanation = std::unique_ptr<rib_explanation, explanation_deleter>;
-
-explanation explain(captured_frame &frame)
-{
-    updatetype_local update = {};
-    update.tlv_type = frame_code(frame.bytes);
-    update.stripped = 1;
-    update.payload_len = static_cast<uint32_t>(frame.bytes.size() - FRAME_HEADER_LEN);
-    update.payload = frame.bytes.data() + FRAME_HEADER_LEN;
-    rib_explanation *made = nullptr;
-    if (rib_explain_update(&update, nullptr, &made) != ZIDL_OK)
-        throw std::bad_alloc();
-    return explanation(made);
-}
 
 // "missing_field at route_prefix.address (+0x4)"
 std::string why(const rib_explanation &of)
@@ -79,24 +60,6 @@ style style_of(rib_outcome outcome)
     return style::plain;
 }
 
-bool is_inside(const struct rib_routetype_ &route, const ip_prefix &prefix)
-{
-    const uint32_t family = prefix.address.is_ipv6 ? RIB_FAMILY_IPV6 : RIB_FAMILY_IPV4;
-    ip_address address = {prefix.address.is_ipv6, {}};
-    if (route.rt_family != family || route.rt_prefix_len < prefix.length || route.rt_prefix_len > address.bit_count())
-        return false;
-    if (address.is_ipv6) {
-        std::memcpy(address.bytes.data(), route.rt_dest, sizeof route.rt_dest);
-    } else {
-        uint32_t value = 0;
-        std::memcpy(&value, route.rt_dest, sizeof value);
-        address.bytes = {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16),
-                         static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
-    }
-    mask_address(address, prefix.length);
-    return address.bytes == prefix.address.bytes;
-}
-
 // The part of a block of the older opaque form that the payload holds: the library has compared the sum of the lengths, which wraps.
 byte_span in_payload(byte_span payload, uint64_t start, uint64_t len)
 {
@@ -108,7 +71,7 @@ class shower
 {
 public:
     explicit shower(const show_options &options)
-        : options_(options), file_("-"), line_(terminal::painter(stdout)),
+        : options_(options), selection_(options.criteria), file_("-"), line_(terminal::painter(stdout)),
           width_(options.width ? static_cast<size_t>(*options.width) : terminal::width(stdout))
     {
     }
@@ -116,9 +79,9 @@ public:
     void show(captured_frame &frame)
     {
         ++read_;
-        const uint16_t code = frame_code(frame.bytes);
-        if (!options_.codes.empty() && !options_.codes.contains(code))
+        if (!selection_.takes(frame.bytes))
             return;
+        const uint16_t code = frame_code(frame.bytes);
         line_.begin(frame.number, code);
         if (code == DELIMITER_CODE)
             show_delimiter();
@@ -154,8 +117,6 @@ public:
 private:
     void show_delimiter()
     {
-        if (options_.prefix)
-            return;
         ++delimiters_;
         print();
     }
@@ -177,7 +138,7 @@ private:
 
     void show_update(captured_frame &frame)
     {
-        const explanation of = explain(frame);
+        const explanation_handle of = explain(frame_code(frame.bytes), byte_span(frame.bytes).subspan(FRAME_HEADER_LEN));
         if (of->outcome != RIB_DELIVERED) {
             print_outcome(of->outcome, why(*of));
             return;
@@ -231,8 +192,6 @@ private:
 
     void print_route(const struct rib_routetype_ &route, bool has_losses)
     {
-        if (options_.prefix && !is_inside(route, *options_.prefix))
-            return;
         line_.add(route);
         ++outcomes_[RIB_DELIVERED];
         with_losses_ += has_losses;
@@ -241,8 +200,6 @@ private:
 
     void print_delivered(bool has_losses)
     {
-        if (options_.prefix)
-            return;
         ++outcomes_[RIB_DELIVERED];
         with_losses_ += has_losses;
         print();
@@ -250,8 +207,6 @@ private:
 
     void print_outcome(rib_outcome outcome, std::string_view reason)
     {
-        if (options_.prefix)
-            return;
         ++outcomes_[outcome];
         line_.add_outcome(style_of(outcome), rib_outcome_name(outcome), reason);
         print();
@@ -268,6 +223,7 @@ private:
     uint64_t count_of(rib_outcome outcome) const { return outcomes_[outcome]; }
 
     const show_options &options_;
+    update_selection selection_;
     output_file file_;
     one_line line_;
     size_t width_;
@@ -296,29 +252,6 @@ exit_code run(const show_options &options)
     return result;
 }
 
-void add_codes(CLI::App &line, std::set<uint16_t> &codes)
-{
-    line.add_option_function<std::vector<uint16_t>>(
-            "--code", [&codes](const std::vector<uint16_t> &given) { codes.insert(given.begin(), given.end()); },
-            "Only updates of these type codes; 0 is a delimiter")
-        ->option_text("CODE,...")
-        ->delimiter(',')
-        ->check(type_code())
-        ->allow_extra_args(false);
-}
-
-void add_prefix(CLI::App &line, std::optional<ip_prefix> &prefix)
-{
-    const auto set = [&prefix](const std::string &text) {
-        prefix = parse_prefix(text);
-        if (!prefix)
-            throw CLI::ValidationError("--prefix", fmt::format("\"{}\" is not a prefix such as 10.0.0.0/8", text));
-        mask_address(prefix->address, prefix->length);
-    };
-    line.add_option_function<std::string>("--prefix", set, "Only routes of prefix P and of longer ones inside it")
-        ->option_text("P");
-}
-
 } // namespace
 
 command add_show(CLI::App &app)
@@ -329,8 +262,9 @@ command add_show(CLI::App &app)
     line->add_option("FILE", options->input, "pcap capture or frames one after another, - for the standard input")
         ->option_text(" ")
         ->required();
-    add_codes(*line, options->codes);
-    add_prefix(*line, options->prefix);
+    add_codes(*line, options->criteria);
+    add_prefixes(*line, options->criteria, "Only routes of these prefixes and of longer ones inside them");
+    options->criteria.or_longer = true;
     add_frame(*line, options->frame);
     add_limit(*line, options->limit, "lines");
     line->add_option("--width", options->width, "Cut lines to N columns, 0 for none (default: the terminal's)")
