@@ -63,11 +63,13 @@ std::string_view name_of(member which)
     return MEMBERS[static_cast<size_t>(which)];
 }
 
-// The kernel's number, or one that no route has.
+// The kernel's number, which `ip -N` prints itself, or one that no route has.
 uint8_t type_of(std::string_view name)
 {
     const auto found = std::find(std::begin(TYPES), std::end(TYPES), name);
-    return found != std::end(TYPES) ? static_cast<uint8_t>(found - std::begin(TYPES)) : uint8_t{RTN_UNSPEC};
+    if (found != std::end(TYPES))
+        return static_cast<uint8_t>(found - std::begin(TYPES));
+    return parse_number<uint8_t>(name).value_or(RTN_UNSPEC);
 }
 
 } // namespace
