@@ -93,6 +93,27 @@ TEST_F(zidlc_program, files_that_do_not_change_are_not_touched)
     EXPECT_NE(read("tree/proto/a.proto"), "something else");
 }
 
+TEST_F(zidlc_program, a_protocol_has_a_dissector_with_its_framing)
+{
+    write("frames.lua", "-- eight bytes\n");
+    EXPECT_EQ(run("-o tree --protocol a_b2 --framing frames.lua -MD a.d a.zidl").status, 0);
+    EXPECT_NE(read("tree/wireshark/a_b2.lua").find("local function load_framing(...)\n-- eight bytes\nend\n"),
+              std::string::npos);
+    EXPECT_NE(read("a.d").find(" frames.lua"), std::string::npos);
+    EXPECT_EQ(run("-o tree --protocol plain a.zidl").status, 0);
+    EXPECT_NE(read("tree/wireshark/plain.lua").find("a protocol of its own"), std::string::npos);
+}
+
+TEST_F(zidlc_program, a_protocol_that_wireshark_would_not_take_is_refused)
+{
+    for (const char *name : {"Rib", "a.b", "a/b", "''"})
+        EXPECT_EQ(run(std::string("--protocol ") + name + " a.zidl").status, 2) << name;
+    EXPECT_EQ(run("--framing a.zidl a.zidl").status, 2);
+    EXPECT_EQ(run("--only dissector a.zidl").err, "zidlc: a dissector needs a name: --protocol NAME\n");
+    EXPECT_EQ(run("--protocol a --framing missing.lua a.zidl").err,
+              "zidlc: cannot read 'missing.lua': No such file or directory\n");
+}
+
 TEST_F(zidlc_program, check_is_silent_about_a_fresh_tree)
 {
     ASSERT_EQ(run("-o tree a.zidl").status, 0);

@@ -32,7 +32,8 @@ void add_group(std::vector<generated_file> &files, const group &g, const std::se
 
 } // namespace
 
-std::vector<generated_file> generate(const model &all, const std::set<artefact> &wanted, const landings &known)
+std::vector<generated_file> generate(const model &all, const std::set<artefact> &wanted, const landings &known,
+                                     const protocol &how)
 {
     std::vector<generated_file> files;
     for (const auto &g : all.groups) {
@@ -45,6 +46,8 @@ std::vector<generated_file> generate(const model &all, const std::set<artefact> 
     }
     if (wanted.count(artefact::docs))
         files.push_back({"docs/messages/README.md", emit_manual_index(all, known)});
+    if (wanted.count(artefact::dissector) && !how.name.empty())
+        files.push_back({dissector_path(how.name), emit_dissector(all, how)});
     return files;
 }
 

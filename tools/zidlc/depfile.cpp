@@ -25,7 +25,7 @@ std::string escaped(const std::filesystem::path &path)
 } // namespace
 
 std::string depfile(const std::vector<generated_file> &generated, const std::filesystem::path &root,
-                    const std::vector<std::unique_ptr<schema_file>> &schemas)
+                    const std::vector<std::unique_ptr<schema_file>> &schemas, const std::filesystem::path &other_file)
 {
     std::string rule;
     for (const generated_file &file : generated)
@@ -34,6 +34,8 @@ std::string depfile(const std::vector<generated_file> &generated, const std::fil
         rule.back() = ':';
     for (const auto &schema : schemas)
         rule += " \\\n  " + escaped(schema->source.path);
+    if (!other_file.empty())
+        rule += " \\\n  " + escaped(other_file);
     return rule + '\n';
 }
 

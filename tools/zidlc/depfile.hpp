@@ -13,8 +13,9 @@
 namespace zidlc
 {
 
-// One rule: the generated files below `root`, a colon, all schemas that the run has read.
+// One rule: the generated files below `root`, a colon, all schemas that the run has read, and one more file if any.
 std::string depfile(const std::vector<generated_file> &generated, const std::filesystem::path &root,
-                    const std::vector<std::unique_ptr<schema_file>> &schemas);
+                    const std::vector<std::unique_ptr<schema_file>> &schemas,
+                    const std::filesystem::path &other_file = {});
 
 } // namespace zidlc

@@ -4,6 +4,7 @@
 #include "tools/zidlc/artefacts.hpp"
 #include "tools/zidlc/build_model.hpp"
 #include "tools/zidlc/depfile.hpp"
+#include "tools/zidlc/files.hpp"
 #include "tools/zidlc/landings.hpp"
 #include "tools/zidlc/loader.hpp"
 #include "tools/zidlc/output.hpp"
@@ -30,8 +31,8 @@ using namespace zidlc;
 enum exit_code { success = 0, schema_errors = 1, usage_or_io = 2, stale = 3 };
 
 constexpr const char *description =
-    "Compiles message schemas (.zidl) into C headers, codecs, descriptor tables, proto files\n"
-    "and a reference manual. The manual of the language is docs/schema-language.md.";
+    "Compiles message schemas (.zidl) into C headers, codecs, descriptor tables, proto files,\n"
+    "a reference manual and a dissector for Wireshark. The manual of the language is docs/schema-language.md.";
 
 constexpr const char *footer =
     "Exit codes: 0 done, 1 errors in a schema, 2 wrong usage or a file that cannot be read or\n"
@@ -39,7 +40,7 @@ constexpr const char *footer =
 
 const std::map<std::string, artefact> artefact_names = {
     {"header", artefact::header}, {"codec", artefact::codec}, {"descriptors", artefact::descriptors},
-    {"proto", artefact::proto},   {"docs", artefact::docs},
+    {"proto", artefact::proto},   {"docs", artefact::docs},   {"dissector", artefact::dissector},
 };
 
 struct options {
@@ -49,6 +50,8 @@ struct options {
     std::vector<std::string> only;
     std::filesystem::path depfile;
     std::filesystem::path lands_in;
+    std::string protocol;
+    std::filesystem::path framing;
     bool check = false;
 
     std::set<artefact> wanted() const
@@ -68,6 +71,18 @@ void set_color(const std::string &when)
     terminal::set_color(when == "always" ? always : when == "never" ? never : automatic);
 }
 
+// What Wireshark takes for one, and filters begin with.
+CLI::Validator protocol_name()
+{
+    return CLI::Validator(
+        [](const std::string &name) {
+            const bool is_name =
+                !name.empty() && name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_") == std::string::npos;
+            return is_name ? std::string() : fmt::format("'{}' is not of lower-case letters, digits and _", name);
+        },
+        "");
+}
+
 void declare(CLI::App &app, options &chosen)
 {
     app.add_option("FILE", chosen.files, "Schemas, each called GROUP.zidl")->required()->option_text("...");
@@ -75,11 +90,11 @@ void declare(CLI::App &app, options &chosen)
         ->option_text("DIR")
         ->allow_extra_args(false);
     app.add_option("-o", chosen.output_folder, "Write below DIR instead of the current folder")->option_text("DIR");
-    app.add_option("--only", chosen.only, "Write only some of: header,codec,descriptors,proto,docs")
+    app.add_option("--only", chosen.only, "Write only some of: header,codec,descriptors,proto,docs,dissector")
         ->option_text("WHAT,...")
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->check(CLI::IsMember({"header", "codec", "descriptors", "proto", "docs"}));
+        ->check(CLI::IsMember({"header", "codec", "descriptors", "proto", "docs", "dissector"}));
     app.add_option("--depfile", chosen.depfile,
                    "Write to FILE, as Make and Ninja read it, which schemas the generated files\n"
                    "come from; also -MD FILE, as compilers call it")
@@ -88,6 +103,15 @@ void declare(CLI::App &app, options &chosen)
                    "Show in the manual where fields land, as FILE says: lines of message, field,\n"
                    "way to it and landing with tabs between, behind a header line")
         ->option_text("FILE");
+    CLI::Option *protocol = app.add_option("--protocol", chosen.protocol,
+                                           "Write wireshark/NAME.lua, too, a dissector for the protocol NAME")
+                                ->option_text("NAME")
+                                ->check(protocol_name());
+    app.add_option("--framing", chosen.framing,
+                   "With --protocol: how its messages travel, in Lua, as docs/schema-language.md\n"
+                   "says (default: a packet is one message, without a frame)")
+        ->option_text("FILE")
+        ->needs(protocol);
     app.add_flag("--check", chosen.check, "Write nothing; list the files that a run would change");
     app.add_option_function<std::string>("--color", set_color,
                                          "When to write in colours (default: auto, on a terminal that\n"
@@ -125,6 +149,19 @@ int report_stale(const std::vector<std::string> &paths)
     return paths.empty() ? success : stale;
 }
 
+protocol protocol_of(const options &chosen)
+{
+    if (chosen.protocol.empty() && std::count(chosen.only.begin(), chosen.only.end(), "dissector") != 0)
+        throw std::runtime_error("a dissector needs a name: --protocol NAME");
+    if (chosen.framing.empty())
+        return {chosen.protocol, {}, {}};
+    std::string error;
+    const std::string framing = contents(chosen.framing, error);
+    if (!error.empty())
+        throw std::runtime_error(fmt::format("cannot read '{}': {}", chosen.framing.string(), error));
+    return {chosen.protocol, "wireshark/" + chosen.framing.filename().string(), framing};
+}
+
 int compile(const options &chosen)
 {
     diagnostics errors;
@@ -135,12 +172,12 @@ int compile(const options &chosen)
     if (!errors.empty())
         return report(errors);
     const landings known = chosen.lands_in.empty() ? landings() : landings::read_file(chosen.lands_in);
-    const std::vector<generated_file> generated = generate(all, chosen.wanted(), known);
+    const std::vector<generated_file> generated = generate(all, chosen.wanted(), known, protocol_of(chosen));
     if (chosen.check)
         return report_stale(stale_files(generated, chosen.output_folder));
     write_changed(generated, chosen.output_folder);
     if (!chosen.depfile.empty())
-        write(chosen.depfile, depfile(generated, chosen.output_folder, files));
+        write(chosen.depfile, depfile(generated, chosen.output_folder, files, chosen.framing));
     return success;
 }
 

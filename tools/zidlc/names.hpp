@@ -39,12 +39,13 @@ std::string codec_header_path(std::string_view group); // messages/rib_common.hp
 std::string codec_source_path(std::string_view group); // messages/rib_common.cpp
 std::string proto_path(std::string_view group);        // proto/rib_common.proto
 std::string manual_path(std::string_view group);       // docs/messages/rib_common.md
+std::string dissector_path(std::string_view protocol); // wireshark/rib.lua
 std::string source_path(std::string_view group);       // schema/rib_common.zidl
 std::string proto_package();                           // zidl.proto: apart from the library's own namespace
 std::string include_guard(std::string_view path);      // MESSAGES_RIB_COMMON_H
 
-// The first line of every generated file, without the comment mark: of one group, or of all.
+// The first line of every generated file, without the comment mark: of one group, or of all, and of one more file if any.
 std::string generated_line(const group &source);
-std::string generated_line(const model &all);
+std::string generated_line(const model &all, const std::string &other_file = {});
 
 } // namespace zidlc
