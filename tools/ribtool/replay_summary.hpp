@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "tools/ribtool/frames/frame.hpp"
+#include "tools/ribtool/library_call.hpp"
 
 #include <array>
 #include <chrono>
@@ -13,13 +13,6 @@
 
 namespace ribtool
 {
-
-enum class update_form { unstripped, stripped };
-constexpr size_t UPDATE_FORMS = 2;
-constexpr std::string_view form_name(update_form form)
-{
-    return form == update_form::stripped ? "stripped" : "unstripped";
-}
 
 struct update_counts {
     uint64_t updates = 0;

@@ -1,20 +1,13 @@
 // ribtool replay: hands every update of a capture to the library's entry points and prints what the callbacks get.
 
-#include "tools/ribtool/assertion_guard.hpp"
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/frame_input.hpp"
-#include "tools/ribtool/older_route_client.hpp"
+#include "tools/ribtool/library_call.hpp"
 #include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/replay_summary.hpp"
-#include "tools/ribtool/update_types.hpp"
 
-#include <chrono>
-#include <cstdlib>
-#include <cstring>
-#include <exception>
 #include <memory>
-#include <new>
 #include <optional>
 #include <string>
 
@@ -25,8 +18,6 @@ namespace
 {
 
 constexpr uint64_t ASSERTIONS_SHOWN = 10;
-
-using steady_clock = std::chrono::steady_clock;
 
 enum class replay_forms { both, stripped, unstripped };
 
@@ -42,23 +33,6 @@ struct replay_options {
     replay_forms forms = replay_forms::unstripped;
     bool is_partial_kept = false;
 };
-
-struct free_deleter {
-    void operator()(uint8_t *bytes) const { std::free(bytes); }
-};
-using heap_bytes = std::unique_ptr<uint8_t, free_deleter>;
-
-// A block of its own: exactly as long as the update, aligned for any record, writable because the older forms are
-// converted in place.
-heap_bytes fresh_copy(byte_span bytes)
-{
-    heap_bytes copy(static_cast<uint8_t *>(std::malloc(bytes.empty() ? 1 : bytes.size())));
-    if (copy == nullptr)
-        throw std::bad_alloc();
-    if (!bytes.empty())
-        std::memcpy(copy.get(), bytes.data(), bytes.size());
-    return copy;
-}
 
 class replayer
 {
@@ -117,31 +91,13 @@ private:
     void deliver_update(const captured_frame &frame, const update_type &type, update_form form, delivery &to,
                         update_counts &counts)
     {
-        const bool is_stripped = form == update_form::stripped;
-        const size_t payload_len = frame.bytes.size() - FRAME_HEADER_LEN;
-        const heap_bytes copy = fresh_copy(byte_span(frame.bytes).subspan(is_stripped ? FRAME_HEADER_LEN : 0));
-
-        entry_call call = {{}, {copy.get() + (is_stripped ? 0 : FRAME_HEADER_LEN), payload_len}, &to};
-        call.update.update_id = static_cast<uint32_t>(frame.number);
-        call.update.payload = copy.get();
-        if (is_stripped) {
-            call.update.stripped = 1;
-            call.update.tlv_type = type.code;
-            call.update.payload_len = static_cast<uint32_t>(payload_len);
-        }
-
-        const auto started = steady_clock::now();
-        const std::optional<failed_assertion> assertion = run_guarded(type.parse, call);
-        counts.time += steady_clock::now() - started - to.in_callbacks;
-        forget_older_routes();
-        if (to.failed)
-            std::rethrow_exception(to.failed);
-
+        const library_call call = call_library(frame, type, form, to);
+        counts.time += call.time;
         counts.callbacks += to.callbacks;
         counts.routes += to.routes;
         counts.paths += to.paths;
-        if (assertion)
-            report(frame, form, *assertion, to, counts);
+        if (call.assertion)
+            report(frame, form, *call.assertion, to, counts);
         else if (to.callbacks == 0)
             ++counts.dropped;
     }
