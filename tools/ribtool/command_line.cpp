@@ -61,6 +61,13 @@ CLI::Option *add_frame(CLI::App &line, std::optional<uint64_t> &frame)
         ->check(whole_number(1));
 }
 
+CLI::Option *add_resync(CLI::App &line, bool &resynchronises)
+{
+    return line.add_flag(
+        "--resync", resynchronises,
+        "Go on behind damage in frames one after another: skip what is no frame, and say so at the end");
+}
+
 void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string &what)
 {
     line.add_option("--limit", limit, "Stop after N " + what)->option_text("N")->check(whole_number(0));

@@ -65,6 +65,9 @@ void add_color(CLI::App &line);
 // --frame N: the options that would choose among several frames are to be excluded.
 CLI::Option *add_frame(CLI::App &line, std::optional<uint64_t> &frame);
 
+// --resync, for whatever reads frames that stand one after another.
+CLI::Option *add_resync(CLI::App &line, bool &resynchronises);
+
 // --limit N, of `what`.
 void add_limit(CLI::App &line, std::optional<uint64_t> &limit, const std::string &what);
 

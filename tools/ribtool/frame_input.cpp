@@ -1,5 +1,6 @@
 #include "tools/ribtool/frame_input.hpp"
 
+#include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/streams/connection.hpp"
 #include "tools/ribtool/streams/socket_frames.hpp"
@@ -35,6 +36,7 @@ frame_input_options add_frame_input(CLI::App &line, frame_input &input)
     CLI::Option *connect =
         add_endpoint(line, "--connect", input.connect, "Read a socket instead: unix:PATH or HOST:PORT")->excludes(file);
     add_allow_remote(line, input.allowed)->needs(connect);
+    add_resync(line, input.resynchronises)->excludes(connect);
     return {file, connect};
 }
 
@@ -45,7 +47,7 @@ std::unique_ptr<frame_source> open_frames(const frame_input &input, std::optiona
                                                endpoint_name(*input.connect));
     if (input.file.empty())
         fail(EXIT_USAGE, "FILE or --connect is required (see ribtool --help)");
-    return std::make_unique<capture_reader>(input.file, only);
+    return std::make_unique<capture_reader>(input.file, only, input.resynchronises);
 }
 
 } // namespace ribtool

@@ -18,9 +18,10 @@ struct frame_input {
     std::string file;                // "-" is the standard input
     std::optional<endpoint> connect; // instead of a file
     reach allowed = reach::loopback;
+    bool resynchronises = false;
 };
 
-// FILE, or --connect ENDPOINT with --allow-remote. Gives the former and the latter for what they exclude.
+// FILE, or --connect ENDPOINT with --allow-remote; --resync. Gives the first two for what they exclude.
 struct frame_input_options {
     CLI::Option *file;
     CLI::Option *connect;

@@ -47,6 +47,7 @@ struct shown_outcomes {
 struct explain_options {
     std::string input;
     std::optional<uint64_t> frame;
+    bool resynchronises = false;
     std::optional<uint64_t> limit; // updates
     std::optional<shown_outcomes> only;
     bool is_json = false;
@@ -148,7 +149,7 @@ bool may_draw_progress(const explain_options &options)
 
 exit_code explain_capture(const explain_options &options)
 {
-    capture_reader reader(options.input, options.frame);
+    capture_reader reader(options.input, options.frame, options.resynchronises);
     explainer each(options);
     std::optional<progress_bar> progress;
     if (may_draw_progress(options))
@@ -229,8 +230,9 @@ command add_explain(CLI::App &app)
     CLI::Option *json = line->add_flag("--json", options->is_json, "One JSON object a line instead of a paragraph");
     line->add_flag("-q,--quiet", options->is_quiet, "Print nothing: the exit code says all")->excludes(json);
     CLI::Option *frame = add_frame(*line, options->frame);
+    CLI::Option *resync = add_resync(*line, options->resynchronises);
     add_limit(*line, options->limit, "updates");
-    add_one_payload(*line, *options)->excludes(frame);
+    add_one_payload(*line, *options)->excludes(frame, resync);
     return {line, "ribtool explain updates.pcap --only dropped,losses",
             [options] { return options->from ? explain_payload(*options) : explain_capture(*options); }};
 }

@@ -27,6 +27,7 @@ struct show_options {
     std::string input;
     selection_criteria criteria;
     std::optional<uint64_t> frame;
+    bool resynchronises = false;
     std::optional<uint64_t> limit; // lines
     std::optional<uint64_t> width; // columns; else the terminal's
 };
@@ -236,7 +237,7 @@ private:
 
 exit_code run(const show_options &options)
 {
-    capture_reader reader(options.input, options.frame);
+    capture_reader reader(options.input, options.frame, options.resynchronises);
     shower each(options);
     progress_bar progress("show", reader.size(), goes_to_terminal("-"));
     captured_frame frame;
@@ -266,6 +267,7 @@ command add_show(CLI::App &app)
     add_prefixes(*line, options->criteria, "Only routes of these prefixes and of longer ones inside them");
     options->criteria.or_longer = true;
     add_frame(*line, options->frame);
+    add_resync(*line, options->resynchronises);
     add_limit(*line, options->limit, "lines");
     line->add_option("--width", options->width, "Cut lines to N columns, 0 for none (default: the terminal's)")
         ->option_text("N")

@@ -7,6 +7,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <new>
 #include <unistd.h>
 
@@ -73,19 +74,29 @@ bool is_pcap(byte_span start)
     return false;
 }
 
-capture_reader::capture_reader(const std::string &path, std::optional<uint64_t> only)
-    : input_(path), stream_(input_.stream()), file_(stream_.get()), only_(only)
+capture_reader::capture_reader(const std::string &path, std::optional<uint64_t> only, bool resynchronises)
+    : input_(path), only_(only)
 {
     uint8_t start[4] = {};
-    const size_t got = std::fread(start, 1, sizeof start, file_);
+    size_t len = 0;
+    while (len < sizeof start) {
+        const size_t got = input_.read(std::span(start).subspan(len));
+        if (got == 0)
+            break;
+        len += got;
+    }
     require_no_read_error();
-    if (got == 0)
+    if (len == 0)
         fail(EXIT_MALFORMED, "{}: empty: neither a capture nor framed updates", name());
-    // A pipe cannot be rewound, but the C library takes back what it has just given.
-    for (size_t index = got; index-- > 0;)
-        std::ungetc(start[index], file_);
-    if (is_pcap({start, got}))
-        open_pcap();
+    if (is_pcap({start, len})) {
+        open_pcap({start, len});
+        if (resynchronises)
+            complain("{}: a pcap capture keeps its frames apart: there is nothing to resynchronise", name());
+        return;
+    }
+    raw_.emplace(resynchronises);
+    std::copy_n(start, len, raw_->room().begin());
+    raw_->received(len);
 }
 
 // What is wrong with the file or the archive, rather than with what was read out of it.
@@ -95,14 +106,18 @@ void capture_reader::require_no_read_error() const
         fail(input_.error()->code, "{}: {}", name(), input_.error()->text);
 }
 
-void capture_reader::open_pcap()
+// Begins with what has been read: a pipe cannot be rewound, but the C library takes bytes back.
+void capture_reader::open_pcap(byte_span start)
 {
+    file_handle stream = input_.stream();
+    for (size_t index = start.size(); index-- > 0;)
+        std::ungetc(start[index], stream.get());
     char reason[PCAP_ERRBUF_SIZE] = "";
-    handle_.reset(pcap_fopen_offline(file_, reason));
+    handle_.reset(pcap_fopen_offline(stream.get(), reason));
     require_no_read_error();
     if (handle_ == nullptr)
         fail(EXIT_MALFORMED, "{}: not a readable capture: {}", name(), reason);
-    stream_.release(); // closed with the handle
+    stream.release(); // closed with the handle
     const int link_type = pcap_datalink(handle_.get());
     if (link_type == DLT_USER0)
         return;
@@ -177,22 +192,33 @@ bool capture_reader::next_packet(captured_frame &frame)
 
 bool capture_reader::next_raw(captured_frame &frame)
 {
-    frame_start_ = raw_len_;
-    frame.bytes.resize(FRAME_HEADER_LEN);
-    const size_t header_len = std::fread(frame.bytes.data(), 1, FRAME_HEADER_LEN, file_);
-    raw_len_ += header_len;
-    if (header_len == 0 && !input_.error())
-        return false;
-    if (header_len < FRAME_HEADER_LEN)
-        return stop("truncated: a frame header has {} bytes, {} are left", FRAME_HEADER_LEN, header_len);
-    const size_t promised = frame_payload_len(frame.bytes);
-    frame.bytes.resize(FRAME_HEADER_LEN + promised);
+    stream_frame found;
+    while (!raw_->next(found)) {
+        frame_start_ = raw_->position();
+        if (!raw_->has_ended()) {
+            if (!read_raw())
+                return stop("interrupted");
+            continue;
+        }
+        const std::optional<std::string> problem = raw_->problem();
+        if (!problem && !input_.error())
+            return false;
+        return stop("{}", problem.value_or(""));
+    }
+    frame_start_ = found.start;
     frame.time_us = 0;
-    const size_t held = std::fread(frame.bytes.data() + FRAME_HEADER_LEN, 1, promised, file_);
-    raw_len_ += held;
-    if (held < promised)
-        return stop("truncated: its header promises {} bytes of payload, {} are left", promised, held);
+    frame.bytes.assign(found.bytes.begin(), found.bytes.end());
     return true;
+}
+
+// False when a signal has come, which says nothing of what follows in the file.
+bool capture_reader::read_raw()
+{
+    const size_t got = input_.read(raw_->room());
+    raw_->received(got);
+    if (got == 0 && !input_.was_interrupted())
+        raw_->end();
+    return !input_.was_interrupted();
 }
 
 namespace

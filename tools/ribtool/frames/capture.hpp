@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tools/ribtool/compressed_input.hpp"
+#include "tools/ribtool/frames/frame_buffer.hpp"
 #include "tools/ribtool/frames/frame_source.hpp"
 #include "tools/ribtool/output_file.hpp"
 
@@ -51,11 +52,13 @@ bool is_pcap(byte_span start);
 class capture_reader : public frame_source
 {
 public:
-    // "-" is the standard input. With `only` that frame alone is read, the first being 1; there must be one.
-    explicit capture_reader(const std::string &path, std::optional<uint64_t> only = {});
+    // "-" is the standard input. With `only` that frame alone is read, the first being 1; there must be one. With `resynchronises` raw
+    // frames go on behind damage; where a file is pcap, a line says that this does nothing.
+    explicit capture_reader(const std::string &path, std::optional<uint64_t> only = {}, bool resynchronises = false);
 
     bool next(captured_frame &frame) override;
     const std::optional<damage> &found_damage() const override { return damage_; }
+    const skip_report *skipped() const override { return raw_ ? &raw_->skipped() : nullptr; }
     const std::string &name() const override { return input_.name(); }
     std::string_view kind() const override { return format() == capture_format::pcap ? "pcap" : "raw frames"; }
     uint64_t position() const override { return input_.position(); } // of the file itself
@@ -65,22 +68,21 @@ public:
     capture_format format() const { return handle_ != nullptr ? capture_format::pcap : capture_format::raw; }
 
 private:
-    void open_pcap();
+    void open_pcap(byte_span start);
     bool next_packet(captured_frame &frame);
     bool next_raw(captured_frame &frame);
+    bool read_raw();
     void require_no_read_error() const;
 
     template <class... Arguments>
     bool stop(fmt::format_string<Arguments...> format, Arguments &&...arguments);
 
     compressed_input input_;
-    file_handle stream_; // of input_; until a pcap handle has taken it over
-    FILE *file_ = nullptr;
-    pcap_handle handle_;
+    pcap_handle handle_;              // of a pcap file
+    std::optional<frame_buffer> raw_; // of any other
     uint64_t number_ = 0;
     const std::optional<uint64_t> only_;
-    uint64_t frame_start_ = 0;
-    uint64_t raw_len_ = 0; // bytes of frames read so far
+    uint64_t frame_start_ = 0; // of raw frames
     std::optional<damage> damage_;
 };
 

@@ -4,6 +4,7 @@
 
 #include "tools/ribtool/errors.hpp"
 #include "tools/ribtool/frames/frame.hpp"
+#include "tools/ribtool/frames/skip_report.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -40,6 +41,9 @@ public:
     // report_damage().
     virtual const std::optional<damage> &found_damage() const = 0;
 
+    // What resynchronisation has passed over so far; null where nothing is ever passed over.
+    virtual const skip_report *skipped() const { return nullptr; }
+
     virtual const std::string &name() const = 0; // as messages show it
     virtual std::string_view kind() const = 0;   // as summaries show it: "pcap", "raw frames", "live"
     virtual uint64_t position() const = 0;       // bytes read so far
@@ -56,8 +60,8 @@ public:
 // Of frames that a signal ends: a damage with EXIT_INTERRUPTED.
 damage interruption(const frame_source &source, uint64_t frames_read);
 
-// What a reading command calls between its lines and its summary: says where the stream is damaged, if it is. Gives the damage's
-// code then and else what the command would end with.
+// What a reading command calls between its lines and its summary: says where the stream is damaged, if it is, and what was passed
+// over. Gives the damage's code then and else what the command would end with.
 exit_code report_damage(const frame_source &source, exit_code otherwise);
 
 } // namespace ribtool
