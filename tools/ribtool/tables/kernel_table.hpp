@@ -17,7 +17,7 @@ namespace ribtool
 {
 
 struct kernel_selection {
-    std::optional<uint32_t> table; // none: all
+    std::optional<uint32_t> table = {}; // none: all
     bool ipv4 = true;
     bool ipv6 = true;
 };
