@@ -63,6 +63,31 @@ void write_inspector_seeds(const fs::path &folder, const zidl::message_descripto
     write_seed(folder / "fuzz_message_json" / (name + "_json"), {index, 1}, bytes(json.begin(), json.end()));
 }
 
+// Files of a kernel's routes: what stands in front of them is as the fuzzers read it.
+void write_kernel_seeds(const fs::path &folder)
+{
+    const bytes two_hops = {
+        0x70, 0,  0,  0, 24,  0, 2,  0, 1,    0,    0, 0, 0,   0, 0, 0, // RTM_NEWROUTE
+        2,    16, 0,  0, 254, 4, 0,  1, 0,    0,    0, 0,               // IPv4, /16, main, static, unicast
+        8,    0,  15, 0, 44,  1, 0,  0, 8,    0,    1, 0, 10,  1, 0, 0, // table, destination
+        8,    0,  6,  0, 20,  0, 0,  0, 8,    0,    7, 0, 192, 0, 2, 9, // metric, source
+        0x34, 0,  9,  0, 16,  0, 4,  1, 7,    0,    0, 0,               // hops, the first
+        8,    0,  5,  0, 192, 0, 2,  1, 0x1e, 0,    0, 0, 8,   0, 0, 0, // its gateway, the second
+        0x16, 0,  18, 0, 10,  0, 32, 1, 13,   0xb8, 0, 0, 0,   0, 0, 0, // by an address of IPv6
+        0,    0,  0,  0, 0,   5, 0,  0,                                 //
+    };
+    const bytes done = {20, 0, 0, 0, 3, 0, 2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    bytes dump = two_hops;
+    dump.insert(dump.end(), done.begin(), done.end());
+    write_seed(folder / "fuzz_netlink" / "route", {0, 112}, two_hops);
+    write_seed(folder / "fuzz_netlink" / "dump", {0xff, 0xff}, dump);
+    const std::string json =
+        R"([{"ifindex":3,"ifname":"d0"}][{"type":"unicast","dst":"10.1.0.0/16","table":"main","metric":20,"prefsrc":"192.0.2.9",
+"flags":[],"nexthops":[{"gateway":"192.0.2.1","dev":"d0","weight":2,"flags":["onlink"]},{"via":{"family":"inet6","host":
+"2001:db8::5"},"dev":"d\u0031","weight":1}]},{"dst":"default","encap":"ip","dst":"192.0.2.3","gateway":"::1","pref":"high"}])";
+    write_seed(folder / "fuzz_kernel_json" / "routes", {0, 99}, bytes(json.begin(), json.end()));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -92,5 +117,6 @@ int main(int argc, char **argv)
             }
         }
     }
+    write_kernel_seeds(folder);
     return 0;
 }
