@@ -26,7 +26,7 @@ TEST_F(command_line, wrong_usage_is_one_line_and_exit_code_2)
         {{"replay", "x", "--limit", "1k"}, "--limit: \"1k\" is not a whole number"},
         {{"synth", "-o", "x", "--routes", "5"}, "--routes is for the profiles full-table and ecmp; use --updates"},
         {{"synth", "-o", "x", "--profile", "ecmp", "--routes", "5", "--updates", "5"}, "--updates excludes --routes"},
-        {{"replay"}, "FILE is required"},
+        {{"replay"}, "FILE or --connect is required"},
         {{"replay", "x", "--stripped", "--unstripped"}, "excludes"},
         {{"replay", "x", "--both", "--stripped"}, "excludes"},
         {{"replay", "x", "--json", "y", "--no-json"}, "--json excludes --no-json"},

@@ -36,6 +36,7 @@ const talking_command COMMANDS[] = {
     {"filter", "filter FILE --format raw -o -"},
     {"decode", "decode ip_rib_proto_update --code 47 FILE"},
     {"encode", "encode ip_rib_proto_update MESSAGE"},
+    {"serve", "serve TABLE --listen unix:TABLE.socket --clients 0"},
 };
 
 // Those of them that read a capture, with what makes them print one line an update.

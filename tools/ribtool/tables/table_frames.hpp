@@ -1,0 +1,36 @@
+// A table as frames: each of its routes encoded.
+
+#pragma once
+
+#include "tools/ribtool/frames/frame_source.hpp"
+#include "tools/ribtool/scratch.hpp"
+#include "tools/ribtool/tables/detect.hpp"
+
+namespace ribtool
+{
+
+class table_frames : public frame_source
+{
+public:
+    table_frames(std::string name, open_table table) : name_(std::move(name)), table_(std::move(table)) {}
+
+    // What is wrong with a table is a failure, as everywhere that reads one.
+    bool next(captured_frame &frame) override;
+
+    const std::optional<damage> &found_damage() const override { return damage_; }
+    const std::string &name() const override { return name_; }
+    std::string_view kind() const override { return table_.format; }
+    uint64_t position() const override { return table_.routes->position(); }
+    uint64_t size() const override { return table_.routes->size(); }
+    std::string place() const override { return table_.routes->place(); }
+
+private:
+    std::string name_;
+    open_table table_;
+    table_route route_;
+    scratch memory_;
+    uint64_t number_ = 0;
+    const std::optional<damage> damage_; // none: see next()
+};
+
+} // namespace ribtool
