@@ -223,6 +223,21 @@ TEST_F(resync, damaged_frames_are_skipped_counted_and_end_in_the_code_of_malform
     }
 }
 
+TEST_F(resync, filter_writes_the_sound_frames_of_a_damaged_file)
+{
+    const std::string file = write("damaged", damaged);
+    const run_result result = ribtool({"filter", file, "--resync", "--format", "raw", "-o", path("sound")});
+    EXPECT_EQ(result.exit_code, 4) << result.err;
+    EXPECT_EQ(read("sound"), joined({PROTO, NEXT_HOP, PROTO}));
+}
+
+TEST_F(resync, annotate_goes_on_behind_damage)
+{
+    const run_result result = ribtool({"annotate", write("damaged", damaged), "--resync"});
+    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_NE(result.out.find("frame 3"), std::string::npos) << result.out;
+}
+
 TEST_F(resync, one_place_needs_no_line_for_all)
 {
     const run_result result =

@@ -32,6 +32,7 @@ struct annotate_options {
     std::string message;
     std::optional<uint32_t> code;
     std::optional<uint64_t> frame;
+    bool resynchronises = false;
     std::optional<uint64_t> limit; // frames
     bool is_ascii = false;
 };
@@ -205,7 +206,7 @@ void require_no_digits(const std::string &input)
 exit_code annotate_capture(const annotate_options &options)
 {
     require_no_digits(options.input);
-    capture_reader reader(options.input, options.frame);
+    capture_reader reader(options.input, options.frame, options.resynchronises);
     annotator each(options);
     captured_frame frame;
     for (uint64_t shown = 0; (!options.limit || shown < *options.limit) && reader.next(frame); ++shown)
@@ -239,6 +240,7 @@ command add_annotate(CLI::App &app)
                                ->option_text("TYPE")
                                ->excludes(code);
     CLI::Option *frame = add_frame(*line, options->frame)->excludes(code)->excludes(message);
+    add_resync(*line, options->resynchronises)->excludes(code)->excludes(message);
     line->add_option("--limit", options->limit, "Stop after N frames")
         ->option_text("N")
         ->check(whole_number(0))

@@ -15,6 +15,7 @@ namespace
 struct filter_options {
     std::string input;
     std::string output;
+    bool resynchronises = false;
     capture_format format = capture_format::pcap;
     std::optional<uint64_t> limit; // frames that are written
     selection_criteria criteria;
@@ -22,7 +23,7 @@ struct filter_options {
 
 exit_code run(const filter_options &options)
 {
-    capture_reader reader(options.input);
+    capture_reader reader(options.input, {}, options.resynchronises);
     require_other_file(options.input, options.output);
     capture_writer writer(options.output, options.format);
     update_selection selection(options.criteria);
@@ -61,6 +62,7 @@ command add_filter(CLI::App &app)
     add_codes(*line, options->criteria);
     add_prefixes(*line, options->criteria, "Only routes of these prefixes");
     add_other_criteria(*line, options->criteria);
+    add_resync(*line, options->resynchronises);
     add_limit(*line, options->limit, "frames are written");
     return {line, "ribtool filter updates.pcap --prefix 10.0.0.0/8 --or-longer -o ten.pcap",
             [options] { return run(*options); }};
