@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "tools/ribtool/record_facts.hpp"
 #include "tools/ribtool/record_lines.hpp"
 
 #include <chrono>
@@ -15,6 +16,7 @@ namespace ribtool
 struct delivery {
     record_lines *lines = nullptr; // null: nothing is printed; else a line has been begun
     json_line *line = nullptr;
+    record_facts *facts = nullptr;        // null: nobody counts them; else those of the last record
     const uint8_t *payload_end = nullptr; // of the older opaque form, whose blocks lie in the payload
     uint64_t callbacks = 0;
     uint64_t routes = 0;

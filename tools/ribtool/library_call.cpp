@@ -51,10 +51,12 @@ library_call call_library(const captured_frame &frame, const update_type &type, 
     }
 
     library_call made;
+    const allocation_count allocated = allocations_so_far();
     const auto started = steady_clock::now();
     made.assertion = run_guarded(type.parse, call);
     made.ended = steady_clock::now();
     made.time = made.ended - started - to.in_callbacks;
+    made.allocations = allocations_so_far().since(allocated);
     forget_older_routes();
     if (to.failed)
         std::rethrow_exception(to.failed);

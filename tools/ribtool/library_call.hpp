@@ -4,6 +4,7 @@
 
 #include "tools/ribtool/assertion_guard.hpp"
 #include "tools/ribtool/frames/frame_source.hpp"
+#include "tools/ribtool/stats/allocation_count.hpp"
 #include "tools/ribtool/update_types.hpp"
 
 #include <chrono>
@@ -24,6 +25,7 @@ struct library_call {
     std::optional<failed_assertion> assertion; // that would have stopped the process
     std::chrono::steady_clock::time_point ended;
     std::chrono::steady_clock::duration time; // in the library, without what callbacks did with the record
+    allocation_count allocations;             // callbacks and all
 };
 
 // The update comes to the entry point in a block of its own, exactly as long as it is, so that a read behind its end is seen by the

@@ -35,9 +35,18 @@ int deliver(delivery &to, Fill fill) noexcept
     return 0;
 }
 
+template <class... Record>
+void note_facts(delivery &to, const Record &...record)
+{
+    if (to.facts != nullptr)
+        *to.facts = facts_of(record...);
+}
+
 int on_proto(uint32_t update_id, rib_protoid_map *map, void *ctx)
 {
-    return deliver(*static_cast<delivery *>(ctx), [&](record_lines &lines, json_line &line) {
+    delivery &to = *static_cast<delivery *>(ctx);
+    note_facts(to, *map);
+    return deliver(to, [&](record_lines &lines, json_line &line) {
         line.add_number("update_id", update_id);
         lines.add_record(view_of(*map));
     });
@@ -46,6 +55,7 @@ int on_proto(uint32_t update_id, rib_protoid_map *map, void *ctx)
 int on_opaque(uint32_t update_id, uint32_t sub_id, rib_opaque_update *opaque, void *ctx)
 {
     delivery &to = *static_cast<delivery *>(ctx);
+    note_facts(to, *opaque, to.payload_end == nullptr);
     return deliver(to, [&](record_lines &lines, json_line &line) {
         line.add_number("update_id", update_id);
         line.add_number("sub_id", sub_id);
@@ -57,6 +67,8 @@ int deliver_route(delivery &to, uint32_t update_id, const struct rib_routetype_ 
 {
     ++to.routes;
     to.paths += route == nullptr ? 0 : route->rt_path_count;
+    if (route != nullptr)
+        note_facts(to, *route);
     return deliver(to, [&](record_lines &lines, json_line &line) {
         line.add_number("update_id", update_id);
         if (is_older)
@@ -80,10 +92,13 @@ int on_older_route(uint32_t update_id, struct rib_routetype_ *route, void *ctx)
 
 int on_grid(void *record, void *ctx, uint32_t tlv_type)
 {
-    return deliver(*static_cast<delivery *>(ctx), [&](record_lines &lines, json_line &) {
-        lines.add_record(tlv_type == RIB_TLV_GRID ? view_of(*static_cast<const grid_sync_list *>(record))
-                                                  : view_of(*static_cast<const nhid_update_local *>(record)));
-    });
+    delivery &to = *static_cast<delivery *>(ctx);
+    const auto deliver_record = [&](const auto &known) {
+        note_facts(to, known);
+        return deliver(to, [&](record_lines &lines, json_line &) { lines.add_record(view_of(known)); });
+    };
+    return tlv_type == RIB_TLV_GRID ? deliver_record(*static_cast<const grid_sync_list *>(record))
+                                    : deliver_record(*static_cast<const nhid_update_local *>(record));
 }
 
 // ---- Entry points ----
