@@ -29,12 +29,14 @@ void count(size_t bytes)
 
 #ifdef HAS_SANITIZER
 
-#include <sanitizer/allocator_interface.h>
+// As <sanitizer/allocator_interface.h> has it, which not every compiler brings along.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void *, size_t),
+                                                         void (*free_hook)(const volatile void *));
 
 namespace
 {
 
-const int hooked = __sanitizer_install_malloc_and_free_hooks([](const volatile void *, size_t size) { count(size); },
+[[maybe_unused]] const int hooked = __sanitizer_install_malloc_and_free_hooks([](const volatile void *, size_t size) { count(size); },
                                                              [](const volatile void *) {});
 
 } // namespace
