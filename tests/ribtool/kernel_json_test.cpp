@@ -151,10 +151,13 @@ TEST_F(kernel_json_file, types_and_protocols_may_be_numbers)
 
 TEST_F(kernel_json_file, packets_that_end_here_have_no_hop)
 {
-    const table_path path = path_of(R"("type":"blackhole","dev":"lo","metric":1024)");
-    EXPECT_FALSE(path.next_hop);
-    EXPECT_FALSE(path.interface_index);
-    EXPECT_EQ(path.med, 1024u);
+    const auto routes = read_routes(R"([{"ifindex":1,"ifname":"lo"}]
+[{"type":"blackhole","dst":"2001:db8::/32","dev":"lo","metric":1024}])");
+    ASSERT_EQ(routes.size(), 1u);
+    ASSERT_EQ(routes[0].paths.size(), 1u);
+    EXPECT_FALSE(routes[0].paths[0].interface_index) << "which is the kernel's own matter";
+    EXPECT_EQ(routes[0].paths[0].med, 1024u);
+    EXPECT_EQ(left_out_of(R"([{"type":"prohibit","dst":"2001:db8::/32","dev":"lo"}])"), "");
 }
 
 TEST_F(kernel_json_file, what_is_left_out_is_counted)
