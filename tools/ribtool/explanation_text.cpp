@@ -64,14 +64,6 @@ std::string sentence(std::string_view text)
     return out;
 }
 
-std::string shortened(const char *value)
-{
-    std::string_view text(value);
-    if (text.empty())
-        return "empty";
-    return text.size() <= SHOWN_VALUE_LEN ? std::string(text) : fmt::format("{}...", text.substr(0, SHOWN_VALUE_LEN));
-}
-
 // A path in a sentence: an unknown field has but a number.
 std::string called(std::string_view path)
 {
@@ -269,6 +261,14 @@ void append_losses(std::string &out, std::span<const rib_loss> losses, size_t co
 }
 
 } // namespace
+
+std::string shortened(const char *value)
+{
+    std::string_view text(value);
+    if (text.empty())
+        return "empty";
+    return text.size() <= SHOWN_VALUE_LEN ? std::string(text) : fmt::format("{}...", text.substr(0, SHOWN_VALUE_LEN));
+}
 
 void append_paragraph(std::string &out, const uint64_t *frame, size_t payload_len, const rib_explanation &explanation,
                       const paragraph_style &style)

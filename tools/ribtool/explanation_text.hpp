@@ -21,6 +21,9 @@ inline bool is_whole(const rib_explanation &explanation)
     return explanation.outcome == RIB_DELIVERED && explanation.reason == RIB_REASON_none && explanation.loss_count == 0;
 }
 
+// A value of a loss: of a long one the beginning.
+std::string shortened(const char *value);
+
 struct paragraph_style {
     terminal::painter paint;
     size_t columns; // lines are broken between words to fit

@@ -1,9 +1,13 @@
-// ribtool explain: says of every update of a capture what becomes of it, why, and what of it the client does not see.
+// ribtool explain: says of every update of a capture what becomes of it, why, and what of it the client does not see; or
+// writes that into a copy of the capture.
 
 #include "inspect/rib_inspect.h"
 #include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/explain_summary.hpp"
+#include "tools/ribtool/explanation_comment.hpp"
 #include "tools/ribtool/explanation_text.hpp"
+#include "tools/ribtool/frames/pcapng_writer.hpp"
+#include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/payload_input.hpp"
 #include "tools/ribtool/progress.hpp"
 
@@ -54,6 +58,8 @@ struct explain_options {
     bool is_quiet = false;
     std::optional<uint32_t> code; // with `from`: the file is one payload
     std::optional<payload_format> from;
+    std::string pcapng; // the copy; empty: paragraphs or objects
+    bool is_partial_kept = false;
 };
 
 explanation_handle explain(const updatetype_local &update, const rib_explain_options &how)
@@ -179,6 +185,83 @@ exit_code explain_capture(const explain_options &options)
     return result;
 }
 
+// A copy of a capture in which updates have what becomes of them as a comment.
+class commented_copy
+{
+public:
+    commented_copy(const explain_options &options, frame_source &source)
+        : options_(options), source_(source), writer_(options.pcapng), progress_("explain", source.size())
+    {
+        part_.is_kept = options.is_partial_kept;
+    }
+
+    exit_code write()
+    {
+        while (!interrupted() && add_frame()) {}
+        progress_.clear();
+        if (!breaks_off() && end_output(writer_.file(), part_) == EXIT_INTERRUPTED)
+            return EXIT_INTERRUPTED;
+        if (breaks_off())
+            keep_before_damage(writer_.file(), part_);
+        const exit_code result = report_damage(source_, summary_.all_is_whole() ? EXIT_DONE : EXIT_UPDATES_FAILED);
+        if (!options_.is_quiet)
+            summary_.print(fmt::format("{}: {}", terminal::shown_on(stderr, source_.name()), source_.kind()));
+        return result;
+    }
+
+private:
+    // With resynchronisation the input goes on behind its damage.
+    bool breaks_off() const { return !interrupted() && source_.found_damage() && !options_.resynchronises; }
+
+    bool add_frame()
+    {
+        if ((options_.limit && updates_ == *options_.limit) || !source_.next(frame_))
+            return false;
+        writer_.write(frame_, comment());
+        ++part_.count;
+        progress_.show(source_.position(), part_.count);
+        return true;
+    }
+
+    std::string comment()
+    {
+        if (frame_code(frame_.bytes) == DELIMITER_CODE) {
+            summary_.add_delimiter();
+            return {};
+        }
+        ++updates_;
+        updatetype_local update = {};
+        update.payload = frame_.bytes.data();
+        const explanation_handle explanation = explain(update, {});
+        summary_.add(*explanation);
+        const bool is_wanted = options_.only ? options_.only->has(*explanation) : !is_whole(*explanation);
+        return is_wanted ? comment_of(*explanation) : std::string();
+    }
+
+    const explain_options &options_;
+    frame_source &source_;
+    pcapng_writer writer_;
+    progress_bar progress_;
+    explain_summary summary_;
+    written_part part_ = {"frames", 0, false};
+    captured_frame frame_;
+    uint64_t updates_ = 0;
+};
+
+exit_code copy_with_comments(const explain_options &options)
+{
+    capture_reader reader(options.input, options.frame, options.resynchronises);
+    require_other_file(options.input, options.pcapng);
+    return commented_copy(options, reader).write();
+}
+
+exit_code run(const explain_options &options)
+{
+    if (options.from)
+        return explain_payload(options);
+    return options.pcapng.empty() ? explain_capture(options) : copy_with_comments(options);
+}
+
 shown_outcomes outcomes_of(const std::string &list)
 {
     shown_outcomes shown;
@@ -225,16 +308,22 @@ command add_explain(CLI::App &app)
         ->required();
     line->add_option_function<std::string>(
             "--only", [options](const std::string &list) { options->only = outcomes_of(list); },
-            "Print only these: dropped, losses (delivered, but not all of it), stopped, refused")
+            "Print or comment on only these: dropped, losses (delivered, but not all of it), stopped, refused")
         ->option_text("A,B");
     CLI::Option *json = line->add_flag("--json", options->is_json, "One JSON object a line instead of a paragraph");
     line->add_flag("-q,--quiet", options->is_quiet, "Print nothing: the exit code says all")->excludes(json);
+    CLI::Option *pcapng = line->add_option("--pcapng", options->pcapng,
+                                           "Instead of printing, copy the capture to OUT, as pcapng, with a comment on "
+                                           "each packet that is not delivered whole")
+                              ->option_text("OUT")
+                              ->excludes(json);
+    add_partial(*line, options->is_partial_kept);
+    line->get_option("--partial")->needs(pcapng);
     CLI::Option *frame = add_frame(*line, options->frame);
     CLI::Option *resync = add_resync(*line, options->resynchronises);
     add_limit(*line, options->limit, "updates");
-    add_one_payload(*line, *options)->excludes(frame, resync);
-    return {line, "ribtool explain updates.pcap --only dropped,losses",
-            [options] { return options->from ? explain_payload(*options) : explain_capture(*options); }};
+    add_one_payload(*line, *options)->excludes(frame, resync, pcapng);
+    return {line, "ribtool explain updates.pcap --only dropped,losses", [options] { return run(*options); }};
 }
 
 } // namespace ribtool

@@ -113,7 +113,7 @@ void capture_reader::open_pcap(byte_span start)
     for (size_t index = start.size(); index-- > 0;)
         std::ungetc(start[index], stream.get());
     char reason[PCAP_ERRBUF_SIZE] = "";
-    handle_.reset(pcap_fopen_offline(stream.get(), reason));
+    handle_.reset(pcap_fopen_offline_with_tstamp_precision(stream.get(), PCAP_TSTAMP_PRECISION_NANO, reason));
     require_no_read_error();
     if (handle_ == nullptr)
         fail(EXIT_MALFORMED, "{}: not a readable capture: {}", name(), reason);
@@ -180,7 +180,9 @@ bool capture_reader::next_packet(captured_frame &frame)
     if (header->caplen < FRAME_HEADER_LEN)
         return stop("truncated: a frame header has {} bytes, the packet {}", FRAME_HEADER_LEN, header->caplen);
     frame.bytes.assign(data, data + header->caplen);
-    frame.time_us = static_cast<uint64_t>(header->ts.tv_sec) * MICROSECONDS + static_cast<uint64_t>(header->ts.tv_usec);
+    const uint64_t nanoseconds = static_cast<uint64_t>(header->ts.tv_usec); // as it was opened
+    frame.time_us = static_cast<uint64_t>(header->ts.tv_sec) * MICROSECONDS + nanoseconds / 1000;
+    frame.time_rest_ns = static_cast<uint16_t>(nanoseconds % 1000);
     const size_t promised = frame_payload_len(frame.bytes);
     const size_t held = frame.bytes.size() - FRAME_HEADER_LEN;
     if (held < promised)
