@@ -66,7 +66,12 @@ TEST_F(command_line, help_names_every_command_option_and_exit_code)
 
 TEST_F(command_line, the_help_of_each_command_ends_with_a_call_of_it)
 {
-    for (const std::string command : {"synth", "show", "replay", "explain", "annotate", "import", "decode", "encode"}) {
+    const std::vector<std::string> commands = {
+#define COMMAND(name) #name,
+#include "tools/ribtool/commands.def"
+#undef COMMAND
+    };
+    for (const std::string &command : commands) {
         const std::string help = ribtool({command, "--help"}).out;
         EXPECT_NE(help.find("Exit codes:\n  0  done\n"), std::string::npos) << command;
         EXPECT_NE(help.find("\nExample: ribtool " + command + " "), std::string::npos) << help;
