@@ -131,6 +131,7 @@ static void try_to_connect(struct client *client)
     client->connections++;
     client_table_begin(&client->table);
     client->is_whole = 0;
+    fprintf(stderr, "client: connected to %s\n", client->path);
 }
 
 /* Takes all whole frames out of the buffer and moves the rest to its front. */
