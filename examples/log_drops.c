@@ -8,6 +8,7 @@
 #include <time.h>
 
 #include "expect.h"
+#include "rubbish.h"
 
 enum { EXPLANATIONS_A_SECOND = 2 };
 
@@ -17,6 +18,8 @@ struct drop_log {
     unsigned silent; /* drops without an explanation since the last one */
     unsigned all;
 };
+
+static const rib_explain_options without_older_routes = {.without = RIB_WITHOUT_OLDER_ROUTES};
 
 struct client {
     int was_called;
@@ -46,9 +49,9 @@ static void print_explanation(const rib_explanation *why, uint32_t update_id)
     printf(" (%s, %s)\n", rib_reason_name(why->reason), why->status_name);
 }
 
-/* The entry point has taken the frame off: the record now says where the payload is, and must say that, too. A payload of an
- * older form has been converted in place: a client that gets those explains a copy of them. */
-static void log_drop(struct drop_log *drops, updatetype_local update, time_t now)
+/* The record says where the payload is. A client that leaves the frame to the entry point sets `stripped` now, since that has
+ * taken it off; one that gets older forms which are converted in place explains a copy of them. */
+static void log_drop(struct drop_log *drops, const updatetype_local *update, time_t now)
 {
     drops->all++;
     if (!may_explain(drops, now)) {
@@ -60,11 +63,10 @@ static void log_drop(struct drop_log *drops, updatetype_local update, time_t now
     drops->silent = 0;
     drops->explained++;
 
-    update.stripped = 1;
     rib_explanation *why;
-    if (rib_explain_update(&update, NULL, &why) != ZIDL_OK)
+    if (rib_explain_update(update, &without_older_routes, &why) != ZIDL_OK)
         return; /* no memory */
-    print_explanation(why, update.update_id);
+    print_explanation(why, update->update_id);
     rib_explanation_free(why);
 }
 
@@ -80,14 +82,26 @@ static int on_route(uint32_t update_id, struct rib_routetype_ *route, void *ctx)
     return 0;
 }
 
+/* The code of another entry point, or of none, would stop the process: such an update is logged and not handed over. The frame
+ * is taken off here, so that the record is the same in both cases. */
 static void take_route(struct client *client, uint32_t update_id, uint8_t *frame, time_t now)
 {
     rib_route_client routes = {.context = client, .encoded_route = on_route};
-    updatetype_local update = {.update_id = update_id, .payload = frame};
+    updatetype_local update = {.update_id = update_id,
+                               .tlv_type = rib_frame_code(frame),
+                               .stripped = 1,
+                               .payload_len = (uint32_t)rib_frame_payload_len(frame),
+                               .payload = frame + RIB_FRAME_HEADER_LEN};
     client->was_called = 0;
-    rib_lib_pvt_parse_route_update(&update, NULL, NULL, NULL, 0, &routes);
+    if (update.tlv_type == RIB_TLV_ROUTE || update.tlv_type == RIB_TLV_OLD_ROUTE)
+        rib_lib_pvt_parse_route_update(&update, NULL, NULL, NULL, 0, &routes);
     if (!client->was_called)
-        log_drop(&client->drops, update, now);
+        log_drop(&client->drops, &update, now);
+}
+
+static void take_rubbish(uint8_t *frame, void *ctx)
+{
+    take_route(ctx, 0, frame, 2000);
 }
 
 /* 10.0.0.0/8; of another family than 1 it is dropped. */
@@ -125,5 +139,8 @@ int main(void)
     build_route(frame, 7);
     take_route(&client, 1011, frame, now + 1);
     expect(client.drops.silent == 0 && client.drops.explained == 1, "the next second has explanations again");
+
+    send_rubbish(take_rubbish, &client);
+    expect(client.routes == 1001, "of rubbish an empty route arrives, and nothing stops");
     return 0;
 }

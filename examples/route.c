@@ -6,11 +6,13 @@
 #include <stddef.h>
 
 #include "expect.h"
+#include "rubbish.h"
 
 struct client {
     unsigned paths;
     unsigned communities;
     unsigned older_routes;
+    int takes_older; /* if not, those are dropped */
 };
 
 static void print_destination(uint32_t update_id, const struct rib_routetype_ *route)
@@ -114,35 +116,48 @@ static int on_older_route(uint32_t update_id, struct rib_routetype_ *route, void
     return 0;
 }
 
-static updatetype_local older_update(uint8_t *frame)
+static void build_older_update(uint8_t *frame)
 {
     static const uint8_t route[OLDER_LEN] = {198, 51, 100, 0, 24};
     rib_frame_put_header(frame, RIB_TLV_OLD_ROUTE, sizeof route);
     memcpy(frame + RIB_FRAME_HEADER_LEN, route, sizeof route);
-    updatetype_local update = {.update_id = 2, .payload = frame};
-    return update;
+}
+
+/* ---- Both forms ---- */
+
+/* The peer chooses the form, not the client: the ctx is a rib_route_client for both. Any code but these two would stop the
+ * process; what their payloads hold is no danger. */
+static void take_update(uint8_t *frame, void *ctx)
+{
+    struct client *client = ctx;
+    rib_route_client routes = {.context = client, .encoded_route = on_route};
+    updatetype_local update = {.update_id = 1, .payload = frame};
+    const int keep = 1;
+    if (rib_frame_code(frame) != RIB_TLV_ROUTE && rib_frame_code(frame) != RIB_TLV_OLD_ROUTE)
+        return;
+    if (client->takes_older)
+        rib_lib_pvt_parse_route_update(&update, on_older_route, convert_older, release_older, keep, &routes);
+    else /* without older-form routes their functions are null: what comes all the same is dropped */
+        rib_lib_pvt_parse_route_update(&update, NULL, NULL, NULL, 0, &routes);
 }
 
 int main(void)
 {
-    /* The peer chooses the form, not the client: the ctx is a rib_route_client for both. */
-    struct client client = {0};
-    rib_route_client routes = {.context = &client, .encoded_route = on_route};
-    const int keep = 1;
+    struct client client = {.takes_older = 1};
     uint8_t frame[256];
 
     build_update(frame, sizeof frame);
-    updatetype_local update = {.update_id = 1, .payload = frame};
-    rib_lib_pvt_parse_route_update(&update, on_older_route, convert_older, release_older, keep, &routes);
+    take_update(frame, &client);
     expect(client.paths == 2 && client.communities == 2, "both paths and their communities arrived");
-
-    update = older_update(frame);
-    rib_lib_pvt_parse_route_update(&update, on_older_route, convert_older, release_older, keep, &routes);
+    build_older_update(frame);
+    take_update(frame, &client);
     expect(client.older_routes == 1, "the route of the older form arrived");
+    send_rubbish(take_update, &client);
+    expect(client.paths == 2 && client.older_routes == 1, "rubbish brings no path, and stops nothing");
 
-    /* A client without older-form routes leaves their functions null: what comes all the same is dropped. */
-    update = older_update(frame);
-    rib_lib_pvt_parse_route_update(&update, NULL, NULL, NULL, 0, &routes);
+    client.takes_older = 0;
+    build_older_update(frame);
+    take_update(frame, &client);
     expect(client.older_routes == 1, "the route of the older form was dropped");
     return 0;
 }
