@@ -155,7 +155,7 @@ TEST(rib_frames_death, eight_zero_bytes_stop_the_process_unless_the_reader_passe
     EXPECT_TRUE(rib_frame_is_delimiter(&frame));
 }
 
-TEST(rib_frame, header_is_written_whole)
+TEST(rib_frame, header_is_written_whole_and_read_whole)
 {
     guarded_bytes header(bytes(8, 0xEE));
     EXPECT_TRUE(rib_frame_put_header(header.data(), 0x0133, 0x0A0B));
@@ -164,6 +164,8 @@ TEST(rib_frame, header_is_written_whole)
                                     0x01, 0x33,             // code
                                     0x0A, 0x0B,             // length
                                 }));
+    EXPECT_EQ(rib_frame_code(header.data()), 0x0133);
+    EXPECT_EQ(rib_frame_payload_len(header.data()), 0x0A0Bu);
 }
 
 TEST(rib_frame, header_of_more_than_a_frame_holds_is_not_written)
