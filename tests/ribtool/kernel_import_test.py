@@ -283,11 +283,11 @@ class WhatIsLostIsCounted(KernelTest):
         imports = [self.records("-", stdin=each) for each in both] + [self.records("--kernel", "--table", PECULIAR_TABLE)]
         for records, summary in imports:
             self.assertEqual(summary.splitlines()[1:], [
-                "  left out: 1 entries for the host's own, broadcast and multicast addresses",
                 "  left out: 1 entries for packets from one source only",
                 "  left out: 1 entries for packets of one type of service only",
-                "  left out: 1 sets of metrics like mtu",
-                "  left out: 1 router preferences"])
+                "  left out: 1 entries for the host's own, broadcast and multicast addresses",
+                "  left out: 1 router preferences",
+                "  left out: 1 sets of metrics like mtu"])
             self.assertEqual([each["rt_dest"] for each in records], ["10.1.0.0", "10.2.0.0", "10.4.0.0", "::"])
 
     def test_but_hops_of_an_object_are_not(self):

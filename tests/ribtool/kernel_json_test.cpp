@@ -176,10 +176,10 @@ TEST_F(kernel_json_file, what_is_left_out_is_counted)
     EXPECT_EQ(left_out_of(R"([{"dst":"10.0.0.0/8","nhid":5,"dev":"d0"}])"),
               "1 names of interfaces whose index is not told; ");
     EXPECT_EQ(left_out_of(R"([{"dst":"10.0.0.0/8","table":"no such","protocol":"neither"}])"),
-              "1 names of tables that have no number here; 1 names of protocols that have no number here; ");
+              "1 names of protocols that have no number here; 1 names of tables that have no number here; ");
     EXPECT_EQ(left_out_of(R"([{"dst":"::","encap":"seg6","segs":["2001:db8::9"],"gateway":"2001:db8::1","pref":"high",
 "metrics":[{"mtu":1400}]}])"),
-              "1 encapsulations of paths; 1 sets of metrics like mtu; 1 router preferences; ");
+              "1 encapsulations of paths; 1 router preferences; 1 sets of metrics like mtu; ");
 }
 
 TEST_F(kernel_json_file, arrays_and_objects_may_follow_one_another)
@@ -249,6 +249,16 @@ TEST_F(kernel_json_file, nesting_without_end_is_refused)
 {
     EXPECT_EQ(complaint(R"([{"dst":"::","x":)" + std::string(254, '[') + std::string(254, ']') + "}]"), "");
     EXPECT_EQ(complaint(R"([{"dst":"::","x":)" + std::string(255, '[')), ":1:272: nested more than 256 deep");
+}
+
+TEST_F(kernel_json_file, more_hops_than_a_frame_holds_are_refused)
+{
+    std::string hops = R"([{"dst":"10.0.0.0/8","nexthops":[{})";
+    for (size_t hop = 1; hop < MAX_PATHS; ++hop)
+        hops += ",{}";
+    EXPECT_EQ(complaint(hops + "]}]"), "");
+    EXPECT_NE(complaint(hops + ",{}]}]").find(": more than 13107 next hops, and no frame holds them"),
+              std::string::npos);
 }
 
 TEST_F(kernel_json_file, a_text_without_end_is_refused)

@@ -266,6 +266,8 @@ void kernel_json::parse_hops(const json_token &value, object &from, kernel_route
     require(json_kind::begin_array, member::nexthops, value);
     for (json_token each = tokens_.next(); each.kind != json_kind::end_array; each = tokens_.next()) {
         require(json_kind::begin_object, member::nexthops, each);
+        if (entry.hops.size() == MAX_PATHS)
+            tokens_.stop("more than {} next hops, and no frame holds them", MAX_PATHS);
         kernel_hop &hop = entry.hops.emplace_back();
         for (json_token token = tokens_.next(); token.kind == json_kind::key; token = tokens_.next()) {
             const member which = member_of(token.text);

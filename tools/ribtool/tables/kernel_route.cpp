@@ -8,6 +8,24 @@ namespace ribtool
 namespace
 {
 
+bool ends_packets(uint8_t type)
+{
+    return type == RTN_BLACKHOLE || type == RTN_UNREACHABLE || type == RTN_PROHIBIT || type == RTN_THROW;
+}
+
+bool is_own_address(uint8_t type)
+{
+    return type == RTN_LOCAL || type == RTN_BROADCAST || type == RTN_ANYCAST || type == RTN_MULTICAST;
+}
+
+void add(left_out_counts &counts, omission what, uint64_t count)
+{
+    if (count > 0)
+        counts.add(words(what), count);
+}
+
+} // namespace
+
 std::string_view words(omission what)
 {
     switch (what) {
@@ -41,28 +59,6 @@ std::string_view words(omission what)
     return "";
 }
 
-bool ends_packets(uint8_t type)
-{
-    return type == RTN_BLACKHOLE || type == RTN_UNREACHABLE || type == RTN_PROHIBIT || type == RTN_THROW;
-}
-
-bool is_own_address(uint8_t type)
-{
-    return type == RTN_LOCAL || type == RTN_BROADCAST || type == RTN_ANYCAST || type == RTN_MULTICAST;
-}
-
-} // namespace
-
-std::vector<left_out> omissions::told() const
-{
-    std::vector<left_out> list;
-    for (size_t index = 0; index < counts_.size(); ++index) {
-        if (counts_[index] > 0)
-            list.push_back({counts_[index], std::string(words(static_cast<omission>(index)))});
-    }
-    return list;
-}
-
 std::optional<omission> why_left_out(const kernel_route &entry)
 {
     if (entry.is_of_other_family)
@@ -90,15 +86,15 @@ void kernel_route::clear()
     hops = std::move(kept);
 }
 
-void count_losses(const kernel_route &entry, omissions &counts)
+void count_losses(const kernel_route &entry, left_out_counts &counts)
 {
     if (!ends_packets(entry.type))
-        counts.add(omission::interface_name, entry.unknown_interfaces);
-    counts.add(omission::table_name, entry.has_unknown_table);
-    counts.add(omission::protocol_name, entry.has_unknown_protocol);
-    counts.add(omission::encapsulation, entry.encapsulations);
-    counts.add(omission::transport_metrics, entry.has_transport_metrics);
-    counts.add(omission::preference, entry.has_preference);
+        add(counts, omission::interface_name, entry.unknown_interfaces);
+    add(counts, omission::table_name, entry.has_unknown_table);
+    add(counts, omission::protocol_name, entry.has_unknown_protocol);
+    add(counts, omission::encapsulation, entry.encapsulations);
+    add(counts, omission::transport_metrics, entry.has_transport_metrics);
+    add(counts, omission::preference, entry.has_preference);
 }
 
 void append_paths(const kernel_route &entry, std::vector<table_path> &paths)

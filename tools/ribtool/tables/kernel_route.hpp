@@ -3,10 +3,9 @@
 #pragma once
 
 #include "tools/ribtool/addresses.hpp"
-#include "tools/ribtool/tables/route_source.hpp"
+#include "tools/ribtool/tables/left_out_counts.hpp"
+#include "tools/ribtool/tables/table_route.hpp"
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -40,17 +39,8 @@ enum class omission : uint8_t {
     table_name,
     protocol_name,
 };
-constexpr size_t OMISSION_COUNT = static_cast<size_t>(omission::protocol_name) + 1;
 
-class omissions
-{
-public:
-    void add(omission what, uint64_t count = 1) { counts_[static_cast<size_t>(what)] += count; }
-    std::vector<left_out> told() const; // those that there are, in words
-
-private:
-    std::array<uint64_t, OMISSION_COUNT> counts_{};
-};
+std::string_view words(omission what); // as the summary has it
 
 struct kernel_route {
     ip_prefix prefix;
@@ -85,7 +75,7 @@ struct kernel_route {
 std::optional<omission> why_left_out(const kernel_route &entry);
 
 // Notes what an entry that is kept loses.
-void count_losses(const kernel_route &entry, omissions &counts);
+void count_losses(const kernel_route &entry, left_out_counts &counts);
 
 // Appends a path for each hop, one where there is none or packets end.
 void append_paths(const kernel_route &entry, std::vector<table_path> &paths);

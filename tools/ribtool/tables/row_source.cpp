@@ -26,6 +26,7 @@ bool row_source::next(table_route &route, uint64_t &time_us)
     if (!std::exchange(is_waiting_, false) && !read_row())
         return false;
     route.prefix = row_.prefix;
+    route.table = row_.table;
     std::swap(route.paths, row_.paths);
     time_us = row_.time_us;
     number_ = row_.number;
@@ -33,7 +34,7 @@ bool row_source::next(table_route &route, uint64_t &time_us)
     if (row_.is_whole)
         return true;
     while (read_row()) {
-        is_waiting_ = row_.is_whole || row_.prefix != route.prefix;
+        is_waiting_ = row_.is_whole || row_.prefix != route.prefix || row_.table != route.table;
         if (is_waiting_)
             return true;
         number_ = row_.number;

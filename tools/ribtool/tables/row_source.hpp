@@ -1,4 +1,4 @@
-// What readers of tables of BGP have in common: they find rows, and consecutive rows of one prefix are the paths of one route.
+// What most readers of tables have in common: they find rows, and consecutive rows of one prefix are the paths of one route.
 
 #pragma once
 
@@ -6,6 +6,7 @@
 #include "tools/ribtool/tables/route_source.hpp"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@ namespace ribtool
 
 struct table_row {
     ip_prefix prefix;
+    std::optional<uint32_t> table; // of a kernel, which has several
     std::vector<table_path> paths;
     uint64_t time_us = 0;
     bool is_whole = false; // a route of its own, whatever follows: an update, or a prefix of a list
