@@ -50,6 +50,36 @@ static void older_protocol_is_handed_over_when_its_record_and_last_name_are_whol
     EXPECT(client.protocols == 1 && client.strange == 1);
 }
 
+static void older_opaque_is_handed_over_when_its_blocks_are_inside(void)
+{
+    static const uint8_t fits[32] = {
+        0, 0, 0, 0, 0, 37, 0, 24 + 3, /* 27 bytes of payload */
+        0, 0, 0, 0, 0, 0,  0, 1,      /* type, unused, ID */
+        0, 2, 0, 3, 0, 0,  0, 0,      /* 2 bytes in the first block, sub-ID, value */
+        0, 0, 0, 1, 0, 0,  0, 0,      /* 1 byte in the second one, unused */
+    };
+    const struct {
+        size_t place;
+        uint8_t value;
+        bool is_whole;
+    } cases[] = {{19, 3, true},  {27, 2, false}, {17, 3, false}, {16, 1, false},
+                 {24, 1, false}, {25, 1, false}, {26, 1, false}};
+    for (size_t i = 0; i < sizeof cases / sizeof *cases; i++) {
+        uint8_t bytes[8 + 24 + 3] = {0};
+        memcpy(bytes, fits, sizeof fits);
+        bytes[cases[i].place] = cases[i].value;
+        rib_frame frame = {bytes, sizeof bytes, 37, 24 + 3, bytes + 8};
+        struct client client;
+        begin(&client);
+        take_frame(&client, &frame);
+        EXPECT(client.opaques == cases[i].is_whole && client.strange == !cases[i].is_whole);
+    }
+    uint8_t *empty = malloc(8); /* reading on behind it is what a sanitizer sees */
+    rib_frame frame = {empty, 8, 37, 0, empty + 8};
+    EXPECT(!is_whole(&frame));
+    free(empty);
+}
+
 static void delays_grow_and_stay_below_half_a_minute(void)
 {
     unsigned delay = 0;
@@ -100,6 +130,7 @@ int main(void)
 {
     connection_that_ends_inside_a_frame_is_cut_and_leaves_nothing_to_the_next();
     older_protocol_is_handed_over_when_its_record_and_last_name_are_whole();
+    older_opaque_is_handed_over_when_its_blocks_are_inside();
     delays_grow_and_stay_below_half_a_minute();
     search_goes_on_behind_damage_in_pieces_of_any_size();
     return 0;
