@@ -374,6 +374,8 @@ TEST_F(kernel_answers, an_error_is_told)
         answer(error(-EPERM, type));
         EXPECT_EQ(read_routes(), "3: the kernel: cannot read its routes: Operation not permitted");
     }
+    answer(changed(error(-EPERM), {{16, 0}, {17, 0}, {18, 0}, {19, 0x80}}));
+    EXPECT_EQ(read_routes(), "4: the kernel: an error of number -2147483648");
     answer(error(-ENOENT));
     EXPECT_EQ(read_routes({.table = 300, .ipv6 = false}), "3: the kernel has no table 300 of IPv4");
     answer(error(-EOPNOTSUPP));

@@ -22,6 +22,9 @@ constexpr size_t DATAGRAM_LEN = 65536;
 
 constexpr int MOST_DUMPS = 10;
 
+// The kernel has no error beyond this one.
+constexpr int MAX_ERROR = 4095;
+
 struct dump_request {
     nlmsghdr header;
     rtmsg route;
@@ -167,6 +170,8 @@ kernel_table::outcome kernel_table::outcome_of(int code) const
         return outcome::no_table;
     if (code == -EINTR || is_interrupted_)
         return outcome::interrupted;
+    if (code < -MAX_ERROR)
+        fail(EXIT_MALFORMED, "the kernel: an error of number {}", code);
     if (code < 0)
         fail(EXIT_FILE, "the kernel: cannot read its routes: {}", std::strerror(-code));
     return outcome::complete;
