@@ -1,6 +1,7 @@
 // ribtool filter: copies the updates of a capture that fit into a new one, with their times and bytes as they are.
 
 #include "tools/ribtool/command_line.hpp"
+#include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/update_selection.hpp"
 
@@ -18,6 +19,7 @@ struct filter_options {
     bool resynchronises = false;
     capture_format format = capture_format::pcap;
     std::optional<uint64_t> limit; // frames that are written
+    bool is_partial_kept = false;
     selection_criteria criteria;
 };
 
@@ -30,20 +32,23 @@ exit_code run(const filter_options &options)
     progress_bar progress("filter", reader.size());
     captured_frame frame;
     uint64_t read = 0;
-    uint64_t written = 0;
-    while ((!options.limit || written < *options.limit) && reader.next(frame)) {
+    written_part part = {"frames", 0, options.is_partial_kept};
+    exit_code result = write_all(writer.file(), part, [&] {
+        if ((options.limit && part.count == *options.limit) || !reader.next(frame))
+            return false;
         ++read;
         if (selection.takes(frame.bytes)) {
             writer.write(frame.time_us, frame.bytes);
-            ++written;
+            ++part.count;
         }
         progress.show(reader.position(), read);
-    }
-    writer.close();
+        return true;
+    });
     progress.clear();
-    const exit_code result = report_damage(reader, EXIT_DONE);
+    if (result == EXIT_DONE)
+        result = report_damage(reader, EXIT_DONE);
     terminal::say("{}: {}, {} frames read, {} written\n", terminal::shown_on(stderr, reader.name()), reader.kind(),
-                  read, written);
+                  read, part.count);
     return result;
 }
 
@@ -64,6 +69,7 @@ command add_filter(CLI::App &app)
     add_other_criteria(*line, options->criteria);
     add_resync(*line, options->resynchronises);
     add_limit(*line, options->limit, "frames are written");
+    add_partial(*line, options->is_partial_kept);
     return {line, "ribtool filter updates.pcap --prefix 10.0.0.0/8 --or-longer -o ten.pcap",
             [options] { return run(*options); }};
 }

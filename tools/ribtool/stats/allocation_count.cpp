@@ -36,8 +36,8 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(con
 namespace
 {
 
-[[maybe_unused]] const int hooked = __sanitizer_install_malloc_and_free_hooks([](const volatile void *, size_t size) { count(size); },
-                                                             [](const volatile void *) {});
+[[maybe_unused]] const int hooked = __sanitizer_install_malloc_and_free_hooks(
+    [](const volatile void *, size_t size) { count(size); }, [](const volatile void *) {});
 
 } // namespace
 
