@@ -167,6 +167,7 @@ TEST_F(import_table, lines_may_end_like_on_other_systems_or_not_at_all)
     const bytes plain = imported_bytes(write("list", "10.0.0.0/8\n11.0.0.0/8\n"));
     EXPECT_EQ(imported_bytes(write("dos", "10.0.0.0/8\r\n11.0.0.0/8\r\n")), plain);
     EXPECT_EQ(imported_bytes(write("open", "10.0.0.0/8\n11.0.0.0/8")), plain);
+    EXPECT_EQ(imported_bytes(write("blanks", "10.0.0.0/8 \r\n11.0.0.0/8  \r\n")), plain);
     EXPECT_EQ(imported_bytes(write("spaced", "\n10.0.0.0/8\n\n# a remark\n11.0.0.0/8\n")), plain);
 }
 
@@ -191,6 +192,13 @@ TEST_F(import_table, rows_of_an_update_stream_stay_updates_of_their_own_with_the
     EXPECT_FALSE(reader.next(frame));
 }
 
+TEST_F(import_table, blanks_around_names_of_columns_mean_nothing)
+{
+    const std::string rows = "10.0.0.0/8\t192.0.2.1\n";
+    const bytes plain = imported_bytes(write("table.tsv", "#prefix\tnext_hop\n" + rows));
+    EXPECT_EQ(imported_bytes(write("spaced.tsv", "# prefix\t next_hop \n" + rows)), plain);
+}
+
 TEST_F(import_table, a_list_of_prefixes_gives_routes_without_paths)
 {
     const lines records = imported(write("list.txt", "10.0.0.0/8\n10.0.0.0/8\n2001:db8::/32\n"));
@@ -212,7 +220,8 @@ TEST_F(import_table, the_summary_counts_routes_paths_and_updates)
 {
     const std::string input = write("table.tsv", TABLE);
     const run_result result = ribtool({"import", input, "-o", path("out"), "--updates-per-route", "2"});
-    EXPECT_EQ(result.err, input + ": table, 2 routes with 3 paths, 4 updates\n");
+    EXPECT_EQ(result.err, input + ": table, 2 routes with 3 paths, 4 updates\n"
+                                  "  left out: 1 values of column large_communities\n");
 }
 
 TEST_F(import_table, the_standard_input_can_be_imported)
@@ -291,7 +300,13 @@ TEST_F(import_table, a_malformed_line_is_located)
     EXPECT_EQ(complaint(UPDATE_COLUMNS + "4294967296000000\t0\tW\t0\t10.0.0.0/8\n"),
               ":2: bad t_us \"4294967296000000\"\n");
     EXPECT_EQ(complaint("#route\tpeer\n10.0.0.0/8\t1\n"), ":1: no column is named prefix\n");
-    EXPECT_EQ(complaint("10.0.0.0/8\n10.0.0.0/8 \n"), ":2: bad prefix \"10.0.0.0/8 \"\n");
+    EXPECT_EQ(complaint("10.0.0.0/8\n 10.0.0.0/8\n"), ":2: bad prefix \" 10.0.0.0/8\"\n");
+    EXPECT_EQ(complaint("#prefix\tmed\tnext_hop\tmed\n"), ":1: two columns are named \"med\"\n");
+    EXPECT_EQ(complaint("#prefix\tnote\tnote\n"), ":1: two columns are named \"note\"\n");
+    EXPECT_EQ(complaint("10.0.0.0/8\n10.1.2.3/17\n"),
+              ":2: \"10.1.2.3/17\" has bits behind its length: 10.1.0.0/17 has none\n");
+    EXPECT_EQ(complaint("#prefix\n2001:db8::1/32\n"),
+              ":2: \"2001:db8::1/32\" has bits behind its length: 2001:db8::/32 has none\n");
     EXPECT_EQ(complaint("\n10.0.0.0/8\n\nodd"), ":4: bad prefix \"odd\"\n");
 }
 

@@ -19,9 +19,9 @@ std::string_view without_byte_order_mark(std::string_view start)
     return start.starts_with(MARK) ? start.substr(MARK.size()) : start;
 }
 
-std::string text_input::place() const
+std::string text_input::place_of(uint64_t line_number) const
 {
-    return fmt::format("{}:{}", input_->name(), line_number_);
+    return fmt::format("{}:{}", input_->name(), line_number);
 }
 
 // Appends the next piece of text to the buffer; false at the end.

@@ -29,8 +29,9 @@ public:
     uint64_t position() const { return input_->position(); } // bytes of the file read so far
     uint64_t size() const { return input_->size(); }         // of the file; 0 when not known
 
-    // "FILE:LINE"
-    std::string place() const;
+    // "FILE:LINE", of the last line and of any other.
+    std::string place() const { return place_of(line_number_); }
+    std::string place_of(uint64_t line_number) const;
 
 private:
     bool read_more();

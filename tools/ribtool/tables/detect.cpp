@@ -2,6 +2,7 @@
 
 #include "tools/ribtool/compressed_input.hpp"
 #include "tools/ribtool/errors.hpp"
+#include "tools/ribtool/tables/bgpdump_file.hpp"
 #include "tools/ribtool/tables/kernel_json.hpp"
 #include "tools/ribtool/tables/mrt_file.hpp"
 #include "tools/ribtool/tables/route_save.hpp"
@@ -28,6 +29,7 @@ constexpr table_format FORMATS[] = {
     {"route-save", "what ip route save writes", is_route_save, open_with<route_save>},
     {"route-json", "what ip -j route prints", is_kernel_json, open_with<kernel_json>},
     {"mrt", "MRT with tables or messages of BGP", is_mrt, open_with<mrt_file>},
+    {"bgpdump", "lines of bgpdump -m", is_bgpdump, open_with<bgpdump_file>},
     {"table", "prefixes, or columns that a first line with # names", is_table_text, open_with<table_file>},
 };
 

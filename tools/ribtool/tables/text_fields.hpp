@@ -3,6 +3,7 @@
 #pragma once
 
 #include <charconv>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,5 +32,19 @@ std::optional<Number> parse_number(std::string_view text, int base = 10)
         return std::nullopt;
     return value;
 }
+
+// "asn:value", 16 bits each, in the low half of 64.
+inline std::optional<uint64_t> parse_community(std::string_view text)
+{
+    bool has_value = false;
+    const auto owner = parse_number<uint16_t>(next_field(text, ':', has_value));
+    const auto value = parse_number<uint16_t>(text);
+    if (!owner || !value)
+        return std::nullopt;
+    return uint64_t{*owner} << 16 | *value;
+}
+
+// A piece of the input as an error shows it: the file may be anything.
+std::string shown_text(std::string_view text);
 
 } // namespace ribtool
