@@ -15,7 +15,7 @@ std::vector<ribtool::byte_vector> routes_in(std::span<const uint8_t> text)
 {
     const memory_file file(text);
     ribtool::kernel_json source(std::make_unique<ribtool::compressed_input>(file.path()));
-    return routes_of(source);
+    return kernel_routes_of(source);
 }
 
 } // namespace

@@ -20,7 +20,7 @@ void read_file(std::span<const uint8_t> messages)
     contents.insert(contents.end(), messages.begin(), messages.end());
     const memory_file file(contents);
     ribtool::route_save source(std::make_unique<ribtool::compressed_input>(file.path()));
-    routes_of(source);
+    kernel_routes_of(source);
 }
 
 // What the kernel sends lies in the socket before it is asked; behind it the socket ends.
@@ -38,7 +38,7 @@ void read_socket(std::span<const uint8_t> messages, size_t part_len)
     shutdown(ends[1], SHUT_WR);
     try {
         ribtool::kernel_table source({.ipv6 = false}, ends[0]);
-        routes_of(source);
+        kernel_routes_of(source);
     } catch (const ribtool::failure &) {
     }
     close(ends[0]);
