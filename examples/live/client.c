@@ -102,14 +102,16 @@ static void dump_table(struct client *client)
 
 /* ---- The connection ---- */
 
-/* The table stays; what was held of a frame is worth nothing without the rest of it. */
+/* The table stays; what was held of a frame is worth nothing without the rest of it. The random part of the delay keeps the
+ * clients of a server that comes back from coming all at once. */
 static void disconnect(struct client *client, const char *why)
 {
+    const unsigned delay = client->delay / 2 + (unsigned)rand() % (client->delay / 2 + 1);
     close(client->socket);
     client->socket = -1;
     client->held = 0;
-    client->connect_at = now_ms() + client->delay;
-    fprintf(stderr, "client: %s: %s; next try in %u ms\n", client->path, why, client->delay);
+    client->connect_at = now_ms() + delay;
+    fprintf(stderr, "client: %s: %s; next try in %u ms\n", client->path, why, delay);
     client->delay = client->delay < LONGEST_DELAY / 2 ? 2 * client->delay : LONGEST_DELAY;
 }
 
@@ -248,6 +250,7 @@ static void start(struct client *client)
         fail("start");
     client->socket = -1;
     client->delay = FIRST_DELAY;
+    srand((unsigned)getpid());
     client->drops.program = "client";
     client->updates.take = client_table_change;
     client->updates.ctx = &client->table;

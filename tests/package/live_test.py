@@ -364,6 +364,9 @@ def main():
     parser.add_argument("--ribtool", required=True)
     parser.add_argument("--wrapper", default="")
     chosen, others = parser.parse_known_args()
+    # What was freed is soon used again: a long quarantine would look like growing memory.
+    os.environ["ASAN_OPTIONS"] = os.environ.get("ASAN_OPTIONS", "") + ":quarantine_size_mb=1"
+    os.environ.setdefault("UBSAN_OPTIONS", "halt_on_error=1:print_stacktrace=1")
     unittest.main(argv=[sys.argv[0], *others])
 
 

@@ -7,3 +7,10 @@ cmake -G Ninja -S "$PREFIX/$DATADIR/rib/examples" -B "$SCRATCH" -DCMAKE_PREFIX_P
 cmake --build "$SCRATCH"
 ctest --test-dir "$SCRATCH" --output-on-failure --no-tests=error
 "$PYTHON" "$here/live_test.py" --programs "$SCRATCH/live" --ribtool "$PREFIX/$BINDIR/ribtool"
+# valgrind is too slow for all of them, and does not go with sanitizers.
+if [ -z "$SANITIZE" ]; then
+    "$PYTHON" "$here/live_test.py" --programs "$SCRATCH/live" --ribtool "$PREFIX/$BINDIR/ribtool" \
+        --wrapper "valgrind -q --error-exitcode=9 --leak-check=full" \
+        Tables.test_the_table_does_not_depend_on_where_reads_end \
+        HostilePeers.test_updates_that_would_stop_the_process_are_dropped_with_their_reason
+fi

@@ -29,7 +29,7 @@ import time
 
 from live_support import Program, route, until
 
-SLACK_KB = 4096  # by which memory may grow, and by a tenth
+SLACK_KB = 8192  # by which memory may grow, and by a tenth
 
 
 class Relay:
