@@ -36,6 +36,7 @@ const talking_command COMMANDS[] = {
     {"annotate", "annotate FILE"},
     {"import", "import TABLE --format raw -o -"},
     {"filter", "filter FILE --format raw -o -"},
+    {"diff", "diff TABLE OTHER"},
     {"stats", "stats FILE"},
     {"decode", "decode ip_rib_proto_update --code 47 FILE"},
     {"encode", "encode ip_rib_proto_update MESSAGE"},
@@ -73,13 +74,15 @@ protected:
         const bytes cut(PROTO_UPDATE.begin(), PROTO_UPDATE.end() - 1);
         write("cut.raw", joined({PROTO_UPDATE, PROTO_UPDATE, PROTO_UPDATE, cut}));
         write("one.json", "{\"proto_id\": 7}\n");
+        write("other.tsv", "10.2.0.0/16\n10.3.0.0/16\n");
         write("table.tsv", "#prefix\tnext_hop\n10.0.0.0/8\t192.0.2.1\n10.1.0.0/16\t192.0.2.1\n");
     }
 
     std::string line_of(const talking_command &command) const
     {
         std::string line = RIBTOOL " " + command.arguments;
-        for (const auto &[word, file] : {std::pair("FILE", "cut.raw"), {"TABLE", "table.tsv"}, {"MESSAGE", "one.json"}})
+        for (const auto &[word, file] :
+             {std::pair("FILE", "cut.raw"), {"TABLE", "table.tsv"}, {"OTHER", "other.tsv"}, {"MESSAGE", "one.json"}})
             line = with(line, word, path(file));
         return line;
     }

@@ -152,13 +152,15 @@ TEST_F(filter, times_and_bytes_stay_as_they_are)
     EXPECT_EQ(read("copy.pcap"), read("mixed.pcap"));
 }
 
-TEST_F(filter, a_damaged_capture_is_copied_up_to_the_damage)
+TEST_F(filter, of_a_damaged_capture_is_written_what_is_before_the_damage_where_that_is_asked_for)
 {
+    write("out", std::string_view("what was there"));
     bytes cut = read("in");
     cut.resize(FRAMES[0].size() + FRAMES[1].size() + 3);
     write("in", cut);
-    const run_result result = run_with({"-4"});
-    EXPECT_EQ(result.exit_code, 4);
+    EXPECT_EQ(run_with({"-4"}).exit_code, 4);
+    EXPECT_EQ(read("out"), bytes({'w', 'h', 'a', 't', ' ', 'w', 'a', 's', ' ', 't', 'h', 'e', 'r', 'e'}));
+    EXPECT_EQ(run_with({"-4", "--partial"}).exit_code, 4);
     EXPECT_EQ(read("out"), joined({FRAMES[0], FRAMES[1]}));
 }
 

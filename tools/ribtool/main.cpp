@@ -33,7 +33,7 @@ constexpr std::string_view EXIT_CODES =
     "Exit codes:\n"
     "  0  done\n"
     "  1  all was read, but updates were refused or would have stopped the process (explain: or not all is delivered\n"
-    "     without loss)\n"
+    "     without loss; diff: there are differences)\n"
     "  2  wrong usage\n"
     "  3  a file cannot be opened, read or written\n"
     "  4  a file's contents are not what the command reads\n"

@@ -2,6 +2,7 @@
 
 #include "inspect/wire/hex.hpp"
 #include "tools/ribtool/addresses.hpp"
+#include "tools/ribtool/older_forms.hpp"
 #include "tools/ribtool/update_types.hpp"
 
 #include <algorithm>
@@ -56,6 +57,13 @@ std::string prefix_text(const struct ip_addr &prefix)
 std::string quoted(const char *characters, size_t room)
 {
     return fmt::format("\"{}\"", terminal::visible({characters, strnlen(characters, room)}));
+}
+
+// The part of a block of the older opaque form that the payload holds: the library has compared the sum of the lengths, which wraps.
+byte_span in_payload(byte_span payload, uint64_t start, uint64_t len)
+{
+    start = std::min<uint64_t>(start, payload.size());
+    return payload.subspan(start, std::min<uint64_t>(len, payload.size() - start));
 }
 
 std::string_view plural(uint64_t count)
@@ -118,11 +126,16 @@ void one_line::add(const struct rib_routetype_ &route)
     });
 }
 
+std::string next_hop_text(const rib_path_entry &path)
+{
+    const std::string text = address_text(path.pe_addr_5, path.pe_addr_5_family);
+    return text.empty() ? "-" : text;
+}
+
 void one_line::add_path(const rib_path_entry &path)
 {
-    const std::string via = address_text(path.pe_addr_5, path.pe_addr_5_family);
     text_ += "via ";
-    paint_.append(text_, style::green, via.empty() ? "-" : via);
+    paint_.append(text_, style::green, next_hop_text(path));
     auto out = std::back_inserter(text_);
     if (path.pe_value_10 != 0)
         fmt::format_to(out, " metric {}", path.pe_value_10);
@@ -191,6 +204,40 @@ void one_line::add(const nhid_update_local &update)
     else
         fmt::format_to(std::back_inserter(text_), " nhid {}", update.nhid);
     fmt::format_to(std::back_inserter(text_), " value {}", update.update_value_1);
+}
+
+void one_line::add(const rib_explanation &of, byte_span payload)
+{
+    switch (of.record_kind) {
+    case RIB_RECORD_PROTO: {
+        rib_protoid_map map; // it may lie anywhere
+        std::memcpy(&map, of.record, sizeof map);
+        return add(map);
+    }
+    case RIB_RECORD_OPAQUE:
+        return add_opaque(of, payload);
+    case RIB_RECORD_ROUTE:
+        return add(*static_cast<const struct rib_routetype_ *>(of.record));
+    case RIB_RECORD_GRID:
+        return add(*static_cast<const grid_sync_list *>(of.record));
+    case RIB_RECORD_NHID:
+        return add(*static_cast<const nhid_update_local *>(of.record));
+    case RIB_RECORD_NONE:
+    case RIB_RECORD_MESSAGE:
+    case RIB_RECORD_KIND_COUNT:
+        break;
+    }
+}
+
+void one_line::add_opaque(const rib_explanation &of, byte_span payload)
+{
+    const auto &opaque = *static_cast<const rib_opaque_update *>(of.record);
+    if (of.tlv_type != RIB_TLV_OLD_OPAQUE)
+        return add(opaque, of.sub_id, byte_span(opaque.first_block, opaque.first_len),
+                   byte_span(opaque.second_block, opaque.second_len));
+    const uint64_t second_start = uint64_t{OLDER_OPAQUE_FIXED_LEN} + opaque.first_len;
+    add(opaque, of.sub_id, in_payload(payload, OLDER_OPAQUE_FIXED_LEN, opaque.first_len),
+        in_payload(payload, second_start, opaque.second_len));
 }
 
 void one_line::add_outcome(style how, std::string_view outcome, std::string_view why)

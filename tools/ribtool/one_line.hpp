@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "inspect/rib_inspect.h"
 #include "ip/rib/lib/src/rib_lib.h"
 #include "tools/ribtool/frames/frame.hpp"
 #include "tools/terminal/terminal.hpp"
@@ -32,12 +33,15 @@ public:
     void add(const rib_opaque_update &opaque, uint32_t sub_id, byte_span first_block, byte_span second_block);
     void add(const grid_sync_list &list);
     void add(const nhid_update_local &update);
+    // Any of them, of an update that is delivered. `payload` is the update's own.
+    void add(const rib_explanation &of, byte_span payload);
     // What became of an update that is not delivered: "dropped", and why.
     void add_outcome(terminal::style how, std::string_view outcome, std::string_view why);
 
     const std::string &text() const { return text_; }
 
 private:
+    void add_opaque(const rib_explanation &of, byte_span payload);
     void add_subject(std::string_view subject);
     void add_path(const rib_path_entry &path);
     void add_block(std::string_view name, size_t len, byte_span bytes);
@@ -52,5 +56,8 @@ private:
 
 // "10.0.0.0/8": of a route. Empty when it has no address.
 std::string route_prefix_text(const struct rib_routetype_ &route);
+
+// "192.0.2.1": the next hop of a path (pe_addr_5); "-" when it has none.
+std::string next_hop_text(const rib_path_entry &path);
 
 } // namespace ribtool

@@ -1,10 +1,10 @@
 // ribtool import: turns a table of routes into a capture of encoded route updates.
 
 #include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/tables/detect.hpp"
+#include "tools/ribtool/tables/table_frames.hpp"
 #include "tools/ribtool/tables/iproute_names.hpp"
 #include "tools/ribtool/tables/kernel_table.hpp"
 
@@ -64,11 +64,7 @@ exit_code run(const import_options &options)
     const exit_code result = write_all(writer.file(), part, [&] {
         if ((options.limit && part.count == *options.limit) || !table.next(route, time_us))
             return false;
-        memory.reset();
-        const byte_vector payload = encoded(route_message(route, memory));
-        if (payload.size() > MAX_PAYLOAD_LEN)
-            fail(EXIT_MALFORMED, "{}: the route's {} paths take {} bytes, a frame holds {}", table.place(),
-                 route.paths.size(), payload.size(), MAX_PAYLOAD_LEN);
+        const byte_vector payload = payload_of(route, memory, table);
         for (uint64_t copy = 0; copy < options.updates_per_route; ++copy)
             writer.write(time_us, framed(RIB_TLV_ROUTE, payload));
         ++part.count;

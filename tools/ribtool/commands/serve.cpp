@@ -35,22 +35,15 @@ struct serve_options {
     bool has_delimiter = false;
 };
 
-// A raw capture has no mark. Its first frame has a code that is known: no table's first bytes look so.
-bool starts_like_capture(byte_span start)
-{
-    if (is_pcap(start) || start.size() < FRAME_HEADER_LEN)
-        return true;
-    const uint16_t code = frame_code(start);
-    return code == DELIMITER_CODE || find_update_type(code) != nullptr;
-}
-
 // What is no regular file can be read once only: it is taken for a capture.
 bool is_capture(const std::string &path)
 {
     struct stat status = {};
     if (path == "-" || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return true;
-    return starts_like_capture(compressed_input(path).peek(FRAME_HEADER_LEN));
+    compressed_input input(path);
+    const byte_span start = input.peek(FRAME_HEADER_LEN);
+    return start.size() < FRAME_HEADER_LEN || starts_like_capture(start);
 }
 
 std::unique_ptr<frame_source> open_source(const std::string &path, const serve_options &options)

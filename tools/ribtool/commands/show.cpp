@@ -10,9 +10,7 @@
 #include "tools/ribtool/update_selection.hpp"
 #include "tools/terminal/terminal.hpp"
 
-#include <algorithm>
 #include <array>
-#include <cstring>
 #include <memory>
 
 namespace ribtool
@@ -59,13 +57,6 @@ style style_of(rib_outcome outcome)
         return style::magenta;
     }
     return style::plain;
-}
-
-// The part of a block of the older opaque form that the payload holds: the library has compared the sum of the lengths, which wraps.
-byte_span in_payload(byte_span payload, uint64_t start, uint64_t len)
-{
-    start = std::min<uint64_t>(start, payload.size());
-    return payload.subspan(start, std::min<uint64_t>(len, payload.size() - start));
 }
 
 class shower
@@ -150,45 +141,8 @@ private:
             print_route(*static_cast<const struct rib_routetype_ *>(of->record), of->loss_count != 0);
             return;
         }
-        add_record(*of, byte_span(frame.bytes).subspan(FRAME_HEADER_LEN));
+        line_.add(*of, byte_span(frame.bytes).subspan(FRAME_HEADER_LEN));
         print_delivered(of->loss_count != 0);
-    }
-
-    void add_record(const rib_explanation &of, byte_span payload)
-    {
-        switch (of.record_kind) {
-        case RIB_RECORD_PROTO: {
-            rib_protoid_map map; // it may lie anywhere
-            std::memcpy(&map, of.record, sizeof map);
-            line_.add(map);
-            break;
-        }
-        case RIB_RECORD_OPAQUE:
-            add_opaque(*static_cast<const rib_opaque_update *>(of.record), of, payload);
-            break;
-        case RIB_RECORD_GRID:
-            line_.add(*static_cast<const grid_sync_list *>(of.record));
-            break;
-        case RIB_RECORD_NHID:
-            line_.add(*static_cast<const nhid_update_local *>(of.record));
-            break;
-        case RIB_RECORD_NONE:
-        case RIB_RECORD_ROUTE:
-        case RIB_RECORD_MESSAGE:
-        case RIB_RECORD_KIND_COUNT:
-            break;
-        }
-    }
-
-    void add_opaque(const rib_opaque_update &opaque, const rib_explanation &of, byte_span payload)
-    {
-        const bool is_older = of.tlv_type == RIB_TLV_OLD_OPAQUE;
-        const uint64_t second_start = uint64_t{OLDER_OPAQUE_FIXED_LEN} + opaque.first_len;
-        line_.add(opaque, of.sub_id,
-                  is_older ? in_payload(payload, OLDER_OPAQUE_FIXED_LEN, opaque.first_len)
-                           : byte_span(opaque.first_block, opaque.first_len),
-                  is_older ? in_payload(payload, second_start, opaque.second_len)
-                           : byte_span(opaque.second_block, opaque.second_len));
     }
 
     void print_route(const struct rib_routetype_ &route, bool has_losses)

@@ -75,12 +75,18 @@ bool is_pcap(byte_span start)
 }
 
 capture_reader::capture_reader(const std::string &path, std::optional<uint64_t> only, bool resynchronises)
-    : input_(path), only_(only)
+    : capture_reader(std::make_unique<compressed_input>(path), only, resynchronises)
+{
+}
+
+capture_reader::capture_reader(std::unique_ptr<compressed_input> input, std::optional<uint64_t> only,
+                               bool resynchronises)
+    : input_(std::move(input)), only_(only)
 {
     uint8_t start[4] = {};
     size_t len = 0;
     while (len < sizeof start) {
-        const size_t got = input_.read(std::span(start).subspan(len));
+        const size_t got = input_->read(std::span(start).subspan(len));
         if (got == 0)
             break;
         len += got;
@@ -102,14 +108,14 @@ capture_reader::capture_reader(const std::string &path, std::optional<uint64_t> 
 // What is wrong with the file or the archive, rather than with what was read out of it.
 void capture_reader::require_no_read_error() const
 {
-    if (input_.error())
-        fail(input_.error()->code, "{}: {}", name(), input_.error()->text);
+    if (input_->error())
+        fail(input_->error()->code, "{}: {}", name(), input_->error()->text);
 }
 
 // Begins with what has been read: a pipe cannot be rewound, but the C library takes bytes back.
 void capture_reader::open_pcap(byte_span start)
 {
-    file_handle stream = input_.stream();
+    file_handle stream = input_->stream();
     for (size_t index = start.size(); index-- > 0;)
         std::ungetc(start[index], stream.get());
     char reason[PCAP_ERRBUF_SIZE] = "";
@@ -137,12 +143,12 @@ std::string capture_reader::place() const
 template <class... Arguments>
 bool capture_reader::stop(fmt::format_string<Arguments...> format, Arguments &&...arguments)
 {
-    if (input_.was_interrupted())
+    if (input_->was_interrupted())
         damage_ = interruption(*this, number_ - 1);
-    else if (!input_.error())
+    else if (!input_->error())
         damage_ = {place(), fmt::format(format, std::forward<Arguments>(arguments)...)};
-    else if (input_.error()->code == EXIT_MALFORMED)
-        damage_ = {place(), input_.error()->text};
+    else if (input_->error()->code == EXIT_MALFORMED)
+        damage_ = {place(), input_->error()->text};
     else
         require_no_read_error();
     return false;
@@ -171,7 +177,7 @@ bool capture_reader::next_packet(captured_frame &frame)
     pcap_pkthdr *header = nullptr;
     const u_char *data = nullptr;
     const int status = pcap_next_ex(handle_.get(), &header, &data);
-    if (status == PCAP_ERROR_BREAK && !input_.error())
+    if (status == PCAP_ERROR_BREAK && !input_->error())
         return false;
     if (status != 1)
         return stop("{}", pcap_geterr(handle_.get()));
@@ -203,7 +209,7 @@ bool capture_reader::next_raw(captured_frame &frame)
             continue;
         }
         const std::optional<std::string> problem = raw_->problem();
-        if (!problem && !input_.error())
+        if (!problem && !input_->error())
             return false;
         return stop("{}", problem.value_or(""));
     }
@@ -216,11 +222,11 @@ bool capture_reader::next_raw(captured_frame &frame)
 // False when a signal has come, which says nothing of what follows in the file.
 bool capture_reader::read_raw()
 {
-    const size_t got = input_.read(raw_->room());
+    const size_t got = input_->read(raw_->room());
     raw_->received(got);
-    if (got == 0 && !input_.was_interrupted())
+    if (got == 0 && !input_->was_interrupted())
         raw_->end();
-    return !input_.was_interrupted();
+    return !input_->was_interrupted();
 }
 
 namespace

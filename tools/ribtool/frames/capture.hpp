@@ -55,14 +55,17 @@ public:
     // "-" is the standard input. With `only` that frame alone is read, the first being 1; there must be one. With `resynchronises` raw
     // frames go on behind damage; where a file is pcap, a line says that this does nothing.
     explicit capture_reader(const std::string &path, std::optional<uint64_t> only = {}, bool resynchronises = false);
+    // The same of what was opened before, and perhaps looked at.
+    explicit capture_reader(std::unique_ptr<compressed_input> input, std::optional<uint64_t> only = {},
+                            bool resynchronises = false);
 
     bool next(captured_frame &frame) override;
     const std::optional<damage> &found_damage() const override { return damage_; }
     const skip_report *skipped() const override { return raw_ ? &raw_->skipped() : nullptr; }
-    const std::string &name() const override { return input_.name(); }
+    const std::string &name() const override { return input_->name(); }
     std::string_view kind() const override { return format() == capture_format::pcap ? "pcap" : "raw frames"; }
-    uint64_t position() const override { return input_.position(); } // of the file itself
-    uint64_t size() const override { return input_.size(); }
+    uint64_t position() const override { return input_->position(); } // of the file itself
+    uint64_t size() const override { return input_->size(); }
     std::string place() const override; // bytes count in what a packed file holds
 
     capture_format format() const { return handle_ != nullptr ? capture_format::pcap : capture_format::raw; }
@@ -77,7 +80,7 @@ private:
     template <class... Arguments>
     bool stop(fmt::format_string<Arguments...> format, Arguments &&...arguments);
 
-    compressed_input input_;
+    std::unique_ptr<compressed_input> input_;
     pcap_handle handle_;              // of a pcap file
     std::optional<frame_buffer> raw_; // of any other
     uint64_t number_ = 0;

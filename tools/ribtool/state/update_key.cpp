@@ -50,11 +50,6 @@ uint32_t second_of(const update_key &key)
 {
     return load<uint32_t>(key.value.data() + sizeof(uint32_t));
 }
-uint64_t long_of(const update_key &key)
-{
-    return load<uint64_t>(key.value.data());
-}
-
 std::string address_text(const update_key &key)
 {
     switch (key.family) {
@@ -111,6 +106,11 @@ update_key next_hop_key(uint64_t nhid)
     return key_of(key_kind::next_hop, nhid);
 }
 
+uint64_t number_of(const update_key &key)
+{
+    return load<uint64_t>(key.value.data());
+}
+
 std::optional<ip_prefix> prefix_of(const update_key &key)
 {
     if (key.kind != key_kind::route || (key.family != RIB_FAMILY_IPV4 && key.family != RIB_FAMILY_IPV6))
@@ -150,7 +150,8 @@ std::string key_text(const update_key &key)
     case key_kind::next_hop:
         break;
     }
-    return key.kind == key_kind::next_hop && long_of(key) == RIB_NO_NHID ? "no nhid" : fmt::format("{}", long_of(key));
+    return key.kind == key_kind::next_hop && number_of(key) == RIB_NO_NHID ? "no nhid"
+                                                                           : fmt::format("{}", number_of(key));
 }
 
 // The members have the names, and the numbers the form, of the records' JSON.
@@ -175,10 +176,10 @@ void add_key(json_line &line, const update_key &key)
         line.add_number("sub_id", second_of(key));
         break;
     case key_kind::grid:
-        line.add_text("encap_id", fmt::format("{}", long_of(key)));
+        line.add_text("encap_id", fmt::format("{}", number_of(key)));
         break;
     case key_kind::next_hop:
-        line.add_text("nhid", fmt::format("{}", long_of(key)));
+        line.add_text("nhid", fmt::format("{}", number_of(key)));
         break;
     }
     line.end_object();

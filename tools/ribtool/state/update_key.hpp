@@ -39,6 +39,8 @@ update_key opaque_key(uint32_t id, uint32_t sub_id);
 update_key grid_key(uint64_t encap_id);
 update_key next_hop_key(uint64_t nhid);
 
+uint64_t number_of(const update_key &key); // of a grid key or a next hop
+
 // Of a route with an address of either family and no more bits in its length than the address has.
 std::optional<ip_prefix> prefix_of(const update_key &key);
 

@@ -6,6 +6,10 @@
 #include "tools/ribtool/scratch.hpp"
 #include "tools/ribtool/tables/detect.hpp"
 
+#include <memory>
+#include <string>
+#include <utility>
+
 namespace ribtool
 {
 
@@ -32,5 +36,14 @@ private:
     uint64_t number_ = 0;
     const std::optional<damage> damage_; // none: see next()
 };
+
+// The encoding of a route that `from` gave. A failure where it does not fit a frame.
+byte_vector payload_of(const table_route &route, scratch &memory, const route_source &from);
+
+// Whether a stream that starts like this is a capture, if it is not a table.
+bool starts_like_capture(byte_span start);
+
+// The frames of a file, packed or not, that is a capture or a table, as its first bytes tell. "-" is the standard input.
+std::unique_ptr<frame_source> open_capture_or_table(const std::string &path);
 
 } // namespace ribtool
