@@ -267,6 +267,11 @@ class TheKernelIsAsked(KernelTest):
         self.assertEqual(done.stderr.decode(), "ribtool: the kernel has no table 12345 of either family\n")
         self.assertFalse(os.path.exists(self.path("capture")))
 
+    def test_not_for_what_is_no_table(self):
+        for text in ("0", "nowhere", "-1", "4294967296"):
+            done = run(RIBTOOL, "import", "--kernel", f"--table={text}", "-o", self.path("capture"), expected=2)
+            self.assertEqual(done.stderr.decode(), f'ribtool: --table: "{text}" is no table (see ribtool --help)\n')
+
     def test_for_a_table_that_one_family_has(self):
         done = run(RIBTOOL, "import", "--kernel", "--table", "78", "-o", self.path("capture"), expected=3)
         self.assertIn("no table 78", done.stderr.decode())

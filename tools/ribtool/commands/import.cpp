@@ -94,12 +94,13 @@ void add_kernel(CLI::App &line, CLI::Option &file, CLI::Option &from, import_opt
 {
     CLI::Option *kernel =
         line.add_flag("--kernel", options.from_kernel, "Read the routes of the running kernel instead of a file");
-    kernel->excludes(&file)->excludes(&from);
+    kernel->excludes(&file)->excludes(&from)->option_text(" ");
     line.add_option_function<std::string>(
             "--table",
             [&options](const std::string &text) {
                 options.selection.table = number_of(table_numbers(), text);
-                if (!options.selection.table && text != "all")
+                const bool is_all = text == "all";
+                if (is_all == options.selection.table.has_value() || options.selection.table == RT_TABLE_UNSPEC)
                     throw CLI::ValidationError("--table", fmt::format("\"{}\" is no table", text));
             },
             "The kernel's table: a number, a name or all (default: main)")
@@ -109,8 +110,8 @@ void add_kernel(CLI::App &line, CLI::Option &file, CLI::Option &from, import_opt
         "-4", [&options] { options.selection.ipv6 = false; }, "Only IPv4 routes of the kernel");
     CLI::Option *ipv6 = line.add_flag_callback(
         "-6", [&options] { options.selection.ipv4 = false; }, "Only IPv6 routes of the kernel");
-    ipv4->needs(kernel)->excludes(ipv6);
-    ipv6->needs(kernel);
+    ipv4->needs(kernel)->excludes(ipv6)->option_text(" ");
+    ipv6->needs(kernel)->option_text(" ");
     line.parse_complete_callback([&options] {
         if (options.input.empty() && !options.from_kernel)
             throw CLI::RequiredError("FILE or --kernel");
