@@ -1180,7 +1180,9 @@ function painter:value(tree, item, fields)
     if field.nested then
         return self:nested(tree, item, fields)
     elseif field.kind == "bytes" then
-        -- A range of no bytes stands for none.
+        if item.stop == item.place then
+            return tree:add(fields.own) -- there is no range of no bytes
+        end
         return tree:add(fields.own, self.payload:range(item.place - 1, item.stop - item.place))
     elseif field.kind == "string" then
         local text = shown_text(self.bytes:sub(item.place, item.stop - 1))
@@ -1252,16 +1254,12 @@ end
 
 -- Says that the payload is not read, or not to its end, and why: { reason, text, offset, path }, the last two if known.
 function dissector:fails(tree, payload, failure)
-    local offset = failure.offset or 0
-    local place = payload and payload:range(offset, math.min(1, payload:len() - offset))
     local item = tree:add(self.reason, failure.reason):set_generated()
     item:add_proto_expert_info(self.failed, failure.reason .. ": " .. failure.text)
-    if failure.offset then
-        if place then
-            tree:add(self.offset, place, failure.offset):set_generated()
-        else
-            tree:add(self.offset, failure.offset):set_generated()
-        end
+    if failure.offset and payload and failure.offset < payload:len() then
+        tree:add(self.offset, payload:range(failure.offset, 1), failure.offset):set_generated()
+    elseif failure.offset then
+        tree:add(self.offset, failure.offset):set_generated()
     end
     if failure.path and failure.path ~= "" then
         tree:add(self.path, failure.path):set_generated()
@@ -1602,6 +1600,16 @@ local function frame_len(packet, _, offset)
     return HEADER_LEN + packet:range(offset + 6, 2):uint()
 end
 
+local SEPARATOR = " | "
+local last_shown -- number of a packet, and the pass over the capture
+
+-- A segment that ends one frame and begins others comes here twice; what the first time has set stays in front.
+local function add_to_info(info, text)
+    local now = ("%d %s"):format(info.number, tostring(info.visited))
+    info.cols.info = (now == last_shown and SEPARATOR or "") .. text
+    last_shown = now
+end
+
 -- A packet of a capture is a frame; of a TCP stream it is any part of one or many.
 function proto.dissector(packet, info, tree)
     info.cols.protocol = name:upper()
@@ -1612,7 +1620,7 @@ function proto.dissector(packet, info, tree)
         dissect_frame(packet, info, tree)
     end
     if #summaries > 0 then
-        info.cols.info = table.concat(summaries, " | ")
+        add_to_info(info, table.concat(summaries, SEPARATOR))
     end
     return packet:len()
 end

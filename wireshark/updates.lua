@@ -307,6 +307,16 @@ local function frame_len(packet, _, offset)
     return HEADER_LEN + packet:range(offset + 6, 2):uint()
 end
 
+local SEPARATOR = " | "
+local last_shown -- number of a packet, and the pass over the capture
+
+-- A segment that ends one frame and begins others comes here twice; what the first time has set stays in front.
+local function add_to_info(info, text)
+    local now = ("%d %s"):format(info.number, tostring(info.visited))
+    info.cols.info = (now == last_shown and SEPARATOR or "") .. text
+    last_shown = now
+end
+
 -- A packet of a capture is a frame; of a TCP stream it is any part of one or many.
 function proto.dissector(packet, info, tree)
     info.cols.protocol = name:upper()
@@ -317,7 +327,7 @@ function proto.dissector(packet, info, tree)
         dissect_frame(packet, info, tree)
     end
     if #summaries > 0 then
-        info.cols.info = table.concat(summaries, " | ")
+        add_to_info(info, table.concat(summaries, SEPARATOR))
     end
     return packet:len()
 end
