@@ -8,7 +8,9 @@
 #include "tools/ribtool/older_forms.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/replay_summary.hpp"
+#include "tools/ribtool/stats/time_histogram.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
@@ -305,6 +307,43 @@ TEST(capture_reader, gives_each_frame_of_a_pipe_as_it_comes)
     close(ends[1]);
     EXPECT_FALSE(reader.next(frame));
     close(ends[0]);
+}
+
+TEST(time_histogram, gives_quantiles_a_thirty_second_above_the_exact_ones_at_most)
+{
+    random_source random(1);
+    std::vector<uint64_t> times;
+    time_histogram histogram;
+    for (int count = 0; count < 1000; ++count) {
+        times.push_back(random.next() >> (24 + random.next() % 40)); // up to 18 minutes
+        histogram.add(std::chrono::nanoseconds(times.back()));
+    }
+    std::sort(times.begin(), times.end());
+    for (const size_t rank : {1u, 10u, 500u, 990u, 999u, 1000u}) {
+        const uint64_t exact = times[rank - 1];
+        const auto found = static_cast<uint64_t>(histogram.quantile(static_cast<double>(rank) / 1000).count());
+        EXPECT_GE(found, exact) << rank;
+        EXPECT_LE(found, exact + exact / 32) << rank;
+    }
+    EXPECT_EQ(static_cast<uint64_t>(histogram.longest().count()), times.back());
+}
+
+TEST(time_histogram, is_exact_below_64_and_empty_at_first)
+{
+    time_histogram histogram;
+    EXPECT_EQ(histogram.quantile(0.5).count(), 0);
+    for (const int time : {0, 7, 63})
+        histogram.add(std::chrono::nanoseconds(time));
+    EXPECT_EQ(histogram.quantile(0.3).count(), 0);
+    EXPECT_EQ(histogram.quantile(0.5).count(), 7);
+    EXPECT_EQ(histogram.quantile(1).count(), 63);
+    time_histogram other;
+    other.add(histogram);
+    other.add(std::chrono::nanoseconds(1000));
+    EXPECT_EQ(other.count(), 4u);
+    EXPECT_EQ(other.total().count(), 1070);
+    EXPECT_EQ(other.quantile(0.5).count(), 7);
+    EXPECT_EQ(other.quantile(1).count(), 1000);
 }
 
 } // namespace ribtool
