@@ -87,6 +87,8 @@ public:
     void print(difference_output &out, uint64_t most) const
     {
         for (const found_difference &each : std::span(found_).first(std::min<uint64_t>(most, found_.size()))) {
+            if (interrupted())
+                return;
             if (each.a == nullptr)
                 out.print_added(b_, *each.b);
             else if (each.b == nullptr)
@@ -134,6 +136,8 @@ exit_code run(const diff_options &options)
         out->close();
     }
     terminal::say("{}{}{}\n", sides[0].summary, sides[1].summary, compared.summary());
+    if (interrupted())
+        return EXIT_INTERRUPTED;
     return compared.is_same_throughout() ? EXIT_DONE : EXIT_UPDATES_FAILED;
 }
 
