@@ -174,8 +174,9 @@ static inline size_t rib_frames_missing(const rib_frames *frames)
  *     - its frame ends exactly where the input ends.
  *
  * Two headers in a row, since one alone occurs by chance in long payloads. RIB_FRAME_DELIMITER counts for none of the codes:
- * zeros are what payloads have most, and searches that let delimiters be links of the chain were led astray in one of five to
- * eight cases. Hence a frame in front of a delimiter is found only where the input ends behind it.
+ * zeros are what payloads have most. Of 4000 random places in generated streams the search gave the next frame for all or all
+ * but two; with delimiters as links of the chain it went astray at 850 to 2848 of them. Hence a frame in front of a
+ * delimiter is found only where the input ends behind it.
  *
  * Search only where that is wanted: a payload can hold a chain that somebody forged, and a searching reader then takes frames
  * out of it that nobody sent as such. A connection is better closed and opened again. */

@@ -35,7 +35,8 @@ struct stream_frame {
 };
 
 // Memory is a constant. Without resynchronisation every header is believed; with it a header whose code is neither known nor a
-// delimiter's is damage, and what follows is searched for the next frame (rib_frames_resync).
+// delimiter's is damage, and what follows is searched for the next frame (rib_frames_resync). A stream is taken to begin with a
+// frame, since a first one in front of a delimiter would be lost otherwise.
 class frame_buffer
 {
 public:
