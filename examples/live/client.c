@@ -21,7 +21,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/epoll.h>
-#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -30,6 +29,7 @@
 
 #include "client_table.h"
 #include "drops.h"
+#include "process.h"
 
 enum {
     DEFAULT_CHUNK = 256 * 1024, /* bytes a read */
@@ -211,10 +211,7 @@ static void run(struct client *client)
 
 static void print_statistics(const struct client *client)
 {
-    struct rusage usage;
-    getrusage(RUSAGE_SELF, &usage);
-    const double seconds = (double)(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-                           (double)(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    const double seconds = process_seconds();
     fprintf(stderr,
             "client: %" PRIu32 " updates, %" PRIu64 " dropped, %" PRIu64 " delimiters, %" PRIu64
             " connections, %zu entries of %zu bytes\n",
@@ -226,24 +223,13 @@ static void print_statistics(const struct client *client)
 
 /* ---- The beginning ---- */
 
-static int open_signals(void)
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGUSR1);
-    sigprocmask(SIG_BLOCK, &signals, NULL);
-    return signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
-}
-
 static void start(struct client *client)
 {
     client->buf = malloc(RIB_FRAME_MAX_LEN + client->chunk);
     if (client->buf == NULL || !client_table_init(&client->table, client->memory_limit))
         fail("start");
     client->epoll = epoll_create1(EPOLL_CLOEXEC);
-    client->signals = open_signals();
+    client->signals = process_signals();
     struct epoll_event event = {.events = EPOLLIN, .data.fd = client->signals};
     if (client->epoll < 0 || client->signals < 0 ||
         epoll_ctl(client->epoll, EPOLL_CTL_ADD, client->signals, &event) != 0)

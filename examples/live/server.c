@@ -24,7 +24,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/epoll.h>
-#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -34,6 +33,7 @@
 
 #include "feed.h"
 #include "peers.h"
+#include "process.h"
 
 enum {
     INPUT_CHUNK = 256 * 1024,
@@ -210,29 +210,14 @@ static void run(struct server *server)
 
 static void print_statistics(const struct server *server)
 {
-    struct rusage usage;
-    getrusage(RUSAGE_SELF, &usage);
-    const double seconds = (double)(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-                           (double)(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
     fprintf(stderr,
             "server: %" PRIu32 " updates, %" PRIu64 " dropped, %zu entries; %" PRIu64 " clients, %" PRIu64
             " let go, %" PRIu64 " frames to them; %.3f s of processor time\n",
             server->feed.updates.count, server->feed.drops.total, server->served.table.count - server->served.withdrawn,
-            server->peers.joined, server->peers.let_go, server->peers.frames, seconds);
+            server->peers.joined, server->peers.let_go, server->peers.frames, process_seconds());
 }
 
 /* ---- Beginning and end ---- */
-
-static int open_signals(void)
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGUSR1);
-    sigprocmask(SIG_BLOCK, &signals, NULL);
-    return signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
-}
 
 static void open_input(struct server *server)
 {
@@ -248,7 +233,7 @@ static void open_input(struct server *server)
 static void start(struct server *server)
 {
     server->epoll = epoll_create1(EPOLL_CLOEXEC);
-    server->signals = open_signals();
+    server->signals = process_signals();
     server->listener = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (server->epoll < 0 || server->signals < 0 || server->listener < 0 || !served_init(&server->served))
         fail("start");
