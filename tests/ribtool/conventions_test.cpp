@@ -41,6 +41,7 @@ const talking_command COMMANDS[] = {
     {"decode", "decode ip_rib_proto_update --code 47 FILE"},
     {"encode", "encode ip_rib_proto_update MESSAGE"},
     {"serve", "serve TABLE --listen unix:TABLE.socket --clients 0"},
+    {"record", "record - --format raw -o - < FILE"},
 };
 
 // Those of them that read a capture, with what makes them print one line an update.

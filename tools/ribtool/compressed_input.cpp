@@ -82,7 +82,7 @@ void compressed_input::fill_start()
 // Until there is something to read; false: a signal has come.
 bool compressed_input::wait()
 {
-    if (is_regular_ ? !interrupted() : wait_for(descriptor_, POLLIN, WITHOUT_END) != waited::interrupted)
+    if (is_regular_ ? !interrupted() : wait_with(idle_, descriptor_, POLLIN))
         return true;
     error_ = {EXIT_INTERRUPTED, "interrupted"};
     return false;

@@ -10,10 +10,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ribtool
@@ -47,6 +49,9 @@ public:
     const std::optional<read_error> &error() const { return error_; }
     bool was_interrupted() const { return error_ && error_->code == EXIT_INTERRUPTED; }
 
+    // Called before a read of a pipe would wait, and then a few times a second until it has something.
+    void while_waiting(std::function<void()> idle) { idle_ = std::move(idle); }
+
     // Gives the bytes to a library that reads for itself. An error shows as a failed read there and in error() here. The stream
     // must not outlive this object.
     file_handle stream();
@@ -65,6 +70,7 @@ private:
 
     std::string name_;
     int descriptor_ = -1;
+    std::function<void()> idle_;
     bool is_regular_ = false; // never keeps a reader waiting
     uint64_t position_ = 0;
     uint64_t size_ = 0;

@@ -36,7 +36,7 @@ frame_input_options add_frame_input(CLI::App &line, frame_input &input)
     CLI::Option *connect =
         add_endpoint(line, "--connect", input.connect, "Read a socket instead: unix:PATH or HOST:PORT")->excludes(file);
     add_allow_remote(line, input.allowed)->needs(connect);
-    add_resync(line, input.resynchronises)->excludes(connect);
+    add_resync(line, input.resynchronises);
     return {file, connect};
 }
 
@@ -44,7 +44,7 @@ std::unique_ptr<frame_source> open_frames(const frame_input &input, std::optiona
 {
     if (input.connect)
         return std::make_unique<socket_frames>(connect_to(*input.connect, input.allowed),
-                                               endpoint_name(*input.connect));
+                                               endpoint_name(*input.connect), input.resynchronises);
     if (input.file.empty())
         fail(EXIT_USAGE, "FILE or --connect is required (see ribtool --help)");
     return std::make_unique<capture_reader>(input.file, only, input.resynchronises);

@@ -66,6 +66,7 @@ public:
     std::string_view kind() const override { return format() == capture_format::pcap ? "pcap" : "raw frames"; }
     uint64_t position() const override { return input_->position(); } // of the file itself
     uint64_t size() const override { return input_->size(); }
+    void while_waiting(std::function<void()> idle) override { input_->while_waiting(std::move(idle)); }
     std::string place() const override; // bytes count in what a packed file holds
 
     capture_format format() const { return handle_ != nullptr ? capture_format::pcap : capture_format::raw; }

@@ -53,8 +53,8 @@ public:
     // "FILE: packet 3" or "FILE: frame 3 at byte 120": the frame that next() gave last or was about to give.
     virtual std::string place() const = 0;
 
-    // A live source calls this whenever it has no frame at hand and is about to wait, and then again a few times a second until one
-    // comes: what is buffered goes out then, and what is drawn by the clock is drawn. Others never wait.
+    // A socket or a pipe calls this whenever it has no frame at hand and is about to wait, and then again a few times a second until
+    // one comes: what is buffered goes out then, and what is drawn by the clock is drawn. Files never wait.
     virtual void while_waiting(std::function<void()> idle) { static_cast<void>(idle); }
 };
 

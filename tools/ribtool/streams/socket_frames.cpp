@@ -1,7 +1,5 @@
 #include "tools/ribtool/streams/socket_frames.hpp"
 
-#include "rib_frames.h"
-#include "tools/ribtool/interruption.hpp"
 #include "tools/ribtool/streams/waiting.hpp"
 
 #include <cerrno>
@@ -15,9 +13,6 @@ namespace ribtool
 namespace
 {
 
-constexpr size_t BLOCK_LEN = 1 << 18; // several of the longest frames
-constexpr int IDLE_MILLISECONDS = 200;
-
 uint64_t now_us()
 {
     using namespace std::chrono;
@@ -26,8 +21,8 @@ uint64_t now_us()
 
 } // namespace
 
-socket_frames::socket_frames(descriptor socket, std::string name)
-    : socket_(std::move(socket)), name_(std::move(name)), block_(std::make_unique_for_overwrite<uint8_t[]>(BLOCK_LEN))
+socket_frames::socket_frames(descriptor socket, std::string name, bool resynchronises)
+    : socket_(std::move(socket)), name_(std::move(name)), frames_(resynchronises)
 {
 }
 
@@ -36,65 +31,62 @@ std::string socket_frames::place() const
     return fmt::format("{}: frame {} at byte {}", name_, number_, frame_start_);
 }
 
+// What has been received is given out before a signal is looked for: it came before.
 bool socket_frames::next(captured_frame &frame)
 {
-    if (!damage_ && interrupted())
-        damage_ = interruption(*this, number_);
-    if (damage_ || has_ended_)
+    if (damage_)
         return false;
-    ++number_;
-    frame_start_ = frame_end_;
-    size_t size = 0;
-    while ((size = rib_frame_size(held().data(), held_len_)) == 0) {
-        if (!wait() || !receive())
+    stream_frame found;
+    while (!frames_.next(found)) {
+        number_ = frames_.frames() + 1;
+        frame_start_ = frames_.position();
+        if (frames_.has_ended())
+            return end();
+        if (!wait())
             return false;
+        receive();
     }
-    frame.number = number_;
+    number_ = found.number;
+    frame_start_ = found.start;
+    frame.number = found.number;
     frame.time_us = time_us_;
-    frame.bytes.assign(held().data(), held().data() + size);
-    taken_ += size;
-    held_len_ -= size;
-    frame_end_ += size;
+    frame.bytes.assign(found.bytes.begin(), found.bytes.end());
     return true;
 }
 
 // Until there is something to read; false: a signal has come.
 bool socket_frames::wait()
 {
-    waited until = wait_for(socket_.get(), POLLIN, 0);
-    while (until == waited::too_long) {
-        if (idle_)
-            idle_();
-        until = wait_for(socket_.get(), POLLIN, idle_ ? IDLE_MILLISECONDS : WITHOUT_END);
-    }
-    if (until == waited::interrupted)
-        damage_ = interruption(*this, number_ - 1);
+    if (!wait_with(idle_, socket_.get(), POLLIN))
+        damage_ = interruption(*this, frames_.frames());
     return !damage_;
 }
 
-bool socket_frames::receive()
+void socket_frames::receive()
 {
-    if (taken_ != 0 && held_len_ != 0)
-        std::memmove(block_.get(), held().data(), held_len_);
-    taken_ = 0;
+    const std::span<uint8_t> room = frames_.room();
     ssize_t got = 0;
     do {
-        got = read(socket_.get(), block_.get() + held_len_, BLOCK_LEN - held_len_);
+        got = read(socket_.get(), room.data(), room.size());
     } while (got < 0 && errno == EINTR);
-    if (got < 0)
-        return stop(fmt::format("cannot read on: {}", std::strerror(errno)), EXIT_FILE);
-    if (got == 0 && held_len_ != 0)
-        return stop(fmt::format("truncated: the stream ends {} bytes into the frame", held_len_), EXIT_MALFORMED);
-    has_ended_ = got == 0;
-    received_ += static_cast<uint64_t>(got);
-    held_len_ += static_cast<size_t>(got);
     time_us_ = now_us();
-    return !has_ended_;
+    if (got > 0) {
+        frames_.received(static_cast<size_t>(got));
+        received_ += static_cast<uint64_t>(got);
+        return;
+    }
+    if (got < 0)
+        error_ = errno;
+    frames_.end();
 }
 
-bool socket_frames::stop(std::string text, exit_code code)
+// Of a connection that is lost, that it is lost says more than where.
+bool socket_frames::end()
 {
-    damage_ = {place(), std::move(text), code};
+    if (error_ != 0)
+        damage_ = {place(), fmt::format("the connection is lost: {}", std::strerror(error_)), EXIT_FILE};
+    else if (const std::optional<std::string> problem = frames_.problem())
+        damage_ = {place(), *problem, EXIT_MALFORMED};
     return false;
 }
 

@@ -2,10 +2,13 @@
 
 #pragma once
 
+#include "tools/ribtool/frames/frame_buffer.hpp"
 #include "tools/ribtool/frames/frame_source.hpp"
 #include "tools/ribtool/streams/descriptor.hpp"
 
-#include <memory>
+#include <functional>
+#include <optional>
+#include <string>
 
 namespace ribtool
 {
@@ -13,14 +16,15 @@ namespace ribtool
 class socket_frames : public frame_source
 {
 public:
-    // Takes the socket over. `name` is what messages call it.
-    socket_frames(descriptor socket, std::string name);
+    // Takes the socket over. `name` is what messages call it. With `resynchronises` frames go on behind damage.
+    socket_frames(descriptor socket, std::string name, bool resynchronises = false);
 
     // Waits for a frame. Its time is that of the read that completed it. A stream that ends inside a frame, or whose connection is
     // lost, is damaged.
     bool next(captured_frame &frame) override;
 
     const std::optional<damage> &found_damage() const override { return damage_; }
+    const skip_report *skipped() const override { return &frames_.skipped(); }
     const std::string &name() const override { return name_; }
     std::string_view kind() const override { return "live"; }
     uint64_t position() const override { return received_; }
@@ -30,23 +34,18 @@ public:
 
 private:
     bool wait();
-    bool receive();
-    bool stop(std::string text, exit_code code);
-
-    byte_span held() const { return {block_.get() + taken_, held_len_}; }
+    void receive();
+    bool end();
 
     descriptor socket_;
     std::string name_;
     std::function<void()> idle_;
-    std::unique_ptr<uint8_t[]> block_;
-    size_t taken_ = 0;    // of the block
-    size_t held_len_ = 0; // behind that
-    bool has_ended_ = false;
-    uint64_t received_ = 0; // bytes
-    uint64_t time_us_ = 0;  // of the last of them
-    uint64_t number_ = 0;
+    frame_buffer frames_;
+    uint64_t received_ = 0;    // bytes
+    uint64_t time_us_ = 0;     // of the last of them
+    uint64_t number_ = 0;      // of the frame that was given last or was about to be
     uint64_t frame_start_ = 0; // in the stream
-    uint64_t frame_end_ = 0;
+    int error_ = 0;            // with which the connection was lost
     std::optional<damage> damage_;
 };
 

@@ -20,4 +20,16 @@ waited wait_for(int descriptor, short events, int milliseconds)
     return ready == 0 ? waited::too_long : waited::ready;
 }
 
+bool wait_with(const std::function<void()> &idle, int descriptor, short events)
+{
+    constexpr int IDLE_MILLISECONDS = 200;
+    waited until = wait_for(descriptor, events, 0);
+    while (until == waited::too_long) {
+        if (idle)
+            idle();
+        until = wait_for(descriptor, events, idle ? IDLE_MILLISECONDS : WITHOUT_END);
+    }
+    return until == waited::ready;
+}
+
 } // namespace ribtool
