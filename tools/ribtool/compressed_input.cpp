@@ -82,8 +82,12 @@ void compressed_input::fill_start()
 // Until there is something to read; false: a signal has come.
 bool compressed_input::wait()
 {
-    if (is_regular_ ? !interrupted() : wait_with(idle_, descriptor_, POLLIN))
-        return true;
+    try {
+        if (is_regular_ ? !interrupted() : wait_with(idle_, descriptor_, POLLIN))
+            return true;
+    } catch (...) {
+        thrown_ = std::current_exception();
+    }
     error_ = {EXIT_INTERRUPTED, "interrupted"};
     return false;
 }

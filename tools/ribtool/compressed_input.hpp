@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -49,8 +50,10 @@ public:
     const std::optional<read_error> &error() const { return error_; }
     bool was_interrupted() const { return error_ && error_->code == EXIT_INTERRUPTED; }
 
-    // Called before a read of a pipe would wait, and then a few times a second until it has something.
+    // Called before a read of a pipe would wait, and then a few times a second until it has something. What that throws ends the
+    // reading, as an error does, and is kept: there is C code between it and who reads.
     void while_waiting(std::function<void()> idle) { idle_ = std::move(idle); }
+    const std::exception_ptr &thrown_while_waiting() const { return thrown_; }
 
     // Gives the bytes to a library that reads for itself. An error shows as a failed read there and in error() here. The stream
     // must not outlive this object.
@@ -71,6 +74,7 @@ private:
     std::string name_;
     int descriptor_ = -1;
     std::function<void()> idle_;
+    std::exception_ptr thrown_;
     bool is_regular_ = false; // never keeps a reader waiting
     uint64_t position_ = 0;
     uint64_t size_ = 0;

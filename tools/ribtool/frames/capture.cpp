@@ -143,6 +143,8 @@ std::string capture_reader::place() const
 template <class... Arguments>
 bool capture_reader::stop(fmt::format_string<Arguments...> format, Arguments &&...arguments)
 {
+    if (input_->thrown_while_waiting())
+        std::rethrow_exception(input_->thrown_while_waiting());
     if (input_->was_interrupted())
         damage_ = interruption(*this, number_ - 1);
     else if (!input_->error())
