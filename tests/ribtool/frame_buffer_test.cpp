@@ -76,7 +76,7 @@ TEST(frame_buffer, frames_of_a_sound_stream_are_the_same_in_any_pieces_with_and_
     const std::vector<taken> expected = {{1, 0, PROTO},       {2, 10, DELIMITER},    {3, 18, longest},
                                          {4, 65561, longest}, {5, 131104, NEXT_HOP}, {6, 131114, DELIMITER}};
     for (const bool resynchronises : {false, true}) {
-        for (const size_t piece : {1, 7, 4096, 65536, 1000000}) {
+        for (const size_t piece : {1u, 7u, 4096u, 65536u, 1000000u}) {
             frame_buffer frames(resynchronises);
             EXPECT_EQ(take_all(frames, stream, piece), expected) << piece;
             EXPECT_FALSE(frames.problem());
@@ -138,7 +138,7 @@ TEST(frame_buffer, frames_inside_a_last_one_that_is_longer_than_the_stream_are_f
 
 TEST(frame_buffer, bytes_in_which_no_frame_follows_are_skipped_as_a_whole)
 {
-    for (const size_t piece : {1, 64, 100000}) {
+    for (const size_t piece : {1u, 64u, 100000u}) {
         frame_buffer frames(RESYNCHRONISES);
         EXPECT_EQ(take_all(frames, joined({PROTO, bytes(300000, 0x7A)}), piece).size(), 1u);
         EXPECT_EQ(frames.skipped().pieces(), 1u);
