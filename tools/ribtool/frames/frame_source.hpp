@@ -19,7 +19,7 @@ struct captured_frame {
     uint64_t number = 0; // from 1, delimiters counted
     uint64_t time_us = 0;
     uint16_t time_rest_ns = 0; // nanoseconds beyond time_us, 999 at most
-    byte_vector bytes; // header as it travels, then exactly the payload that it promises
+    byte_vector bytes;         // header as it travels, then exactly the payload that it promises
 };
 
 // Where the contents of a stream go wrong, and how: "FILE: packet 3", "truncated: ...".
