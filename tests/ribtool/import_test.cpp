@@ -337,7 +337,7 @@ TEST_F(import_table, a_route_that_no_frame_can_hold_is_located)
     for (int index = 0; index < 3000; ++index)
         table += "10.0.0.0/8\t3\t7\t192.0.2.1\tIGP\t4\t1\t2\t5\t100\tA\t1:7\t-\t-\n";
     const std::string said = complaint(table);
-    EXPECT_EQ(said.rfind(":3001: the route's 3000 paths take ", 0), 0u) << said;
+    EXPECT_EQ(said.rfind(":3001: the 3000 paths of 10.0.0.0/8 take ", 0), 0u) << said;
     EXPECT_NE(said.find(" bytes, a frame holds 65535\n"), std::string::npos) << said;
 }
 
@@ -346,7 +346,7 @@ TEST_F(import_table, a_route_of_more_paths_than_any_frame_holds_ends_before_it_f
     std::string table = "#prefix\n";
     for (int index = 0; index < 13108; ++index)
         table += "10.0.0.0/8\n";
-    EXPECT_EQ(complaint(table), ":13109: the route has more than 13107 paths, and no frame holds them\n");
+    EXPECT_EQ(complaint(table), ":13109: 10.0.0.0/8 has more than 13107 paths, and no frame holds them\n");
 }
 
 TEST_F(import_table, a_line_that_does_not_end_is_located)

@@ -65,6 +65,12 @@ std::string ipv6_text(const uint8_t *bytes)
     return text;
 }
 
+std::string prefix_text(const ip_prefix &prefix)
+{
+    const uint8_t *bytes = prefix.address.bytes.data();
+    return fmt::format("{}/{}", prefix.address.is_ipv6 ? ipv6_text(bytes) : ipv4_text(read_be32(bytes)), prefix.length);
+}
+
 void mask_address(ip_address &address, uint8_t length)
 {
     for (size_t index = 0; index < address.bytes.size(); ++index) {

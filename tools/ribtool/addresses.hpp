@@ -38,6 +38,7 @@ std::optional<ip_prefix> parse_prefix(std::string_view text); // "10.0.0.0/8"
 
 std::string ipv4_text(uint32_t value);
 std::string ipv6_text(const uint8_t *bytes);
+std::string prefix_text(const ip_prefix &prefix);
 
 // Clears the bits behind the first `length`.
 void mask_address(ip_address &address, uint8_t length);

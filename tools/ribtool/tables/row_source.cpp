@@ -40,7 +40,8 @@ bool row_source::next(table_route &route, uint64_t &time_us)
         number_ = row_.number;
         offset_ = row_.offset;
         if (route.paths.size() + row_.paths.size() > MAX_PATHS)
-            fail(EXIT_MALFORMED, "{}: the route has more than {} paths, and no frame holds them", place(), MAX_PATHS);
+            fail(EXIT_MALFORMED, "{}: {} has more than {} paths, and no frame holds them", place(),
+                 prefix_text(route.prefix), MAX_PATHS);
         std::move(row_.paths.begin(), row_.paths.end(), std::back_inserter(route.paths));
     }
     return true;

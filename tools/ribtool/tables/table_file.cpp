@@ -39,12 +39,6 @@ std::string_view without_blanks_around(std::string_view text)
     return without_blanks_behind(text);
 }
 
-std::string prefix_text(const ip_prefix &prefix)
-{
-    const uint8_t *bytes = prefix.address.bytes.data();
-    return fmt::format("{}/{}", prefix.address.is_ipv6 ? ipv6_text(bytes) : ipv4_text(read_be32(bytes)), prefix.length);
-}
-
 } // namespace
 
 const std::array<std::string_view, table_file::COLUMN_COUNT> table_file::COLUMN_NAMES = {

@@ -14,8 +14,8 @@ byte_vector payload_of(const table_route &route, scratch &memory, const route_so
     memory.reset();
     byte_vector payload = encoded(route_message(route, memory));
     if (payload.size() > MAX_PAYLOAD_LEN)
-        fail(EXIT_MALFORMED, "{}: the route's {} paths take {} bytes, a frame holds {}", from.place(),
-             route.paths.size(), payload.size(), MAX_PAYLOAD_LEN);
+        fail(EXIT_MALFORMED, "{}: the {} paths of {} take {} bytes, a frame holds {}", from.place(), route.paths.size(),
+             prefix_text(route.prefix), payload.size(), MAX_PAYLOAD_LEN);
     return payload;
 }
 
