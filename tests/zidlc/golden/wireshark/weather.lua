@@ -546,7 +546,9 @@ function painter:value(tree, item, fields)
     if field.nested then
         return self:nested(tree, item, fields)
     elseif field.kind == "bytes" then
-        -- A range of no bytes stands for none.
+        if item.stop == item.place then
+            return tree:add(fields.own) -- there is no range of no bytes
+        end
         return tree:add(fields.own, self.payload:range(item.place - 1, item.stop - item.place))
     elseif field.kind == "string" then
         local text = shown_text(self.bytes:sub(item.place, item.stop - 1))
@@ -618,16 +620,12 @@ end
 
 -- Says that the payload is not read, or not to its end, and why: { reason, text, offset, path }, the last two if known.
 function dissector:fails(tree, payload, failure)
-    local offset = failure.offset or 0
-    local place = payload and payload:range(offset, math.min(1, payload:len() - offset))
     local item = tree:add(self.reason, failure.reason):set_generated()
     item:add_proto_expert_info(self.failed, failure.reason .. ": " .. failure.text)
-    if failure.offset then
-        if place then
-            tree:add(self.offset, place, failure.offset):set_generated()
-        else
-            tree:add(self.offset, failure.offset):set_generated()
-        end
+    if failure.offset and payload and failure.offset < payload:len() then
+        tree:add(self.offset, payload:range(failure.offset, 1), failure.offset):set_generated()
+    elseif failure.offset then
+        tree:add(self.offset, failure.offset):set_generated()
     end
     if failure.path and failure.path ~= "" then
         tree:add(self.path, failure.path):set_generated()
