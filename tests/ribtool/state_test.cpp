@@ -4,6 +4,8 @@
 #include "tools/ribtool/state/state_table.hpp"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <map>
 #include <vector>
 
@@ -100,6 +102,20 @@ TEST(state_table, has_the_last_update_of_each_key)
     });
     EXPECT_EQ(seen, expected.size());
     EXPECT_EQ(table.find(next_hop_key(3000)), nullptr);
+}
+
+// Where such keys met in one slot, this would take minutes.
+TEST(state_table, keys_of_one_second_half_do_not_meet)
+{
+    state_table table;
+    constexpr uint64_t KEYS = 300000;
+    // What a multiplier of many hashes, taken together with itself by an exclusive or, makes 0.
+    std::array<uint8_t, 16> address = {0, 0, 0, 0, 0, 0, 0, 0, 0x15, 0x7c, 0x4a, 0x7f, 0xb9, 0x79, 0x37, 0x9e};
+    for (uint64_t number = 0; number < KEYS; ++number) {
+        std::memcpy(address.data(), &number, sizeof number);
+        table.set(route_key(RIB_FAMILY_IPV6, address, 128), RIB_TLV_ROUTE, {}, number);
+    }
+    EXPECT_EQ(table.size(), KEYS);
 }
 
 } // namespace ribtool

@@ -25,11 +25,13 @@ uint64_t mixed(uint64_t a, uint64_t b)
 
 } // namespace
 
-// Nobody can write a stream whose keys all meet in one slot.
+// Nobody can write a stream whose keys all meet in one slot. Each half of a key has a seed of its own: a factor that could be made
+// 0 would take the other half out of the product.
 state_table::state_table() : slots_(FIRST_SLOTS)
 {
     std::random_device random;
-    seed_ = uint64_t{random()} << 32 | random();
+    for (uint64_t &seed : seeds_)
+        seed = uint64_t{random()} << 32 | random();
 }
 
 uint32_t state_table::hash(const update_key &key) const
@@ -37,8 +39,8 @@ uint32_t state_table::hash(const update_key &key) const
     uint64_t halves[2];
     std::memcpy(halves, key.value.data(), sizeof halves);
     const uint64_t rest = static_cast<uint64_t>(key.kind) << 16 | uint64_t{key.family} << 8 | key.prefix_len;
-    const uint64_t all = mixed(halves[0] ^ seed_, 0x9E3779B97F4A7C15 ^ halves[1]) ^ rest;
-    return static_cast<uint32_t>(mixed(all ^ seed_, 0xBF58476D1CE4E5B9) >> 16);
+    const uint64_t all = mixed(halves[0] ^ seeds_[0], halves[1] ^ seeds_[1]) ^ rest;
+    return static_cast<uint32_t>(mixed(all ^ seeds_[0], 0xBF58476D1CE4E5B9) >> 16);
 }
 
 // The slot of the key, or the free one where it would stand.

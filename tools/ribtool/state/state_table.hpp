@@ -9,6 +9,7 @@
 #include "tools/ribtool/state/payload_store.hpp"
 #include "tools/ribtool/state/update_key.hpp"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -66,7 +67,7 @@ private:
     size_t count_ = 0; // of entries, live or not
     size_t live_ = 0;
     std::vector<uint64_t> slots_; // 0: free; else the hash of a key and above it the number of its entry, from 1
-    uint64_t seed_;
+    std::array<uint64_t, 2> seeds_;
 };
 
 } // namespace ribtool
