@@ -136,6 +136,23 @@ TEST_F(filter, names_that_there_are_not_are_refused_with_the_nearest)
     EXPECT_EQ(run_with({"--prefix", "10.0.0.0/33"}).exit_code, 2);
 }
 
+TEST_F(filter, options_that_widen_prefixes_need_one)
+{
+    for (const char *option : {"--or-longer", "--or-shorter"}) {
+        const run_result result = run_with({option});
+        EXPECT_EQ(result.exit_code, 2);
+        EXPECT_EQ(result.err, std::string("ribtool: ") + option +
+                                  " says nothing without --prefix or --prefix-file (see ribtool --help)\n");
+    }
+}
+
+TEST_F(filter, a_file_of_prefixes_is_not_written_over)
+{
+    const bytes before = read("prefixes");
+    EXPECT_EQ(ribtool({"filter", path("in"), "--prefix-file", path("prefixes"), "-o", path("prefixes")}).exit_code, 2);
+    EXPECT_EQ(read("prefixes"), before);
+}
+
 TEST_F(filter, a_bad_line_of_a_file_of_prefixes_is_named)
 {
     write("prefixes", std::string_view("10.0.0.0/8\n10.0.0.0/33\n"));

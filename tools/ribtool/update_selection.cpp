@@ -148,6 +148,7 @@ void add_other_criteria(CLI::App &line, selection_criteria &criteria)
         criteria.prefixes.add_file(path);
         criteria.prefixes.finish();
         criteria.has_prefixes = true;
+        criteria.prefix_files.push_back(path);
     };
     line.add_option_function<std::string>("--prefix-file", add_file, "The prefixes of a file, too: one a line")
         ->option_text("FILE");

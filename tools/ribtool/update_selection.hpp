@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace ribtool
 {
@@ -20,6 +21,7 @@ struct selection_criteria {
     std::set<uint16_t> codes; // empty: any
     prefix_set prefixes;      // without a prefix: any, and other updates than routes
     bool has_prefixes = false;
+    std::vector<std::string> prefix_files; // where some of them come from
     bool or_longer = false;
     bool or_shorter = false;
     bool ipv4 = false; // neither: any, and other updates than routes

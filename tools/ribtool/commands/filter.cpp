@@ -41,8 +41,20 @@ exit_code end(const filter_options &options, const frame_source &source, output_
     return EXIT_DONE;
 }
 
+// What would do something else than it looks like.
+void require_sense(const filter_options &options)
+{
+    const selection_criteria &criteria = options.criteria;
+    if ((criteria.or_longer || criteria.or_shorter) && !criteria.has_prefixes)
+        fail(EXIT_USAGE, "{} says nothing without --prefix or --prefix-file (see ribtool --help)",
+             criteria.or_longer ? "--or-longer" : "--or-shorter");
+    for (const std::string &file : criteria.prefix_files)
+        require_other_file(file, options.output);
+}
+
 exit_code run(const filter_options &options)
 {
+    require_sense(options);
     const std::unique_ptr<frame_source> source = open_frames(options.input);
     require_other_file(options.input.file, options.output);
     capture_writer writer(options.output, options.format);
