@@ -233,6 +233,13 @@ TEST_F(diff, differences_may_be_few_or_none)
     EXPECT_EQ(brief.err, all.err);
 }
 
+TEST_F(diff, differences_that_nobody_reads_are_differences)
+{
+    ASSERT_EQ(ribtool({"synth", "--updates", "2000", "-o", path("many")}).exit_code, 0); // more than a pipe holds
+    const std::string line = RIBTOOL " diff " + path("many") + " " + write("one", frame(47, PROTO)) + " | true";
+    EXPECT_EQ(run("/bin/bash", {"-o", "pipefail", "-c", line}).exit_code, 1);
+}
+
 TEST_F(diff, differences_are_sorted_by_key)
 {
     const bytes a =

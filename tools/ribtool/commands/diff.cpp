@@ -116,6 +116,17 @@ private:
     uint64_t same_ = 0;
 };
 
+// Who has seen enough of the differences and closes the pipe does not make them none.
+void print(const comparison &compared, const diff_options &options)
+{
+    try {
+        const auto out = make_difference_output(options.is_json);
+        compared.print(*out, options.limit.value_or(UINT64_MAX));
+        out->close();
+    } catch (const closed_pipe &) {
+    }
+}
+
 exit_code run(const diff_options &options)
 {
     if (options.inputs[0] == "-" && options.inputs[1] == "-")
@@ -130,11 +141,8 @@ exit_code run(const diff_options &options)
         return worst;
     }
     const comparison compared(sides[0].state.table(), sides[1].state.table());
-    if (!options.is_brief) {
-        const auto out = make_difference_output(options.is_json);
-        compared.print(*out, options.limit.value_or(UINT64_MAX));
-        out->close();
-    }
+    if (!options.is_brief)
+        print(compared, options);
     terminal::say("{}{}{}\n", sides[0].summary, sides[1].summary, compared.summary());
     if (interrupted())
         return EXIT_INTERRUPTED;
