@@ -154,7 +154,7 @@ class Interruption(OutputTest):
                 text = self.finish(process)
             self.assertEqual(process.returncode, -number)
             # More rows of the third prefix might have come.
-            self.assertIn("ribtool: interrupted after 2 routes: out.pcap is not written\n", text)
+            self.assertIn("ribtool: interrupted after 2 updates: out.pcap is not written\n", text)
             self.assertEqual(self.out.read_bytes(), GOOD)
             self.assertEqual(self.names(), ["in", "out.pcap"])
 
@@ -171,7 +171,7 @@ class Interruption(OutputTest):
             process.send_signal(signal.SIGINT)
             text = self.finish(process)
         self.assertEqual(process.returncode, -signal.SIGINT)
-        self.assertIn("ribtool: interrupted after 2 routes, which out.pcap holds\n", text)
+        self.assertIn("ribtool: interrupted after 2 updates, which out.pcap holds\n", text)
         self.assertEqual(self.updates_in("out.pcap"), 2)
         self.assertEqual(self.names(), ["in", "out.pcap"])
 
@@ -195,15 +195,19 @@ class Interruption(OutputTest):
                     self.assertEqual(self.names(), ["in", "out.pcap"] if partial else ["in"])
                 self.out.unlink(missing_ok=True)
 
-    def test_synth_ends_in_the_middle(self):
-        process = self.start("synth", "--profile", "full-table", "--updates", 10**9, "-o", "out.pcap", "--partial")
-        unfinished = self.folder / f".ribtool-{process.pid}-0"
-        wait_for(lambda: unfinished.exists() and unfinished.stat().st_size > 100000)
-        process.send_signal(signal.SIGTERM)
-        text = self.finish(process)
-        self.assertEqual(process.returncode, -signal.SIGTERM)
-        done = int(re.search(r"interrupted after (\d+) updates, which out.pcap holds", text)[1])
-        self.assertEqual(self.updates_in("out.pcap"), done)
+    def test_what_has_no_end_ends_in_the_middle(self):
+        (self.folder / "in").write_bytes(b"10.0.0.0/8\n")
+        for command in (["synth", "--profile", "full-table", "--updates", 10**9],
+                        ["import", "in", "--updates-per-route", 2**64 - 1]):
+            with self.subTest(command=command):
+                process = self.start(*command, "-o", "out.pcap", "--partial")
+                unfinished = self.folder / f".ribtool-{process.pid}-0"
+                wait_for(lambda: unfinished.exists() and unfinished.stat().st_size > 100000)
+                process.send_signal(signal.SIGTERM)
+                text = self.finish(process)
+                self.assertEqual(process.returncode, -signal.SIGTERM)
+                done = int(re.search(r"interrupted after (\d+) updates, which out.pcap holds", text)[1])
+                self.assertEqual(self.updates_in("out.pcap"), done)
 
     def test_commands_that_read_print_their_summaries(self):
         summaries = {"replay": "3 callbacks", "show": "3 frames read", "explain": "3 delivered", "stats": ""}
@@ -287,7 +291,7 @@ class Failures(OutputTest):
         table = self.write("table.tsv", ROWS + b"10.3.0.0/16\t192.0.2\n")
         process, text = self.run_tool("import", table, "-o", "out.pcap", "--partial")
         self.assertEqual(process.returncode, 4)
-        self.assertRegex(text, r"ribtool: out.pcap holds the 2 routes before this:\n.*bad next_hop")
+        self.assertRegex(text, r"ribtool: out.pcap holds the 2 updates before this:\n.*bad next_hop")
         self.assertEqual(self.updates_in("out.pcap"), 2)
 
     def test_a_full_disk_leaves_what_was_there(self):

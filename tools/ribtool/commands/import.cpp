@@ -4,9 +4,9 @@
 #include "tools/ribtool/partial_output.hpp"
 #include "tools/ribtool/progress.hpp"
 #include "tools/ribtool/tables/detect.hpp"
-#include "tools/ribtool/tables/table_frames.hpp"
 #include "tools/ribtool/tables/iproute_names.hpp"
 #include "tools/ribtool/tables/kernel_table.hpp"
+#include "tools/ribtool/tables/table_frames.hpp"
 
 #include <linux/rtnetlink.h>
 
@@ -30,13 +30,19 @@ struct import_options {
     bool is_partial_kept = false;
 };
 
-void say_summary(const import_options &options, const open_table &opened, uint64_t routes, uint64_t paths)
+// What a table has become so far.
+struct import_counts {
+    uint64_t routes = 0;
+    uint64_t paths = 0;
+};
+
+void say_summary(const import_options &options, const open_table &opened, const import_counts &counts, uint64_t updates)
 {
     const std::string name = options.from_kernel    ? "the kernel"
                              : options.input == "-" ? "standard input"
                                                     : options.input;
     terminal::say("{}: {}, {} routes with {} paths, {} updates\n", terminal::shown_on(stderr, name), opened.format,
-                  routes, paths, routes * options.updates_per_route);
+                  counts.routes, counts.paths, updates);
     for (const left_out &each : opened.routes->left_out_so_far())
         terminal::say("  left out: {} {}\n", each.count, each.what);
 }
@@ -59,21 +65,27 @@ exit_code run(const import_options &options)
     scratch memory;
     table_route route;
     uint64_t time_us = 0;
-    uint64_t paths = 0;
-    written_part part = {"routes", 0, options.is_partial_kept};
+    byte_vector frame;
+    uint64_t copies_left = 0; // of the frame. A signal ends them, however many there are.
+    import_counts counts;
+    written_part part = {"updates", 0, options.is_partial_kept};
     const exit_code result = write_all(writer.file(), part, [&] {
-        if ((options.limit && part.count == *options.limit) || !table.next(route, time_us))
-            return false;
-        const byte_vector payload = payload_of(route, memory, table);
-        for (uint64_t copy = 0; copy < options.updates_per_route; ++copy)
-            writer.write(time_us, framed(RIB_TLV_ROUTE, payload));
+        if (copies_left == 0) {
+            if ((options.limit && counts.routes == *options.limit) || !table.next(route, time_us))
+                return false;
+            frame = framed(RIB_TLV_ROUTE, payload_of(route, memory, table));
+            copies_left = options.updates_per_route;
+            ++counts.routes;
+            counts.paths += route.paths.size();
+        }
+        writer.write(time_us, frame);
+        --copies_left;
         ++part.count;
-        paths += route.paths.size();
         progress.show(table.position(), part.count);
         return true;
     });
     progress.clear();
-    say_summary(options, opened, part.count, paths);
+    say_summary(options, opened, counts, part.count);
     return result;
 }
 
