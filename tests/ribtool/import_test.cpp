@@ -192,6 +192,15 @@ TEST_F(import_table, rows_of_an_update_stream_stay_updates_of_their_own_with_the
     EXPECT_FALSE(reader.next(frame));
 }
 
+TEST_F(import_table, a_withdrawal_may_have_its_prefix_in_front_of_its_operation)
+{
+    const lines records =
+        imported(write("stream.tsv", "#prefix\top\tnext_hop\n10.0.0.0/8\tA\t192.0.2.1\n10.0.0.0/8\tW\n"));
+    ASSERT_EQ(records.size(), 2u);
+    expect_members(records[0], {R"("pe_addr_5":"192.0.2.1")"});
+    expect_members(records[1], {R"("rt_path_count":0,)", R"("rt_dest":"10.0.0.0")"});
+}
+
 TEST_F(import_table, blanks_around_names_of_columns_mean_nothing)
 {
     const std::string rows = "10.0.0.0/8\t192.0.2.1\n";

@@ -130,7 +130,7 @@ void table_file::parse_row(std::string_view line, table_row &row)
     if (op != "A" && op != "W")
         bad_cell(OP, op);
     const bool is_withdrawn = op == "W";
-    const size_t needed = is_withdrawn ? *indexes_[PREFIX] + 1 : column_count_;
+    const size_t needed = is_withdrawn ? std::max(*indexes_[PREFIX], *indexes_[OP]) + 1 : column_count_;
     if (cells_.size() != needed)
         fail(EXIT_MALFORMED, "{}: {} columns, expected {}", input_.place(), cells_.size(), needed);
     parse_prefix_text(cell(PREFIX).value_or("-"), row);

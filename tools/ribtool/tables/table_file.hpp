@@ -2,8 +2,8 @@
 //
 // The first line starts with '#' and names the columns; "-" stands for an attribute that is absent. A table with a
 // column "op" is a stream of updates: each row is an update of its own, "A" announces and "W" withdraws (such a row ends
-// behind its prefix). In any other table the consecutive rows of one prefix are the paths of one route. A file without a
-// line of names is a list of prefixes.
+// with the later of "op" and "prefix"). In any other table the consecutive rows of one prefix are the paths of one route.
+// A file without a line of names is a list of prefixes.
 
 #pragma once
 
