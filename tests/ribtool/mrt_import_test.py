@@ -23,6 +23,7 @@ RIBTOOL = ""
 TIME = 1700000000
 
 ORIGINS = {"IGP": 0, "EGP": 1, "INCOMPLETE": 2}
+NO_NEXT_HOP = "255.255.255.255"  # as bgpdump says that there is none
 NAMED = {"no-export": "65535:65281", "no-advertise": "65535:65282", "local-AS": "65535:65283"}
 
 # A path: what bgpdump and import both tell. A metric of 0 and none are the same there.
@@ -72,6 +73,10 @@ def table_cases():
     yield rib6("2001:db8:1::/48", entry(1, TIME, PATH_V6 + mrt.mp_reach_of_entry("2001:db8::2", "fe80::2")))
     yield rib6("2001:db8:2::/48", entry(1, TIME, PATH_V6 + mrt.mp_reach(["2001:db8::3", "fe80::3"])))
     yield rib6("::/0", entry(1, TIME, PATH_V6 + mrt.mp_reach(["2001:db8::4"])))
+    yield rib6("2001:db8:4::/48", entry(1, TIME, PATH))
+    yield rib6("2001:db8:5::/48", entry(1, TIME, PATH_V6))
+    yield rib4("10.5.0.0/16", entry(0, TIME, PATH + mrt.mp_reach_of_entry("2001:db8::1")))
+    yield rib4("10.6.0.0/16", entry(0, TIME, PATH + mrt.mp_reach(["2001:db8::1"], afi=1)))
     yield mrt.rib(TIME, mrt.RIB_IPV4_UNICAST_ADDPATH, 0, mrt.prefix("10.10.0.0/16"), entry(0, TIME, PATH, 1),
                   entry(0, TIME, PATH + mrt.med(8), 2))
     yield mrt.rib(TIME, mrt.RIB_IPV6_UNICAST_ADDPATH, 0, mrt.prefix("2001:db8:3::/48"),
@@ -93,6 +98,9 @@ def update_cases():
                  wide + mrt.mp_reach(["2001:db8::9", "fe80::9"], prefix("2001:db8:5::/48") + prefix("::/0")) +
                  mrt.mp_unreach(prefix("2001:db8:6::/48")), prefix("10.9.0.0/16"))
     yield update(mrt.MESSAGE_AS4, b"", PATH_V6 + mrt.mp_reach(["2001:db8::7"], prefix("10.10.0.0/16"), afi=1))
+    yield update(mrt.MESSAGE_AS4, b"", wide + mrt.mp_reach(["2001:db8::7"], prefix("10.18.0.0/16"), afi=1))
+    yield update(mrt.MESSAGE_AS4, b"", PATH_V6 + mrt.mp_reach(["2001:db8::7"], prefix("2001:db8:8::/48")),
+                 prefix("10.19.0.0/16"))
     yield update(mrt.MESSAGE_AS4, b"", mrt.mp_unreach())
     yield update(mrt.MESSAGE_LOCAL, b"", PATH_2, prefix("10.11.0.0/16"))
     yield update(mrt.MESSAGE_AS4_LOCAL, b"", wide, prefix("10.12.0.0/16"))
@@ -127,7 +135,8 @@ def bgpdump_row(line, peers):
     for name in fields[11].split():
         owner, value = map(int, NAMED.get(name, name).split(":"))
         numbers.append(owner << 16 | value)
-    return Row(*head, *as_path_facts(fields[6]), ORIGINS[fields[7]], fields[8], int(fields[9]), int(fields[10]), numbers,
+    next_hop = None if fields[8] == NO_NEXT_HOP else fields[8]
+    return Row(*head, *as_path_facts(fields[6]), ORIGINS[fields[7]], next_hop, int(fields[9]), int(fields[10]), numbers,
                (fields[12] == "AG") + 2 * (fields[13] != ""))
 
 
@@ -147,7 +156,7 @@ def capture_times(path):
 def imported_row(time, record, path):
     return Row(time, "A", path.get("pe_value_1", 0), f"{record['rt_dest']}/{record.get('rt_prefix_len', 0)}",
                path.get("pe_value_12", 0), path.get("pe_value_8", 0), path.get("pe_value_16", 0),
-               path.get("pe_value_13", 0), path["pe_addr_5"], path.get("pe_value_11", 0), path.get("pe_value_10", 0),
+               path.get("pe_value_13", 0), path.get("pe_addr_5"), path.get("pe_value_11", 0), path.get("pe_value_10", 0),
                [int(value) for value in path.get("pe_ecomm_values", [])], path.get("pe_value_3", 0))
 
 
@@ -205,7 +214,7 @@ class ImportTest(unittest.TestCase):
         data = b"".join(update_cases())
         peers = {}
         rows = [bgpdump_row(line, peers) for line in self.bgpdump(data).splitlines()]
-        self.assertEqual(len(rows), 26)
+        self.assertEqual(len(rows), 29)
         self.assertEqual(self.imported(data), rows)
 
     def test_the_lines_of_bgpdump_give_the_same_rows_as_the_file_itself(self):
@@ -262,12 +271,16 @@ class ImportTest(unittest.TestCase):
             mrt.state_change(TIME, mrt.STATE_CHANGE, 1, "192.0.2.1", 6, 1) +
             mrt.state_change(TIME, mrt.STATE_CHANGE_AS4, 1, "192.0.2.1", 6, 1) +
             mrt.bgp4mp(TIME, mrt.MESSAGE, 1, "192.0.2.1", mrt.bgp_message(4, b"")) +
+            rib6("2001:db8::/32", mrt.entry(1, TIME, PATH_V6 + mrt.mp_reach(["2001:db8::1"], safi=2))) +
+            update(mrt.MESSAGE_AS4) + update(mrt.MESSAGE_AS4, b"", mrt.mp_unreach()) +
             update(mrt.MESSAGE_AS4, b"", mrt.mp_reach(["192.0.2.1"], b"any", 1, 2) + mrt.mp_unreach(b"any", 25, 65)))
-        self.assertEqual(said, """mrt, 1 routes with 1 paths, 1 updates
+        self.assertEqual(said, """mrt, 2 routes with 2 paths, 2 updates
   left out: 1 BGP messages KEEPALIVE
+  left out: 2 BGP messages UPDATE without a prefix
   left out: 1 attributes COMMUNITIES beside EXTENDED_COMMUNITIES
   left out: 1 attributes LARGE_COMMUNITY
   left out: 1 attributes MP_REACH_NLRI of IPv4 multicast
+  left out: 1 attributes MP_REACH_NLRI of IPv6 multicast
   left out: 1 attributes MP_UNREACH_NLRI of AFI 25 SAFI 65
   left out: 1 attributes of type 200
   left out: 1 attributes that are repeated

@@ -173,12 +173,15 @@ void bgp_attribute_reader::read_next_hops(attributes_of where, bgp_attributes &o
         if (!is_short) {
             out.mp_announced.afi = in.be16();
             out.mp_announced.safi = in.u8();
+            out.has_mp_family = true;
         }
         const byte_span next_hop = in.take(in.u8());
         if (is_short && !in.is_at_end())
             in.fail("MP_REACH_NLRI: {} bytes behind the next hop", in.left().size());
         if (out.mp_announced.is_kept())
             out.mp_next_hop = next_hop_of(next_hop, "MP_REACH_NLRI");
+        else if (where == attributes_of::table_entry)
+            omitted_.add("attributes MP_REACH_NLRI of " + bgp_family_name(out.mp_announced.afi, out.mp_announced.safi));
         if (where == attributes_of::update) {
             in.u8(); // reserved
             out.mp_announced.bytes = in.left();

@@ -30,13 +30,16 @@ struct bgp_attributes {
     table_path path;                       // without its next hop, which depends on the prefix
     std::optional<ip_address> next_hop;    // of NEXT_HOP
     std::optional<ip_address> mp_next_hop; // of MP_REACH_NLRI
+    bool has_mp_family = false;            // which MP_REACH_NLRI of an entry may leave out
     bgp_prefixes mp_announced;
     bgp_prefixes mp_withdrawn;
 
-    // Whichever next hop is there where the one for the family is not.
-    const std::optional<ip_address> &next_hop_of(const ip_prefix &prefix) const
+    // Of the prefix of an entry: MP_REACH_NLRI is about it where it names no other family. Whichever next hop is there where the
+    // one for the family is not.
+    const std::optional<ip_address> &next_hop_of_entry(const ip_prefix &prefix) const
     {
-        const bool is_mp = mp_next_hop && (prefix.address.is_ipv6 || !next_hop);
+        const uint16_t afi = prefix.address.is_ipv6 ? BGP_AFI_IPV6 : BGP_AFI_IPV4;
+        const bool is_mp = mp_next_hop && (!next_hop || !has_mp_family || mp_announced.afi == afi);
         return is_mp ? mp_next_hop : next_hop;
     }
 };

@@ -17,6 +17,7 @@ enum field_index : size_t { KIND, TIME, OPERATION, PEER_ADDRESS, PEER_AS, PREFIX
 
 constexpr std::string_view TABLE_KIND = "TABLE_DUMP";
 constexpr std::string_view UPDATE_KIND = "BGP4MP";
+constexpr std::string_view NO_NEXT_HOP = "255.255.255.255"; // in lines of either family
 constexpr std::string_view PATH_ID_MARK = "_AP"; // at the end of a kind: an identifier of the path follows the prefix
 
 struct named_community {
@@ -124,7 +125,7 @@ void bgpdump_file::parse_prefix_field(std::string_view text, table_row &row) con
 }
 
 // AS path, origin, next hop, local preference, metric, communities (with -l large ones, too), AG or NAG, aggregator. A metric that
-// is absent is printed as 0: 0 is taken for absent, and so is a local preference of 0.
+// is absent is printed as 0: 0 is taken for absent, and so is a local preference of 0. A next hop that is absent has a mark, too.
 table_path bgpdump_file::parse_path(size_t first)
 {
     table_path path;
@@ -140,8 +141,9 @@ table_path bgpdump_file::parse_path(size_t first)
         bad_field("origin", origin);
     path.origin = found->value;
     const std::string_view next_hop = field(first + 2, "next hop");
-    path.next_hop = parse_address(next_hop);
-    if (!path.next_hop && !next_hop.empty())
+    if (next_hop != NO_NEXT_HOP)
+        path.next_hop = parse_address(next_hop);
+    if (!path.next_hop && !next_hop.empty() && next_hop != NO_NEXT_HOP)
         bad_field("next hop", next_hop);
     const auto number = [&](size_t index, const char *name) {
         const std::string_view text = field(index, name);

@@ -189,7 +189,7 @@ bool mrt_file::read_entries(byte_reader &in, const ip_prefix &prefix, bool has_p
         table_path &path = row.paths.emplace_back(attributes_.path);
         path.peer_index = peer;
         path.age_s = static_cast<uint32_t>((record_.time_us - std::min(originated_us, record_.time_us)) / 1000000);
-        path.next_hop = attributes_.next_hop_of(prefix);
+        path.next_hop = attributes_.next_hop_of_entry(prefix);
     }
     if (!in.is_at_end())
         in.fail("{} bytes behind the last of {} entries", in.left().size(), count);
@@ -232,21 +232,25 @@ void mrt_file::read_message_record()
     attributes_.path.peer_index = peer;
 }
 
-// What is withdrawn comes first: a prefix that is in both lists is announced.
+// What is withdrawn comes first: a prefix that is in both lists is announced. NEXT_HOP is not for the prefixes of MP_REACH_NLRI,
+// which may be IPv4, too, nor its next hop for the others.
 void mrt_file::read_update_message(byte_reader &message, as_size size)
 {
     const bgp_prefixes withdrawn = {BGP_AFI_IPV4, BGP_SAFI_UNICAST, message.take(message.be16())};
     attribute_reader_.read(message.take(message.be16()), attributes_of::update, size, attributes_);
-    add_updates(withdrawn, true);
-    add_updates(attributes_.mp_withdrawn, true);
-    add_updates({BGP_AFI_IPV4, BGP_SAFI_UNICAST, message.left()}, false);
-    add_updates(attributes_.mp_announced, false);
+    add_updates(withdrawn, {.is_withdrawn = true});
+    add_updates(attributes_.mp_withdrawn, {.is_withdrawn = true});
+    add_updates({BGP_AFI_IPV4, BGP_SAFI_UNICAST, message.left()}, {.next_hop = attributes_.next_hop});
+    add_updates(attributes_.mp_announced, {.next_hop = attributes_.mp_next_hop});
+    if (updates_.empty() && attributes_.mp_withdrawn.is_kept() && attributes_.mp_announced.is_kept())
+        left_out_.add("BGP messages UPDATE without a prefix");
 }
 
-void mrt_file::add_updates(const bgp_prefixes &prefixes, bool is_withdrawn)
+// `update` is what all of them are but for the prefix.
+void mrt_file::add_updates(const bgp_prefixes &prefixes, bgp_update update)
 {
     if (!prefixes.is_kept()) {
-        left_out_.add(fmt::format("attributes {} of {}", is_withdrawn ? "MP_UNREACH_NLRI" : "MP_REACH_NLRI",
+        left_out_.add(fmt::format("attributes {} of {}", update.is_withdrawn ? "MP_UNREACH_NLRI" : "MP_REACH_NLRI",
                                   bgp_family_name(prefixes.afi, prefixes.safi)));
         return;
     }
@@ -256,7 +260,8 @@ void mrt_file::add_updates(const bgp_prefixes &prefixes, bool is_withdrawn)
             in.be32();
             left_out_.add("path identifiers");
         }
-        updates_.push_back({read_prefix(in, prefixes.afi == BGP_AFI_IPV6), is_withdrawn});
+        update.prefix = read_prefix(in, prefixes.afi == BGP_AFI_IPV6);
+        updates_.push_back(update);
     }
 }
 
@@ -271,7 +276,7 @@ void mrt_file::give_update(table_row &row)
     if (update.is_withdrawn)
         return;
     table_path &path = row.paths.emplace_back(attributes_.path);
-    path.next_hop = attributes_.next_hop_of(update.prefix);
+    path.next_hop = update.next_hop;
 }
 
 } // namespace ribtool

@@ -38,8 +38,9 @@ protected:
 
 private:
     struct bgp_update {
-        ip_prefix prefix;
-        bool is_withdrawn;
+        ip_prefix prefix = {};
+        bool is_withdrawn = false;
+        std::optional<ip_address> next_hop = {};
     };
 
     bool read_record(table_row &row);
@@ -51,7 +52,7 @@ private:
 
     void read_message_record();
     void read_update_message(byte_reader &message, as_size size);
-    void add_updates(const bgp_prefixes &prefixes, bool is_withdrawn);
+    void add_updates(const bgp_prefixes &prefixes, bgp_update update);
     void give_update(table_row &row);
 
     mrt_records records_;
