@@ -116,15 +116,11 @@ private:
     uint64_t same_ = 0;
 };
 
-// Who has seen enough of the differences and closes the pipe does not make them none.
 void print(const comparison &compared, const diff_options &options)
 {
-    try {
-        const auto out = make_difference_output(options.is_json);
-        compared.print(*out, options.limit.value_or(UINT64_MAX));
-        out->close();
-    } catch (const closed_pipe &) {
-    }
+    const auto out = make_difference_output(options.is_json);
+    compared.print(*out, options.limit.value_or(UINT64_MAX));
+    out->close();
 }
 
 exit_code run(const diff_options &options)
@@ -141,12 +137,15 @@ exit_code run(const diff_options &options)
         return worst;
     }
     const comparison compared(sides[0].state.table(), sides[1].state.table());
-    if (!options.is_brief)
-        print(compared, options);
+    const exit_code answer = compared.is_same_throughout() ? EXIT_DONE : EXIT_UPDATES_FAILED;
+    try {
+        if (!options.is_brief)
+            print(compared, options);
+    } catch (const closed_pipe &) {
+        return answer; // of differences there are no fewer because nobody reads on
+    }
     terminal::say("{}{}{}\n", sides[0].summary, sides[1].summary, compared.summary());
-    if (interrupted())
-        return EXIT_INTERRUPTED;
-    return compared.is_same_throughout() ? EXIT_DONE : EXIT_UPDATES_FAILED;
+    return interrupted() ? EXIT_INTERRUPTED : answer;
 }
 
 } // namespace
