@@ -27,7 +27,7 @@ from prometheus_client.openmetrics.parser import text_string_to_metric_families
 RIBTOOL = ""
 SECONDS = 60  # far more than anything here takes
 CUT_TAG = b"\x80"  # a tag that goes on behind the end
-ROUTE, OLD_ROUTE, GRID, PROTO, NHID, UNKNOWN = 51, 3, 46, 47, 49, 48
+ROUTE, OLD_ROUTE, OLD_PROTO, GRID, PROTO, NHID, UNKNOWN = 51, 3, 38, 46, 47, 49, 48
 
 ROUTES = (b"#prefix\tnext_hop\n10.0.0.0/8\t192.0.2.1\n10.0.0.0/8\t192.0.2.2\n10.1.0.0/16\t192.0.2.1\n"
           b"2001:db8::/32\t2001:db8::1\n")
@@ -136,6 +136,24 @@ class Counts(StatsTest):
         self.assertEqual(found["prefix_lengths"], {"ipv4": {"8": 1, "16": 1}, "ipv6": {"32": 1}, "without": 0})
         self.assertEqual(found["path_counts"], {"1": 2, "2": 1})
         self.assertEqual(found["delimiters"], 2)
+
+    def test_each_column_of_the_table_is_one_below_the_other(self):
+        stream = PROTO_FRAME + frame(OLD_PROTO, bytes(100)) + frame(UNKNOWN, b"") + frame(NHID, b"\x08")
+        lines = self.run_tool("stats", "-", stdin=stream, expected=1).decode().splitlines()
+        header = lines[1]
+        for line, row in zip(lines[2:6], (("protocol, older form", "delivered", ""), ("protocol", "delivered", ""),
+                                          ("unknown", "refused", "not_tried_unknown_code"),
+                                          ("next-hop ID", "dropped", "cut_off")), strict=True):
+            for name, text in zip(("update", "outcome", "reason"), row):
+                self.assertTrue(line[header.index(name):].startswith(text + " "), line)
+        self.assertEqual({len(line) for line in lines[1:7]}, {len(header)})
+
+    def test_routes_of_the_text_add_up(self):
+        # A route without anything in it, and one of 10.0.0.0 without a length.
+        stream = frame(ROUTE, b"") + frame(ROUTE, b"\x0a\x09" b"\x0a\x07\x08\x01" b"\x10\x80\x80\x80\x50")
+        text = self.run_tool("stats", "-", stdin=stream).decode()
+        self.assertIn("\n  IPv4 prefixes    no length: 1\n  other routes     no prefix: 1\n"
+                      "  routes by paths  0: 2\n", text)
 
     def test_what_stops_the_process_does_not_stop_the_counting(self):
         found = self.stats(PROTO_FRAME + NAMELESS_FRAME + frame(UNKNOWN, b"") + PROTO_FRAME, expected=1)

@@ -146,12 +146,12 @@ std::string stats_openmetrics(const stats_report &report)
     exposition out;
     add_counter(out, series, "rib_updates", "", "Updates by what became of them.",
                 [](const stats_counts &counts) { return counts.updates; });
-    add_counter(out, series, "rib_update_bytes", "bytes", "Bytes of their frames.",
+    add_counter(out, series, "rib_update_bytes", "bytes", "Bytes of the frames of updates.",
                 [](const stats_counts &counts) { return counts.bytes; });
     add_times(out, series);
     add_counter(out, series, "rib_allocations", "", "Blocks of memory that the library asked for.",
                 [](const stats_counts &counts) { return counts.allocations.number; });
-    add_counter(out, series, "rib_allocated_bytes", "bytes", "Bytes that it asked for.",
+    add_counter(out, series, "rib_allocated_bytes", "bytes", "Bytes of memory that the library asked for.",
                 [](const stats_counts &counts) { return counts.allocations.bytes; });
     add_counter(out, series, "rib_record_bytes", "bytes", "Bytes of the records that clients get.",
                 [](const stats_counts &counts) { return counts.record_bytes; });

@@ -20,27 +20,49 @@ uint64_t each(uint64_t sum, uint64_t updates)
     return updates == 0 ? 0 : (sum + updates / 2) / updates;
 }
 
-void append_row(std::string &to, std::string_view code, std::string_view name, std::string_view outcome,
-                std::string_view reason, const stats_counts &counts)
+std::string_view reason_text(const stats_key &key)
+{
+    return key.reason == RIB_REASON_none ? "" : rib_reason_name(key.reason);
+}
+
+// Of the columns whose texts have many lengths.
+struct text_widths {
+    size_t name = std::string_view("update").size();
+    size_t reason = std::string_view("reason").size();
+};
+
+text_widths widths_of(const update_stats &stats)
+{
+    text_widths widths;
+    for (const auto &[key, counts] : stats.rows()) {
+        widths.name = std::max(widths.name, type_name(key.code).size());
+        widths.reason = std::max(widths.reason, reason_text(key).size());
+    }
+    return widths;
+}
+
+void append_row(std::string &to, const text_widths &widths, std::string_view code, std::string_view name,
+                std::string_view outcome, std::string_view reason, const stats_counts &counts)
 {
     const time_histogram &times = counts.times;
     const double allocations =
         times.count() == 0 ? 0 : static_cast<double>(counts.allocations.number) / static_cast<double>(times.count());
-    to += fmt::format("  {:>5} {:<18} {:<9} {:<17} {:>9} {:>12} {:>8} {:>8} {:>9} {:>7.1f} {:>9} {:>9}\n", code, name,
-                      outcome, reason, counts.updates, counts.bytes, times.quantile(0.5).count(),
-                      times.quantile(0.99).count(), times.longest().count(), allocations,
+    to += fmt::format("  {:>5} {:<{}} {:<9} {:<{}} {:>9} {:>12} {:>8} {:>8} {:>9} {:>7.1f} {:>9} {:>9}\n", code, name,
+                      widths.name, outcome, reason, widths.reason, counts.updates, counts.bytes,
+                      times.quantile(0.5).count(), times.quantile(0.99).count(), times.longest().count(), allocations,
                       each(counts.allocations.bytes, times.count()), each(counts.record_bytes, counts.updates));
 }
 
 void append_table(std::string &to, const update_stats &stats)
 {
-    to += fmt::format("  {:>5} {:<18} {:<9} {:<17} {:>9} {:>12} {:>8} {:>8} {:>9} {:>7} {:>9} {:>9}\n", "code",
-                      "update", "outcome", "reason", "updates", "bytes", "p50 ns", "p99 ns", "most ns", "allocs",
-                      "allocated", "record");
+    const text_widths widths = widths_of(stats);
+    to += fmt::format("  {:>5} {:<{}} {:<9} {:<{}} {:>9} {:>12} {:>8} {:>8} {:>9} {:>7} {:>9} {:>9}\n", "code",
+                      "update", widths.name, "outcome", "reason", widths.reason, "updates", "bytes", "p50 ns", "p99 ns",
+                      "most ns", "allocs", "allocated", "record");
     for (const auto &[key, counts] : stats.rows())
-        append_row(to, std::to_string(key.code), type_name(key.code), rib_outcome_name(key.outcome),
-                   key.reason == RIB_REASON_none ? "" : rib_reason_name(key.reason), counts);
-    append_row(to, "", "all", "", "", stats.total());
+        append_row(to, widths, std::to_string(key.code), type_name(key.code), rib_outcome_name(key.outcome),
+                   reason_text(key), counts);
+    append_row(to, widths, "", "all", "", "", stats.total());
 }
 
 constexpr size_t LINE_COLUMNS = 110;
@@ -114,6 +136,8 @@ std::string stats_text(const stats_report &report)
     append_table(text, report.stats);
     append_lengths(text, "IPv4 prefixes", report.stats.routes().of(ip_family::ipv4));
     append_lengths(text, "IPv6 prefixes", report.stats.routes().of(ip_family::ipv6));
+    if (const uint64_t others = report.stats.routes().without_prefix; others != 0)
+        append_list(text, "other routes", {fmt::format("no prefix: {}", others)});
     append_paths(text, report.stats.routes().path_counts);
     text += fmt::format("  {:.3f} s in the library, {:.3f} s of processor time in all\n", seconds(all.times.total()),
                         seconds(report.processor_time));
