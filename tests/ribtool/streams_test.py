@@ -251,6 +251,36 @@ class Serve(StreamTest):
         self.assertEqual(self.receive(address), self.synth("stream.raw", 300))
         self.end(server)
 
+    def test_a_frame_that_is_due_after_all_times_is_not_sent(self):
+        self.run_tool("synth", "--updates", "3", "-o", self.path("stream.pcap"))
+        for pace in ("--rate", "--multiplier"):
+            server, address = self.serve(self.path("stream.pcap"), pace, "1e-300")
+            self.assertNotEqual(read_exactly(self.connect(address), 8), b"")
+            _, err = self.end(server, ending=signal.SIGINT)
+            self.assertIn("client 1: 1 frames", err)
+
+    def test_a_pace_is_a_number_above_zero(self):
+        file = self.write("stream.raw", PROTO)
+        for text in ("0", "-1", "nan", "inf", "1e999", "fast"):
+            _, err = self.run_tool("serve", file, "--rate", text, "--listen", "127.0.0.1:0", expected=2)
+            self.assertIn(f'--rate: "{text}" is not a number above 0', err)
+
+    def test_a_silent_source_does_not_keep_the_end_waiting(self):
+        servers = [self.start("serve", "-", "--listen", "127.0.0.1:0", "--clients", "0", stdin=subprocess.PIPE)
+                   for _ in range(10)]  # some of them end before they wait for the source
+        for server in servers:
+            server.stdin.write(PROTO)
+            server.stdin.flush()
+        for server in servers:
+            self.assertEqual(server.wait(timeout=SECONDS), 0)
+
+    def test_who_has_had_everything_is_counted_also_when_a_signal_comes(self):
+        server, address = self.serve(self.write("stream.raw", PROTO), "--keep-open")
+        peer = self.connect(address)
+        self.assertEqual(read_exactly(peer, len(PROTO)), PROTO)
+        _, err = self.end(server, ending=signal.SIGTERM)
+        self.assertIn("1 client, 1 had everything", err)
+
     def test_a_stuck_client_costs_nothing_and_holds_up_nobody(self):
         stream = PROTO * 400000  # 6 MB, far more than sockets hold
         server, address = self.serve(self.write("stream.raw", stream), at="unix:" + self.path("socket"))
@@ -270,6 +300,19 @@ class Serve(StreamTest):
         self.connect(address, receive_buffer=4096)
         self.assertIn("dropped: took nothing for 1 s", server.stderr.readline().decode())
         self.end(server, ending=signal.SIGTERM)
+
+    def test_a_client_that_takes_little_by_little_is_not_dropped(self):
+        stream = PROTO * 400000  # 6 MB: in the time below the socket gets no room again
+        server, address = self.serve(self.write("stream.raw", stream), "--stall-timeout", "2", "--clients", "1")
+        peer = self.connect(address, receive_buffer=16384)
+        end = time.monotonic() + 3.5
+        while time.monotonic() < end:
+            self.assertEqual(len(read_exactly(peer, 3000)), 3000)
+            time.sleep(0.05)
+        self.assertIsNone(server.poll())
+        peer.close()
+        _, err = self.end(server, ending=signal.SIGTERM)
+        self.assertNotIn("dropped", err)
 
     def test_a_slow_client_gets_everything(self):
         stream = self.synth("stream.raw", 300)
@@ -449,6 +492,11 @@ class Record(StreamTest):
         for text in ("1", "1X", "-5", "99999999999G"):
             _, err = self.run_tool("record", address, "--rotate", text, "-o", self.path("x"), expected=2)
             self.assertIn("is not a size from 1024 on", err)
+
+    def test_only_files_rotate(self):
+        for name in (self.folder.name, "/dev/null"):
+            _, err = self.run_tool("record", "-", "--rotate", "1K", "-o", name, expected=3, input=PROTO)
+            self.assertIn(f"{name}: cannot rotate what is no file", err)
 
     def test_a_signal_ends_a_recording_and_keeps_it(self):
         listener, address = self.listen()

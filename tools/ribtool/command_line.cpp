@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <cmath>
 
 namespace ribtool
 {
@@ -27,6 +28,20 @@ CLI::Validator whole_number(uint64_t least)
             if (result.ec == std::errc() && result.ptr == text.data() + text.size() && value >= least)
                 return std::string();
             return fmt::format("\"{}\" is not a whole number from {} to {}", text, least, UINT64_MAX);
+        },
+        "");
+}
+
+CLI::Validator positive_number()
+{
+    return CLI::Validator(
+        [](std::string &text) {
+            double value = 0;
+            const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+            if (result.ec == std::errc() && result.ptr == text.data() + text.size() && value > 0 &&
+                std::isfinite(value))
+                return std::string();
+            return fmt::format("\"{}\" is not a number above 0", text);
         },
         "");
 }

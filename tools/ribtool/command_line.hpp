@@ -30,6 +30,9 @@ std::string enumerated(const std::vector<std::string> &names, std::string_view l
 // Left to itself the parser takes "-1" for the largest number.
 CLI::Validator whole_number(uint64_t least);
 
+// Also with a fraction; neither infinite nor none, which the parser takes.
+CLI::Validator positive_number();
+
 // The type code of an update.
 CLI::Validator type_code();
 

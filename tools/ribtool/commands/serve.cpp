@@ -120,7 +120,7 @@ void add_pace(CLI::App &line, serve_pace &pace)
                 },
                 description)
             ->option_text(text)
-            ->check(CLI::PositiveNumber);
+            ->check(positive_number());
     };
     CLI::Option *rate = add("--rate", serve_pace::kind::rate, "N", "So many frames a second to each client");
     CLI::Option *multiplier =

@@ -53,6 +53,8 @@ recording::recording(std::string path, capture_format format, std::optional<uint
     : path_(std::move(path)), format_(format), rotate_bytes_(rotate_bytes),
       number_(rotate_bytes ? highest_number(path_) : 0)
 {
+    if (rotate_bytes_ && !file_behind(path_))
+        fail(EXIT_FILE, "{}: cannot rotate what is no file", path_);
     open();
 }
 

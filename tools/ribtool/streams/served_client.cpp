@@ -23,10 +23,12 @@ size_t frame_len(const uint8_t *frame)
     return RIB_FRAME_HEADER_LEN + rib_frame_payload_len(frame);
 }
 
+// What is due later than the clock can say comes when nobody waits any more.
 steady_time after(steady_time start, double seconds)
 {
     using namespace std::chrono;
-    return start + duration_cast<steady_clock::duration>(duration<double>(seconds));
+    constexpr double THIRTY_YEARS = 1e9;
+    return start + duration_cast<steady_clock::duration>(duration<double>(std::min(seconds, THIRTY_YEARS)));
 }
 
 // What the other side has not taken out of the connection yet.
@@ -44,6 +46,13 @@ served_client::served_client(descriptor socket, stream_store &store, const serve
 }
 
 void served_client::advance(steady_time now)
+{
+    send_what_is_due(now);
+    if (may_be_stuck())
+        on_the_way_ = bytes_on_the_way(socket_.get());
+}
+
+void served_client::send_what_is_due(steady_time now)
 {
     const uint64_t turn_end = bytes_ + BYTES_A_TURN;
     while (!has_ended() && bytes_ < turn_end) {
@@ -184,7 +193,13 @@ void served_client::look_at_clock(steady_time now)
 {
     if (!may_be_stuck() || now < last_progress_ + terms_.stall)
         return;
-    const bool has_taken_all = state_ == state::is_closing && bytes_on_the_way(socket_.get()) == 0;
+    const int left = bytes_on_the_way(socket_.get());
+    if (left < on_the_way_) { // a slow one takes much before the socket has room again
+        on_the_way_ = left;
+        last_progress_ = now;
+        return;
+    }
+    const bool has_taken_all = state_ == state::is_closing && left == 0;
     state_ = has_taken_all ? state::is_served : state::is_stuck;
 }
 

@@ -74,14 +74,15 @@ public:
     uint64_t frames() const; // that it got whole
     uint64_t bytes() const { return bytes_; }
     double seconds(steady_time now) const { return std::chrono::duration<double>(now - started_).count(); }
+    bool has_been_sent_all() const { return state_ == state::is_idle || state_ == state::is_closing; } // and is there
     std::string outcome() const; // "had everything"
 
 private:
-    bool has_been_sent_all() const { return state_ == state::is_idle || state_ == state::is_closing; }
     bool may_be_stuck() const
     {
         return terms_.stall.count() != 0 && (state_ == state::sending || state_ == state::is_closing);
     }
+    void send_what_is_due(steady_time now);
     void change_to(state other, steady_time now);
     bool find_chunk(steady_time now);
     void leave_chunk();
@@ -110,6 +111,7 @@ private:
     steady_time started_;
     steady_time due_; // of the frame for which it is early
     steady_time last_progress_;
+    int on_the_way_ = 0; // bytes that were left in the connection when it was looked at last
 };
 
 } // namespace ribtool

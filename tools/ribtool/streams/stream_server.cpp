@@ -60,8 +60,10 @@ exit_code stream_server::run(std::optional<uint64_t> clients)
             handle(events[static_cast<size_t>(index)]);
         advance_waiting();
     }
-    for (const auto &[id, client] : clients_)
+    for (const auto &[id, client] : clients_) {
         report(id, client);
+        served_ += client.has_been_sent_all() ? 1 : 0;
+    }
     clients_.clear();
     tell_of_damage();
     return result_;

@@ -23,7 +23,7 @@ stream_store::stream_store(std::unique_ptr<frame_source> source, times wanted)
 {
     if (!news_)
         fail(EXIT_FILE, "cannot make an event: {}", std::strerror(errno));
-    source_->while_waiting([this] { publish(); });
+    source_->while_waiting([this] { pass_time(); });
     reader_ = std::thread([this] { read(); });
 }
 
@@ -108,6 +108,14 @@ void stream_store::publish()
     chunks_.push_back(std::move(whole));
     tell();
     wanted_changed_.wait(lock, [this] { return is_stopping_ || chunks_.size() < wanted_; });
+}
+
+// A source that waits for somebody who is silent would keep the end waiting, too.
+void stream_store::pass_time()
+{
+    if (is_stopping_)
+        throw failure(EXIT_INTERRUPTED, "nobody needs more");
+    publish();
 }
 
 void stream_store::finish(std::optional<damage> why)

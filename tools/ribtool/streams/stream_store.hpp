@@ -52,6 +52,7 @@ private:
     void read();
     void take_all();
     void publish();
+    void pass_time();
     void finish(std::optional<damage> why);
     void tell() const;
 
