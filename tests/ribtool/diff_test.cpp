@@ -174,6 +174,26 @@ TEST_F(diff, both_forms_of_an_update_are_compared)
               "0 added, 0 removed, 1 changed, 0 the same\n");
 }
 
+TEST_F(diff, a_key_has_its_address_as_the_record_has_it)
+{
+    bytes older(52);
+    older[0] = 7;  // a family that nobody knows
+    older[1] = 8;  // prefix length
+    older[8] = 10; // address
+    older[25] = 1; // paths
+    const lines found = run_with(frame(3, older), frame(0, {}), {"--json"}).out_lines();
+    ASSERT_EQ(found.size(), 1u);
+    const std::string dest = "\"rt_dest\":\"0000000a000000000000000000000000\"";
+    const size_t in_key = found[0].find(dest);
+    ASSERT_NE(in_key, std::string::npos) << found[0];
+    EXPECT_NE(found[0].find(dest, in_key + 1), std::string::npos) << found[0];
+    const lines without = run_with(frame(51, via(ONE, 5)), frame(0, {}), {"--json"}).out_lines();
+    ASSERT_EQ(without.size(), 1u);
+    EXPECT_NE(without[0].find("\"key\":{\"rt_family\":0,\"rt_dest\":\"00000000000000000000000000000000\","),
+              std::string::npos)
+        << without[0];
+}
+
 TEST_F(diff, updates_that_a_client_does_not_get_change_nothing_and_are_counted)
 {
     const bytes good = frame(47, PROTO);

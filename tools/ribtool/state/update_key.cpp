@@ -1,5 +1,7 @@
 #include "tools/ribtool/state/update_key.hpp"
 
+#include "inspect/wire/hex.hpp"
+
 #include <fmt/format.h>
 
 #include <cstring>
@@ -60,6 +62,17 @@ std::string address_text(const update_key &key)
     default:
         return key.family == 0 ? "no address" : fmt::format("family {} {:08x}", key.family, first_of(key));
     }
+}
+
+// As the record's JSON has it: the bytes of the record where the family is neither.
+std::string address_in_json(const update_key &key)
+{
+    if (key.family == RIB_FAMILY_IPV4 || key.family == RIB_FAMILY_IPV6)
+        return address_text(key);
+    rib_address_bytes bytes = {};
+    const uint32_t number = first_of(key);
+    std::memcpy(bytes, &number, sizeof number);
+    return rib_inspect::to_hex(bytes);
 }
 
 } // namespace
@@ -161,10 +174,7 @@ void add_key(json_line &line, const update_key &key)
     switch (key.kind) {
     case key_kind::route:
         line.add_number("rt_family", key.family);
-        if (key.family == 0)
-            line.add_null("rt_dest");
-        else
-            line.add_text("rt_dest", address_text(key));
+        line.add_text("rt_dest", address_in_json(key));
         line.add_number("rt_prefix_len", key.prefix_len);
         break;
     case key_kind::protocol:
