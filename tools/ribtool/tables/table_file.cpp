@@ -4,6 +4,7 @@
 #include "tools/ribtool/tables/text_fields.hpp"
 
 #include <algorithm>
+#include <set>
 
 namespace ribtool
 {
@@ -93,13 +94,12 @@ void table_file::name_columns(std::string_view line)
 {
     split_cells(line);
     column_count_ = cells_.size();
+    std::set<std::string_view> names; // a line may hold a hundred thousand
     for (size_t index = 0; index < cells_.size(); ++index) {
         const std::string_view name = without_blanks_around(cells_[index]);
-        const auto found = std::find(COLUMN_NAMES.begin(), COLUMN_NAMES.end(), name);
-        const auto is_named_so = [&](const other_column &other) { return other.name == name; };
-        if (found != COLUMN_NAMES.end() ? has(static_cast<column>(found - COLUMN_NAMES.begin()))
-                                        : std::any_of(others_.begin(), others_.end(), is_named_so))
+        if (!names.insert(name).second)
             fail(EXIT_MALFORMED, "{}: two columns are named \"{}\"", input_.place(), shown_text(name));
+        const auto found = std::find(COLUMN_NAMES.begin(), COLUMN_NAMES.end(), name);
         if (found != COLUMN_NAMES.end())
             indexes_[static_cast<size_t>(found - COLUMN_NAMES.begin())] = index;
         else
