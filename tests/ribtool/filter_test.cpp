@@ -175,9 +175,13 @@ TEST_F(filter, of_a_damaged_capture_is_written_what_is_before_the_damage_where_t
     bytes cut = read("in");
     cut.resize(FRAMES[0].size() + FRAMES[1].size() + 3);
     write("in", cut);
-    EXPECT_EQ(run_with({"-4"}).exit_code, 4);
+    const run_result nothing = run_with({"-4"});
+    EXPECT_EQ(nothing.exit_code, 4);
+    EXPECT_TRUE(nothing.err.ends_with(": raw frames, 2 frames read, 2 fit, none is written\n")) << nothing.err;
     EXPECT_EQ(read("out"), bytes({'w', 'h', 'a', 't', ' ', 'w', 'a', 's', ' ', 't', 'h', 'e', 'r', 'e'}));
-    EXPECT_EQ(run_with({"-4", "--partial"}).exit_code, 4);
+    const run_result part = run_with({"-4", "--partial"});
+    EXPECT_EQ(part.exit_code, 4);
+    EXPECT_TRUE(part.err.ends_with(": raw frames, 2 frames read, 2 written\n")) << part.err;
     EXPECT_EQ(read("out"), joined({FRAMES[0], FRAMES[1]}));
 }
 

@@ -73,10 +73,12 @@ exit_code run(const filter_options &options)
     }
     progress.clear();
     exit_code result = end(options, *source, writer.file(), part);
+    const bool is_lost =
+        (result == EXIT_INTERRUPTED || breaks_off(options, *source)) && writer.file().is_kept_back() && !part.is_kept;
     if (result != EXIT_INTERRUPTED)
         result = report_damage(*source, result);
-    terminal::say("{}: {}, {} frames read, {} written\n", terminal::shown_on(stderr, source->name()), source->kind(),
-                  read, part.count);
+    terminal::say("{}: {}, {} frames read, {} {}\n", terminal::shown_on(stderr, source->name()), source->kind(), read,
+                  part.count, is_lost ? "fit, none is written" : "written");
     return result;
 }
 
