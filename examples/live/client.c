@@ -1,6 +1,6 @@
 /* A client that really runs: follows a server over a UNIX socket, survives its restarts, and keeps a table of what it says.
  *
- *     client [--chunk BYTES] [--memory MIB] [--dump FILE] [--once] SOCKET
+ *     live_client [--chunk BYTES] [--memory MIB] [--dump FILE] [--once] SOCKET
  *
  * What a connection brings, in this order: the whole table of the server, a delimiter that says that it was all, and changes
  * from then on. That the delimiter means this is the convention of the server beside this file, not of the frames. After a
@@ -253,9 +253,16 @@ static void finish(struct client *client)
     free(client->buf);
 }
 
+static const char usage_text[] =
+    "Usage: live_client [OPTIONS] SOCKET\n"
+    "  --chunk BYTES  read so many at once (default: 262144)\n"
+    "  --memory MIB   keep entries of no more than this (default: 1024)\n"
+    "  --dump FILE    write the table there at the end (SIGINT, SIGTERM) and at SIGUSR1\n"
+    "  --once         end when the table is whole\n";
+
 static void usage(void)
 {
-    fputs("Usage: client [--chunk BYTES] [--memory MIB] [--dump FILE] [--once] SOCKET\n", stderr);
+    fputs(usage_text, stderr);
     exit(2);
 }
 
@@ -274,6 +281,7 @@ static void read_options(struct client *client, int argc, char **argv)
                                             {"memory", required_argument, NULL, 'm'},
                                             {"dump", required_argument, NULL, 'd'},
                                             {"once", no_argument, NULL, 'o'},
+                                            {"help", no_argument, NULL, 'h'},
                                             {NULL, 0, NULL, 0}};
     client->chunk = DEFAULT_CHUNK;
     client->memory_limit = (size_t)DEFAULT_MEMORY << 20;
@@ -287,6 +295,8 @@ static void read_options(struct client *client, int argc, char **argv)
             client->dump_path = optarg;
         else if (option == 'o')
             client->once = 1;
+        else if (option == 'h')
+            exit(fputs(usage_text, stdout) < 0);
         else
             usage();
     }

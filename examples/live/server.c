@@ -1,7 +1,7 @@
 /* A server that really serves: folds the frames that it reads from its standard input into a table, and sends that table, and
  * then its changes, to every client of a UNIX socket.
  *
- *     ribtool synth --profile mixed --updates 100000 --format raw -o - | server [--chunk BYTES] [--dump FILE] SOCKET
+ *     ribtool synth --profile mixed --updates 100000 --format raw -o - | live_server [--chunk BYTES] [--dump FILE] SOCKET
  *
  * The convention between this server and its clients, which frames leave open:
  *
@@ -258,16 +258,21 @@ static void finish(struct server *server)
     close(server->epoll);
 }
 
+static const char usage_text[] =
+    "Usage: live_server [OPTIONS] SOCKET < FRAMES\n"
+    "  --chunk BYTES  write so many to a client at once (default: 262144)\n"
+    "  --dump FILE    write the table there at the end (SIGINT, SIGTERM) and at SIGUSR1\n";
+
 static void usage(void)
 {
-    fputs("Usage: server [--chunk BYTES] [--dump FILE] SOCKET < FRAMES\n", stderr);
+    fputs(usage_text, stderr);
     exit(2);
 }
 
 static void read_options(struct server *server, int argc, char **argv)
 {
     static const struct option options[] = {
-        {"chunk", required_argument, NULL, 'c'}, {"dump", required_argument, NULL, 'd'}, {NULL, 0, NULL, 0}};
+        {"chunk", required_argument, NULL, 'c'}, {"dump", required_argument, NULL, 'd'}, {"help", no_argument, NULL, 'h'}, {NULL, 0, NULL, 0}};
     long chunk = DEFAULT_CHUNK;
     int option;
     while ((option = getopt_long(argc, argv, "", options, NULL)) != -1) {
@@ -275,6 +280,8 @@ static void read_options(struct server *server, int argc, char **argv)
             chunk = strtol(optarg, NULL, 10);
         else if (option == 'd')
             server->dump_path = optarg;
+        else if (option == 'h')
+            exit(fputs(usage_text, stdout) < 0);
         else
             usage();
     }

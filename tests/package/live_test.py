@@ -239,6 +239,26 @@ class Breaks(LiveTest):
         self.assertEqual(self.current_table(client, "client"), [])
         client.end()
 
+    def test_a_client_follows_ribtool_serve_whose_delimiter_ends_the_table(self):
+        (self.folder / "served.raw").write_bytes(route(1, 10) + route(2, 20))
+        served = subprocess.Popen([chosen.ribtool, "serve", self.folder / "served.raw", "--listen", self.socket_path,
+                                   "--delimiter", "--keep-open"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.addCleanup(served.stdout.close)
+        self.addCleanup(served.wait)
+        self.addCleanup(served.kill)
+        self.assertIn(b"listening on", served.stdout.readline())
+        self.client("--once").finish()
+        self.assertEqual(self.table(), [line_of(1, 10), line_of(2, 20)])
+
+    def test_help_names_the_program_and_its_options(self):
+        for name, options in [("live_client", ["--chunk", "--memory", "--dump", "--once"]),
+                              ("live_server", ["--chunk", "--dump"])]:
+            with self.subTest(program=name):
+                text = subprocess.run([chosen.programs / name, "--help"], stdout=subprocess.PIPE, check=True).stdout
+                self.assertEqual(text.decode().split()[:2], ["Usage:", name])
+                for option in options:
+                    self.assertIn(f"  {option}", text.decode())
+
     def test_a_second_server_on_the_same_socket_is_refused(self):
         server = self.server()
         second = self.start("live_server", self.socket_path)
