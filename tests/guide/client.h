@@ -55,26 +55,8 @@ static inline int on_grid(void *record, void *ctx, uint32_t tlv_type)
     return 0;
 }
 
-static inline int on_route(uint32_t update_id, struct rib_routetype_ *route, void *ctx)
-{
-    (void)update_id;
-    struct client *client = ctx;
-    const rib_path_entry *path = rib_route_first_path(route);
-    for (uint32_t i = 0; i < route->rt_path_count; i++, path = rib_route_next_path(path)) {
-        client->paths++;
-        client->labels += path->pe_label_count;
-    }
-    return 0;
-}
-
+#include "route_client.inc"
 #include "take_frame.inc"
-
-static inline void begin(struct client *client)
-{
-    memset(client, 0, sizeof *client);
-    client->routes.context = client;
-    client->routes.encoded_route = on_route;
-}
 
 static const uint8_t STREAM[] = {
     0,    0,    0, 0, 0, 47, 0, 2, /* protocol, 2 bytes */

@@ -74,7 +74,7 @@ int main(void)
     const size_t pieces[] = {1, 7, 4096};
     for (size_t i = 0; i < 3; i++) {
         struct client client;
-        begin(&client);
+        client_begin(&client);
         struct stream stream = {.fd = stream_of(STREAM, sizeof STREAM, pieces[i]), .client = &client};
         run(&stream);
         expect_whole_stream(&client);

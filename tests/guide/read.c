@@ -20,7 +20,7 @@ static enum stream_state read_to_the_end(struct stream *stream)
 static void connection_that_ends_inside_a_frame_is_cut_and_leaves_nothing_to_the_next(void)
 {
     struct client client;
-    begin(&client);
+    client_begin(&client);
     struct stream stream = {.fd = -1, .client = &client};
     stream_opened(&stream, stream_of(STREAM, 25, 25)); /* three bytes short of the next-hop ID's end */
     EXPECT(read_to_the_end(&stream) == STREAM_CUT);
@@ -28,7 +28,7 @@ static void connection_that_ends_inside_a_frame_is_cut_and_leaves_nothing_to_the
     close(stream.fd);
 
     struct client fresh;
-    begin(&fresh);
+    client_begin(&fresh);
     stream.client = &fresh;
     stream_opened(&stream, stream_of(STREAM, sizeof STREAM, 3));
     EXPECT(read_to_the_end(&stream) == STREAM_ENDED);
@@ -40,7 +40,7 @@ static void older_protocol_is_handed_over_when_its_record_and_last_name_are_whol
 {
     uint8_t bytes[8 + 92] = {0, 0, 0, 0, 0, 38, 0, 92};
     struct client client;
-    begin(&client);
+    client_begin(&client);
     rib_frame frame = {bytes, sizeof bytes, 38, 92, bytes + 8};
     take_frame(&client, &frame);
     EXPECT(client.protocols == 1 && client.strange == 0);
@@ -70,7 +70,7 @@ static void older_opaque_is_handed_over_when_its_blocks_are_inside(void)
         bytes[cases[i].place] = cases[i].value;
         rib_frame frame = {bytes, sizeof bytes, 37, 24 + 3, bytes + 8};
         struct client client;
-        begin(&client);
+        client_begin(&client);
         take_frame(&client, &frame);
         EXPECT(client.opaques == cases[i].is_whole && client.strange == !cases[i].is_whole);
     }
@@ -107,7 +107,7 @@ static void search_goes_on_behind_damage_in_pieces_of_any_size(void)
     /* clang-format on */
     for (size_t piece = 1; piece <= sizeof damaged; piece++) {
         struct client client;
-        begin(&client);
+        client_begin(&client);
         struct search search = {0};
         static uint8_t buf[RIB_FRAMES_RESYNC_LEN];
         size_t held = 0;

@@ -36,7 +36,7 @@ static void route_has_both_its_paths_and_a_label(void)
     EXPECT(build_route(frame, size) == size);
     EXPECT(build_route(frame, size - 1) == 0);
     struct client client;
-    begin(&client);
+    client_begin(&client);
     rib_frames frames;
     rib_frame each;
     rib_frames_begin(&frames, frame, size);
@@ -73,7 +73,7 @@ static void opaque_update_arrives_whole_however_little_a_socket_takes_at_once(vo
     }
     close(ends[1]);
     struct client client;
-    begin(&client);
+    client_begin(&client);
     struct stream stream = {.fd = ends[0], .client = &client};
     while (stream_read(&stream) == STREAM_OPEN)
         continue;
