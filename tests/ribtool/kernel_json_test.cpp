@@ -114,6 +114,17 @@ TEST_F(kernel_json_file, entries_of_one_prefix_and_table_are_one_route)
     EXPECT_EQ(routes[2].prefix.length, 9);
 }
 
+TEST_F(kernel_json_file, tables_whose_names_have_no_number_are_not_mixed)
+{
+    const auto routes = read_routes(R"([{"dst":"default","gateway":"192.0.2.1","table":"no such"},
+{"dst":"default","gateway":"192.0.2.2","table":"no such"},{"dst":"default","gateway":"192.0.2.3","table":"nor this"},
+{"dst":"default","gateway":"192.0.2.4"}])");
+    ASSERT_EQ(routes.size(), 3u);
+    EXPECT_EQ(routes[0].paths.size(), 2u);
+    EXPECT_EQ(text_of(routes[1].paths[0].next_hop), "192.0.2.3");
+    EXPECT_EQ(text_of(routes[2].paths[0].next_hop), "192.0.2.4");
+}
+
 TEST_F(kernel_json_file, an_address_without_a_length_is_a_host)
 {
     EXPECT_EQ(prefixes(R"([{"dst":"10.0.0.1"},{"dst":"2001:db8::1"}])"), "10.0.0.1/32 2001:db8::1/128 ");

@@ -154,7 +154,8 @@ void kernel_json::parse_route_member(member which, const json_token &value, obje
         return;
     case member::table:
         entry.table = named(which, value, tables_);
-        entry.has_unknown_table = !entry.table;
+        if (!entry.table)
+            entry.unknown_table = number_of_unknown_table(value.text);
         return;
     case member::protocol:
         entry.protocol = named(which, value, protocols_);
@@ -338,6 +339,13 @@ ip_address kernel_json::address(member which, const json_token &value) const
 std::optional<uint32_t> kernel_json::named(member which, const json_token &value, const name_numbers &names) const
 {
     return number_of(names, value.kind == json_kind::number ? value.text : text(which, value));
+}
+
+// Tables whose names have no number are told apart all the same.
+uint32_t kernel_json::number_of_unknown_table(std::string_view name)
+{
+    return unknown_tables_.try_emplace(std::string(name), static_cast<uint32_t>(unknown_tables_.size() + 1))
+        .first->second;
 }
 
 std::optional<uint32_t> kernel_json::interface_index(const json_token &value) const

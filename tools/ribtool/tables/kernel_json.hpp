@@ -64,12 +64,14 @@ private:
     uint32_t number(member which, const json_token &value) const;
     ip_address address(member which, const json_token &value) const;
     std::optional<uint32_t> named(member which, const json_token &value, const name_numbers &names) const;
+    uint32_t number_of_unknown_table(std::string_view name);
     std::optional<uint32_t> interface_index(const json_token &value) const;
     [[noreturn]] void bad(member which, const json_token &value) const;
 
     json_tokens tokens_;
     bool is_in_array_ = false;
     name_numbers interfaces_;
+    name_numbers unknown_tables_; // in the order in which they come, from 1
     const name_numbers tables_ = table_numbers();
     const name_numbers protocols_ = protocol_numbers();
 };

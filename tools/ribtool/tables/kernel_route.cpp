@@ -90,7 +90,7 @@ void count_losses(const kernel_route &entry, left_out_counts &counts)
 {
     if (!ends_packets(entry.type))
         add(counts, omission::interface_name, entry.unknown_interfaces);
-    add(counts, omission::table_name, entry.has_unknown_table);
+    add(counts, omission::table_name, entry.unknown_table != 0);
     add(counts, omission::protocol_name, entry.has_unknown_protocol);
     add(counts, omission::encapsulation, entry.encapsulations);
     add(counts, omission::transport_metrics, entry.has_transport_metrics);

@@ -61,7 +61,7 @@ struct kernel_route {
     bool has_transport_metrics = false;
     bool has_preference = false;
     uint32_t unknown_interfaces = 0; // named, without an index
-    bool has_unknown_table = false;  // likewise
+    uint32_t unknown_table = 0;      // a number that tells it from others whose names have none; 0: none
     bool has_unknown_protocol = false;
 
     // Where it stands: a line and a column, or a message and a byte.

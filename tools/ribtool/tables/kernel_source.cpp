@@ -13,6 +13,7 @@ bool kernel_source::next_row(table_row &row)
         count_losses(entry_, left_out_);
         row.prefix = entry_.prefix;
         row.table = entry_.table;
+        row.unknown_table = entry_.unknown_table;
         append_paths(entry_, row.paths);
         row.time_us = rows_++; // one microsecond an entry, so that the order stays visible
         row.number = entry_.place_number;

@@ -27,6 +27,7 @@ bool row_source::next(table_route &route, uint64_t &time_us)
         return false;
     route.prefix = row_.prefix;
     route.table = row_.table;
+    const uint32_t unknown_table = row_.unknown_table;
     std::swap(route.paths, row_.paths);
     time_us = row_.time_us;
     number_ = row_.number;
@@ -34,7 +35,8 @@ bool row_source::next(table_route &route, uint64_t &time_us)
     if (row_.is_whole)
         return true;
     while (read_row()) {
-        is_waiting_ = row_.is_whole || row_.prefix != route.prefix || row_.table != route.table;
+        is_waiting_ = row_.is_whole || row_.prefix != route.prefix || row_.table != route.table ||
+                      row_.unknown_table != unknown_table;
         if (is_waiting_)
             return true;
         number_ = row_.number;

@@ -16,6 +16,7 @@ namespace ribtool
 struct table_row {
     ip_prefix prefix;
     std::optional<uint32_t> table; // of a kernel, which has several
+    uint32_t unknown_table = 0;    // of a kernel, too: tells tables without a number from one another
     std::vector<table_path> paths;
     uint64_t time_us = 0;
     bool is_whole = false; // a route of its own, whatever follows: an update, or a prefix of a list
