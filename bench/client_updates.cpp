@@ -1,11 +1,11 @@
 #include "bench/client_updates.hpp"
 
 #include "bench/client_routes.hpp"
-#include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/generate/random_grids.hpp"
 #include "tools/ribtool/generate/random_routes.hpp"
 #include "tools/ribtool/generate/random_updates.hpp"
 #include "tools/ribtool/generate/table_source.hpp"
+#include "tools/ribtool/messages/encode.hpp"
 #include "tools/ribtool/tables/table_file.hpp"
 
 #include <cstdlib>

@@ -2,8 +2,8 @@
 
 #pragma once
 
-#include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/errors.hpp"
+#include "tools/ribtool/messages/encode.hpp"
 #include "tools/ribtool/tables/route_source.hpp"
 
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // What is read out of packed files, whole, several in one, damaged and cut.
 
 #include "tests/ribtool/run_ribtool.hpp"
-#include "tools/ribtool/compressed_input.hpp"
+#include "tools/ribtool/input/compressed_input.hpp"
 
 namespace ribtool_test
 {

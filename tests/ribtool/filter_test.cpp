@@ -2,7 +2,7 @@
 
 #include "tests/ribtool/run_ribtool.hpp"
 
-#include "tools/ribtool/prefix_set.hpp"
+#include "tools/ribtool/options/prefix_set.hpp"
 
 namespace ribtool_test
 {

@@ -5,7 +5,7 @@
 #include "rib_frames.h"
 #include "tests/ribtool/run_ribtool.hpp"
 #include "tools/ribtool/generate/update_stream.hpp"
-#include "tools/ribtool/update_types.hpp"
+#include "tools/ribtool/library/update_types.hpp"
 
 #include <algorithm>
 #include <string>

@@ -1,13 +1,13 @@
 // Pieces of ribtool that stand on their own: random numbers, histograms, addresses, older forms, the assertion guard.
 
 #include "tools/ribtool/addresses.hpp"
-#include "tools/ribtool/assertion_guard.hpp"
 #include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/generate/histogram.hpp"
 #include "tools/ribtool/generate/random.hpp"
-#include "tools/ribtool/older_forms.hpp"
-#include "tools/ribtool/progress.hpp"
-#include "tools/ribtool/replay_summary.hpp"
+#include "tools/ribtool/library/assertion_guard.hpp"
+#include "tools/ribtool/library/older_forms.hpp"
+#include "tools/ribtool/library/replay_summary.hpp"
+#include "tools/ribtool/output/progress.hpp"
 #include "tools/ribtool/stats/time_histogram.hpp"
 
 #include <algorithm>

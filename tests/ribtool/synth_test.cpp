@@ -5,7 +5,7 @@
 #include "tools/ribtool/generate/histogram.hpp"
 #include "tools/ribtool/generate/update_stream.hpp"
 #include "tools/ribtool/generate/worst_case.hpp"
-#include "tools/ribtool/older_forms.hpp"
+#include "tools/ribtool/library/older_forms.hpp"
 
 #include "messages/rib_encap.h"
 

@@ -1,10 +1,10 @@
 // The table of update types: each row's entry point takes the updates of its code.
 
 #include "tools/ribtool/generate/update_stream.hpp"
-#include "tools/ribtool/update_types.hpp"
+#include "tools/ribtool/library/update_types.hpp"
 
-#include "tools/ribtool/assertion_guard.hpp"
-#include "tools/ribtool/older_route_client.hpp"
+#include "tools/ribtool/library/assertion_guard.hpp"
+#include "tools/ribtool/library/older_route_client.hpp"
 
 #include <initializer_list>
 #include <map>

@@ -7,7 +7,7 @@
 
 #include "messages/rib_common.h"
 #include "messages/rib_encap.h"
-#include "tools/ribtool/scratch.hpp"
+#include "tools/ribtool/messages/scratch.hpp"
 
 #include <array>
 #include <cstdint>

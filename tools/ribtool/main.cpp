@@ -1,8 +1,8 @@
 // ribtool: makes, shows, explains and converts updates. docs/ribtool.md is the manual.
 
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/interruption.hpp"
-#include "tools/ribtool/output_file.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/output/interruption.hpp"
+#include "tools/ribtool/output/output_file.hpp"
 #include "tools/terminal/terminal.hpp"
 
 #include <fmt/format.h>

@@ -2,10 +2,10 @@
 
 #include "inspect/measure/annotate.hpp"
 #include "inspect/wire/hex.hpp"
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/message_types.hpp"
-#include "tools/ribtool/payload_input.hpp"
-#include "tools/ribtool/update_types.hpp"
+#include "tools/ribtool/input/payload_input.hpp"
+#include "tools/ribtool/library/update_types.hpp"
+#include "tools/ribtool/messages/message_types.hpp"
+#include "tools/ribtool/options/command_line.hpp"
 #include "tools/terminal/terminal.hpp"
 
 #include <algorithm>

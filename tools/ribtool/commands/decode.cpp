@@ -1,6 +1,6 @@
 // ribtool decode: messages out of their encoding.
 
-#include "tools/ribtool/message_conversion.hpp"
+#include "tools/ribtool/messages/message_conversion.hpp"
 
 #include <memory>
 

@@ -1,9 +1,9 @@
 // ribtool diff: what two streams of updates, each folded to what a client has at its end, differ in.
 
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/interruption.hpp"
-#include "tools/ribtool/one_line.hpp"
-#include "tools/ribtool/progress.hpp"
+#include "tools/ribtool/explain/one_line.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/output/interruption.hpp"
+#include "tools/ribtool/output/progress.hpp"
 #include "tools/ribtool/state/difference_output.hpp"
 #include "tools/ribtool/state/folded_state.hpp"
 #include "tools/ribtool/tables/table_frames.hpp"

@@ -1,6 +1,6 @@
 // ribtool encode: messages into their encoding.
 
-#include "tools/ribtool/message_conversion.hpp"
+#include "tools/ribtool/messages/message_conversion.hpp"
 
 #include <memory>
 

@@ -2,14 +2,14 @@
 // writes that into a copy of the capture.
 
 #include "inspect/rib_inspect.h"
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/explain_summary.hpp"
-#include "tools/ribtool/explanation_comment.hpp"
-#include "tools/ribtool/explanation_text.hpp"
+#include "tools/ribtool/explain/explain_summary.hpp"
+#include "tools/ribtool/explain/explanation_comment.hpp"
+#include "tools/ribtool/explain/explanation_text.hpp"
 #include "tools/ribtool/frames/pcapng_writer.hpp"
-#include "tools/ribtool/partial_output.hpp"
-#include "tools/ribtool/payload_input.hpp"
-#include "tools/ribtool/progress.hpp"
+#include "tools/ribtool/input/payload_input.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/output/partial_output.hpp"
+#include "tools/ribtool/output/progress.hpp"
 
 #include <algorithm>
 #include <memory>

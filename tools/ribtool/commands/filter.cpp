@@ -1,10 +1,10 @@
 // ribtool filter: copies the updates of a capture that fit into a new one, with their times and bytes as they are.
 
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/frame_input.hpp"
-#include "tools/ribtool/partial_output.hpp"
-#include "tools/ribtool/progress.hpp"
-#include "tools/ribtool/update_selection.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/options/frame_input.hpp"
+#include "tools/ribtool/options/update_selection.hpp"
+#include "tools/ribtool/output/partial_output.hpp"
+#include "tools/ribtool/output/progress.hpp"
 
 #include <memory>
 

@@ -1,8 +1,8 @@
 // ribtool import: turns a table of routes into a capture of encoded route updates.
 
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/partial_output.hpp"
-#include "tools/ribtool/progress.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/output/partial_output.hpp"
+#include "tools/ribtool/output/progress.hpp"
 #include "tools/ribtool/tables/detect.hpp"
 #include "tools/ribtool/tables/iproute_names.hpp"
 #include "tools/ribtool/tables/kernel_table.hpp"

@@ -1,9 +1,9 @@
 // ribtool record: writes what comes out of a socket or a pipe into captures, with the times at which it came.
 
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/frame_input.hpp"
-#include "tools/ribtool/interruption.hpp"
-#include "tools/ribtool/progress.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/options/frame_input.hpp"
+#include "tools/ribtool/output/interruption.hpp"
+#include "tools/ribtool/output/progress.hpp"
 #include "tools/ribtool/streams/connection.hpp"
 #include "tools/ribtool/streams/reconnecting_frames.hpp"
 #include "tools/ribtool/streams/recording.hpp"

@@ -1,11 +1,11 @@
 // ribtool replay: hands every update of a capture to the library's entry points and prints what the callbacks get.
 
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/frame_input.hpp"
-#include "tools/ribtool/library_call.hpp"
-#include "tools/ribtool/partial_output.hpp"
-#include "tools/ribtool/progress.hpp"
-#include "tools/ribtool/replay_summary.hpp"
+#include "tools/ribtool/library/library_call.hpp"
+#include "tools/ribtool/library/replay_summary.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/options/frame_input.hpp"
+#include "tools/ribtool/output/partial_output.hpp"
+#include "tools/ribtool/output/progress.hpp"
 
 #include <memory>
 #include <optional>

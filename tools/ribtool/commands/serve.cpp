@@ -1,14 +1,14 @@
 // ribtool serve: gives captures, tables or a generated stream to all who connect to a socket.
 
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/compressed_input.hpp"
-#include "tools/ribtool/frame_input.hpp"
 #include "tools/ribtool/frames/joined_frames.hpp"
 #include "tools/ribtool/generate/synth_frames.hpp"
-#include "tools/ribtool/profile_options.hpp"
+#include "tools/ribtool/input/compressed_input.hpp"
+#include "tools/ribtool/library/update_types.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/options/frame_input.hpp"
+#include "tools/ribtool/options/profile_options.hpp"
 #include "tools/ribtool/streams/stream_server.hpp"
 #include "tools/ribtool/tables/table_frames.hpp"
-#include "tools/ribtool/update_types.hpp"
 
 #include <sys/stat.h>
 

@@ -1,13 +1,13 @@
 // ribtool show: one line for each update of a capture, for people.
 
 #include "inspect/rib_inspect.h"
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/explanation.hpp"
-#include "tools/ribtool/older_forms.hpp"
-#include "tools/ribtool/older_route_client.hpp"
-#include "tools/ribtool/one_line.hpp"
-#include "tools/ribtool/progress.hpp"
-#include "tools/ribtool/update_selection.hpp"
+#include "tools/ribtool/explain/explanation.hpp"
+#include "tools/ribtool/explain/one_line.hpp"
+#include "tools/ribtool/library/older_forms.hpp"
+#include "tools/ribtool/library/older_route_client.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/options/update_selection.hpp"
+#include "tools/ribtool/output/progress.hpp"
 #include "tools/terminal/terminal.hpp"
 
 #include <array>
@@ -130,7 +130,8 @@ private:
 
     void show_update(captured_frame &frame)
     {
-        const explanation_handle of = explain(frame_code(frame.bytes), byte_span(frame.bytes).subspan(FRAME_HEADER_LEN));
+        const explanation_handle of =
+            explain(frame_code(frame.bytes), byte_span(frame.bytes).subspan(FRAME_HEADER_LEN));
         if (of->outcome != RIB_DELIVERED) {
             print_outcome(of->outcome, why(*of));
             return;

@@ -1,10 +1,10 @@
 // ribtool stats: counts what becomes of the updates of a capture or of a live stream, and what they cost.
 
-#include "tools/ribtool/command_line.hpp"
-#include "tools/ribtool/frame_input.hpp"
-#include "tools/ribtool/interruption.hpp"
-#include "tools/ribtool/output_file.hpp"
-#include "tools/ribtool/progress.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/options/frame_input.hpp"
+#include "tools/ribtool/output/interruption.hpp"
+#include "tools/ribtool/output/output_file.hpp"
+#include "tools/ribtool/output/progress.hpp"
 #include "tools/ribtool/stats/stats_formats.hpp"
 
 #include <ctime>

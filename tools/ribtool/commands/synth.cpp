@@ -1,10 +1,10 @@
 // ribtool synth: writes a stream of generated updates.
 
-#include "tools/ribtool/command_line.hpp"
 #include "tools/ribtool/generate/synth_frames.hpp"
-#include "tools/ribtool/partial_output.hpp"
-#include "tools/ribtool/profile_options.hpp"
-#include "tools/ribtool/progress.hpp"
+#include "tools/ribtool/options/command_line.hpp"
+#include "tools/ribtool/options/profile_options.hpp"
+#include "tools/ribtool/output/partial_output.hpp"
+#include "tools/ribtool/output/progress.hpp"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 #include "tools/ribtool/frames/capture.hpp"
 
 #include "tools/ribtool/errors.hpp"
-#include "tools/ribtool/interruption.hpp"
+#include "tools/ribtool/output/interruption.hpp"
 
 #include <pcap/pcap.h>
 

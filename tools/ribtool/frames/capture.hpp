@@ -2,10 +2,10 @@
 
 #pragma once
 
-#include "tools/ribtool/compressed_input.hpp"
 #include "tools/ribtool/frames/frame_buffer.hpp"
 #include "tools/ribtool/frames/frame_source.hpp"
-#include "tools/ribtool/output_file.hpp"
+#include "tools/ribtool/input/compressed_input.hpp"
+#include "tools/ribtool/output/output_file.hpp"
 
 #include <cstdint>
 #include <cstdio>

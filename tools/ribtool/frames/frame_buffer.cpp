@@ -1,7 +1,7 @@
 #include "tools/ribtool/frames/frame_buffer.hpp"
 
 #include "rib_frames.h"
-#include "tools/ribtool/update_types.hpp"
+#include "tools/ribtool/library/update_types.hpp"
 
 #include <fmt/format.h>
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tools/ribtool/frames/frame_source.hpp"
-#include "tools/ribtool/output_file.hpp"
+#include "tools/ribtool/output/output_file.hpp"
 
 #include <string>
 #include <string_view>

@@ -4,7 +4,7 @@
 
 #include "messages/rib_encap.h"
 #include "tools/ribtool/generate/random_values.hpp"
-#include "tools/ribtool/scratch.hpp"
+#include "tools/ribtool/messages/scratch.hpp"
 
 namespace ribtool
 {

@@ -1,7 +1,7 @@
 #include "tools/ribtool/generate/random_routes.hpp"
 
-#include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/generate/random_values.hpp"
+#include "tools/ribtool/messages/encode.hpp"
 
 #include <iterator>
 

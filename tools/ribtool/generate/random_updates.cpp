@@ -1,8 +1,8 @@
 #include "tools/ribtool/generate/random_updates.hpp"
 
-#include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/generate/random_values.hpp"
-#include "tools/ribtool/older_forms.hpp"
+#include "tools/ribtool/library/older_forms.hpp"
+#include "tools/ribtool/messages/encode.hpp"
 
 #include <fmt/format.h>
 

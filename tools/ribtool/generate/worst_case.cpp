@@ -1,10 +1,10 @@
 #include "tools/ribtool/generate/worst_case.hpp"
 
-#include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/generate/random_grids.hpp"
 #include "tools/ribtool/generate/random_routes.hpp"
 #include "tools/ribtool/generate/random_updates.hpp"
-#include "tools/ribtool/older_forms.hpp"
+#include "tools/ribtool/library/older_forms.hpp"
+#include "tools/ribtool/messages/encode.hpp"
 
 #include <algorithm>
 #include <iterator>

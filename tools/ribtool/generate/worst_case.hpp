@@ -4,7 +4,7 @@
 
 #include "tools/ribtool/frames/frame.hpp"
 #include "tools/ribtool/generate/random.hpp"
-#include "tools/ribtool/scratch.hpp"
+#include "tools/ribtool/messages/scratch.hpp"
 
 #include <cstdint>
 

@@ -1,9 +1,9 @@
 #include "tools/ribtool/state/difference_output.hpp"
 
 #include "inspect/records/record_json.hpp"
-#include "tools/ribtool/json_line.hpp"
-#include "tools/ribtool/one_line.hpp"
-#include "tools/ribtool/output_file.hpp"
+#include "tools/ribtool/explain/one_line.hpp"
+#include "tools/ribtool/output/json_line.hpp"
+#include "tools/ribtool/output/output_file.hpp"
 #include "tools/terminal/terminal.hpp"
 
 #include <cstring>

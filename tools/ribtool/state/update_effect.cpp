@@ -3,7 +3,7 @@
 #include "messages/ip_rib.h"
 #include "messages/rib_common.h"
 #include "messages/rib_encap.h"
-#include "tools/ribtool/older_forms.hpp"
+#include "tools/ribtool/library/older_forms.hpp"
 
 #include <cstring>
 

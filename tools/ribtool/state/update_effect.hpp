@@ -8,7 +8,7 @@
 
 #include "codec/zidl_arena.h"
 #include "inspect/rib_inspect.h"
-#include "tools/ribtool/explanation.hpp"
+#include "tools/ribtool/explain/explanation.hpp"
 #include "tools/ribtool/frames/frame.hpp"
 #include "tools/ribtool/state/update_key.hpp"
 

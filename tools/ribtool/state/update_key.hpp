@@ -4,7 +4,7 @@
 
 #include "ip/rib/lib/src/rib_lib.h"
 #include "tools/ribtool/addresses.hpp"
-#include "tools/ribtool/json_line.hpp"
+#include "tools/ribtool/output/json_line.hpp"
 
 #include <array>
 #include <compare>

@@ -1,7 +1,7 @@
 #include "tools/ribtool/state/update_record.hpp"
 
-#include "tools/ribtool/older_forms.hpp"
-#include "tools/ribtool/older_route_client.hpp"
+#include "tools/ribtool/library/older_forms.hpp"
+#include "tools/ribtool/library/older_route_client.hpp"
 
 #include <algorithm>
 #include <cstring>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "inspect/records/client_records.hpp"
-#include "tools/ribtool/explanation.hpp"
+#include "tools/ribtool/explain/explanation.hpp"
 #include "tools/ribtool/frames/frame.hpp"
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "tools/ribtool/json_line.hpp"
+#include "tools/ribtool/output/json_line.hpp"
 #include "tools/ribtool/stats/stats_formats.hpp"
 
 #include <fmt/format.h>

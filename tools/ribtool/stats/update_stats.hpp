@@ -4,8 +4,8 @@
 
 #include "inspect/rib_inspect.h"
 #include "tools/ribtool/frames/frame_source.hpp"
-#include "tools/ribtool/library_call.hpp"
-#include "tools/ribtool/record_facts.hpp"
+#include "tools/ribtool/library/library_call.hpp"
+#include "tools/ribtool/library/record_facts.hpp"
 #include "tools/ribtool/stats/allocation_count.hpp"
 #include "tools/ribtool/stats/time_histogram.hpp"
 

@@ -1,6 +1,6 @@
 #include "tools/ribtool/streams/reconnecting_frames.hpp"
 
-#include "tools/ribtool/interruption.hpp"
+#include "tools/ribtool/output/interruption.hpp"
 #include "tools/ribtool/streams/connection.hpp"
 #include "tools/ribtool/streams/waiting.hpp"
 

@@ -1,7 +1,7 @@
 #include "tools/ribtool/streams/stream_server.hpp"
 
 #include "tools/ribtool/errors.hpp"
-#include "tools/ribtool/interruption.hpp"
+#include "tools/ribtool/output/interruption.hpp"
 #include "tools/ribtool/streams/connection.hpp"
 
 #include <netinet/in.h>

@@ -1,6 +1,6 @@
 #include "tools/ribtool/streams/waiting.hpp"
 
-#include "tools/ribtool/interruption.hpp"
+#include "tools/ribtool/output/interruption.hpp"
 
 #include <cerrno>
 #include <poll.h>

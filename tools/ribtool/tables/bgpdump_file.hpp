@@ -2,9 +2,9 @@
 
 #pragma once
 
+#include "tools/ribtool/input/text_input.hpp"
 #include "tools/ribtool/tables/peer_numbers.hpp"
 #include "tools/ribtool/tables/row_source.hpp"
-#include "tools/ribtool/text_input.hpp"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "tools/ribtool/tables/detect.hpp"
 
-#include "tools/ribtool/compressed_input.hpp"
 #include "tools/ribtool/errors.hpp"
+#include "tools/ribtool/input/compressed_input.hpp"
 #include "tools/ribtool/tables/bgpdump_file.hpp"
 #include "tools/ribtool/tables/kernel_json.hpp"
 #include "tools/ribtool/tables/mrt_file.hpp"

@@ -2,7 +2,7 @@
 
 #include "inspect/formats/json_text.hpp"
 #include "tools/ribtool/errors.hpp"
-#include "tools/ribtool/text_input.hpp"
+#include "tools/ribtool/input/text_input.hpp"
 
 #include <algorithm>
 #include <charconv>

@@ -1,8 +1,8 @@
 #include "tools/ribtool/tables/kernel_json.hpp"
 
 #include "tools/ribtool/errors.hpp"
+#include "tools/ribtool/input/text_input.hpp"
 #include "tools/ribtool/tables/text_fields.hpp"
-#include "tools/ribtool/text_input.hpp"
 
 #include <linux/rtnetlink.h>
 

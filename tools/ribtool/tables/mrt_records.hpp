@@ -2,8 +2,8 @@
 
 #pragma once
 
-#include "tools/ribtool/compressed_input.hpp"
 #include "tools/ribtool/frames/frame.hpp"
+#include "tools/ribtool/input/compressed_input.hpp"
 
 #include <cstdint>
 #include <memory>

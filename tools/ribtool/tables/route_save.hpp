@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "tools/ribtool/compressed_input.hpp"
+#include "tools/ribtool/input/compressed_input.hpp"
 #include "tools/ribtool/tables/kernel_source.hpp"
 
 #include <memory>

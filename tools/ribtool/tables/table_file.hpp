@@ -7,8 +7,8 @@
 
 #pragma once
 
+#include "tools/ribtool/input/text_input.hpp"
 #include "tools/ribtool/tables/row_source.hpp"
-#include "tools/ribtool/text_input.hpp"
 
 #include <array>
 #include <cstdint>

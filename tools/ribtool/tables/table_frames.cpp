@@ -1,10 +1,10 @@
 #include "tools/ribtool/tables/table_frames.hpp"
 
-#include "tools/ribtool/compressed_input.hpp"
-#include "tools/ribtool/encode.hpp"
 #include "tools/ribtool/errors.hpp"
 #include "tools/ribtool/frames/capture.hpp"
-#include "tools/ribtool/update_types.hpp"
+#include "tools/ribtool/input/compressed_input.hpp"
+#include "tools/ribtool/library/update_types.hpp"
+#include "tools/ribtool/messages/encode.hpp"
 
 namespace ribtool
 {

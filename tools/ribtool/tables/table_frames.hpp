@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tools/ribtool/frames/frame_source.hpp"
-#include "tools/ribtool/scratch.hpp"
+#include "tools/ribtool/messages/scratch.hpp"
 #include "tools/ribtool/tables/detect.hpp"
 
 #include <memory>

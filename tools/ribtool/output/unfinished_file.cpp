@@ -1,0 +1,149 @@
+#include "tools/ribtool/output/unfinished_file.hpp"
+
+#include "tools/ribtool/errors.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <unistd.h>
+#include <utility>
+
+namespace ribtool
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr int MAX_LINKS = 40; // as many as the kernel follows
+constexpr mode_t PERMISSIONS = 0777;
+
+// The names of what is being written. More than there is room for are only not removed by a second signal.
+std::array<std::atomic<const char *>, 16> unfinished;
+
+size_t enter(const char *path)
+{
+    size_t place = 0;
+    for (const char *free = nullptr; place < unfinished.size(); ++place, free = nullptr) {
+        if (unfinished[place].compare_exchange_strong(free, path))
+            break;
+    }
+    return place;
+}
+
+void leave(size_t place)
+{
+    if (place < unfinished.size())
+        unfinished[place] = nullptr;
+}
+
+fs::path folder_of(const fs::path &path)
+{
+    return path.has_parent_path() ? path.parent_path() : fs::path(".");
+}
+
+// Links there name what is open, not what has a name.
+bool is_of_the_kernel(const fs::path &link)
+{
+    std::error_code error;
+    const std::string folder = fs::canonical(folder_of(link), error).string() + "/";
+    return folder.starts_with("/dev/") || folder.starts_with("/proc/");
+}
+
+} // namespace
+
+std::optional<std::string> file_behind(const std::string &path)
+{
+    fs::path at = path;
+    for (int links = 0; links <= MAX_LINKS && !at.empty(); ++links) {
+        struct stat status = {};
+        if (lstat(at.c_str(), &status) != 0 || S_ISREG(status.st_mode))
+            return at.string();
+        std::error_code error;
+        if (!S_ISLNK(status.st_mode) || is_of_the_kernel(at))
+            return std::nullopt;
+        at = folder_of(at) / fs::read_symlink(at, error);
+    }
+    return std::nullopt;
+}
+
+unfinished_file::unfinished_file(std::string target, const std::string &name) : target_(std::move(target))
+{
+    const bool may_replace = faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) == 0;
+    is_successor_ = may_replace || errno != ENOENT;
+    if (is_successor_ && !may_replace)
+        fail(EXIT_FILE, "{}: cannot create: {}", name, std::strerror(errno));
+    create();
+    if (descriptor_ < 0)
+        fail(EXIT_FILE, "{}: cannot create{}: {}", name, is_successor_ ? " a file beside it" : "",
+             std::strerror(errno));
+    place_ = enter(path_.c_str());
+    if (is_successor_ && !take_permissions()) {
+        const int error = errno;
+        close(descriptor_);
+        remove();
+        fail(EXIT_FILE, "{}: cannot create a file like it: {}", name, std::strerror(error));
+    }
+}
+
+unfinished_file::~unfinished_file()
+{
+    if (!path_.empty())
+        remove();
+}
+
+void unfinished_file::create()
+{
+    // What replaces a file that few may read is at no time readable to more.
+    const mode_t permissions = is_successor_ ? 0600 : 0666;
+    const fs::path folder = folder_of(target_);
+    for (unsigned number = 0; descriptor_ < 0; ++number) {
+        path_ = (folder / fmt::format(".ribtool-{}-{}", getpid(), number)).string();
+        descriptor_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
+        if (descriptor_ < 0 && errno != EEXIST)
+            return;
+    }
+}
+
+// Of the file that will be replaced; its owner and group as far as we may give files away.
+bool unfinished_file::take_permissions()
+{
+    struct stat old = {};
+    if (stat(target_.c_str(), &old) != 0)
+        return false;
+    if (fchown(descriptor_, old.st_uid, old.st_gid) != 0 && errno != EPERM)
+        return false;
+    return fchmod(descriptor_, old.st_mode & PERMISSIONS) == 0;
+}
+
+bool unfinished_file::take_name()
+{
+    if (rename(path_.c_str(), target_.c_str()) != 0)
+        return false;
+    leave(place_);
+    path_.clear();
+    return true;
+}
+
+void unfinished_file::remove()
+{
+    unlink(path_.c_str());
+    leave(place_);
+    path_.clear();
+}
+
+void remove_unfinished_files()
+{
+    for (std::atomic<const char *> &each : unfinished) {
+        if (const char *const path = each.load(); path != nullptr)
+            unlink(path);
+    }
+}
+
+} // namespace ribtool
