@@ -20,6 +20,14 @@ namespace
 constexpr int SNAP_LENGTH = 262144; // above any frame
 constexpr uint64_t MICROSECONDS = 1000000;
 
+// In front of each packet of a pcap file, in the byte order of the machine that writes it.
+struct packet_header {
+    uint32_t seconds;
+    uint32_t microseconds;
+    uint32_t held;   // bytes that follow
+    uint32_t length; // of the packet
+};
+
 } // namespace
 
 void pcap_closer::operator()(pcap *handle) const
@@ -34,8 +42,7 @@ capture_writer::capture_writer(const std::string &path, capture_format format) :
     handle_.reset(pcap_open_dead(DLT_USER0, SNAP_LENGTH));
     if (handle_ == nullptr)
         throw std::bad_alloc();
-    dumper_ = pcap_dump_fopen(handle_.get(), file_.get());
-    if (dumper_ == nullptr)
+    if (pcap_dump_fopen(handle_.get(), file_.get()) == nullptr) // the header of the file
         fail(EXIT_FILE, "{}: cannot write: {}", file_.name(), pcap_geterr(handle_.get()));
 }
 
@@ -45,13 +52,11 @@ void capture_writer::write(uint64_t time_us, byte_span frame)
         file_.write({reinterpret_cast<const char *>(frame.data()), frame.size()});
         return;
     }
-    pcap_pkthdr header = {};
-    header.ts.tv_sec = static_cast<decltype(header.ts.tv_sec)>(time_us / MICROSECONDS);
-    header.ts.tv_usec = static_cast<decltype(header.ts.tv_usec)>(time_us % MICROSECONDS);
-    header.caplen = static_cast<bpf_u_int32>(frame.size());
-    header.len = header.caplen;
-    pcap_dump(reinterpret_cast<u_char *>(dumper_), &header, frame.data());
-    file_.check();
+    const auto len = static_cast<uint32_t>(frame.size());
+    const packet_header header = {static_cast<uint32_t>(time_us / MICROSECONDS),
+                                  static_cast<uint32_t>(time_us % MICROSECONDS), len, len};
+    file_.write({reinterpret_cast<const char *>(&header), sizeof header});
+    file_.write({reinterpret_cast<const char *>(frame.data()), frame.size()});
 }
 
 namespace

@@ -14,7 +14,6 @@
 #include <string>
 
 struct pcap;
-struct pcap_dumper;
 
 namespace ribtool
 {
@@ -41,7 +40,6 @@ private:
     output_file file_;
     capture_format format_;
     pcap_handle handle_;
-    pcap_dumper *dumper_ = nullptr; // writes to file_, needs no closing of its own
 };
 
 // Whether the first bytes of a file are those of a pcap or pcapng file.

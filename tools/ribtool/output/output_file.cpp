@@ -5,6 +5,7 @@
 #include "tools/terminal/terminal.hpp"
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <unistd.h>
 
@@ -46,10 +47,17 @@ void output_file::fail_to_write()
     fail(EXIT_FILE, "{}: cannot write: {}", name_, std::strerror(error_));
 }
 
+// A pipe takes a piece of PIPE_BUF bytes whole or not at all. Of a longer one that a signal ends in the middle the C library would
+// write the rest, and wait for a reader who may take nothing any more.
 void output_file::write(std::string_view bytes)
 {
-    std::fwrite(bytes.data(), 1, bytes.size(), file_.get());
-    check();
+    const size_t longest = is_kept_back() ? bytes.size() : PIPE_BUF;
+    while (!bytes.empty()) {
+        const std::string_view piece = bytes.substr(0, longest);
+        std::fwrite(piece.data(), 1, piece.size(), file_.get());
+        check();
+        bytes.remove_prefix(piece.size());
+    }
 }
 
 void output_file::check()
