@@ -150,6 +150,16 @@ TEST_F(diff, a_path_is_compared_with_the_one_of_its_next_hop)
               "0 added, 0 removed, 1 changed, 0 the same\n");
 }
 
+TEST_F(diff, a_path_more_is_a_difference_though_there_is_one_like_it)
+{
+    const bytes one = frame(51, route({via(ONE, 5)}));
+    const bytes two = frame(51, route({via(ONE, 5), via(ONE, 5)}));
+    EXPECT_EQ(differences(one, two),
+              "~     1  51 route        10.0.0.0/8            2 paths  via 192.0.2.1 metric 5, via 192.0.2.1 metric 5\n"
+              "     + path {\"pe_addr_5\":\"192.0.2.1\",\"pe_addr_5_family\":1,\"pe_value_10\":5}\n"
+              "0 added, 0 removed, 1 changed, 0 the same\n");
+}
+
 TEST_F(diff, each_key_of_a_grid_list_is_an_entry_of_its_own)
 {
     const bytes a = joined({frame(46, grid({{1, 5}, {2, 5}}))});

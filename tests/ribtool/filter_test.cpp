@@ -25,9 +25,12 @@ const bytes TWENTY_HUNDRED = {
     0x1a, 0x02, 0x08, 0x20,             //     3 ipv6: 1 half0 = 32, the address 2000::
     0x10, 0x10,                         //   2 prefix_len = 16
 };
-const bytes PROTO_WITHOUT_ID = {0x10, 0x05};         // 2 proto_sub_id = 5, and no field 1
-const bytes NHID_WITHOUT_VALUE = {0x18, 0x05};       // 3 nhid = 5, and no field 1
-const bytes PROTO_TOO_LARGE = {0x08, 0x81, 0x80, 4}; // 1 proto_id = 65537
+const bytes PROTO_WITHOUT_ID = {0x10, 0x05};   // 2 proto_sub_id = 5, and no field 1
+const bytes NHID_WITHOUT_VALUE = {0x18, 0x05}; // 3 nhid = 5, and no field 1
+const bytes PROTO_TOO_LARGE = {
+    0x08, 0x81, 0x80, 4, // 1 proto_id = 65537
+    0x98, 0x06, 0x01,    // 99, which there is not
+};
 
 const bytes FRAMES[] = {
     frame(51, TEN),                // 0
@@ -35,7 +38,7 @@ const bytes FRAMES[] = {
     frame(51, TWENTY_HUNDRED),     // 2
     frame(47, PROTO_WITHOUT_ID),   // 3: stopped
     frame(49, NHID_WITHOUT_VALUE), // 4: dropped
-    frame(47, PROTO_TOO_LARGE),    // 5: narrowed
+    frame(47, PROTO_TOO_LARGE),    // 5: narrowed, and with an unknown field
     frame(48, {}),                 // 6: refused
     frame(0, {}),                  // 7: a delimiter
 };
@@ -116,7 +119,8 @@ TEST_F(filter, updates_are_taken_by_their_outcome_and_its_reason)
     EXPECT_EQ(taken({"--outcome", "refused"}), "6");
     EXPECT_EQ(taken({"--reason", "missing_field,missing_proto_id"}), "34");
     EXPECT_EQ(taken({"--reason", "missing_field,missing_proto_id", "--outcome", "stopped"}), "3");
-    EXPECT_EQ(taken({"--reason", "narrowed"}), "5"); // a loss of one that is delivered
+    EXPECT_EQ(taken({"--reason", "narrowed"}), "5");      // a loss of one that is delivered
+    EXPECT_EQ(taken({"--reason", "unknown_field"}), "5"); // and another one of it
     EXPECT_EQ(taken({"--reason", "none"}), "012");
 }
 
