@@ -253,12 +253,11 @@ static void finish(struct client *client)
     free(client->buf);
 }
 
-static const char usage_text[] =
-    "Usage: live_client [OPTIONS] SOCKET\n"
-    "  --chunk BYTES  read so many at once (default: 262144)\n"
-    "  --memory MIB   keep entries of no more than this (default: 1024)\n"
-    "  --dump FILE    write the table there at the end (SIGINT, SIGTERM) and at SIGUSR1\n"
-    "  --once         end when the table is whole\n";
+static const char usage_text[] = "Usage: live_client [OPTIONS] SOCKET\n"
+                                 "  --chunk BYTES  read so many at once (default: 262144)\n"
+                                 "  --memory MIB   keep entries of no more than this (default: 1024)\n"
+                                 "  --dump FILE    write the table there at the end (SIGINT, SIGTERM) and at SIGUSR1\n"
+                                 "  --once         end when the table is whole\n";
 
 static void usage(void)
 {
@@ -277,12 +276,10 @@ static size_t positive(const char *text)
 
 static void read_options(struct client *client, int argc, char **argv)
 {
-    static const struct option options[] = {{"chunk", required_argument, NULL, 'c'},
-                                            {"memory", required_argument, NULL, 'm'},
-                                            {"dump", required_argument, NULL, 'd'},
-                                            {"once", no_argument, NULL, 'o'},
-                                            {"help", no_argument, NULL, 'h'},
-                                            {NULL, 0, NULL, 0}};
+    static const struct option options[] = {
+        {"chunk", required_argument, NULL, 'c'}, {"memory", required_argument, NULL, 'm'},
+        {"dump", required_argument, NULL, 'd'},  {"once", no_argument, NULL, 'o'},
+        {"help", no_argument, NULL, 'h'},        {NULL, 0, NULL, 0}};
     client->chunk = DEFAULT_CHUNK;
     client->memory_limit = (size_t)DEFAULT_MEMORY << 20;
     int option;

@@ -258,10 +258,9 @@ static void finish(struct server *server)
     close(server->epoll);
 }
 
-static const char usage_text[] =
-    "Usage: live_server [OPTIONS] SOCKET < FRAMES\n"
-    "  --chunk BYTES  write so many to a client at once (default: 262144)\n"
-    "  --dump FILE    write the table there at the end (SIGINT, SIGTERM) and at SIGUSR1\n";
+static const char usage_text[] = "Usage: live_server [OPTIONS] SOCKET < FRAMES\n"
+                                 "  --chunk BYTES  write so many to a client at once (default: 262144)\n"
+                                 "  --dump FILE    write the table there at the end (SIGINT, SIGTERM) and at SIGUSR1\n";
 
 static void usage(void)
 {
@@ -271,8 +270,10 @@ static void usage(void)
 
 static void read_options(struct server *server, int argc, char **argv)
 {
-    static const struct option options[] = {
-        {"chunk", required_argument, NULL, 'c'}, {"dump", required_argument, NULL, 'd'}, {"help", no_argument, NULL, 'h'}, {NULL, 0, NULL, 0}};
+    static const struct option options[] = {{"chunk", required_argument, NULL, 'c'},
+                                            {"dump", required_argument, NULL, 'd'},
+                                            {"help", no_argument, NULL, 'h'},
+                                            {NULL, 0, NULL, 0}};
     long chunk = DEFAULT_CHUNK;
     int option;
     while ((option = getopt_long(argc, argv, "", options, NULL)) != -1) {

@@ -252,7 +252,8 @@ TEST_F(conventions, a_choice_of_colours_that_nobody_knows_is_wrong_usage)
 {
     const run_result result = ribtool({"replay", "absent", "--color=sometimes"});
     EXPECT_EQ(result.exit_code, 2);
-    EXPECT_EQ(result.err, "ribtool: --color: \"sometimes\" is not one of always, auto, never (see ribtool --help)\n");
+    EXPECT_EQ(result.err,
+              "ribtool: --color: \"sometimes\" is not one of always, auto, never (see ribtool replay --help)\n");
 }
 
 } // namespace ribtool_test

@@ -186,7 +186,7 @@ TEST_F(decode_encode, a_code_has_one_type)
     expect_failure(ribtool({"decode", "rib_route", "-", "--code", "3"}),
                    "--code: no message is the payload of updates of type code 3", 2);
     expect_failure(ribtool({"decode", "rib_route", "-", "--code", "65536"}),
-                   "--code: \"65536\" is not a type code from 0 to 65535 (see ribtool --help)", 2);
+                   "--code: \"65536\" is not a type code from 0 to 65535 (see ribtool decode --help)", 2);
     EXPECT_EQ(ribtool({"decode", "rib_route", "-", "--code", "51", "--delimited"}).exit_code, 2);
 }
 

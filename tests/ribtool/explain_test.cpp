@@ -292,8 +292,9 @@ TEST_F(explain, only_shows_the_outcomes_that_are_named)
     EXPECT_EQ(shown("dropped,losses,stopped,refused"), "2345");
     const run_result wrong = explained(all, {"--only", "dropped,lost"});
     EXPECT_EQ(wrong.exit_code, 2);
-    EXPECT_EQ(wrong.err,
-              "ribtool: --only: \"lost\" is not one of dropped, losses, stopped, refused (see ribtool --help)\n");
+    EXPECT_EQ(
+        wrong.err,
+        "ribtool: --only: \"lost\" is not one of dropped, losses, stopped, refused (see ribtool explain --help)\n");
 }
 
 TEST_F(explain, the_summary_counts_updates_and_lost_values_by_reason)
@@ -372,8 +373,10 @@ TEST_F(explain, digits_that_are_none_are_located)
 
 TEST_F(explain, a_code_and_a_form_belong_together)
 {
-    EXPECT_EQ(ribtool({"explain", "x", "--code", "47"}).err, "ribtool: --code requires --from (see ribtool --help)\n");
-    EXPECT_EQ(ribtool({"explain", "x", "--from", "hex"}).err, "ribtool: --from requires --code (see ribtool --help)\n");
+    EXPECT_EQ(ribtool({"explain", "x", "--code", "47"}).err,
+              "ribtool: --code requires --from (see ribtool explain --help)\n");
+    EXPECT_EQ(ribtool({"explain", "x", "--from", "hex"}).err,
+              "ribtool: --from requires --code (see ribtool explain --help)\n");
 }
 
 } // namespace ribtool_test

@@ -135,7 +135,7 @@ TEST_F(filter, names_that_there_are_not_are_refused_with_the_nearest)
     const run_result outcome = run_with({"--outcome", "droped"});
     EXPECT_EQ(outcome.exit_code, 2);
     EXPECT_EQ(outcome.err, "ribtool: --outcome: there is no \"droped\"; the nearest are dropped, stopped and refused "
-                           "(see ribtool --help)\n");
+                           "(see ribtool filter --help)\n");
     EXPECT_NE(run_with({"--reason", "cutoff"}).err.find("the nearest are cut_off, "), std::string::npos);
     EXPECT_EQ(run_with({"--prefix", "10.0.0.0/33"}).exit_code, 2);
 }
@@ -146,7 +146,7 @@ TEST_F(filter, options_that_widen_prefixes_need_one)
         const run_result result = run_with({option});
         EXPECT_EQ(result.exit_code, 2);
         EXPECT_EQ(result.err, std::string("ribtool: ") + option +
-                                  " says nothing without --prefix or --prefix-file (see ribtool --help)\n");
+                                  " says nothing without --prefix or --prefix-file (see ribtool filter --help)\n");
     }
 }
 

@@ -270,7 +270,7 @@ class TheKernelIsAsked(KernelTest):
     def test_not_for_what_is_no_table(self):
         for text in ("0", "nowhere", "-1", "4294967296"):
             done = run(RIBTOOL, "import", "--kernel", f"--table={text}", "-o", self.path("capture"), expected=2)
-            self.assertEqual(done.stderr.decode(), f'ribtool: --table: "{text}" is no table (see ribtool --help)\n')
+            self.assertEqual(done.stderr.decode(), f'ribtool: --table: "{text}" is no table (see ribtool import --help)\n')
 
     def test_for_a_table_that_one_family_has(self):
         done = run(RIBTOOL, "import", "--kernel", "--table", "78", "-o", self.path("capture"), expected=3)

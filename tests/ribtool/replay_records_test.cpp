@@ -457,7 +457,7 @@ TEST_F(replay_records, a_field_that_no_record_has_is_a_usage_error)
 {
     const run_result result = ribtool({"replay", write("stream", frame(51, {})), "--fields", "rt_dest,dest"});
     EXPECT_EQ(result.exit_code, 2);
-    EXPECT_EQ(result.err, "ribtool: --fields: no client record has a member \"dest\" (see ribtool --help)\n");
+    EXPECT_EQ(result.err, "ribtool: --fields: no client record has a member \"dest\" (see ribtool replay --help)\n");
 }
 
 // ---- Which updates, and where to ----

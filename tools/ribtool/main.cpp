@@ -71,11 +71,18 @@ void require_command(const CLI::App &app, const std::vector<command> &commands)
              enumerated(names_of(commands), " or "));
 }
 
+// Which help has the options that an error is about.
+std::string help_of(const CLI::App &app)
+{
+    const std::vector<CLI::App *> chosen = app.get_subcommands();
+    return chosen.empty() ? "ribtool --help" : fmt::format("ribtool {} --help", chosen.front()->get_name());
+}
+
 // --help and --version, which are no errors, or the one line that CLI11 would spread over three.
 exit_code report_usage(const CLI::App &app, const CLI::ParseError &error)
 {
     if (error.get_exit_code() != 0)
-        fail(EXIT_USAGE, "{} (see ribtool --help)", error.what());
+        fail(EXIT_USAGE, "{} (see {})", error.what(), help_of(app));
     std::ostringstream text;
     app.exit(error, text, text);
     output_file standard_output("-");

@@ -162,7 +162,9 @@ command add_diff(CLI::App &app)
             ->required();
     CLI::Option *const json = line->add_flag("--json", options->is_json, "One JSON object for each difference");
     line->add_flag("-q,--brief", options->is_brief, "No differences, only how many there are")->excludes(json);
-    add_limit(*line, options->limit, "differences");
+    line->add_option("--limit", options->limit, "Show no more than N differences; all are counted")
+        ->option_text("N")
+        ->check(whole_number(0));
     return {line, "ribtool diff yesterday.pcap today.pcap", [options] { return run(*options); }};
 }
 

@@ -46,7 +46,7 @@ void require_sense(const filter_options &options)
 {
     const selection_criteria &criteria = options.criteria;
     if ((criteria.or_longer || criteria.or_shorter) && !criteria.has_prefixes)
-        fail(EXIT_USAGE, "{} says nothing without --prefix or --prefix-file (see ribtool --help)",
+        fail(EXIT_USAGE, "{} says nothing without --prefix or --prefix-file (see ribtool filter --help)",
              criteria.or_longer ? "--or-longer" : "--or-shorter");
     for (const std::string &file : criteria.prefix_files)
         require_other_file(file, options.output);

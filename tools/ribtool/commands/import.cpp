@@ -119,9 +119,9 @@ void add_kernel(CLI::App &line, CLI::Option &file, CLI::Option &from, import_opt
         ->option_text("TABLE")
         ->needs(kernel);
     CLI::Option *ipv4 = line.add_flag_callback(
-        "-4", [&options] { options.selection.ipv6 = false; }, "Only IPv4 routes of the kernel");
+        "-4,--ipv4", [&options] { options.selection.ipv6 = false; }, "Only IPv4 routes of the kernel");
     CLI::Option *ipv6 = line.add_flag_callback(
-        "-6", [&options] { options.selection.ipv4 = false; }, "Only IPv6 routes of the kernel");
+        "-6,--ipv6", [&options] { options.selection.ipv4 = false; }, "Only IPv6 routes of the kernel");
     ipv4->needs(kernel)->excludes(ipv6)->option_text(" ");
     ipv6->needs(kernel)->option_text(" ");
     line.parse_complete_callback([&options] {

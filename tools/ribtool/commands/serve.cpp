@@ -63,7 +63,7 @@ std::unique_ptr<frame_source> open_source(const std::string &path, const serve_o
 std::unique_ptr<frame_source> open_sources(const serve_options &options)
 {
     if (options.files.empty() != options.is_generated)
-        fail(EXIT_USAGE, "either SOURCE or --profile is required (see ribtool --help)");
+        fail(EXIT_USAGE, "either SOURCE or --profile is required (see ribtool serve --help)");
     std::vector<std::unique_ptr<frame_source>> sources;
     for (const std::string &path : options.files)
         sources.push_back(open_source(path, options));

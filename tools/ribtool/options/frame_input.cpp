@@ -37,6 +37,10 @@ frame_input_options add_frame_input(CLI::App &line, frame_input &input)
         add_endpoint(line, "--connect", input.connect, "Read a socket instead: unix:PATH or HOST:PORT")->excludes(file);
     add_allow_remote(line, input.allowed)->needs(connect);
     add_resync(line, input.resynchronises);
+    line.parse_complete_callback([&input] {
+        if (input.file.empty() && !input.connect)
+            throw CLI::RequiredError("FILE or --connect");
+    });
     return {file, connect};
 }
 
@@ -45,8 +49,6 @@ std::unique_ptr<frame_source> open_frames(const frame_input &input, std::optiona
     if (input.connect)
         return std::make_unique<socket_frames>(connect_to(*input.connect, input.allowed), endpoint_name(*input.connect),
                                                input.resynchronises);
-    if (input.file.empty())
-        fail(EXIT_USAGE, "FILE or --connect is required (see ribtool --help)");
     return std::make_unique<capture_reader>(input.file, only, input.resynchronises);
 }
 
