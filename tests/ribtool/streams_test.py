@@ -9,6 +9,7 @@ RIB_EXHAUSTIVE=1 connects a thousand times where a sample does else.
 import argparse
 import os
 import pathlib
+import select
 import signal
 import socket
 import struct
@@ -427,6 +428,17 @@ class Replay(StreamTest):
         peer.close()
         _, err = self.end(replay)
         self.assertIn("2 updates, 2 delimiters skipped", err)
+
+    def test_what_a_pipe_brings_is_shown_before_more_comes(self):
+        for command in (["show", "-"], ["explain", "-"], ["annotate", "-"],
+                        ["filter", "-", "--format", "raw", "-o", "-"]):
+            with self.subTest(command=command[0]):
+                process = self.start(*command, stdin=subprocess.PIPE)
+                process.stdin.write(PROTO)
+                process.stdin.flush()
+                ready, _, _ = select.select([process.stdout], [], [], SECONDS)
+                self.assertTrue(ready, "nothing is shown while the pipe is open")
+                self.end(process)
 
     def test_a_stream_that_ends_in_a_frame_is_damaged(self):
         listener, address = self.listen()

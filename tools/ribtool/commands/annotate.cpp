@@ -136,6 +136,7 @@ public:
         dump_.print(annotated.lines, payload);
     }
 
+    void flush() { out_.flush(); }
     void finish() { out_.close(); }
 
     static std::string name_of(uint32_t code)
@@ -208,6 +209,7 @@ exit_code annotate_capture(const annotate_options &options)
     require_no_digits(options.input);
     capture_reader reader(options.input, options.frame, options.resynchronises);
     annotator each(options);
+    reader.while_waiting([&each] { each.flush(); });
     captured_frame frame;
     for (uint64_t shown = 0; (!options.limit || shown < *options.limit) && reader.next(frame); ++shown)
         each.print_frame(frame);

@@ -99,6 +99,12 @@ public:
 
     bool all_is_whole() const { return summary_.all_is_whole(); }
 
+    void flush()
+    {
+        if (out_)
+            out_->flush();
+    }
+
     void finish()
     {
         if (out_)
@@ -157,6 +163,7 @@ exit_code explain_capture(const explain_options &options)
 {
     capture_reader reader(options.input, options.frame, options.resynchronises);
     explainer each(options);
+    reader.while_waiting([&each] { each.flush(); });
     std::optional<progress_bar> progress;
     if (may_draw_progress(options))
         progress.emplace("explain", reader.size());

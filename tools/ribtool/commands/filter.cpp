@@ -58,6 +58,7 @@ exit_code run(const filter_options &options)
     const std::unique_ptr<frame_source> source = open_frames(options.input);
     require_other_file(options.input.file, options.output);
     capture_writer writer(options.output, options.format);
+    source->while_waiting([&writer] { writer.file().flush(); });
     update_selection selection(options.criteria);
     progress_bar progress("filter", source->size());
     captured_frame frame;

@@ -89,6 +89,7 @@ public:
     {
         return count_of(RIB_STOPPED) + count_of(RIB_REFUSED) == 0 ? EXIT_DONE : EXIT_UPDATES_FAILED;
     }
+    void flush() { file_.flush(); }
     void finish() { file_.close(); }
 
     void print_summary(const frame_source &reader) const
@@ -194,6 +195,7 @@ exit_code run(const show_options &options)
 {
     capture_reader reader(options.input, options.frame, options.resynchronises);
     shower each(options);
+    reader.while_waiting([&each] { each.flush(); });
     progress_bar progress("show", reader.size(), goes_to_terminal("-"));
     captured_frame frame;
     while (each.wants_more() && reader.next(frame)) {
