@@ -249,6 +249,12 @@ TEST_F(import_table, a_missing_file_is_named)
     EXPECT_FALSE(std::filesystem::exists(path("out")));
 }
 
+TEST_F(import_table, a_capture_is_not_imported_again)
+{
+    EXPECT_EQ(complaint(std::string("\xd4\xc3\xb2\xa1\2\0\4\0", 8)),
+              ": a capture already; import makes one of a table\n");
+}
+
 TEST_F(import_table, a_file_in_no_known_format_is_told_the_formats_that_there_are)
 {
     for (const char *text : {"BGP table version is 7\n", "\x1b[31m\xff\n", "10\n", "odd"}) {

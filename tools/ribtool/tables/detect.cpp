@@ -1,6 +1,7 @@
 #include "tools/ribtool/tables/detect.hpp"
 
 #include "tools/ribtool/errors.hpp"
+#include "tools/ribtool/frames/capture.hpp"
 #include "tools/ribtool/input/compressed_input.hpp"
 #include "tools/ribtool/tables/bgpdump_file.hpp"
 #include "tools/ribtool/tables/kernel_json.hpp"
@@ -48,6 +49,8 @@ open_table open_route_source(const std::string &path, const table_format *forced
         fail(input->error()->code, "{}: {}", input->name(), input->error()->text);
     if (start.empty())
         fail(EXIT_MALFORMED, "{}: is empty", input->name());
+    if (forced == nullptr && is_pcap(start))
+        fail(EXIT_MALFORMED, "{}: a capture already; import makes one of a table", input->name());
     const auto formats = table_formats();
     const auto found =
         std::find_if(formats.begin(), formats.end(), [&](const table_format &format) { return format.fits(start); });
