@@ -139,6 +139,24 @@ TEST_F(compressed, a_damaged_archive_is_an_error_behind_what_is_before_the_damag
 }
 
 // The header of an archive says how far back it refers: 2 GiB here.
+// All of it is read ahead, with the damage, when the capture is opened.
+TEST_F(compressed, a_small_capture_in_a_damaged_archive_is_read_up_to_the_damage)
+{
+    ASSERT_EQ(ribtool({"synth", "--profile", "full-table", "--updates", "3", "-o", path("small.pcap")}).exit_code, 0);
+    const bytes capture = read("small.pcap");
+    for (const std::string &format : FORMATS) {
+        std::string archive = packed(format, std::string(capture.begin(), capture.end()));
+        archive[archive.size() - 3] ^= 1; // of a checksum, a length or a mark
+        const run_result result = ribtool({"show", write("file", archive)});
+        EXPECT_EQ(result.exit_code, 4) << format << " " << result.err;
+        EXPECT_NE(result.err.find("cannot unpack: "), std::string::npos) << format << " " << result.err;
+        if (format == "xz") { // which has given all before it looks at its end
+            EXPECT_EQ(result.out_lines().size(), 3u);
+            EXPECT_NE(result.err.find("file: packet 4: cannot unpack: "), std::string::npos) << result.err;
+        }
+    }
+}
+
 TEST_F(compressed, an_archive_that_asks_for_too_much_memory_is_refused)
 {
     const std::string greedy_zstd = {

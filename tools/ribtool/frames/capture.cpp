@@ -125,10 +125,11 @@ void capture_reader::open_pcap(byte_span start)
         std::ungetc(start[index], stream.get());
     char reason[PCAP_ERRBUF_SIZE] = "";
     handle_.reset(pcap_fopen_offline_with_tstamp_precision(stream.get(), PCAP_TSTAMP_PRECISION_NANO, reason));
-    require_no_read_error();
-    if (handle_ == nullptr)
+    if (handle_ == nullptr) {
+        require_no_read_error();
         fail(EXIT_MALFORMED, "{}: not a readable capture: {}", name(), reason);
-    stream.release(); // closed with the handle
+    }
+    stream.release(); // closed with the handle; what was read ahead may end in an error, which comes behind its packets
     const int link_type = pcap_datalink(handle_.get());
     if (link_type == DLT_USER0)
         return;
