@@ -3,7 +3,7 @@
 // Every record is compared with the client library's before anything is timed.
 
 #include "bench/by_hand/deliver.hpp"
-#include "tools/ribtool/record_json.hpp"
+#include "inspect/records/record_json.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -25,35 +25,34 @@ constexpr size_t update_limit = 10'000;
 
 using record_texts = std::vector<std::string>;
 
-int keep(void *texts, const ribtool::json &record)
+int keep(void *texts, const rib_inspect::client_record &record, const std::string &beside = {})
 {
-    static_cast<record_texts *>(texts)->push_back(record.dump());
+    std::string text = beside;
+    rib_inspect::append_json(text, record);
+    static_cast<record_texts *>(texts)->push_back(std::move(text));
     return 0;
 }
 
 // Where an empty block lies is of no use to a client, and protobuf-c does not say.
-ribtool::json text_of(rib_opaque_update opaque)
+int keep_opaque(void *texts, uint32_t sub_id, rib_opaque_update opaque)
 {
     if (opaque.first_len == 0)
         opaque.first_block = nullptr;
     if (opaque.second_len == 0)
         opaque.second_block = nullptr;
-    return ribtool::to_json(opaque, nullptr);
+    return keep(texts, rib_inspect::view_of(opaque), std::to_string(sub_id) + ' ');
 }
 
 client_callbacks keeping(record_texts &texts)
 {
+    using rib_inspect::view_of;
     return {
-        [](uint32_t, rib_protoid_map *map, void *to) { return keep(to, ribtool::to_json(*map)); },
-        [](uint32_t, uint32_t sub_id, rib_opaque_update *opaque, void *to) {
-            ribtool::json record = text_of(*opaque);
-            record["sub_id"] = sub_id;
-            return keep(to, record);
-        },
-        [](uint32_t, struct rib_routetype_ *route, void *to) { return keep(to, ribtool::to_json(*route)); },
+        [](uint32_t, rib_protoid_map *map, void *to) { return keep(to, view_of(*map)); },
+        [](uint32_t, uint32_t sub_id, rib_opaque_update *opaque, void *to) { return keep_opaque(to, sub_id, *opaque); },
+        [](uint32_t, struct rib_routetype_ *route, void *to) { return keep(to, view_of(*route)); },
         [](void *record, void *to, uint32_t type) {
-            return keep(to, type == RIB_TLV_GRID ? ribtool::to_json(*static_cast<grid_sync_list *>(record))
-                                                 : ribtool::to_json(*static_cast<nhid_update_local *>(record)));
+            return keep(to, type == RIB_TLV_GRID ? view_of(*static_cast<grid_sync_list *>(record))
+                                                 : view_of(*static_cast<nhid_update_local *>(record)));
         },
         &texts,
     };
