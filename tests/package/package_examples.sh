@@ -7,7 +7,7 @@ cmake -G Ninja -S "$PREFIX/$DATADIR/rib/examples" -B "$SCRATCH" -DCMAKE_PREFIX_P
 cmake --build "$SCRATCH"
 ctest --test-dir "$SCRATCH" --output-on-failure --no-tests=error
 # A build of the library alone has nothing to feed the live examples with.
-if [ "$HAS_TOOLS" != ON ]; then
+if [ "$HAS_TOOLS" = 0 ]; then
     exit 0
 fi
 "$PYTHON" "$here/live_test.py" --programs "$SCRATCH/live" --ribtool "$PREFIX/$BINDIR/ribtool"
