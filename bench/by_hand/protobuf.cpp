@@ -2,9 +2,9 @@
 
 #include "bench/by_hand/deliver.hpp"
 
-#include "proto/ip_rib.pb.h"
-#include "proto/rib_common.pb.h"
-#include "proto/rib_encap.pb.h"
+#include "rib/ip_rib.pb.h"
+#include "rib/rib_common.pb.h"
+#include "rib/rib_encap.pb.h"
 
 #include <google/protobuf/arena.h>
 

@@ -3,9 +3,9 @@
 #include "bench/bump.hpp"
 #include "bench/by_hand/deliver.hpp"
 
-#include "proto/ip_rib.pb-c.h"
-#include "proto/rib_common.pb-c.h"
-#include "proto/rib_encap.pb-c.h"
+#include "rib/ip_rib.pb-c.h"
+#include "rib/rib_common.pb-c.h"
+#include "rib/rib_encap.pb-c.h"
 
 namespace bench::by_hand
 {

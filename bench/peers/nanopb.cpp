@@ -4,10 +4,10 @@
 #include "bench/jobs.hpp"
 #include "bench/message_types.hpp"
 
-#include "proto/ip_rib.nanopb.h"
-#include "proto/ip_rib_srv6.nanopb.h"
-#include "proto/rib_common.nanopb.h"
-#include "proto/rib_encap.nanopb.h"
+#include "rib/ip_rib.nanopb.h"
+#include "rib/ip_rib_srv6.nanopb.h"
+#include "rib/rib_common.nanopb.h"
+#include "rib/rib_encap.nanopb.h"
 
 #include <pb_decode.h>
 #include <pb_encode.h>

@@ -6,10 +6,10 @@
 #include "bench/jobs.hpp"
 #include "bench/message_types.hpp"
 
-#include "proto/ip_rib.pb.h"
-#include "proto/ip_rib_srv6.pb.h"
-#include "proto/rib_common.pb.h"
-#include "proto/rib_encap.pb.h"
+#include "rib/ip_rib.pb.h"
+#include "rib/ip_rib_srv6.pb.h"
+#include "rib/rib_common.pb.h"
+#include "rib/rib_encap.pb.h"
 
 #include <google/protobuf/arena.h>
 

@@ -4,10 +4,10 @@
 #include "bench/jobs.hpp"
 #include "bench/message_types.hpp"
 
-#include "proto/ip_rib.pb-c.h"
-#include "proto/ip_rib_srv6.pb-c.h"
-#include "proto/rib_common.pb-c.h"
-#include "proto/rib_encap.pb-c.h"
+#include "rib/ip_rib.pb-c.h"
+#include "rib/ip_rib_srv6.pb-c.h"
+#include "rib/rib_common.pb-c.h"
+#include "rib/rib_encap.pb-c.h"
 
 #include <stdexcept>
 

@@ -25,7 +25,7 @@ CHARACTERS = ["a", "Z", " ", '"', "\\", "/", "\n", "\x01", "\x7f", "\u00e9", "\u
 
 def message_classes(protoc, root):
     """By name, in the order of the files: what protoc makes of the .proto files."""
-    files = sorted(str(path.relative_to(root)) for path in (root / "proto").glob("*.proto"))
+    files = sorted(str(path.relative_to(root)) for path in root.glob("*/*.proto"))
     with tempfile.NamedTemporaryFile() as out:
         subprocess.run([protoc, f"--proto_path={root}", f"--descriptor_set_out={out.name}", *files], check=True)
         described = descriptor_pb2.FileDescriptorSet.FromString(out.read())

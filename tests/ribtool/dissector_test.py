@@ -38,7 +38,7 @@ def types_of_fields():
     """Message and field to the field's type, from the proto files."""
     found = {}
     message = None
-    for path in sorted((HERE / "../../proto").glob("*.proto")):
+    for path in sorted((HERE / "../../proto").glob("*/*.proto")):
         for line in path.read_text(encoding="utf-8").splitlines():
             if opened := re.match(r"message (\w+) \{", line):
                 message = opened[1]

@@ -56,13 +56,13 @@ TEST_F(zidlc_program, a_good_schema_gives_all_files_and_0)
     EXPECT_EQ(files_below("new/tree"),
               (std::vector<std::string>{"docs/messages/README.md", "docs/messages/a.md", "messages/a.cpp",
                                         "messages/a.h", "messages/a.hpp", "messages/descriptors.cpp",
-                                        "messages/descriptors.hpp", "proto/a.proto"}));
+                                        "messages/descriptors.hpp", "proto/zidl/a.proto"}));
 }
 
 TEST_F(zidlc_program, only_what_is_asked_for_is_written)
 {
     EXPECT_EQ(run("-o tree --only header,proto a.zidl").status, 0);
-    EXPECT_EQ(files_below("tree"), (std::vector<std::string>{"messages/a.h", "proto/a.proto"}));
+    EXPECT_EQ(files_below("tree"), (std::vector<std::string>{"messages/a.h", "proto/zidl/a.proto"}));
     EXPECT_EQ(run("-o more --only codec --only docs a.zidl").status, 0);
     EXPECT_EQ(files_below("more"), (std::vector<std::string>{"docs/messages/README.md", "docs/messages/a.md",
                                                              "messages/a.cpp", "messages/a.hpp"}));
@@ -87,10 +87,10 @@ TEST_F(zidlc_program, files_that_do_not_change_are_not_touched)
     ASSERT_EQ(run("-o tree a.zidl").status, 0);
     const auto long_ago = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
     std::filesystem::last_write_time("tree/messages/a.h", long_ago);
-    write("tree/proto/a.proto", "something else");
+    write("tree/proto/zidl/a.proto", "something else");
     ASSERT_EQ(run("-o tree a.zidl").status, 0);
     EXPECT_EQ(std::filesystem::last_write_time("tree/messages/a.h"), long_ago);
-    EXPECT_NE(read("tree/proto/a.proto"), "something else");
+    EXPECT_NE(read("tree/proto/zidl/a.proto"), "something else");
 }
 
 TEST_F(zidlc_program, a_protocol_has_a_dissector_with_its_framing)
@@ -125,13 +125,13 @@ TEST_F(zidlc_program, check_is_silent_about_a_fresh_tree)
 TEST_F(zidlc_program, check_lists_what_is_out_of_date_writes_nothing_and_gives_3)
 {
     ASSERT_EQ(run("-o tree a.zidl").status, 0);
-    write("tree/proto/a.proto", "something else");
+    write("tree/proto/zidl/a.proto", "something else");
     std::filesystem::remove("tree/messages/a.h");
     const run_result result = run("--check -o tree a.zidl");
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(result.out, "out of date: tree/messages/a.h\n"
-                          "out of date: tree/proto/a.proto\n");
-    EXPECT_EQ(read("tree/proto/a.proto"), "something else");
+                          "out of date: tree/proto/zidl/a.proto\n");
+    EXPECT_EQ(read("tree/proto/zidl/a.proto"), "something else");
     EXPECT_FALSE(std::filesystem::exists("tree/messages/a.h"));
 }
 

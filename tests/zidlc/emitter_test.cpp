@@ -69,7 +69,7 @@ TEST_F(zidlc_emitters, descriptors_are_as_agreed)
 
 TEST_F(zidlc_emitters, proto_files_are_as_agreed)
 {
-    expect_golden(artefact::proto, {"proto/geo.proto", "proto/weather.proto"});
+    expect_golden(artefact::proto, {"proto/zidl/geo.proto", "proto/zidl/weather.proto"});
 }
 
 TEST_F(zidlc_emitters, the_manual_is_as_agreed)
@@ -167,7 +167,7 @@ TEST_F(zidlc_emitters, groups_that_are_only_used_get_no_files_but_stand_in_the_d
     const auto files = generated({golden / "schema/weather.zidl"});
     EXPECT_EQ(paths(files),
               (std::vector<std::string>{"messages/weather.h", "messages/weather.hpp", "messages/weather.cpp",
-                                        "proto/weather.proto", "docs/messages/weather.md", "messages/descriptors.hpp",
+                                        "proto/zidl/weather.proto", "docs/messages/weather.md", "messages/descriptors.hpp",
                                         "messages/descriptors.cpp", "docs/messages/README.md"}));
     EXPECT_NE(files.at(6).text.find("descriptor_of_geo_position"), std::string::npos);
     EXPECT_EQ(files.at(7).text.find("[geo]"), std::string::npos);

@@ -19,13 +19,13 @@ void add_group(std::vector<generated_file> &files, const group &g, const std::se
                const landings &known)
 {
     if (wanted.count(artefact::header))
-        files.push_back({header_path(g.name), emit_header(g)});
+        files.push_back({header_path(g.chosen, g.name), emit_header(g)});
     if (wanted.count(artefact::codec)) {
-        files.push_back({codec_header_path(g.name), emit_codec_header(g)});
-        files.push_back({codec_source_path(g.name), emit_codec_source(g)});
+        files.push_back({codec_header_path(g.chosen, g.name), emit_codec_header(g)});
+        files.push_back({codec_source_path(g.chosen, g.name), emit_codec_source(g)});
     }
     if (wanted.count(artefact::proto))
-        files.push_back({proto_path(g.name), emit_proto(g)});
+        files.push_back({proto_path(g.chosen, g.name), emit_proto(g)});
     if (wanted.count(artefact::docs))
         files.push_back({manual_path(g.name), emit_manual(g, known)});
 }
@@ -41,8 +41,8 @@ std::vector<generated_file> generate(const model &all, const std::set<artefact> 
             add_group(files, *g, wanted, known);
     }
     if (wanted.count(artefact::descriptors)) {
-        files.push_back({"messages/descriptors.hpp", emit_descriptors_header(all)});
-        files.push_back({"messages/descriptors.cpp", emit_descriptors_source(all)});
+        files.push_back({descriptors_header_path(all.chosen), emit_descriptors_header(all)});
+        files.push_back({descriptors_source_path(all.chosen), emit_descriptors_source(all)});
     }
     if (wanted.count(artefact::docs))
         files.push_back({"docs/messages/README.md", emit_manual_index(all, known)});

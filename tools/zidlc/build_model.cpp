@@ -39,9 +39,10 @@ std::string array_kinds()
 class builder
 {
 public:
-    builder(const std::vector<std::unique_ptr<schema_file>> &files, diagnostics &errors)
+    builder(const std::vector<std::unique_ptr<schema_file>> &files, diagnostics &errors, const naming &chosen)
         : files_(files), errors_(errors)
     {
+        model_.chosen = chosen;
     }
 
     model build()
@@ -71,6 +72,7 @@ private:
     {
         auto home = std::make_unique<group>();
         home->name = file.tree.group.text;
+        home->chosen = model_.chosen;
         home->source = source_path(home->name);
         home->comment = file.tree.comment;
         home->requested = file.requested;
@@ -138,6 +140,7 @@ private:
     {
         const message_syntax &syntax = *d.syntax;
         m.name = syntax.name.text;
+        m.record = model_.chosen.prefix + '_' + m.name;
         m.group = d.home->name;
         m.comment = syntax.comment;
         m.dispatch = syntax.dispatch;
@@ -360,9 +363,9 @@ private:
 
 } // namespace
 
-model build_model(const std::vector<std::unique_ptr<schema_file>> &files, diagnostics &errors)
+model build_model(const std::vector<std::unique_ptr<schema_file>> &files, diagnostics &errors, const naming &chosen)
 {
-    return builder(files, errors).build();
+    return builder(files, errors, chosen).build();
 }
 
 } // namespace zidlc

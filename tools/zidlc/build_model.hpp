@@ -4,6 +4,7 @@
 
 #include "tools/zidlc/loader.hpp"
 #include "tools/zidlc/model.hpp"
+#include "tools/zidlc/naming.hpp"
 #include "tools/zidlc/source.hpp"
 
 #include <memory>
@@ -13,6 +14,7 @@ namespace zidlc
 {
 
 // `files` stand each after those that they use. The result is to be used only when no error was reported.
-model build_model(const std::vector<std::unique_ptr<schema_file>> &files, diagnostics &errors);
+model build_model(const std::vector<std::unique_ptr<schema_file>> &files, diagnostics &errors,
+                  const naming &chosen = {});
 
 } // namespace zidlc

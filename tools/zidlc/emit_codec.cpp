@@ -214,9 +214,9 @@ std::string emit_codec_header(const group &source)
     out.line("#pragma once");
     out.line();
     out.line("#include \"codec/operations.hpp\"");
-    out.line("#include \"{}\"", header_path(source.name));
+    out.line("#include \"{}\"", header_path(source.chosen, source.name));
     for (const std::string &used : source.uses)
-        out.line("#include \"{}\"", codec_header_path(used));
+        out.line("#include \"{}\"", codec_header_path(source.chosen, used));
     out.line();
     out.line("namespace zidl");
     out.line("{{");
@@ -235,7 +235,7 @@ std::string emit_codec_source(const group &source)
     printer out;
     out.line("// {}", generated_line(source));
     out.line();
-    out.line("#include \"{}\"", codec_header_path(source.name));
+    out.line("#include \"{}\"", codec_header_path(source.chosen, source.name));
     out.line("#include \"codec/variants.hpp\"");
     out.line();
     emit_shared(out, source);

@@ -22,9 +22,6 @@ constexpr std::string_view header_start = R"(
 #include <cstddef>
 #include <cstdint>
 
-namespace zidl
-{
-
 )";
 
 constexpr std::string_view header_text = R"(
@@ -63,7 +60,6 @@ extern const size_t message_count;
 
 const message_descriptor *find_message(const char *name); // null when unknown
 
-} // namespace zidl
 )";
 
 // Each list of arguments that an operation can have, behind the one list that all descriptors use.
@@ -234,6 +230,19 @@ void emit_index(printer &out, const model &all)
     out.line("const size_t message_count = {};", message_count(all));
 }
 
+// Each project has tables of its own.
+void open_namespace(printer &out, const model &all)
+{
+    out.line("namespace {}", all.chosen.prefix);
+    out.line("{{");
+    out.line();
+}
+
+void close_namespace(printer &out, const model &all)
+{
+    out.line("}} // namespace {}", all.chosen.prefix);
+}
+
 } // namespace
 
 std::string emit_descriptors_header(const model &all)
@@ -241,8 +250,10 @@ std::string emit_descriptors_header(const model &all)
     printer out;
     out.line("// {}", generated_line(all));
     out.raw(header_start);
+    open_namespace(out, all);
     out.raw(kind_constants());
     out.raw(header_text);
+    close_namespace(out, all);
     return out.take();
 }
 
@@ -251,16 +262,14 @@ std::string emit_descriptors_source(const model &all)
     printer out;
     out.line("// {}", generated_line(all));
     out.line();
-    out.line("#include \"messages/descriptors.hpp\"");
+    out.line("#include \"{}\"", descriptors_header_path(all.chosen));
     out.line();
     for (const auto &g : all.groups)
-        out.line("#include \"{}\"", header_path(g->name));
+        out.line("#include \"{}\"", header_path(all.chosen, g->name));
     out.line();
     out.line("#include <cstring>");
     out.line();
-    out.line("namespace zidl");
-    out.line("{{");
-    out.line();
+    open_namespace(out, all);
     out.line("namespace");
     out.line("{{");
     out.raw(adaptors);
@@ -277,7 +286,7 @@ std::string emit_descriptors_source(const model &all)
     emit_index(out, all);
     out.raw(lookup);
     out.line();
-    out.line("}} // namespace zidl");
+    close_namespace(out, all);
     return out.take();
 }
 

@@ -151,14 +151,14 @@ void emit_includes(printer &out, const group &source)
 {
     out.line("#include \"codec/zidl.h\"");
     for (const std::string &used : source.uses)
-        out.line("#include \"{}\"", header_path(used));
+        out.line("#include \"{}\"", header_path(source.chosen, used));
 }
 
 } // namespace
 
 std::string emit_header(const group &source)
 {
-    const std::string guard = include_guard(header_path(source.name));
+    const std::string guard = include_guard(header_path(source.chosen, source.name));
     printer out;
     out.line("// {}", generated_line(source));
     if (!source.comment.empty()) {

@@ -249,7 +249,7 @@ std::string emit_manual(const group &source, const landings &known)
     out.line();
     emit_text(out, source.comment);
     out.line("C header: {}. Proto file: {}. The columns are explained in [README.md](README.md).",
-             code(header_path(source.name)), code(proto_path(source.name)));
+             code(header_path(source.chosen, source.name)), code(proto_path(source.chosen, source.name)));
     for (const auto &m : source.messages)
         emit_message(out, *m, known);
     return out.take();

@@ -89,11 +89,11 @@ std::string emit_proto(const group &source)
     out.line();
     out.line("syntax = \"proto2\";");
     out.line();
-    out.line("package {};", proto_package());
+    out.line("package {};", source.chosen.proto_package);
     if (!source.uses.empty())
         out.line();
     for (const std::string &used : source.uses)
-        out.line("import \"{}\";", proto_path(used));
+        out.line("import \"{}\";", proto_import(source.chosen, used));
     for (const auto &m : source.messages)
         emit_message(out, *m);
     return out.take();

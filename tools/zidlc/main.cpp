@@ -7,6 +7,7 @@
 #include "tools/zidlc/files.hpp"
 #include "tools/zidlc/landings.hpp"
 #include "tools/zidlc/loader.hpp"
+#include "tools/zidlc/naming.hpp"
 #include "tools/zidlc/output.hpp"
 
 #include <CLI/CLI.hpp>
@@ -48,20 +49,32 @@ struct options {
     std::vector<std::filesystem::path> include_folders;
     std::filesystem::path output_folder = ".";
     std::vector<std::string> only;
+    naming chosen = {.proto_package = {}, .proto_folder = {}}; // empty: follows from the prefix
     std::filesystem::path depfile;
     std::filesystem::path lands_in;
     std::string protocol;
     std::filesystem::path framing;
     bool check = false;
 
+    // What was not chosen follows from the prefix.
+    naming names() const
+    {
+        naming all = chosen;
+        if (all.proto_package.empty())
+            all.proto_package = all.prefix + ".proto";
+        if (all.proto_folder.empty())
+            all.proto_folder = all.prefix;
+        return all;
+    }
+
     std::set<artefact> wanted() const
     {
-        std::set<artefact> chosen;
+        std::set<artefact> found;
         for (const auto &[name, value] : artefact_names) {
             if (only.empty() || std::find(only.begin(), only.end(), name) != only.end())
-                chosen.insert(value);
+                found.insert(value);
         }
-        return chosen;
+        return found;
     }
 };
 
@@ -83,6 +96,41 @@ CLI::Validator protocol_name()
         "");
 }
 
+using objection = std::string (*)(std::string_view);
+
+CLI::Validator without(objection to)
+{
+    return CLI::Validator(
+        [to](const std::string &value) {
+            const std::string why = to(value);
+            return why.empty() ? why : fmt::format("'{}' will not do: {}", value, why);
+        },
+        "");
+}
+
+void declare_names(CLI::App &app, naming &names)
+{
+    app.add_option("--prefix", names.prefix,
+                   "What C names begin with, and the namespace of the descriptors\n"
+                   "(default: zidl). Two schemas whose messages are called the same\n"
+                   "go into one program under two prefixes")
+        ->option_text("NAME")
+        ->check(without(objection_to_prefix));
+    app.add_option("--folder", names.folder,
+                   "Write C and C++ files to FOLDER, and include them as FOLDER/GROUP.h\n"
+                   "(default: messages)")
+        ->option_text("FOLDER")
+        ->check(without(objection_to_folder));
+    app.add_option("--proto-package", names.proto_package, "The package of proto files (default: PREFIX.proto)")
+        ->option_text("NAME")
+        ->check(without(objection_to_package));
+    app.add_option("--proto-folder", names.proto_folder,
+                   "Write proto files to proto/FOLDER, and import them as\n"
+                   "FOLDER/GROUP.proto (default: PREFIX)")
+        ->option_text("FOLDER")
+        ->check(without(objection_to_folder));
+}
+
 void declare(CLI::App &app, options &chosen)
 {
     app.add_option("FILE", chosen.files, "Schemas, each called GROUP.zidl")->required()->option_text("...");
@@ -95,6 +143,7 @@ void declare(CLI::App &app, options &chosen)
         ->delimiter(',')
         ->allow_extra_args(false)
         ->check(CLI::IsMember({"header", "codec", "descriptors", "proto", "docs", "dissector"}));
+    declare_names(app, chosen.chosen);
     app.add_option("--depfile", chosen.depfile,
                    "Write to FILE, as Make and Ninja read it, which schemas the generated files\n"
                    "come from; also -MD FILE, as compilers call it")
@@ -168,7 +217,7 @@ int compile(const options &chosen)
     const auto files = load(chosen.files, chosen.include_folders, errors);
     model all;
     if (errors.empty())
-        all = build_model(files, errors);
+        all = build_model(files, errors, chosen.names());
     if (!errors.empty())
         return report(errors);
     const landings known = chosen.lands_in.empty() ? landings() : landings::read_file(chosen.lands_in);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "tools/zidlc/kinds.hpp"
+#include "tools/zidlc/naming.hpp"
 
 #include <cstdint>
 #include <memory>
@@ -90,6 +91,7 @@ struct message {
     bool rare = false;     // one build of them serves the messages that are dispatched, too
 
     // What follows.
+    std::string record;          // its C name, which those of its functions begin with: zidl_<name>
     unsigned presence_bits = 8;  // width of the presence word: 8, 16, 32 or 64
     uint64_t presence_mask = 0;  // the bits that fields use
     unsigned presence_words = 1; // of the record and those embedded in it
@@ -109,6 +111,7 @@ struct message {
 
 struct group {
     std::string name;                               // the file's name less .zidl
+    naming chosen;                                  // by the caller, the same for all groups
     std::string source;                             // as generated files cite it: schema/<name>.zidl
     std::vector<std::string> comment;               // the lines above the group statement
     std::vector<std::string> uses;                  // names of the groups it uses
@@ -117,6 +120,7 @@ struct group {
 };
 
 struct model {
+    naming chosen;
     std::vector<std::unique_ptr<group>> groups; // a group stands after those that it uses
 };
 

@@ -28,14 +28,9 @@ std::string accessor(const message &m, std::string_view verb, const field &f)
 
 } // namespace
 
-std::string record_type(std::string_view name)
-{
-    return fmt::format("zidl_{}", name);
-}
-
 std::string record_type(const message &m)
 {
-    return record_type(m.name);
+    return m.record;
 }
 
 std::string reset_function(const message &m)
@@ -100,24 +95,39 @@ std::string members(const field &f, std::string_view object)
     return text;
 }
 
-std::string header_path(std::string_view group)
+std::string header_path(const naming &chosen, std::string_view group)
 {
-    return file_name("messages", group, "h");
+    return file_name(chosen.folder, group, "h");
 }
 
-std::string codec_header_path(std::string_view group)
+std::string codec_header_path(const naming &chosen, std::string_view group)
 {
-    return file_name("messages", group, "hpp");
+    return file_name(chosen.folder, group, "hpp");
 }
 
-std::string codec_source_path(std::string_view group)
+std::string codec_source_path(const naming &chosen, std::string_view group)
 {
-    return file_name("messages", group, "cpp");
+    return file_name(chosen.folder, group, "cpp");
 }
 
-std::string proto_path(std::string_view group)
+std::string descriptors_header_path(const naming &chosen)
 {
-    return file_name("proto", group, "proto");
+    return codec_header_path(chosen, "descriptors");
+}
+
+std::string descriptors_source_path(const naming &chosen)
+{
+    return codec_source_path(chosen, "descriptors");
+}
+
+std::string proto_path(const naming &chosen, std::string_view group)
+{
+    return "proto/" + proto_import(chosen, group);
+}
+
+std::string proto_import(const naming &chosen, std::string_view group)
+{
+    return file_name(chosen.proto_folder, group, "proto");
 }
 
 std::string manual_path(std::string_view group)
@@ -135,15 +145,10 @@ std::string source_path(std::string_view group)
     return file_name("schema", group, "zidl");
 }
 
-std::string proto_package()
-{
-    return "zidl.proto";
-}
-
 std::string include_guard(std::string_view path)
 {
     std::string guard;
-    const auto capital = [](char c) { return c == '/' || c == '.' ? '_' : static_cast<char>(std::toupper(c)); };
+    const auto capital = [](unsigned char c) { return std::isalnum(c) ? static_cast<char>(std::toupper(c)) : '_'; };
     std::transform(path.begin(), path.end(), std::back_inserter(guard), capital);
     return guard;
 }

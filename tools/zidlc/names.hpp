@@ -12,12 +12,11 @@ namespace zidlc
 {
 
 // Types. A member is declared `element_type` + ("*" of a pointer) + its name.
-std::string record_type(const message &m);      // zidl_rib_sample
-std::string record_type(std::string_view name); // the same, of a message known by its name only
-std::string presence_type(const message &m);    // uint8_t
-std::string element_type(const field &f);       // uint32_t, char, uint8_t, zidl_rib_hop; zidl_bytes for repeated bytes
-std::string count_type(const field &f);         // uint32_t of an array, uint64_t of bytes; empty for other fields
-std::string kind_name(const field &f);          // as the schema writes it: u32, repeated bytes, rib_hop
+std::string record_type(const message &m);   // zidl_rib_sample
+std::string presence_type(const message &m); // uint8_t
+std::string element_type(const field &f);    // uint32_t, char, uint8_t, zidl_rib_hop; zidl_bytes for repeated bytes
+std::string count_type(const field &f);      // uint32_t of an array, uint64_t of bytes; empty for other fields
+std::string kind_name(const field &f);       // as the schema writes it: u32, repeated bytes, rib_hop
 
 // The accessors of a member: one that tests its presence, and one that sets it or marks it as present.
 std::string has_accessor(const message &m, const field &f);
@@ -34,15 +33,17 @@ std::string members(const field &f, std::string_view object); // msg.labels, msg
 std::string reset_function(const message &m); // sid_ctx_clear of ip_rib_srv6_sid_ctx in the group ip_rib_srv6
 
 // Files, relative to the root of the tree. Includes are written with the same paths.
-std::string header_path(std::string_view group);       // messages/rib_common.h
-std::string codec_header_path(std::string_view group); // messages/rib_common.hpp
-std::string codec_source_path(std::string_view group); // messages/rib_common.cpp
-std::string proto_path(std::string_view group);        // proto/rib_common.proto
-std::string manual_path(std::string_view group);       // docs/messages/rib_common.md
-std::string dissector_path(std::string_view protocol); // wireshark/rib.lua
-std::string source_path(std::string_view group);       // schema/rib_common.zidl
-std::string proto_package();                           // zidl.proto: apart from the library's own namespace
-std::string include_guard(std::string_view path);      // MESSAGES_RIB_COMMON_H
+std::string header_path(const naming &chosen, std::string_view group);       // messages/rib_common.h
+std::string codec_header_path(const naming &chosen, std::string_view group); // messages/rib_common.hpp
+std::string codec_source_path(const naming &chosen, std::string_view group); // messages/rib_common.cpp
+std::string descriptors_header_path(const naming &chosen);                   // messages/descriptors.hpp
+std::string descriptors_source_path(const naming &chosen);                   // messages/descriptors.cpp
+std::string proto_path(const naming &chosen, std::string_view group);        // proto/rib/rib_common.proto
+std::string proto_import(const naming &chosen, std::string_view group);      // rib/rib_common.proto, seen from proto/
+std::string manual_path(std::string_view group);                             // docs/messages/rib_common.md
+std::string dissector_path(std::string_view protocol);                       // wireshark/rib.lua
+std::string source_path(std::string_view group);                             // schema/rib_common.zidl
+std::string include_guard(std::string_view path);                            // MESSAGES_RIB_COMMON_H
 
 // The first line of every generated file, without the comment mark: of one group, or of all, and of one more file if any.
 std::string generated_line(const group &source);

@@ -53,11 +53,16 @@ std::string objection_to_name(std::string_view name)
 {
     if (!is_snake_case(name))
         return "names are snake_case: lower-case letters, digits and single underscores, a letter first";
-    if (contains(c_words, name))
+    if (is_reserved_word(name))
         return "the word is reserved in C or C++";
     if (contains(language_words, name) || find_kind(name))
         return "the word belongs to the schema language";
     return {};
+}
+
+bool is_reserved_word(std::string_view name)
+{
+    return contains(c_words, name);
 }
 
 std::string objection_to_member(std::string_view name)

@@ -17,6 +17,9 @@ std::string objection_to_message(std::string_view name); // additionally, of mes
 std::string objection_to_member(std::string_view name);  // of members: the presence word
 std::string objection_to_group(std::string_view name);   // of groups: files that belong to the compiler
 
+// Whether it is a keyword of C or C++, or a macro that compilers or their headers define.
+bool is_reserved_word(std::string_view name);
+
 // Every C identifier with external or file scope that a message brings into the world.
 std::vector<std::string> c_identifiers(const message &m);
 
