@@ -7,7 +7,7 @@
 #include "codec/encode/fast_writer.hpp"
 #include "codec/encode/sizer.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 
 // How the builds call each other: sinks come apart, since each build has sinks of its own. The generated source holds the
@@ -73,4 +73,4 @@ int32_t decode(Record &msg, const uint8_t *pos, const uint8_t *end, const decode
 
 #endif
 
-} // namespace zidl
+} // namespace zidl::detail

@@ -6,7 +6,7 @@
 #include "codec/presence.hpp"
 #include "codec/zidl.h"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -111,4 +111,4 @@ private:
 };
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

@@ -14,7 +14,7 @@
 
 // (The formatter takes the namespace for a block.)
 // clang-format off
-namespace zidl
+namespace zidl::detail
 {
 ZIDL_COMMON_NAMESPACE
 {
@@ -34,10 +34,10 @@ ZIDL_COLD size_t encode_exact(const Record &msg, uint8_t *buf, size_t buflen, zi
 #endif
 
 } // ZIDL_COMMON_NAMESPACE
-} // namespace zidl
+} // namespace zidl::detail
 // clang-format on
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -151,4 +151,4 @@ ZIDL_INLINE void free_ext(Record &msg, zidl_free_fn free_fn, void *free_ctx, uin
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

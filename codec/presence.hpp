@@ -7,7 +7,7 @@
 
 #include <type_traits>
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -169,4 +169,4 @@ ZIDL_INLINE void copy_record(Record &dst, const Record &src)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

@@ -14,7 +14,7 @@
 
 #pragma GCC visibility push(hidden)
 
-namespace zidl::processor
+namespace zidl::detail::processor
 {
 
 enum ability : uint32_t {
@@ -71,7 +71,7 @@ __attribute__((always_inline)) inline bool has(ability wanted)
     return (found & wanted) != 0;
 }
 
-} // namespace zidl::processor
+} // namespace zidl::detail::processor
 
 #pragma GCC visibility pop
 

@@ -7,7 +7,7 @@
 #include "codec/presence.hpp"
 #include "codec/zidl.h"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -59,4 +59,4 @@ struct releaser {
 };
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

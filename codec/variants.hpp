@@ -17,16 +17,16 @@
 #include "codec/processor.hpp"
 
 // What the other builds have no copy of, see built_once.hpp and encode_exact.
-#define ZIDL_BUILT_ONCE(Record) template struct zidl::built_once<Record>;
+#define ZIDL_BUILT_ONCE(Record) template struct zidl::detail::built_once<Record>;
 #define ZIDL_EXACT_ENCODER(Record)                                                                                     \
-    template size_t zidl::encode_exact(const Record &, uint8_t *, size_t, zidl_segment *, uint32_t *, uint32_t);
+    template size_t zidl::detail::encode_exact(const Record &, uint8_t *, size_t, zidl_segment *, uint32_t *, uint32_t);
 
 #define ZIDL_DISPATCHED(name)                                                                                          \
     decltype(name) name##_baseline __attribute__((visibility("hidden")));                                              \
     decltype(name) name##_bmi2 __attribute__((visibility("hidden")));                                                  \
     __attribute__((used, no_stack_protector)) decltype(&name) name##_chosen()                                          \
     {                                                                                                                  \
-        return zidl::processor::has(zidl::processor::moves_bits) ? name##_bmi2 : name##_baseline;                      \
+        return zidl::detail::processor::has(zidl::detail::processor::moves_bits) ? name##_bmi2 : name##_baseline;      \
     }                                                                                                                  \
     decltype(name) name __attribute__((ifunc(#name "_chosen")));
 

@@ -21,7 +21,7 @@
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the fast paths load and store little-endian words");
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -195,4 +195,4 @@ ZIDL_INLINE void copy_short(void *to, const void *from, size_t len)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

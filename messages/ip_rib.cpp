@@ -18,12 +18,12 @@ ZIDL_DISPATCHED(zidl_ip_rib_proto_update_decode_ext)
 int32_t zidl_ip_rib_proto_update_duplicate(zidl_ip_rib_proto_update *dst, const zidl_ip_rib_proto_update *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_proto_update_free_ext(zidl_ip_rib_proto_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_opaque
@@ -33,12 +33,12 @@ ZIDL_DISPATCHED(zidl_ip_rib_opaque_decode_ext)
 
 int32_t zidl_ip_rib_opaque_duplicate(zidl_ip_rib_opaque *dst, const zidl_ip_rib_opaque *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_opaque_free_ext(zidl_ip_rib_opaque *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_evpn_vpws_ctx
@@ -46,22 +46,22 @@ void zidl_ip_rib_opaque_free_ext(zidl_ip_rib_opaque *msg, zidl_free_fn free_fn, 
 size_t zidl_ip_rib_iid_evpn_vpws_ctx_encode_ext(const zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                 uint32_t *nsegs)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
 }
 
 int32_t zidl_ip_rib_iid_evpn_vpws_ctx_decode_ext(zidl_ip_rib_iid_evpn_vpws_ctx *msg, const uint8_t *buf, size_t len)
 {
-    return zidl::decode_ext(*msg, buf, len, nullptr, nullptr, 0);
+    return zidl::detail::decode_ext(*msg, buf, len, nullptr, nullptr, 0);
 }
 
 int32_t zidl_ip_rib_iid_evpn_vpws_ctx_duplicate(zidl_ip_rib_iid_evpn_vpws_ctx *dst, const zidl_ip_rib_iid_evpn_vpws_ctx *src)
 {
-    return zidl::duplicate(*dst, *src, nullptr, nullptr);
+    return zidl::detail::duplicate(*dst, *src, nullptr, nullptr);
 }
 
 void zidl_ip_rib_iid_evpn_vpws_ctx_free_ext(zidl_ip_rib_iid_evpn_vpws_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_evpn_elan_ctx
@@ -69,24 +69,24 @@ void zidl_ip_rib_iid_evpn_vpws_ctx_free_ext(zidl_ip_rib_iid_evpn_vpws_ctx *msg, 
 size_t zidl_ip_rib_iid_evpn_elan_ctx_encode_ext(const zidl_ip_rib_iid_evpn_elan_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                 uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_iid_evpn_elan_ctx_decode_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                  void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_iid_evpn_elan_ctx_duplicate(zidl_ip_rib_iid_evpn_elan_ctx *dst, const zidl_ip_rib_iid_evpn_elan_ctx *src,
                                                 zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_iid_evpn_elan_ctx_free_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_l2vpn_ip_tunnel_ctx
@@ -94,26 +94,26 @@ void zidl_ip_rib_iid_evpn_elan_ctx_free_ext(zidl_ip_rib_iid_evpn_elan_ctx *msg, 
 size_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_encode_ext(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint8_t *buf, size_t buflen,
                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_decode_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, const uint8_t *buf, size_t len,
                                                        zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_duplicate(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *dst,
                                                       const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *src, zidl_alloc_fn alloc_fn,
                                                       void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_free_ext(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, zidl_free_fn free_fn, void *free_ctx,
                                                   uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_lss_ctx
@@ -121,24 +121,24 @@ void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_free_ext(zidl_ip_rib_iid_l2vpn_ip_tunne
 size_t zidl_ip_rib_iid_lss_ctx_encode_ext(const zidl_ip_rib_iid_lss_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                           uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_iid_lss_ctx_decode_ext(zidl_ip_rib_iid_lss_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_iid_lss_ctx_duplicate(zidl_ip_rib_iid_lss_ctx *dst, const zidl_ip_rib_iid_lss_ctx *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_iid_lss_ctx_free_ext(zidl_ip_rib_iid_lss_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_aft_nhg_ctx
@@ -146,22 +146,22 @@ void zidl_ip_rib_iid_lss_ctx_free_ext(zidl_ip_rib_iid_lss_ctx *msg, zidl_free_fn
 size_t zidl_ip_rib_iid_aft_nhg_ctx_encode_ext(const zidl_ip_rib_iid_aft_nhg_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                               uint32_t *nsegs)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
 }
 
 int32_t zidl_ip_rib_iid_aft_nhg_ctx_decode_ext(zidl_ip_rib_iid_aft_nhg_ctx *msg, const uint8_t *buf, size_t len)
 {
-    return zidl::decode_ext(*msg, buf, len, nullptr, nullptr, 0);
+    return zidl::detail::decode_ext(*msg, buf, len, nullptr, nullptr, 0);
 }
 
 int32_t zidl_ip_rib_iid_aft_nhg_ctx_duplicate(zidl_ip_rib_iid_aft_nhg_ctx *dst, const zidl_ip_rib_iid_aft_nhg_ctx *src)
 {
-    return zidl::duplicate(*dst, *src, nullptr, nullptr);
+    return zidl::detail::duplicate(*dst, *src, nullptr, nullptr);
 }
 
 void zidl_ip_rib_iid_aft_nhg_ctx_free_ext(zidl_ip_rib_iid_aft_nhg_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_sl_id_ctx
@@ -169,24 +169,24 @@ void zidl_ip_rib_iid_aft_nhg_ctx_free_ext(zidl_ip_rib_iid_aft_nhg_ctx *msg, zidl
 size_t zidl_ip_rib_iid_sl_id_ctx_encode_ext(const zidl_ip_rib_iid_sl_id_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                             uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_iid_sl_id_ctx_decode_ext(zidl_ip_rib_iid_sl_id_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, 0);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, 0);
 }
 
 int32_t zidl_ip_rib_iid_sl_id_ctx_duplicate(zidl_ip_rib_iid_sl_id_ctx *dst, const zidl_ip_rib_iid_sl_id_ctx *src, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_iid_sl_id_ctx_free_ext(zidl_ip_rib_iid_sl_id_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_ctx
@@ -194,23 +194,23 @@ void zidl_ip_rib_iid_sl_id_ctx_free_ext(zidl_ip_rib_iid_sl_id_ctx *msg, zidl_fre
 size_t zidl_ip_rib_iid_ctx_encode_ext(const zidl_ip_rib_iid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                       uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_iid_ctx_decode_ext(zidl_ip_rib_iid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                        uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_iid_ctx_duplicate(zidl_ip_rib_iid_ctx *dst, const zidl_ip_rib_iid_ctx *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_iid_ctx_free_ext(zidl_ip_rib_iid_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_iid_update
@@ -218,24 +218,24 @@ void zidl_ip_rib_iid_ctx_free_ext(zidl_ip_rib_iid_ctx *msg, zidl_free_fn free_fn
 size_t zidl_ip_rib_iid_update_encode_ext(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                          uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_iid_update_decode_ext(zidl_ip_rib_iid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_iid_update_duplicate(zidl_ip_rib_iid_update *dst, const zidl_ip_rib_iid_update *src, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_iid_update_free_ext(zidl_ip_rib_iid_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 #endif
@@ -247,13 +247,13 @@ void zidl_ip_rib_iid_update_free_ext(zidl_ip_rib_iid_update *msg, zidl_free_fn f
 size_t ZIDL_BUILD(zidl_ip_rib_proto_update_encode_ext)(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                        uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t ZIDL_BUILD(zidl_ip_rib_proto_update_decode_ext)(zidl_ip_rib_proto_update *msg, const uint8_t *buf, size_t len,
                                                         zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 // ip_rib_opaque
@@ -261,13 +261,13 @@ int32_t ZIDL_BUILD(zidl_ip_rib_proto_update_decode_ext)(zidl_ip_rib_proto_update
 size_t ZIDL_BUILD(zidl_ip_rib_opaque_encode_ext)(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                  uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t ZIDL_BUILD(zidl_ip_rib_opaque_decode_ext)(zidl_ip_rib_opaque *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                   void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 #endif

@@ -6,7 +6,7 @@
 #include "messages/ip_rib.h"
 #include "messages/rib_common.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -659,4 +659,4 @@ inline void release(const releaser &mem, zidl_ip_rib_iid_update &msg)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

@@ -17,24 +17,24 @@ extern "C" {
 size_t zidl_ip_rib_srv6_sid_info_encode_ext(const zidl_ip_rib_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                             uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_sid_info_decode_ext(zidl_ip_rib_srv6_sid_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_sid_info_duplicate(zidl_ip_rib_srv6_sid_info *dst, const zidl_ip_rib_srv6_sid_info *src, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_sid_info_free_ext(zidl_ip_rib_srv6_sid_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_lib_ranges
@@ -42,24 +42,24 @@ void zidl_ip_rib_srv6_sid_info_free_ext(zidl_ip_rib_srv6_sid_info *msg, zidl_fre
 size_t zidl_ip_rib_srv6_lib_ranges_encode_ext(const zidl_ip_rib_srv6_lib_ranges *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                               uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_lib_ranges_decode_ext(zidl_ip_rib_srv6_lib_ranges *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_lib_ranges_duplicate(zidl_ip_rib_srv6_lib_ranges *dst, const zidl_ip_rib_srv6_lib_ranges *src,
                                               zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_lib_ranges_free_ext(zidl_ip_rib_srv6_lib_ranges *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_locator
@@ -67,24 +67,24 @@ void zidl_ip_rib_srv6_lib_ranges_free_ext(zidl_ip_rib_srv6_lib_ranges *msg, zidl
 size_t zidl_ip_rib_srv6_locator_encode_ext(const zidl_ip_rib_srv6_locator *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                            uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_locator_decode_ext(zidl_ip_rib_srv6_locator *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_locator_duplicate(zidl_ip_rib_srv6_locator *dst, const zidl_ip_rib_srv6_locator *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_locator_free_ext(zidl_ip_rib_srv6_locator *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_glb_encap_info
@@ -92,24 +92,24 @@ void zidl_ip_rib_srv6_locator_free_ext(zidl_ip_rib_srv6_locator *msg, zidl_free_
 size_t zidl_ip_rib_srv6_glb_encap_info_encode_ext(const zidl_ip_rib_srv6_glb_encap_info *msg, uint8_t *buf, size_t buflen,
                                                   zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_glb_encap_info_decode_ext(zidl_ip_rib_srv6_glb_encap_info *msg, const uint8_t *buf, size_t len,
                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_glb_encap_info_duplicate(zidl_ip_rib_srv6_glb_encap_info *dst, const zidl_ip_rib_srv6_glb_encap_info *src,
                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_glb_encap_info_free_ext(zidl_ip_rib_srv6_glb_encap_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_usid_lib_ranges
@@ -117,24 +117,24 @@ void zidl_ip_rib_srv6_glb_encap_info_free_ext(zidl_ip_rib_srv6_glb_encap_info *m
 size_t zidl_ip_rib_srv6_usid_lib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_lib_ranges *msg, uint8_t *buf, size_t buflen,
                                                    zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_usid_lib_ranges_decode_ext(zidl_ip_rib_srv6_usid_lib_ranges *msg, const uint8_t *buf, size_t len,
                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_usid_lib_ranges_duplicate(zidl_ip_rib_srv6_usid_lib_ranges *dst, const zidl_ip_rib_srv6_usid_lib_ranges *src,
                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_usid_lib_ranges_free_ext(zidl_ip_rib_srv6_usid_lib_ranges *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_usid_wlib_ranges
@@ -142,25 +142,25 @@ void zidl_ip_rib_srv6_usid_lib_ranges_free_ext(zidl_ip_rib_srv6_usid_lib_ranges 
 size_t zidl_ip_rib_srv6_usid_wlib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint8_t *buf, size_t buflen,
                                                     zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_usid_wlib_ranges_decode_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, const uint8_t *buf, size_t len,
                                                      zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_usid_wlib_ranges_duplicate(zidl_ip_rib_srv6_usid_wlib_ranges *dst, const zidl_ip_rib_srv6_usid_wlib_ranges *src,
                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_usid_wlib_ranges_free_ext(zidl_ip_rib_srv6_usid_wlib_ranges *msg, zidl_free_fn free_fn, void *free_ctx,
                                                 uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_mode_info
@@ -168,24 +168,24 @@ void zidl_ip_rib_srv6_usid_wlib_ranges_free_ext(zidl_ip_rib_srv6_usid_wlib_range
 size_t zidl_ip_rib_srv6_mode_info_encode_ext(const zidl_ip_rib_srv6_mode_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                              uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_mode_info_decode_ext(zidl_ip_rib_srv6_mode_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                               void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_mode_info_duplicate(zidl_ip_rib_srv6_mode_info *dst, const zidl_ip_rib_srv6_mode_info *src, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_mode_info_free_ext(zidl_ip_rib_srv6_mode_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_fmt_config_info
@@ -193,24 +193,24 @@ void zidl_ip_rib_srv6_mode_info_free_ext(zidl_ip_rib_srv6_mode_info *msg, zidl_f
 size_t zidl_ip_rib_srv6_fmt_config_info_encode_ext(const zidl_ip_rib_srv6_fmt_config_info *msg, uint8_t *buf, size_t buflen,
                                                    zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_fmt_config_info_decode_ext(zidl_ip_rib_srv6_fmt_config_info *msg, const uint8_t *buf, size_t len,
                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_fmt_config_info_duplicate(zidl_ip_rib_srv6_fmt_config_info *dst, const zidl_ip_rib_srv6_fmt_config_info *src,
                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_fmt_config_info_free_ext(zidl_ip_rib_srv6_fmt_config_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_glb_info
@@ -218,24 +218,24 @@ void zidl_ip_rib_srv6_fmt_config_info_free_ext(zidl_ip_rib_srv6_fmt_config_info 
 size_t zidl_ip_rib_srv6_glb_info_encode_ext(const zidl_ip_rib_srv6_glb_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                             uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_glb_info_decode_ext(zidl_ip_rib_srv6_glb_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_glb_info_duplicate(zidl_ip_rib_srv6_glb_info *dst, const zidl_ip_rib_srv6_glb_info *src, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_glb_info_free_ext(zidl_ip_rib_srv6_glb_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_cfg_update
@@ -246,12 +246,12 @@ ZIDL_DISPATCHED(zidl_ip_rib_srv6_cfg_update_decode_ext)
 int32_t zidl_ip_rib_srv6_cfg_update_duplicate(zidl_ip_rib_srv6_cfg_update *dst, const zidl_ip_rib_srv6_cfg_update *src,
                                               zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_cfg_update_free_ext(zidl_ip_rib_srv6_cfg_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_e_ctx
@@ -259,24 +259,24 @@ void zidl_ip_rib_srv6_cfg_update_free_ext(zidl_ip_rib_srv6_cfg_update *msg, zidl
 size_t zidl_ip_rib_srv6_e_ctx_encode_ext(const zidl_ip_rib_srv6_e_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                          uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_e_ctx_decode_ext(zidl_ip_rib_srv6_e_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_e_ctx_duplicate(zidl_ip_rib_srv6_e_ctx *dst, const zidl_ip_rib_srv6_e_ctx *src, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_e_ctx_free_ext(zidl_ip_rib_srv6_e_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_x_ctx
@@ -284,24 +284,24 @@ void zidl_ip_rib_srv6_e_ctx_free_ext(zidl_ip_rib_srv6_e_ctx *msg, zidl_free_fn f
 size_t zidl_ip_rib_srv6_x_ctx_encode_ext(const zidl_ip_rib_srv6_x_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                          uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_x_ctx_decode_ext(zidl_ip_rib_srv6_x_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_x_ctx_duplicate(zidl_ip_rib_srv6_x_ctx *dst, const zidl_ip_rib_srv6_x_ctx *src, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_x_ctx_free_ext(zidl_ip_rib_srv6_x_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_dx_ctx
@@ -309,24 +309,24 @@ void zidl_ip_rib_srv6_x_ctx_free_ext(zidl_ip_rib_srv6_x_ctx *msg, zidl_free_fn f
 size_t zidl_ip_rib_srv6_dx_ctx_encode_ext(const zidl_ip_rib_srv6_dx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                           uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dx_ctx_decode_ext(zidl_ip_rib_srv6_dx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dx_ctx_duplicate(zidl_ip_rib_srv6_dx_ctx *dst, const zidl_ip_rib_srv6_dx_ctx *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_dx_ctx_free_ext(zidl_ip_rib_srv6_dx_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_dt_ctx
@@ -334,24 +334,24 @@ void zidl_ip_rib_srv6_dx_ctx_free_ext(zidl_ip_rib_srv6_dx_ctx *msg, zidl_free_fn
 size_t zidl_ip_rib_srv6_dt_ctx_encode_ext(const zidl_ip_rib_srv6_dt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                           uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dt_ctx_decode_ext(zidl_ip_rib_srv6_dt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dt_ctx_duplicate(zidl_ip_rib_srv6_dt_ctx *dst, const zidl_ip_rib_srv6_dt_ctx *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_dt_ctx_free_ext(zidl_ip_rib_srv6_dt_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_dx2_ctx
@@ -359,24 +359,24 @@ void zidl_ip_rib_srv6_dt_ctx_free_ext(zidl_ip_rib_srv6_dt_ctx *msg, zidl_free_fn
 size_t zidl_ip_rib_srv6_dx2_ctx_encode_ext(const zidl_ip_rib_srv6_dx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                            uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dx2_ctx_decode_ext(zidl_ip_rib_srv6_dx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dx2_ctx_duplicate(zidl_ip_rib_srv6_dx2_ctx *dst, const zidl_ip_rib_srv6_dx2_ctx *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_dx2_ctx_free_ext(zidl_ip_rib_srv6_dx2_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_dt2u_ctx
@@ -384,24 +384,24 @@ void zidl_ip_rib_srv6_dx2_ctx_free_ext(zidl_ip_rib_srv6_dx2_ctx *msg, zidl_free_
 size_t zidl_ip_rib_srv6_dt2u_ctx_encode_ext(const zidl_ip_rib_srv6_dt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                             uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dt2u_ctx_decode_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dt2u_ctx_duplicate(zidl_ip_rib_srv6_dt2u_ctx *dst, const zidl_ip_rib_srv6_dt2u_ctx *src, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_dt2u_ctx_free_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_dt2m_ctx
@@ -409,24 +409,24 @@ void zidl_ip_rib_srv6_dt2u_ctx_free_ext(zidl_ip_rib_srv6_dt2u_ctx *msg, zidl_fre
 size_t zidl_ip_rib_srv6_dt2m_ctx_encode_ext(const zidl_ip_rib_srv6_dt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                             uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dt2m_ctx_decode_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dt2m_ctx_duplicate(zidl_ip_rib_srv6_dt2m_ctx *dst, const zidl_ip_rib_srv6_dt2m_ctx *src, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_dt2m_ctx_free_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_dt_named_ctx
@@ -434,24 +434,24 @@ void zidl_ip_rib_srv6_dt2m_ctx_free_ext(zidl_ip_rib_srv6_dt2m_ctx *msg, zidl_fre
 size_t zidl_ip_rib_srv6_dt_named_ctx_encode_ext(const zidl_ip_rib_srv6_dt_named_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                 uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dt_named_ctx_decode_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                  void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_dt_named_ctx_duplicate(zidl_ip_rib_srv6_dt_named_ctx *dst, const zidl_ip_rib_srv6_dt_named_ctx *src,
                                                 zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_dt_named_ctx_free_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_un_ctx
@@ -459,24 +459,24 @@ void zidl_ip_rib_srv6_dt_named_ctx_free_ext(zidl_ip_rib_srv6_dt_named_ctx *msg, 
 size_t zidl_ip_rib_srv6_un_ctx_encode_ext(const zidl_ip_rib_srv6_un_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                           uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_un_ctx_decode_ext(zidl_ip_rib_srv6_un_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_un_ctx_duplicate(zidl_ip_rib_srv6_un_ctx *dst, const zidl_ip_rib_srv6_un_ctx *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_un_ctx_free_ext(zidl_ip_rib_srv6_un_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_ua_ctx
@@ -484,24 +484,24 @@ void zidl_ip_rib_srv6_un_ctx_free_ext(zidl_ip_rib_srv6_un_ctx *msg, zidl_free_fn
 size_t zidl_ip_rib_srv6_ua_ctx_encode_ext(const zidl_ip_rib_srv6_ua_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                           uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_ua_ctx_decode_ext(zidl_ip_rib_srv6_ua_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_ua_ctx_duplicate(zidl_ip_rib_srv6_ua_ctx *dst, const zidl_ip_rib_srv6_ua_ctx *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_ua_ctx_free_ext(zidl_ip_rib_srv6_ua_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_udt_ctx
@@ -509,24 +509,24 @@ void zidl_ip_rib_srv6_ua_ctx_free_ext(zidl_ip_rib_srv6_ua_ctx *msg, zidl_free_fn
 size_t zidl_ip_rib_srv6_udt_ctx_encode_ext(const zidl_ip_rib_srv6_udt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                            uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udt_ctx_decode_ext(zidl_ip_rib_srv6_udt_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udt_ctx_duplicate(zidl_ip_rib_srv6_udt_ctx *dst, const zidl_ip_rib_srv6_udt_ctx *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_udt_ctx_free_ext(zidl_ip_rib_srv6_udt_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_udt_named_ctx
@@ -534,24 +534,24 @@ void zidl_ip_rib_srv6_udt_ctx_free_ext(zidl_ip_rib_srv6_udt_ctx *msg, zidl_free_
 size_t zidl_ip_rib_srv6_udt_named_ctx_encode_ext(const zidl_ip_rib_srv6_udt_named_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                  uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udt_named_ctx_decode_ext(zidl_ip_rib_srv6_udt_named_ctx *msg, const uint8_t *buf, size_t len,
                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udt_named_ctx_duplicate(zidl_ip_rib_srv6_udt_named_ctx *dst, const zidl_ip_rib_srv6_udt_named_ctx *src,
                                                  zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_udt_named_ctx_free_ext(zidl_ip_rib_srv6_udt_named_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_ub6_ctx
@@ -559,24 +559,24 @@ void zidl_ip_rib_srv6_udt_named_ctx_free_ext(zidl_ip_rib_srv6_udt_named_ctx *msg
 size_t zidl_ip_rib_srv6_ub6_ctx_encode_ext(const zidl_ip_rib_srv6_ub6_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                            uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_ub6_ctx_decode_ext(zidl_ip_rib_srv6_ub6_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_ub6_ctx_duplicate(zidl_ip_rib_srv6_ub6_ctx *dst, const zidl_ip_rib_srv6_ub6_ctx *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_ub6_ctx_free_ext(zidl_ip_rib_srv6_ub6_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_udx2_ctx
@@ -584,24 +584,24 @@ void zidl_ip_rib_srv6_ub6_ctx_free_ext(zidl_ip_rib_srv6_ub6_ctx *msg, zidl_free_
 size_t zidl_ip_rib_srv6_udx2_ctx_encode_ext(const zidl_ip_rib_srv6_udx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                             uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udx2_ctx_decode_ext(zidl_ip_rib_srv6_udx2_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udx2_ctx_duplicate(zidl_ip_rib_srv6_udx2_ctx *dst, const zidl_ip_rib_srv6_udx2_ctx *src, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_udx2_ctx_free_ext(zidl_ip_rib_srv6_udx2_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_udt2u_ctx
@@ -609,24 +609,24 @@ void zidl_ip_rib_srv6_udx2_ctx_free_ext(zidl_ip_rib_srv6_udx2_ctx *msg, zidl_fre
 size_t zidl_ip_rib_srv6_udt2u_ctx_encode_ext(const zidl_ip_rib_srv6_udt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                              uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udt2u_ctx_decode_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                               void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udt2u_ctx_duplicate(zidl_ip_rib_srv6_udt2u_ctx *dst, const zidl_ip_rib_srv6_udt2u_ctx *src, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_udt2u_ctx_free_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_udt2m_ctx
@@ -634,24 +634,24 @@ void zidl_ip_rib_srv6_udt2u_ctx_free_ext(zidl_ip_rib_srv6_udt2u_ctx *msg, zidl_f
 size_t zidl_ip_rib_srv6_udt2m_ctx_encode_ext(const zidl_ip_rib_srv6_udt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                              uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udt2m_ctx_decode_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                               void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udt2m_ctx_duplicate(zidl_ip_rib_srv6_udt2m_ctx *dst, const zidl_ip_rib_srv6_udt2m_ctx *src, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_udt2m_ctx_free_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_udx_ctx
@@ -659,24 +659,24 @@ void zidl_ip_rib_srv6_udt2m_ctx_free_ext(zidl_ip_rib_srv6_udt2m_ctx *msg, zidl_f
 size_t zidl_ip_rib_srv6_udx_ctx_encode_ext(const zidl_ip_rib_srv6_udx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                            uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udx_ctx_decode_ext(zidl_ip_rib_srv6_udx_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_udx_ctx_duplicate(zidl_ip_rib_srv6_udx_ctx *dst, const zidl_ip_rib_srv6_udx_ctx *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_udx_ctx_free_ext(zidl_ip_rib_srv6_udx_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_sid_ctx
@@ -684,24 +684,24 @@ void zidl_ip_rib_srv6_udx_ctx_free_ext(zidl_ip_rib_srv6_udx_ctx *msg, zidl_free_
 size_t zidl_ip_rib_srv6_sid_ctx_encode_ext(const zidl_ip_rib_srv6_sid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                            uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_sid_ctx_decode_ext(zidl_ip_rib_srv6_sid_ctx *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_sid_ctx_duplicate(zidl_ip_rib_srv6_sid_ctx *dst, const zidl_ip_rib_srv6_sid_ctx *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_sid_ctx_free_ext(zidl_ip_rib_srv6_sid_ctx *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_opcode_update
@@ -709,24 +709,24 @@ void zidl_ip_rib_srv6_sid_ctx_free_ext(zidl_ip_rib_srv6_sid_ctx *msg, zidl_free_
 size_t zidl_ip_rib_srv6_opcode_update_encode_ext(const zidl_ip_rib_srv6_opcode_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                  uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_opcode_update_decode_ext(zidl_ip_rib_srv6_opcode_update *msg, const uint8_t *buf, size_t len,
                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_opcode_update_duplicate(zidl_ip_rib_srv6_opcode_update *dst, const zidl_ip_rib_srv6_opcode_update *src,
                                                  zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_opcode_update_free_ext(zidl_ip_rib_srv6_opcode_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_static_endpoint_update
@@ -734,26 +734,26 @@ void zidl_ip_rib_srv6_opcode_update_free_ext(zidl_ip_rib_srv6_opcode_update *msg
 size_t zidl_ip_rib_srv6_static_endpoint_update_encode_ext(const zidl_ip_rib_srv6_static_endpoint_update *msg, uint8_t *buf, size_t buflen,
                                                           zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_static_endpoint_update_decode_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, const uint8_t *buf, size_t len,
                                                            zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_static_endpoint_update_duplicate(zidl_ip_rib_srv6_static_endpoint_update *dst,
                                                           const zidl_ip_rib_srv6_static_endpoint_update *src, zidl_alloc_fn alloc_fn,
                                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_static_endpoint_update_free_ext(zidl_ip_rib_srv6_static_endpoint_update *msg, zidl_free_fn free_fn, void *free_ctx,
                                                       uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_update
@@ -764,12 +764,12 @@ ZIDL_DISPATCHED(zidl_ip_rib_srv6_update_decode_ext)
 int32_t zidl_ip_rib_srv6_update_duplicate(zidl_ip_rib_srv6_update *dst, const zidl_ip_rib_srv6_update *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_update_free_ext(zidl_ip_rib_srv6_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 #endif
@@ -781,13 +781,13 @@ void zidl_ip_rib_srv6_update_free_ext(zidl_ip_rib_srv6_update *msg, zidl_free_fn
 size_t ZIDL_BUILD(zidl_ip_rib_srv6_cfg_update_encode_ext)(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen,
                                                           zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t ZIDL_BUILD(zidl_ip_rib_srv6_cfg_update_decode_ext)(zidl_ip_rib_srv6_cfg_update *msg, const uint8_t *buf, size_t len,
                                                            zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 // ip_rib_srv6_update
@@ -795,13 +795,13 @@ int32_t ZIDL_BUILD(zidl_ip_rib_srv6_cfg_update_decode_ext)(zidl_ip_rib_srv6_cfg_
 size_t ZIDL_BUILD(zidl_ip_rib_srv6_update_encode_ext)(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                       uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t ZIDL_BUILD(zidl_ip_rib_srv6_update_decode_ext)(zidl_ip_rib_srv6_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                        void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 #endif

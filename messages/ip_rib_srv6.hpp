@@ -6,7 +6,7 @@
 #include "messages/ip_rib_srv6.h"
 #include "messages/rib_common.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -1857,4 +1857,4 @@ inline void release(const releaser &mem, zidl_ip_rib_srv6_update &msg)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

@@ -14,24 +14,24 @@ extern "C" {
 size_t zidl_rib_ipv6_address_encode_ext(const zidl_rib_ipv6_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                         uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_ipv6_address_decode_ext(zidl_rib_ipv6_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_ipv6_address_duplicate(zidl_rib_ipv6_address *dst, const zidl_rib_ipv6_address *src, zidl_alloc_fn alloc_fn,
                                         void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_ipv6_address_free_ext(zidl_rib_ipv6_address *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_address
@@ -39,23 +39,23 @@ void zidl_rib_ipv6_address_free_ext(zidl_rib_ipv6_address *msg, zidl_free_fn fre
 size_t zidl_rib_address_encode_ext(const zidl_rib_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                    uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_address_decode_ext(zidl_rib_address *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                     uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_address_duplicate(zidl_rib_address *dst, const zidl_rib_address *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_address_free_ext(zidl_rib_address *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_prefix
@@ -63,23 +63,23 @@ void zidl_rib_address_free_ext(zidl_rib_address *msg, zidl_free_fn free_fn, void
 size_t zidl_rib_prefix_encode_ext(const zidl_rib_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                   uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_prefix_decode_ext(zidl_rib_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                    uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_prefix_duplicate(zidl_rib_prefix *dst, const zidl_rib_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_prefix_free_ext(zidl_rib_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_msg_prefix
@@ -87,23 +87,23 @@ void zidl_rib_prefix_free_ext(zidl_rib_prefix *msg, zidl_free_fn free_fn, void *
 size_t zidl_rib_msg_prefix_encode_ext(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                       uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_msg_prefix_decode_ext(zidl_rib_msg_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                        uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_msg_prefix_duplicate(zidl_rib_msg_prefix *dst, const zidl_rib_msg_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_msg_prefix_free_ext(zidl_rib_msg_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // srv6_prefix
@@ -111,23 +111,23 @@ void zidl_rib_msg_prefix_free_ext(zidl_rib_msg_prefix *msg, zidl_free_fn free_fn
 size_t zidl_srv6_prefix_encode_ext(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                    uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_srv6_prefix_decode_ext(zidl_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                     uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_srv6_prefix_duplicate(zidl_srv6_prefix *dst, const zidl_srv6_prefix *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_srv6_prefix_free_ext(zidl_srv6_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // ip_rib_srv6_prefix
@@ -135,46 +135,46 @@ void zidl_srv6_prefix_free_ext(zidl_srv6_prefix *msg, zidl_free_fn free_fn, void
 size_t zidl_ip_rib_srv6_prefix_encode_ext(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                           uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_ip_rib_srv6_prefix_decode_ext(zidl_ip_rib_srv6_prefix *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_ip_rib_srv6_prefix_duplicate(zidl_ip_rib_srv6_prefix *dst, const zidl_ip_rib_srv6_prefix *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_ip_rib_srv6_prefix_free_ext(zidl_ip_rib_srv6_prefix *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_nnh
 
 size_t zidl_rib_nnh_encode_ext(const zidl_rib_nnh *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_nnh_decode_ext(zidl_rib_nnh *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_nnh_duplicate(zidl_rib_nnh *dst, const zidl_rib_nnh *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_nnh_free_ext(zidl_rib_nnh *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_algo_label
@@ -182,23 +182,23 @@ void zidl_rib_nnh_free_ext(zidl_rib_nnh *msg, zidl_free_fn free_fn, void *free_c
 size_t zidl_rib_algo_label_encode_ext(const zidl_rib_algo_label *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                       uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_algo_label_decode_ext(zidl_rib_algo_label *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                        uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_algo_label_duplicate(zidl_rib_algo_label *dst, const zidl_rib_algo_label *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_algo_label_free_ext(zidl_rib_algo_label *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path_grouping_info
@@ -206,24 +206,24 @@ void zidl_rib_algo_label_free_ext(zidl_rib_algo_label *msg, zidl_free_fn free_fn
 size_t zidl_rib_path_grouping_info_encode_ext(const zidl_rib_path_grouping_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                               uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_grouping_info_decode_ext(zidl_rib_path_grouping_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_grouping_info_duplicate(zidl_rib_path_grouping_info *dst, const zidl_rib_path_grouping_info *src,
                                               zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_grouping_info_free_ext(zidl_rib_path_grouping_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path_sl_id_info
@@ -231,24 +231,24 @@ void zidl_rib_path_grouping_info_free_ext(zidl_rib_path_grouping_info *msg, zidl
 size_t zidl_rib_path_sl_id_info_encode_ext(const zidl_rib_path_sl_id_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                            uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_sl_id_info_decode_ext(zidl_rib_path_sl_id_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_sl_id_info_duplicate(zidl_rib_path_sl_id_info *dst, const zidl_rib_path_sl_id_info *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_sl_id_info_free_ext(zidl_rib_path_sl_id_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path_l2_info
@@ -256,24 +256,24 @@ void zidl_rib_path_sl_id_info_free_ext(zidl_rib_path_sl_id_info *msg, zidl_free_
 size_t zidl_rib_path_l2_info_encode_ext(const zidl_rib_path_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                         uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_l2_info_decode_ext(zidl_rib_path_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_l2_info_duplicate(zidl_rib_path_l2_info *dst, const zidl_rib_path_l2_info *src, zidl_alloc_fn alloc_fn,
                                         void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_l2_info_free_ext(zidl_rib_path_l2_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path_via_aft_id
@@ -281,24 +281,24 @@ void zidl_rib_path_l2_info_free_ext(zidl_rib_path_l2_info *msg, zidl_free_fn fre
 size_t zidl_rib_path_via_aft_id_encode_ext(const zidl_rib_path_via_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                            uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_via_aft_id_decode_ext(zidl_rib_path_via_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                             void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_via_aft_id_duplicate(zidl_rib_path_via_aft_id *dst, const zidl_rib_path_via_aft_id *src, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_via_aft_id_free_ext(zidl_rib_path_via_aft_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path_ip_tunnel_info
@@ -306,24 +306,24 @@ void zidl_rib_path_via_aft_id_free_ext(zidl_rib_path_via_aft_id *msg, zidl_free_
 size_t zidl_rib_path_ip_tunnel_info_encode_ext(const zidl_rib_path_ip_tunnel_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_ip_tunnel_info_decode_ext(zidl_rib_path_ip_tunnel_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                 void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_ip_tunnel_info_duplicate(zidl_rib_path_ip_tunnel_info *dst, const zidl_rib_path_ip_tunnel_info *src,
                                                zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_ip_tunnel_info_free_ext(zidl_rib_path_ip_tunnel_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path_iid_attr
@@ -331,24 +331,24 @@ void zidl_rib_path_ip_tunnel_info_free_ext(zidl_rib_path_ip_tunnel_info *msg, zi
 size_t zidl_rib_path_iid_attr_encode_ext(const zidl_rib_path_iid_attr *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                          uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_iid_attr_decode_ext(zidl_rib_path_iid_attr *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_iid_attr_duplicate(zidl_rib_path_iid_attr *dst, const zidl_rib_path_iid_attr *src, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_iid_attr_free_ext(zidl_rib_path_iid_attr *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path_via_srv6_sid
@@ -356,24 +356,24 @@ void zidl_rib_path_iid_attr_free_ext(zidl_rib_path_iid_attr *msg, zidl_free_fn f
 size_t zidl_rib_path_via_srv6_sid_encode_ext(const zidl_rib_path_via_srv6_sid *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                              uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_via_srv6_sid_decode_ext(zidl_rib_path_via_srv6_sid *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                               void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_via_srv6_sid_duplicate(zidl_rib_path_via_srv6_sid *dst, const zidl_rib_path_via_srv6_sid *src, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_via_srv6_sid_free_ext(zidl_rib_path_via_srv6_sid *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path_srv6_sid_info
@@ -381,24 +381,24 @@ void zidl_rib_path_via_srv6_sid_free_ext(zidl_rib_path_via_srv6_sid *msg, zidl_f
 size_t zidl_rib_path_srv6_sid_info_encode_ext(const zidl_rib_path_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                               uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_srv6_sid_info_decode_ext(zidl_rib_path_srv6_sid_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_srv6_sid_info_duplicate(zidl_rib_path_srv6_sid_info *dst, const zidl_rib_path_srv6_sid_info *src,
                                               zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_srv6_sid_info_free_ext(zidl_rib_path_srv6_sid_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_ecomm_array
@@ -406,46 +406,46 @@ void zidl_rib_path_srv6_sid_info_free_ext(zidl_rib_path_srv6_sid_info *msg, zidl
 size_t zidl_rib_ecomm_array_encode_ext(const zidl_rib_ecomm_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                        uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_ecomm_array_decode_ext(zidl_rib_ecomm_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                         uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_ecomm_array_duplicate(zidl_rib_ecomm_array *dst, const zidl_rib_ecomm_array *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_ecomm_array_free_ext(zidl_rib_ecomm_array *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_path
 
 size_t zidl_rib_path_encode_ext(const zidl_rib_path *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_path_decode_ext(zidl_rib_path *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                  uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_path_duplicate(zidl_rib_path *dst, const zidl_rib_path *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_path_free_ext(zidl_rib_path *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_route_l2_info
@@ -453,24 +453,24 @@ void zidl_rib_path_free_ext(zidl_rib_path *msg, zidl_free_fn free_fn, void *free
 size_t zidl_rib_route_l2_info_encode_ext(const zidl_rib_route_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                          uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_route_l2_info_decode_ext(zidl_rib_route_l2_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_route_l2_info_duplicate(zidl_rib_route_l2_info *dst, const zidl_rib_route_l2_info *src, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_route_l2_info_free_ext(zidl_rib_route_l2_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_route_aft_id
@@ -478,24 +478,24 @@ void zidl_rib_route_l2_info_free_ext(zidl_rib_route_l2_info *msg, zidl_free_fn f
 size_t zidl_rib_route_aft_id_encode_ext(const zidl_rib_route_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                         uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_route_aft_id_decode_ext(zidl_rib_route_aft_id *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_route_aft_id_duplicate(zidl_rib_route_aft_id *dst, const zidl_rib_route_aft_id *src, zidl_alloc_fn alloc_fn,
                                         void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_route_aft_id_free_ext(zidl_rib_route_aft_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_generic_attr_info
@@ -503,24 +503,24 @@ void zidl_rib_route_aft_id_free_ext(zidl_rib_route_aft_id *msg, zidl_free_fn fre
 size_t zidl_rib_generic_attr_info_encode_ext(const zidl_rib_generic_attr_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                              uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_generic_attr_info_decode_ext(zidl_rib_generic_attr_info *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                               void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_generic_attr_info_duplicate(zidl_rib_generic_attr_info *dst, const zidl_rib_generic_attr_info *src, zidl_alloc_fn alloc_fn,
                                              void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_generic_attr_info_free_ext(zidl_rib_generic_attr_info *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_generic_attr_array
@@ -528,24 +528,24 @@ void zidl_rib_generic_attr_info_free_ext(zidl_rib_generic_attr_info *msg, zidl_f
 size_t zidl_rib_generic_attr_array_encode_ext(const zidl_rib_generic_attr_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                               uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_generic_attr_array_decode_ext(zidl_rib_generic_attr_array *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_generic_attr_array_duplicate(zidl_rib_generic_attr_array *dst, const zidl_rib_generic_attr_array *src,
                                               zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_generic_attr_array_free_ext(zidl_rib_generic_attr_array *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_client_advertisement
@@ -553,24 +553,24 @@ void zidl_rib_generic_attr_array_free_ext(zidl_rib_generic_attr_array *msg, zidl
 size_t zidl_rib_client_advertisement_encode_ext(const zidl_rib_client_advertisement *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                 uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_client_advertisement_decode_ext(zidl_rib_client_advertisement *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                  void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_client_advertisement_duplicate(zidl_rib_client_advertisement *dst, const zidl_rib_client_advertisement *src,
                                                 zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_client_advertisement_free_ext(zidl_rib_client_advertisement *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_route
@@ -580,12 +580,12 @@ ZIDL_DISPATCHED(zidl_rib_route_decode_ext)
 
 int32_t zidl_rib_route_duplicate(zidl_rib_route *dst, const zidl_rib_route *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_route_free_ext(zidl_rib_route *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_bind_reply
@@ -593,23 +593,23 @@ void zidl_rib_route_free_ext(zidl_rib_route *msg, zidl_free_fn free_fn, void *fr
 size_t zidl_rib_bind_reply_encode_ext(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                       uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_bind_reply_decode_ext(zidl_rib_bind_reply *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                        uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_bind_reply_duplicate(zidl_rib_bind_reply *dst, const zidl_rib_bind_reply *src, zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_bind_reply_free_ext(zidl_rib_bind_reply *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 #endif
@@ -621,13 +621,13 @@ void zidl_rib_bind_reply_free_ext(zidl_rib_bind_reply *msg, zidl_free_fn free_fn
 size_t ZIDL_BUILD(zidl_rib_route_encode_ext)(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                              uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t ZIDL_BUILD(zidl_rib_route_decode_ext)(zidl_rib_route *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
                                               uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 #endif

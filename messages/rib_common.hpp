@@ -5,7 +5,7 @@
 #include "codec/operations.hpp"
 #include "messages/rib_common.h"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -1334,4 +1334,4 @@ ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_bind_reply &msg)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

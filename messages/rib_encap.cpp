@@ -15,22 +15,22 @@ extern "C" {
 size_t zidl_rib_srv6_oper_type_encode_ext(const zidl_rib_srv6_oper_type *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                           uint32_t *nsegs)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
 }
 
 int32_t zidl_rib_srv6_oper_type_decode_ext(zidl_rib_srv6_oper_type *msg, const uint8_t *buf, size_t len)
 {
-    return zidl::decode_ext(*msg, buf, len, nullptr, nullptr, 0);
+    return zidl::detail::decode_ext(*msg, buf, len, nullptr, nullptr, 0);
 }
 
 int32_t zidl_rib_srv6_oper_type_duplicate(zidl_rib_srv6_oper_type *dst, const zidl_rib_srv6_oper_type *src)
 {
-    return zidl::duplicate(*dst, *src, nullptr, nullptr);
+    return zidl::detail::duplicate(*dst, *src, nullptr, nullptr);
 }
 
 void zidl_rib_srv6_oper_type_free_ext(zidl_rib_srv6_oper_type *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_encap_id_path_key_label
@@ -38,24 +38,24 @@ void zidl_rib_srv6_oper_type_free_ext(zidl_rib_srv6_oper_type *msg, zidl_free_fn
 size_t zidl_rib_encap_id_path_key_label_encode_ext(const zidl_rib_encap_id_path_key_label *msg, uint8_t *buf, size_t buflen,
                                                    zidl_segment *segs, uint32_t *nsegs)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, 0);
 }
 
 int32_t zidl_rib_encap_id_path_key_label_decode_ext(zidl_rib_encap_id_path_key_label *msg, const uint8_t *buf, size_t len,
                                                     zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, 0);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, 0);
 }
 
 int32_t zidl_rib_encap_id_path_key_label_duplicate(zidl_rib_encap_id_path_key_label *dst, const zidl_rib_encap_id_path_key_label *src,
                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_encap_id_path_key_label_free_ext(zidl_rib_encap_id_path_key_label *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_encap_id_path_key_srv6
@@ -63,24 +63,24 @@ void zidl_rib_encap_id_path_key_label_free_ext(zidl_rib_encap_id_path_key_label 
 size_t zidl_rib_encap_id_path_key_srv6_encode_ext(const zidl_rib_encap_id_path_key_srv6 *msg, uint8_t *buf, size_t buflen,
                                                   zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_encap_id_path_key_srv6_decode_ext(zidl_rib_encap_id_path_key_srv6 *msg, const uint8_t *buf, size_t len,
                                                    zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_encap_id_path_key_srv6_duplicate(zidl_rib_encap_id_path_key_srv6 *dst, const zidl_rib_encap_id_path_key_srv6 *src,
                                                   zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_encap_id_path_key_srv6_free_ext(zidl_rib_encap_id_path_key_srv6 *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_encap_id_path_key_srv6_carrier_info
@@ -88,26 +88,26 @@ void zidl_rib_encap_id_path_key_srv6_free_ext(zidl_rib_encap_id_path_key_srv6 *m
 size_t zidl_rib_encap_id_path_key_srv6_carrier_info_encode_ext(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg, uint8_t *buf,
                                                                size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_decode_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, const uint8_t *buf,
                                                                 size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_encap_id_path_key_srv6_carrier_info_duplicate(zidl_rib_encap_id_path_key_srv6_carrier_info *dst,
                                                                const zidl_rib_encap_id_path_key_srv6_carrier_info *src,
                                                                zidl_alloc_fn alloc_fn, void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_encap_id_path_key_srv6_carrier_info_free_ext(zidl_rib_encap_id_path_key_srv6_carrier_info *msg, zidl_free_fn free_fn,
                                                            void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_encap_id_path_key_srv6_carriers
@@ -115,26 +115,26 @@ void zidl_rib_encap_id_path_key_srv6_carrier_info_free_ext(zidl_rib_encap_id_pat
 size_t zidl_rib_encap_id_path_key_srv6_carriers_encode_ext(const zidl_rib_encap_id_path_key_srv6_carriers *msg, uint8_t *buf, size_t buflen,
                                                            zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_encap_id_path_key_srv6_carriers_decode_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, const uint8_t *buf, size_t len,
                                                             zidl_alloc_fn alloc_fn, void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_encap_id_path_key_srv6_carriers_duplicate(zidl_rib_encap_id_path_key_srv6_carriers *dst,
                                                            const zidl_rib_encap_id_path_key_srv6_carriers *src, zidl_alloc_fn alloc_fn,
                                                            void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_encap_id_path_key_srv6_carriers_free_ext(zidl_rib_encap_id_path_key_srv6_carriers *msg, zidl_free_fn free_fn, void *free_ctx,
                                                        uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_encap_id_key
@@ -142,24 +142,24 @@ void zidl_rib_encap_id_path_key_srv6_carriers_free_ext(zidl_rib_encap_id_path_ke
 size_t zidl_rib_encap_id_key_encode_ext(const zidl_rib_encap_id_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                         uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_encap_id_key_decode_ext(zidl_rib_encap_id_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                          void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_encap_id_key_duplicate(zidl_rib_encap_id_key *dst, const zidl_rib_encap_id_key *src, zidl_alloc_fn alloc_fn,
                                         void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_encap_id_key_free_ext(zidl_rib_encap_id_key *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_encap_id
@@ -167,22 +167,22 @@ void zidl_rib_encap_id_key_free_ext(zidl_rib_encap_id_key *msg, zidl_free_fn fre
 size_t zidl_rib_encap_id_encode_ext(const zidl_rib_encap_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                     uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_encap_id_decode_ext(zidl_rib_encap_id *msg, const uint8_t *buf, size_t len)
 {
-    return zidl::decode_ext(*msg, buf, len, nullptr, nullptr, 0);
+    return zidl::detail::decode_ext(*msg, buf, len, nullptr, nullptr, 0);
 }
 
 int32_t zidl_rib_encap_id_duplicate(zidl_rib_encap_id *dst, const zidl_rib_encap_id *src)
 {
-    return zidl::duplicate(*dst, *src, nullptr, nullptr);
+    return zidl::detail::duplicate(*dst, *src, nullptr, nullptr);
 }
 
 void zidl_rib_encap_id_free_ext(zidl_rib_encap_id *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_grid_sync_list
@@ -193,12 +193,12 @@ ZIDL_DISPATCHED(zidl_rib_grid_sync_list_decode_ext)
 int32_t zidl_rib_grid_sync_list_duplicate(zidl_rib_grid_sync_list *dst, const zidl_rib_grid_sync_list *src, zidl_alloc_fn alloc_fn,
                                           void *alloc_ctx)
 {
-    return zidl::duplicate(*dst, *src, alloc_fn, alloc_ctx);
+    return zidl::detail::duplicate(*dst, *src, alloc_fn, alloc_ctx);
 }
 
 void zidl_rib_grid_sync_list_free_ext(zidl_rib_grid_sync_list *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_nhid_encap_key
@@ -206,23 +206,23 @@ void zidl_rib_grid_sync_list_free_ext(zidl_rib_grid_sync_list *msg, zidl_free_fn
 size_t zidl_rib_nhid_encap_key_encode_ext(const zidl_rib_nhid_encap_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                           uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t zidl_rib_nhid_encap_key_decode_ext(zidl_rib_nhid_encap_key *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                            void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 int32_t zidl_rib_nhid_encap_key_duplicate(zidl_rib_nhid_encap_key *dst, const zidl_rib_nhid_encap_key *src)
 {
-    return zidl::duplicate(*dst, *src, nullptr, nullptr);
+    return zidl::detail::duplicate(*dst, *src, nullptr, nullptr);
 }
 
 void zidl_rib_nhid_encap_key_free_ext(zidl_rib_nhid_encap_key *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 // rib_nhid_update
@@ -232,12 +232,12 @@ ZIDL_DISPATCHED(zidl_rib_nhid_update_decode_ext)
 
 int32_t zidl_rib_nhid_update_duplicate(zidl_rib_nhid_update *dst, const zidl_rib_nhid_update *src)
 {
-    return zidl::duplicate(*dst, *src, nullptr, nullptr);
+    return zidl::detail::duplicate(*dst, *src, nullptr, nullptr);
 }
 
 void zidl_rib_nhid_update_free_ext(zidl_rib_nhid_update *msg, zidl_free_fn free_fn, void *free_ctx, uint32_t flags)
 {
-    zidl::free_ext(*msg, free_fn, free_ctx, flags);
+    zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);
 }
 
 #endif
@@ -249,13 +249,13 @@ void zidl_rib_nhid_update_free_ext(zidl_rib_nhid_update *msg, zidl_free_fn free_
 size_t ZIDL_BUILD(zidl_rib_grid_sync_list_encode_ext)(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                       uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t ZIDL_BUILD(zidl_rib_grid_sync_list_decode_ext)(zidl_rib_grid_sync_list *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                        void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 // rib_nhid_update
@@ -263,13 +263,13 @@ int32_t ZIDL_BUILD(zidl_rib_grid_sync_list_decode_ext)(zidl_rib_grid_sync_list *
 size_t ZIDL_BUILD(zidl_rib_nhid_update_encode_ext)(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags)
 {
-    return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
+    return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, flags);
 }
 
 int32_t ZIDL_BUILD(zidl_rib_nhid_update_decode_ext)(zidl_rib_nhid_update *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,
                                                     void *alloc_ctx, uint32_t flags)
 {
-    return zidl::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
+    return zidl::detail::decode_ext(*msg, buf, len, alloc_fn, alloc_ctx, flags);
 }
 
 #endif

@@ -6,7 +6,7 @@
 #include "messages/rib_encap.h"
 #include "messages/rib_common.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -620,4 +620,4 @@ ZIDL_INLINE void decode_fields(Reader &in, zidl_rib_nhid_update &msg)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

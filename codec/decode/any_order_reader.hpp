@@ -5,7 +5,7 @@
 
 #include "codec/decode/reader.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -153,4 +153,4 @@ private:
 };
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

@@ -6,7 +6,7 @@
 #include "codec/wire.hpp"
 #include "codec/zidl.h"
 
-namespace zidl
+namespace zidl::detail
 {
 
 // The same for all builds: what is rare is decoded by one of them for all, see built_once.hpp.
@@ -54,4 +54,4 @@ ZIDL_INLINE bool hold_bytes(uint8_t *&member, uint64_t &size, const decode_conte
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

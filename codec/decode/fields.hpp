@@ -6,7 +6,7 @@
 #include "codec/decode/any_order_reader.hpp"
 #include "codec/decode/ordered_reader.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -134,4 +134,4 @@ ZIDL_SMALL std::enable_if_t<shape<Record>::is_small, int32_t> decode(Record &msg
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

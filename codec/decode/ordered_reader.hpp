@@ -10,7 +10,7 @@
 #include "codec/decode/varints.hpp"
 #include "codec/presence.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -210,4 +210,4 @@ private:
 };
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

@@ -5,7 +5,7 @@
 
 #include "codec/decode/context.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -59,4 +59,4 @@ private:
 };
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

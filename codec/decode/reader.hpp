@@ -8,7 +8,7 @@
 #include "codec/decode/varints.hpp"
 #include "codec/presence.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -405,4 +405,4 @@ private:
     goto name
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

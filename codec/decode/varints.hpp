@@ -7,7 +7,7 @@
 
 #include <type_traits>
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -223,4 +223,4 @@ ZIDL_COLD inline parsed<int32_t> skip_value(uint32_t tag, const uint8_t *pos, co
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

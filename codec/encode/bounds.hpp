@@ -4,7 +4,7 @@
 
 #include "codec/encode/sizer.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -166,4 +166,4 @@ constexpr bool bounds_are_right()
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

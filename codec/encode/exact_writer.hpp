@@ -4,7 +4,7 @@
 
 #include "codec/encode/fast_writer.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -229,4 +229,4 @@ struct sink_traits<exact_writer> : usual_sink {
 };
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

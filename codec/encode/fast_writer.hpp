@@ -5,7 +5,7 @@
 #include "codec/encode/bounds.hpp"
 #include "codec/encode/unchecked_writer.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -206,4 +206,4 @@ struct sink_traits<fast_writer> : usual_sink {
 };
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

@@ -7,7 +7,7 @@
 
 #include <utility>
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -213,4 +213,4 @@ ZIDL_INLINE constexpr void encode_messages(Sink &out, bool present, const Record
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

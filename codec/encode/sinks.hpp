@@ -34,7 +34,7 @@
 #include "codec/presence.hpp"
 #include "codec/zidl.h"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -64,4 +64,4 @@ Sink encode(Sink out, const Record &msg)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

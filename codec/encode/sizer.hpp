@@ -4,7 +4,7 @@
 
 #include "codec/encode/sinks.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -144,4 +144,4 @@ size_t encoded_size(const Record &msg, uint32_t flags)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

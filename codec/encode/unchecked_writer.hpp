@@ -5,7 +5,7 @@
 
 #include "codec/encode/sinks.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
 {
@@ -230,4 +230,4 @@ private:
 };
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

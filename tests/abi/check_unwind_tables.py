@@ -38,7 +38,7 @@ def main():
         if place >= 0 and address < ranges[place][1]:
             continue
         bare += 1
-        if not re.search(r"_baseline\b|\bzidl::baseline::", name):
+        if not re.search(r"_baseline\b|\bzidl::detail::baseline::", name):
             wrong.append(name)
     print(f"{seen} functions, {len(ranges)} tables, {bare} functions without one")
     print("\n".join(f"no unwind table: {name}" for name in wrong))

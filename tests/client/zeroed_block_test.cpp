@@ -29,7 +29,7 @@ constexpr size_t sizes[] = {
 
 #if defined(__x86_64__)
 
-using namespace zidl::processor;
+using namespace zidl::detail::processor;
 
 TEST(zeroed_block, loop_over_words_clears_every_byte_and_none_beside_them)
 {

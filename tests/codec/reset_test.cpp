@@ -22,7 +22,7 @@ zidl_ip_rib_srv6_sid_ctx all_ones()
 TEST(reset, sid_ctx_clear_leaves_nothing_in_a_sid_context_but_spare_presence_bits)
 {
     zidl_ip_rib_srv6_sid_ctx msg = all_ones();
-    zidl::sid_ctx_clear(msg);
+    zidl::detail::sid_ctx_clear(msg);
     EXPECT_EQ(msg.value_1, 0u);
     EXPECT_EQ(msg.values_2, nullptr);
     EXPECT_EQ(msg.values_2_count, 0u);
@@ -35,7 +35,7 @@ TEST(reset, sid_ctx_clear_leaves_nothing_in_a_sid_context_but_spare_presence_bit
 TEST(reset, decoding_a_sid_context_starts_with_sid_ctx_clear)
 {
     zidl_ip_rib_srv6_sid_ctx cleared = all_ones();
-    zidl::sid_ctx_clear(cleared);
+    zidl::detail::sid_ctx_clear(cleared);
     zidl_ip_rib_srv6_sid_ctx decoded = all_ones();
     EXPECT_EQ(zidl_ip_rib_srv6_sid_ctx_decode_ext(&decoded, nullptr, 0, nullptr, nullptr, 0), ZIDL_OK);
     EXPECT_EQ(memcmp(&decoded, &cleared, sizeof decoded), 0);

@@ -5,7 +5,7 @@
 #include "codec/operations.hpp"
 #include "messages/rib_common.hpp"
 
-namespace zidl
+namespace zidl::detail
 {
 
 struct block_sample {
@@ -117,4 +117,4 @@ fast_writer write(const sample &msg, fast_writer out)
 }
 
 } // namespace ZIDL_VARIANT
-} // namespace zidl
+} // namespace zidl::detail

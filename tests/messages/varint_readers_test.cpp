@@ -11,7 +11,7 @@
 namespace
 {
 
-namespace codec = zidl;
+namespace codec = zidl::detail;
 
 using codec::copy_short;
 using codec::decode_context;

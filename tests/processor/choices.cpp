@@ -81,7 +81,7 @@ int main()
         codec = "bmi2";
     else if (encode == zidl_rib_route_encode_ext_baseline && decode == zidl_rib_route_decode_ext_baseline)
         codec = "baseline";
-    const bool by_word = zidl::processor::has(zidl::processor::fills_by_word);
+    const bool by_word = zidl::detail::processor::has(zidl::detail::processor::fills_by_word);
     std::printf("codec %s\nrecords cleared by %s\n", codec, by_word ? "word" : "calloc");
     return survives_the_codec() && is_converted() ? 0 : 1;
 }

@@ -117,13 +117,13 @@ void emit_function(printer &out, const operation &defined, const std::string &na
 
 std::string encode_call(const message &msg)
 {
-    return fmt::format("return zidl::encode_ext(*msg, buf, buflen, segs, nsegs, {});",
+    return fmt::format("return zidl::detail::encode_ext(*msg, buf, buflen, segs, nsegs, {});",
                        msg.omit.encode_flags ? "0" : "flags");
 }
 
 std::string decode_call(const message &msg)
 {
-    return fmt::format("return zidl::decode_ext(*msg, buf, len, {}, {});",
+    return fmt::format("return zidl::detail::decode_ext(*msg, buf, len, {}, {});",
                        msg.omit.decode_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx",
                        msg.omit.decode_flags ? "0" : "flags");
 }
@@ -159,9 +159,9 @@ void emit_once(printer &out, const message &msg)
     const operation duplicate = duplicate_operation(msg);
     const operation release = release_operation(msg);
     emit_function(out, duplicate, duplicate.name,
-                  {fmt::format("return zidl::duplicate(*dst, *src, {});",
+                  {fmt::format("return zidl::detail::duplicate(*dst, *src, {});",
                                msg.omit.duplicate_memory ? "nullptr, nullptr" : "alloc_fn, alloc_ctx")});
-    emit_function(out, release, release.name, {"zidl::free_ext(*msg, free_fn, free_ctx, flags);"});
+    emit_function(out, release, release.name, {"zidl::detail::free_ext(*msg, free_fn, free_ctx, flags);"});
 }
 
 using chosen_messages = std::vector<const message *>;
@@ -218,7 +218,7 @@ std::string emit_codec_header(const group &source)
     for (const std::string &used : source.uses)
         out.line("#include \"{}\"", codec_header_path(source.chosen, used));
     out.line();
-    out.line("namespace zidl");
+    out.line("namespace zidl::detail");
     out.line("{{");
     out.line("inline namespace ZIDL_VARIANT");
     out.line("{{");
@@ -226,7 +226,7 @@ std::string emit_codec_header(const group &source)
     for (const auto &msg : source.messages)
         emit_message(out, *msg);
     out.line("}} // namespace ZIDL_VARIANT");
-    out.line("}} // namespace zidl");
+    out.line("}} // namespace zidl::detail");
     return out.take();
 }
 

@@ -42,7 +42,7 @@ __attribute__((target("avx2"))) inline void clear_by_word(uint8_t *block, size_t
 inline void *zeroed_block(size_t size)
 {
     constexpr size_t MAY_BE_FRESH = 128 * 1024;
-    if (size >= MAY_BE_FRESH || !zidl::processor::has(zidl::processor::fills_by_word))
+    if (size >= MAY_BE_FRESH || !zidl::detail::processor::has(zidl::detail::processor::fills_by_word))
         return new_zeroed_block(size);
     void *const block = new_block(size);
     if (block != nullptr)
