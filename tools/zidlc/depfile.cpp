@@ -24,12 +24,12 @@ std::string escaped(const std::filesystem::path &path)
 
 } // namespace
 
-std::string depfile(const std::vector<generated_file> &generated, const std::filesystem::path &root,
+std::string depfile(const std::vector<std::filesystem::path> &targets,
                     const std::vector<std::unique_ptr<schema_file>> &schemas, const std::filesystem::path &other_file)
 {
     std::string rule;
-    for (const generated_file &file : generated)
-        rule += escaped(root / file.path) + ' ';
+    for (const std::filesystem::path &each : targets)
+        rule += escaped(each) + ' ';
     if (!rule.empty())
         rule.back() = ':';
     for (const auto &schema : schemas)

@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include "tools/zidlc/artefacts.hpp"
 #include "tools/zidlc/loader.hpp"
 
 #include <filesystem>
@@ -13,8 +12,8 @@
 namespace zidlc
 {
 
-// One rule: the generated files below `root`, a colon, all schemas that the run has read, and one more file if any.
-std::string depfile(const std::vector<generated_file> &generated, const std::filesystem::path &root,
+// One rule: the targets, a colon, all schemas that the run has read, and one more file if any.
+std::string depfile(const std::vector<std::filesystem::path> &targets,
                     const std::vector<std::unique_ptr<schema_file>> &schemas,
                     const std::filesystem::path &other_file = {});
 

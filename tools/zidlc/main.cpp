@@ -51,6 +51,7 @@ struct options {
     std::vector<std::string> only;
     naming chosen = {.proto_package = {}, .proto_folder = {}}; // empty: follows from the prefix
     std::filesystem::path depfile;
+    std::filesystem::path depfile_target;
     std::filesystem::path lands_in;
     std::string protocol;
     std::filesystem::path framing;
@@ -148,6 +149,10 @@ void declare(CLI::App &app, options &chosen)
                    "Write to FILE, as Make and Ninja read it, which schemas the generated files\n"
                    "come from; also -MD FILE, as compilers call it")
         ->option_text("FILE");
+    app.add_option("--depfile-target", chosen.depfile_target,
+                   "Say it of FILE alone instead of the generated files; also -MT FILE. Files that\n"
+                   "do not change keep their time: a file that a rule touches says when zidlc ran")
+        ->option_text("FILE");
     app.add_option("--lands-in", chosen.lands_in,
                    "Show in the manual where fields land, as FILE says: lines of message, field,\n"
                    "way to it and landing with tabs between, behind a header line")
@@ -211,6 +216,16 @@ protocol protocol_of(const options &chosen)
     return {chosen.protocol, "wireshark/" + chosen.framing.filename().string(), framing};
 }
 
+std::vector<std::filesystem::path> depfile_targets(const std::vector<generated_file> &generated, const options &chosen)
+{
+    if (!chosen.depfile_target.empty())
+        return {chosen.depfile_target};
+    std::vector<std::filesystem::path> targets;
+    for (const generated_file &file : generated)
+        targets.push_back(chosen.output_folder / file.path);
+    return targets;
+}
+
 int compile(const options &chosen)
 {
     diagnostics errors;
@@ -226,7 +241,7 @@ int compile(const options &chosen)
         return report_stale(stale_files(generated, chosen.output_folder));
     write_changed(generated, chosen.output_folder);
     if (!chosen.depfile.empty())
-        write(chosen.depfile, depfile(generated, chosen.output_folder, files, chosen.framing));
+        write(chosen.depfile, depfile(depfile_targets(generated, chosen), files, chosen.framing));
     return success;
 }
 
@@ -235,6 +250,7 @@ std::vector<std::string> reversed_arguments(int argc, char **argv)
 {
     std::vector<std::string> arguments(std::reverse_iterator(argv + argc), std::reverse_iterator(argv + 1));
     std::replace(arguments.begin(), arguments.end(), std::string("-MD"), std::string("--depfile"));
+    std::replace(arguments.begin(), arguments.end(), std::string("-MT"), std::string("--depfile-target"));
     return arguments;
 }
 
