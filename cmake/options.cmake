@@ -81,29 +81,11 @@ function(rib_codec_objects target)
     "$<$<CXX_COMPILER_ID:GNU>:-falign-jumps=1;-falign-loops=1;-falign-labels=1;-fno-reorder-blocks-and-partition>")
 endfunction()
 
-# Choosing takes indirect functions, and a baseline below what is chosen. Sanitizers are not ready when the linker asks.
-# All flags count, those of the configuration and those of a project around this one, too.
+# Where flags do not allow to choose, there is one build of everything.
 if(RIB_DISPATCH)
-  include(CheckCXXSourceCompiles)
-  set(CMAKE_TRY_COMPILE_CONFIGURATION ${CMAKE_BUILD_TYPE})
-  get_directory_property(CMAKE_REQUIRED_FLAGS COMPILE_OPTIONS)
-  list(FILTER CMAKE_REQUIRED_FLAGS EXCLUDE REGEX "\\$<")
-  list(JOIN CMAKE_REQUIRED_FLAGS " " CMAKE_REQUIRED_FLAGS)
-  check_cxx_source_compiles("
-    #if !defined(__x86_64__) || defined(__BMI2__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    #error no choice
-    #endif
-    #ifdef __has_feature
-    #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
-    #error no choice
-    #endif
-    #endif
-    extern \"C\" { int baseline() { return 0; } }
-    extern \"C\" { decltype(&baseline) chosen() { return baseline; } int dispatched() __attribute__((ifunc(\"chosen\"))); }
-    int main() { return dispatched(); }" RIB_CAN_DISPATCH)
-  if(RIB_SANITIZE OR NOT RIB_CAN_DISPATCH)
+  include(${CMAKE_CURRENT_LIST_DIR}/../packaging/zidl_can_dispatch.cmake)
+  zidl_can_dispatch(can_dispatch)
+  if(RIB_SANITIZE OR NOT can_dispatch)
     set(RIB_DISPATCH OFF)
   endif()
-  unset(CMAKE_REQUIRED_FLAGS)
-  unset(CMAKE_TRY_COMPILE_CONFIGURATION)
 endif()
