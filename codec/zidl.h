@@ -38,11 +38,22 @@
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #if defined(__GNUC__)
 #define ZIDL_API __attribute__((visibility("default")))
 #else
 #define ZIDL_API
+#endif
+
+/* For the accessors in generated headers alone, without a warning in C and in C++: a pointer to what is only read, as records
+ * hold it, and a null one. */
+#ifdef __cplusplus
+#define ZIDL_MUTABLE(type, pointer) const_cast<type *>(pointer)
+#define ZIDL_NULL nullptr
+#else
+#define ZIDL_MUTABLE(type, pointer) ((type *)(uintptr_t)(pointer))
+#define ZIDL_NULL NULL
 #endif
 
 #ifdef __cplusplus

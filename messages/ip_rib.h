@@ -34,8 +34,22 @@ static inline void zidl_ip_rib_proto_update_set_proto_sub_id(zidl_ip_rib_proto_u
     { msg->proto_sub_id = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_proto_update_set_proto_value(zidl_ip_rib_proto_update *msg, uint64_t value)
     { msg->proto_value = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_proto_update_set_proto_name(zidl_ip_rib_proto_update *msg, const char *value)
+    { msg->proto_name = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_proto_update_set_proto_extra_name(zidl_ip_rib_proto_update *msg, const char *value)
+    { msg->proto_extra_name = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_proto_update_mark_proto_name      (zidl_ip_rib_proto_update *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_proto_update_mark_proto_extra_name(zidl_ip_rib_proto_update *msg) { msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_proto_update_clear_proto_id(zidl_ip_rib_proto_update *msg)
+    { msg->proto_id = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_proto_update_clear_proto_sub_id(zidl_ip_rib_proto_update *msg)
+    { msg->proto_sub_id = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_proto_update_clear_proto_value(zidl_ip_rib_proto_update *msg)
+    { msg->proto_value = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_proto_update_clear_proto_name(zidl_ip_rib_proto_update *msg)
+    { msg->proto_name = ZIDL_NULL; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_proto_update_clear_proto_extra_name(zidl_ip_rib_proto_update *msg)
+    { msg->proto_extra_name = ZIDL_NULL; msg->presence &= 0xefu; }
 
 ZIDL_API size_t zidl_ip_rib_proto_update_encode_ext(const zidl_ip_rib_proto_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -73,8 +87,24 @@ static inline void zidl_ip_rib_opaque_set_opaque_sub_id(zidl_ip_rib_opaque *msg,
     { msg->opaque_sub_id = value; msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_opaque_set_opaque_value(zidl_ip_rib_opaque *msg, uint32_t value)
     { msg->opaque_value = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_opaque_set_first_block(zidl_ip_rib_opaque *msg, const uint8_t *data, uint64_t size)
+    { msg->first_block = ZIDL_MUTABLE(uint8_t, data); msg->first_block_size = size; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_opaque_set_second_block(zidl_ip_rib_opaque *msg, const uint8_t *data, uint64_t size)
+    { msg->second_block = ZIDL_MUTABLE(uint8_t, data); msg->second_block_size = size; msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_opaque_mark_first_block (zidl_ip_rib_opaque *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_opaque_mark_second_block(zidl_ip_rib_opaque *msg) { msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_opaque_clear_opaque_type(zidl_ip_rib_opaque *msg)
+    { msg->opaque_type = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_opaque_clear_opaque_id(zidl_ip_rib_opaque *msg)
+    { msg->opaque_id = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_opaque_clear_opaque_sub_id(zidl_ip_rib_opaque *msg)
+    { msg->opaque_sub_id = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_opaque_clear_opaque_value(zidl_ip_rib_opaque *msg)
+    { msg->opaque_value = 0; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_opaque_clear_first_block(zidl_ip_rib_opaque *msg)
+    { msg->first_block = ZIDL_NULL; msg->first_block_size = 0; msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_opaque_clear_second_block(zidl_ip_rib_opaque *msg)
+    { msg->second_block = ZIDL_NULL; msg->second_block_size = 0; msg->presence &= 0xdfu; }
 
 ZIDL_API size_t zidl_ip_rib_opaque_encode_ext(const zidl_ip_rib_opaque *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                               uint32_t *nsegs, uint32_t flags);
@@ -105,6 +135,12 @@ static inline void zidl_ip_rib_iid_evpn_vpws_ctx_set_vpws_value_2(zidl_ip_rib_ii
     { msg->vpws_value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_iid_evpn_vpws_ctx_set_vpws_value_3(zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint32_t value)
     { msg->vpws_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_iid_evpn_vpws_ctx_clear_vpws_value_1(zidl_ip_rib_iid_evpn_vpws_ctx *msg)
+    { msg->vpws_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_iid_evpn_vpws_ctx_clear_vpws_value_2(zidl_ip_rib_iid_evpn_vpws_ctx *msg)
+    { msg->vpws_value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_iid_evpn_vpws_ctx_clear_vpws_value_3(zidl_ip_rib_iid_evpn_vpws_ctx *msg)
+    { msg->vpws_value_3 = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_iid_evpn_vpws_ctx_encode_ext(const zidl_ip_rib_iid_evpn_vpws_ctx *msg, uint8_t *buf, size_t buflen,
                                                          zidl_segment *segs, uint32_t *nsegs);
@@ -152,8 +188,26 @@ static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_6(zidl_ip_rib_iid
     { msg->ctx_value_6 = value; msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_value_7(zidl_ip_rib_iid_evpn_elan_ctx *msg, uint32_t value)
     { msg->ctx_value_7 = value; msg->presence |= 1u << 6; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_bytes_2(zidl_ip_rib_iid_evpn_elan_ctx *msg, const uint8_t *data, uint64_t size)
+    { msg->ctx_bytes_2 = ZIDL_MUTABLE(uint8_t, data); msg->ctx_bytes_2_size = size; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_set_ctx_bytes_5(zidl_ip_rib_iid_evpn_elan_ctx *msg, const uint8_t *data, uint64_t size)
+    { msg->ctx_bytes_5 = ZIDL_MUTABLE(uint8_t, data); msg->ctx_bytes_5_size = size; msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_iid_evpn_elan_ctx_mark_ctx_bytes_2(zidl_ip_rib_iid_evpn_elan_ctx *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_iid_evpn_elan_ctx_mark_ctx_bytes_5(zidl_ip_rib_iid_evpn_elan_ctx *msg) { msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_clear_ctx_value_1(zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { msg->ctx_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_clear_ctx_bytes_2(zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { msg->ctx_bytes_2 = ZIDL_NULL; msg->ctx_bytes_2_size = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_clear_ctx_value_3(zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { msg->ctx_value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_clear_ctx_value_4(zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { msg->ctx_value_4 = 0; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_clear_ctx_bytes_5(zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { msg->ctx_bytes_5 = ZIDL_NULL; msg->ctx_bytes_5_size = 0; msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_clear_ctx_value_6(zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { msg->ctx_value_6 = 0; msg->presence &= 0xdfu; }
+static inline void zidl_ip_rib_iid_evpn_elan_ctx_clear_ctx_value_7(zidl_ip_rib_iid_evpn_elan_ctx *msg)
+    { msg->ctx_value_7 = 0; msg->presence &= 0xbfu; }
 
 ZIDL_API size_t zidl_ip_rib_iid_evpn_elan_ctx_encode_ext(const zidl_ip_rib_iid_evpn_elan_ctx *msg, uint8_t *buf, size_t buflen,
                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -204,10 +258,30 @@ static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_6(zidl_ip_r
     { msg->ctx_value_6 = value; msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_value_7(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint32_t value)
     { msg->ctx_value_7 = value; msg->presence |= 1u << 6; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_bytes_2(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, const uint8_t *data,
+                                                                       uint64_t size)
+    { msg->ctx_bytes_2 = ZIDL_MUTABLE(uint8_t, data); msg->ctx_bytes_2_size = size; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_set_ctx_bytes_5(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, const uint8_t *data,
+                                                                       uint64_t size)
+    { msg->ctx_bytes_5 = ZIDL_MUTABLE(uint8_t, data); msg->ctx_bytes_5_size = size; msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_mark_ctx_bytes_2(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
     { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_mark_ctx_bytes_5(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
     { msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_clear_ctx_value_1(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->ctx_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_clear_ctx_bytes_2(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->ctx_bytes_2 = ZIDL_NULL; msg->ctx_bytes_2_size = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_clear_ctx_value_3(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->ctx_value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_clear_ctx_value_4(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->ctx_value_4 = 0; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_clear_ctx_bytes_5(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->ctx_bytes_5 = ZIDL_NULL; msg->ctx_bytes_5_size = 0; msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_clear_ctx_value_6(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->ctx_value_6 = 0; msg->presence &= 0xdfu; }
+static inline void zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_clear_ctx_value_7(zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg)
+    { msg->ctx_value_7 = 0; msg->presence &= 0xbfu; }
 
 ZIDL_API size_t zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx_encode_ext(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx *msg, uint8_t *buf, size_t buflen,
                                                                zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -247,8 +321,24 @@ static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_3(zidl_ip_rib_iid_lss_c
     { msg->lss_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_iid_lss_ctx_set_lss_value_4(zidl_ip_rib_iid_lss_ctx *msg, uint32_t value)
     { msg->lss_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_iid_lss_ctx_set_lss_bytes(zidl_ip_rib_iid_lss_ctx *msg, const uint8_t *data, uint64_t size)
+    { msg->lss_bytes = ZIDL_MUTABLE(uint8_t, data); msg->lss_bytes_size = size; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_iid_lss_ctx_set_lss_prefixes(zidl_ip_rib_iid_lss_ctx *msg, const zidl_srv6_prefix *values, uint32_t count)
+    { msg->lss_prefixes = ZIDL_MUTABLE(zidl_srv6_prefix, values); msg->lss_prefixes_count = count; msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_iid_lss_ctx_mark_lss_bytes   (zidl_ip_rib_iid_lss_ctx *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_iid_lss_ctx_mark_lss_prefixes(zidl_ip_rib_iid_lss_ctx *msg) { msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_iid_lss_ctx_clear_lss_value_1(zidl_ip_rib_iid_lss_ctx *msg)
+    { msg->lss_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_iid_lss_ctx_clear_lss_value_2(zidl_ip_rib_iid_lss_ctx *msg)
+    { msg->lss_value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_iid_lss_ctx_clear_lss_value_3(zidl_ip_rib_iid_lss_ctx *msg)
+    { msg->lss_value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_iid_lss_ctx_clear_lss_value_4(zidl_ip_rib_iid_lss_ctx *msg)
+    { msg->lss_value_4 = 0; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_iid_lss_ctx_clear_lss_bytes(zidl_ip_rib_iid_lss_ctx *msg)
+    { msg->lss_bytes = ZIDL_NULL; msg->lss_bytes_size = 0; msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_iid_lss_ctx_clear_lss_prefixes(zidl_ip_rib_iid_lss_ctx *msg)
+    { msg->lss_prefixes = ZIDL_NULL; msg->lss_prefixes_count = 0; msg->presence &= 0xdfu; }
 
 ZIDL_API size_t zidl_ip_rib_iid_lss_ctx_encode_ext(const zidl_ip_rib_iid_lss_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);
@@ -274,6 +364,10 @@ static inline void zidl_ip_rib_iid_aft_nhg_ctx_set_aft_nhg_value_1(zidl_ip_rib_i
     { msg->aft_nhg_value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_iid_aft_nhg_ctx_set_aft_nhg_id(zidl_ip_rib_iid_aft_nhg_ctx *msg, uint64_t value)
     { msg->aft_nhg_id = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_iid_aft_nhg_ctx_clear_aft_nhg_value_1(zidl_ip_rib_iid_aft_nhg_ctx *msg)
+    { msg->aft_nhg_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_iid_aft_nhg_ctx_clear_aft_nhg_id(zidl_ip_rib_iid_aft_nhg_ctx *msg)
+    { msg->aft_nhg_id = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_iid_aft_nhg_ctx_encode_ext(const zidl_ip_rib_iid_aft_nhg_ctx *msg, uint8_t *buf, size_t buflen,
                                                        zidl_segment *segs, uint32_t *nsegs);
@@ -301,7 +395,17 @@ static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_value_2(zidl_ip_rib_iid_s
     { msg->sl_id_value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_value_3(zidl_ip_rib_iid_sl_id_ctx *msg, uint32_t value)
     { msg->sl_id_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_iid_sl_id_ctx_set_sl_id_name(zidl_ip_rib_iid_sl_id_ctx *msg, const char *value)
+    { msg->sl_id_name = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_iid_sl_id_ctx_mark_sl_id_name(zidl_ip_rib_iid_sl_id_ctx *msg) { msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_iid_sl_id_ctx_clear_sl_id_value_1(zidl_ip_rib_iid_sl_id_ctx *msg)
+    { msg->sl_id_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_iid_sl_id_ctx_clear_sl_id_value_2(zidl_ip_rib_iid_sl_id_ctx *msg)
+    { msg->sl_id_value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_iid_sl_id_ctx_clear_sl_id_value_3(zidl_ip_rib_iid_sl_id_ctx *msg)
+    { msg->sl_id_value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_iid_sl_id_ctx_clear_sl_id_name(zidl_ip_rib_iid_sl_id_ctx *msg)
+    { msg->sl_id_name = ZIDL_NULL; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_ip_rib_iid_sl_id_ctx_encode_ext(const zidl_ip_rib_iid_sl_id_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                      uint32_t *nsegs, uint32_t flags);
@@ -340,6 +444,20 @@ static inline void zidl_ip_rib_iid_ctx_mark_evpn_elan      (zidl_ip_rib_iid_ctx 
 static inline void zidl_ip_rib_iid_ctx_mark_aft_nhg        (zidl_ip_rib_iid_ctx *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_iid_ctx_mark_l2vpn_ip_tunnel(zidl_ip_rib_iid_ctx *msg) { msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_iid_ctx_mark_sl_id          (zidl_ip_rib_iid_ctx *msg) { msg->presence |= 1u << 6; }
+static inline void zidl_ip_rib_iid_ctx_clear_iid_ctx_kind(zidl_ip_rib_iid_ctx *msg)
+    { msg->iid_ctx_kind = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_iid_ctx_clear_evpn_vpws(zidl_ip_rib_iid_ctx *msg)
+    { memset(&msg->evpn_vpws, 0, sizeof msg->evpn_vpws); msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_iid_ctx_clear_lss(zidl_ip_rib_iid_ctx *msg)
+    { memset(&msg->lss, 0, sizeof msg->lss); msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_iid_ctx_clear_evpn_elan(zidl_ip_rib_iid_ctx *msg)
+    { memset(&msg->evpn_elan, 0, sizeof msg->evpn_elan); msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_iid_ctx_clear_aft_nhg(zidl_ip_rib_iid_ctx *msg)
+    { memset(&msg->aft_nhg, 0, sizeof msg->aft_nhg); msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_iid_ctx_clear_l2vpn_ip_tunnel(zidl_ip_rib_iid_ctx *msg)
+    { memset(&msg->l2vpn_ip_tunnel, 0, sizeof msg->l2vpn_ip_tunnel); msg->presence &= 0xdfu; }
+static inline void zidl_ip_rib_iid_ctx_clear_sl_id(zidl_ip_rib_iid_ctx *msg)
+    { memset(&msg->sl_id, 0, sizeof msg->sl_id); msg->presence &= 0xbfu; }
 
 ZIDL_API size_t zidl_ip_rib_iid_ctx_encode_ext(const zidl_ip_rib_iid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                uint32_t *nsegs, uint32_t flags);
@@ -374,6 +492,16 @@ static inline void zidl_ip_rib_iid_update_set_iid_update_value_4(zidl_ip_rib_iid
 static inline void zidl_ip_rib_iid_update_set_iid_update_flag_5(zidl_ip_rib_iid_update *msg, bool value)
     { msg->iid_update_flag_5 = value; msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_iid_update_mark_iid_ctx(zidl_ip_rib_iid_update *msg) { msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_iid_update_clear_iid_ctx(zidl_ip_rib_iid_update *msg)
+    { memset(&msg->iid_ctx, 0, sizeof msg->iid_ctx); msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_iid_update_clear_iid_update_flag_2(zidl_ip_rib_iid_update *msg)
+    { msg->iid_update_flag_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_iid_update_clear_iid_update_value_3(zidl_ip_rib_iid_update *msg)
+    { msg->iid_update_value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_iid_update_clear_iid_update_value_4(zidl_ip_rib_iid_update *msg)
+    { msg->iid_update_value_4 = 0; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_iid_update_clear_iid_update_flag_5(zidl_ip_rib_iid_update *msg)
+    { msg->iid_update_flag_5 = 0; msg->presence &= 0xefu; }
 
 ZIDL_API size_t zidl_ip_rib_iid_update_encode_ext(const zidl_ip_rib_iid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                   uint32_t *nsegs, uint32_t flags);

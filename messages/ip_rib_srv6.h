@@ -30,6 +30,12 @@ static inline void zidl_ip_rib_srv6_sid_info_set_value_1(zidl_ip_rib_srv6_sid_in
 static inline void zidl_ip_rib_srv6_sid_info_set_value_2(zidl_ip_rib_srv6_sid_info *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_sid_info_mark_sid(zidl_ip_rib_srv6_sid_info *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_sid_info_clear_value_1(zidl_ip_rib_srv6_sid_info *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_sid_info_clear_value_2(zidl_ip_rib_srv6_sid_info *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_sid_info_clear_sid(zidl_ip_rib_srv6_sid_info *msg)
+    { memset(&msg->sid, 0, sizeof msg->sid); msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_sid_info_encode_ext(const zidl_ip_rib_srv6_sid_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                      uint32_t *nsegs, uint32_t flags);
@@ -77,6 +83,14 @@ static inline void zidl_ip_rib_srv6_lib_ranges_set_value_7(zidl_ip_rib_srv6_lib_
     { msg->value_7 = value; msg->presence |= 1u << 6; }
 static inline void zidl_ip_rib_srv6_lib_ranges_set_value_8(zidl_ip_rib_srv6_lib_ranges *msg, uint32_t value)
     { msg->value_8 = value; msg->presence |= 1u << 7; }
+static inline void zidl_ip_rib_srv6_lib_ranges_clear_value_1(zidl_ip_rib_srv6_lib_ranges *msg) { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_lib_ranges_clear_value_2(zidl_ip_rib_srv6_lib_ranges *msg) { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_lib_ranges_clear_value_3(zidl_ip_rib_srv6_lib_ranges *msg) { msg->value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_srv6_lib_ranges_clear_value_4(zidl_ip_rib_srv6_lib_ranges *msg) { msg->value_4 = 0; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_srv6_lib_ranges_clear_value_5(zidl_ip_rib_srv6_lib_ranges *msg) { msg->value_5 = 0; msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_srv6_lib_ranges_clear_value_6(zidl_ip_rib_srv6_lib_ranges *msg) { msg->value_6 = 0; msg->presence &= 0xdfu; }
+static inline void zidl_ip_rib_srv6_lib_ranges_clear_value_7(zidl_ip_rib_srv6_lib_ranges *msg) { msg->value_7 = 0; msg->presence &= 0xbfu; }
+static inline void zidl_ip_rib_srv6_lib_ranges_clear_value_8(zidl_ip_rib_srv6_lib_ranges *msg) { msg->value_8 = 0; msg->presence &= 0x7fu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_lib_ranges_encode_ext(const zidl_ip_rib_srv6_lib_ranges *msg, uint8_t *buf, size_t buflen,
                                                        zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -139,11 +153,43 @@ static inline void zidl_ip_rib_srv6_locator_set_value_13(zidl_ip_rib_srv6_locato
     { msg->value_13 = value; msg->presence |= 1u << 11; }
 static inline void zidl_ip_rib_srv6_locator_set_flag_15(zidl_ip_rib_srv6_locator *msg, bool value)
     { msg->flag_15 = value; msg->presence |= 1u << 13; }
+static inline void zidl_ip_rib_srv6_locator_set_name(zidl_ip_rib_srv6_locator *msg, const char *value)
+    { msg->name = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_locator_set_sids(zidl_ip_rib_srv6_locator *msg, const zidl_ip_rib_srv6_sid_info *values, uint32_t count)
+    { msg->sids = ZIDL_MUTABLE(zidl_ip_rib_srv6_sid_info, values); msg->sids_count = count; msg->presence |= 1u << 10; }
 static inline void zidl_ip_rib_srv6_locator_mark_name          (zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_locator_mark_locator_prefix(zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_locator_mark_second_prefix (zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_locator_mark_sids          (zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 10; }
 static inline void zidl_ip_rib_srv6_locator_mark_lib_ranges    (zidl_ip_rib_srv6_locator *msg) { msg->presence |= 1u << 12; }
+static inline void zidl_ip_rib_srv6_locator_clear_name(zidl_ip_rib_srv6_locator *msg)
+    { msg->name = ZIDL_NULL; msg->presence &= 0xfffeu; }
+static inline void zidl_ip_rib_srv6_locator_clear_locator_prefix(zidl_ip_rib_srv6_locator *msg)
+    { memset(&msg->locator_prefix, 0, sizeof msg->locator_prefix); msg->presence &= 0xfffdu; }
+static inline void zidl_ip_rib_srv6_locator_clear_second_prefix(zidl_ip_rib_srv6_locator *msg)
+    { memset(&msg->second_prefix, 0, sizeof msg->second_prefix); msg->presence &= 0xfffbu; }
+static inline void zidl_ip_rib_srv6_locator_clear_value_4(zidl_ip_rib_srv6_locator *msg)
+    { msg->value_4 = 0; msg->presence &= 0xfff7u; }
+static inline void zidl_ip_rib_srv6_locator_clear_value_5(zidl_ip_rib_srv6_locator *msg)
+    { msg->value_5 = 0; msg->presence &= 0xffefu; }
+static inline void zidl_ip_rib_srv6_locator_clear_value_6(zidl_ip_rib_srv6_locator *msg)
+    { msg->value_6 = 0; msg->presence &= 0xffdfu; }
+static inline void zidl_ip_rib_srv6_locator_clear_value_7(zidl_ip_rib_srv6_locator *msg)
+    { msg->value_7 = 0; msg->presence &= 0xffbfu; }
+static inline void zidl_ip_rib_srv6_locator_clear_value_8(zidl_ip_rib_srv6_locator *msg)
+    { msg->value_8 = 0; msg->presence &= 0xff7fu; }
+static inline void zidl_ip_rib_srv6_locator_clear_flag_10(zidl_ip_rib_srv6_locator *msg)
+    { msg->flag_10 = 0; msg->presence &= 0xfeffu; }
+static inline void zidl_ip_rib_srv6_locator_clear_value_11(zidl_ip_rib_srv6_locator *msg)
+    { msg->value_11 = 0; msg->presence &= 0xfdffu; }
+static inline void zidl_ip_rib_srv6_locator_clear_sids(zidl_ip_rib_srv6_locator *msg)
+    { msg->sids = ZIDL_NULL; msg->sids_count = 0; msg->presence &= 0xfbffu; }
+static inline void zidl_ip_rib_srv6_locator_clear_value_13(zidl_ip_rib_srv6_locator *msg)
+    { msg->value_13 = 0; msg->presence &= 0xf7ffu; }
+static inline void zidl_ip_rib_srv6_locator_clear_lib_ranges(zidl_ip_rib_srv6_locator *msg)
+    { memset(&msg->lib_ranges, 0, sizeof msg->lib_ranges); msg->presence &= 0xefffu; }
+static inline void zidl_ip_rib_srv6_locator_clear_flag_15(zidl_ip_rib_srv6_locator *msg)
+    { msg->flag_15 = 0; msg->presence &= 0xdfffu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_locator_encode_ext(const zidl_ip_rib_srv6_locator *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -202,6 +248,24 @@ static inline void zidl_ip_rib_srv6_glb_encap_info_set_value_9(zidl_ip_rib_srv6_
     { msg->value_9 = value; msg->presence |= 1u << 8; }
 static inline void zidl_ip_rib_srv6_glb_encap_info_mark_encap_prefix_1(zidl_ip_rib_srv6_glb_encap_info *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_glb_encap_info_mark_encap_prefix_2(zidl_ip_rib_srv6_glb_encap_info *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_encap_prefix_1(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { memset(&msg->encap_prefix_1, 0, sizeof msg->encap_prefix_1); msg->presence &= 0xfffeu; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_encap_prefix_2(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { memset(&msg->encap_prefix_2, 0, sizeof msg->encap_prefix_2); msg->presence &= 0xfffdu; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_flag_3(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { msg->flag_3 = 0; msg->presence &= 0xfffbu; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_flag_4(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { msg->flag_4 = 0; msg->presence &= 0xfff7u; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_value_5(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { msg->value_5 = 0; msg->presence &= 0xffefu; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_flag_6(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { msg->flag_6 = 0; msg->presence &= 0xffdfu; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_flag_7(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { msg->flag_7 = 0; msg->presence &= 0xffbfu; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_value_8(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { msg->value_8 = 0; msg->presence &= 0xff7fu; }
+static inline void zidl_ip_rib_srv6_glb_encap_info_clear_value_9(zidl_ip_rib_srv6_glb_encap_info *msg)
+    { msg->value_9 = 0; msg->presence &= 0xfeffu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_glb_encap_info_encode_ext(const zidl_ip_rib_srv6_glb_encap_info *msg, uint8_t *buf, size_t buflen,
                                                            zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -228,6 +292,10 @@ static inline void zidl_ip_rib_srv6_usid_lib_ranges_set_value_1(zidl_ip_rib_srv6
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_usid_lib_ranges_set_value_2(zidl_ip_rib_srv6_usid_lib_ranges *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_usid_lib_ranges_clear_value_1(zidl_ip_rib_srv6_usid_lib_ranges *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_usid_lib_ranges_clear_value_2(zidl_ip_rib_srv6_usid_lib_ranges *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_usid_lib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_lib_ranges *msg, uint8_t *buf, size_t buflen,
                                                             zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -250,6 +318,8 @@ static inline bool zidl_ip_rib_srv6_usid_wlib_ranges_has_value_1(const zidl_ip_r
     { return msg->presence >> 0 & 1; }
 static inline void zidl_ip_rib_srv6_usid_wlib_ranges_set_value_1(zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint32_t value)
     { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_usid_wlib_ranges_clear_value_1(zidl_ip_rib_srv6_usid_wlib_ranges *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_usid_wlib_ranges_encode_ext(const zidl_ip_rib_srv6_usid_wlib_ranges *msg, uint8_t *buf, size_t buflen,
                                                              zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -274,6 +344,10 @@ static inline bool zidl_ip_rib_srv6_mode_info_has_mode_prefix(const zidl_ip_rib_
 static inline void zidl_ip_rib_srv6_mode_info_set_flag_1(zidl_ip_rib_srv6_mode_info *msg, bool value)
     { msg->flag_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_mode_info_mark_mode_prefix(zidl_ip_rib_srv6_mode_info *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_mode_info_clear_flag_1(zidl_ip_rib_srv6_mode_info *msg)
+    { msg->flag_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_mode_info_clear_mode_prefix(zidl_ip_rib_srv6_mode_info *msg)
+    { memset(&msg->mode_prefix, 0, sizeof msg->mode_prefix); msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_mode_info_encode_ext(const zidl_ip_rib_srv6_mode_info *msg, uint8_t *buf, size_t buflen,
                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -304,6 +378,12 @@ static inline void zidl_ip_rib_srv6_fmt_config_info_mark_usid_lib_ranges(zidl_ip
     { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_fmt_config_info_mark_usid_wlib_ranges(zidl_ip_rib_srv6_fmt_config_info *msg)
     { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_fmt_config_info_clear_format(zidl_ip_rib_srv6_fmt_config_info *msg)
+    { msg->format = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_fmt_config_info_clear_usid_lib_ranges(zidl_ip_rib_srv6_fmt_config_info *msg)
+    { memset(&msg->usid_lib_ranges, 0, sizeof msg->usid_lib_ranges); msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_fmt_config_info_clear_usid_wlib_ranges(zidl_ip_rib_srv6_fmt_config_info *msg)
+    { memset(&msg->usid_wlib_ranges, 0, sizeof msg->usid_wlib_ranges); msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_fmt_config_info_encode_ext(const zidl_ip_rib_srv6_fmt_config_info *msg, uint8_t *buf, size_t buflen,
                                                             zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -341,9 +421,27 @@ static inline void zidl_ip_rib_srv6_glb_info_set_value_2(zidl_ip_rib_srv6_glb_in
     { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_glb_info_set_value_7(zidl_ip_rib_srv6_glb_info *msg, uint32_t value)
     { msg->value_7 = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_glb_info_set_modes(zidl_ip_rib_srv6_glb_info *msg, const zidl_ip_rib_srv6_mode_info *values,
+                                                       uint32_t count)
+    { msg->modes = ZIDL_MUTABLE(zidl_ip_rib_srv6_mode_info, values); msg->modes_count = count; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_glb_info_set_formats(zidl_ip_rib_srv6_glb_info *msg, const zidl_ip_rib_srv6_fmt_config_info *values,
+                                                         uint32_t count)
+    { msg->formats = ZIDL_MUTABLE(zidl_ip_rib_srv6_fmt_config_info, values); msg->formats_count = count; msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_srv6_glb_info_mark_encap_info(zidl_ip_rib_srv6_glb_info *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_glb_info_mark_modes     (zidl_ip_rib_srv6_glb_info *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_srv6_glb_info_mark_formats   (zidl_ip_rib_srv6_glb_info *msg) { msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_srv6_glb_info_clear_value_1(zidl_ip_rib_srv6_glb_info *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_glb_info_clear_value_2(zidl_ip_rib_srv6_glb_info *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_glb_info_clear_encap_info(zidl_ip_rib_srv6_glb_info *msg)
+    { memset(&msg->encap_info, 0, sizeof msg->encap_info); msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_srv6_glb_info_clear_modes(zidl_ip_rib_srv6_glb_info *msg)
+    { msg->modes = ZIDL_NULL; msg->modes_count = 0; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_srv6_glb_info_clear_value_7(zidl_ip_rib_srv6_glb_info *msg)
+    { msg->value_7 = 0; msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_srv6_glb_info_clear_formats(zidl_ip_rib_srv6_glb_info *msg)
+    { msg->formats = ZIDL_NULL; msg->formats_count = 0; msg->presence &= 0xdfu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_glb_info_encode_ext(const zidl_ip_rib_srv6_glb_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                      uint32_t *nsegs, uint32_t flags);
@@ -364,8 +462,15 @@ typedef struct zidl_ip_rib_srv6_cfg_update {
 
 static inline bool zidl_ip_rib_srv6_cfg_update_has_global_info(const zidl_ip_rib_srv6_cfg_update *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_cfg_update_has_locators   (const zidl_ip_rib_srv6_cfg_update *msg) { return msg->presence >> 1 & 1; }
+static inline void zidl_ip_rib_srv6_cfg_update_set_locators(zidl_ip_rib_srv6_cfg_update *msg, const zidl_ip_rib_srv6_locator *values,
+                                                            uint32_t count)
+    { msg->locators = ZIDL_MUTABLE(zidl_ip_rib_srv6_locator, values); msg->locators_count = count; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_cfg_update_mark_global_info(zidl_ip_rib_srv6_cfg_update *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_cfg_update_mark_locators   (zidl_ip_rib_srv6_cfg_update *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_cfg_update_clear_global_info(zidl_ip_rib_srv6_cfg_update *msg)
+    { memset(&msg->global_info, 0, sizeof msg->global_info); msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_cfg_update_clear_locators(zidl_ip_rib_srv6_cfg_update *msg)
+    { msg->locators = ZIDL_NULL; msg->locators_count = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_cfg_update_encode_ext(const zidl_ip_rib_srv6_cfg_update *msg, uint8_t *buf, size_t buflen,
                                                        zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -391,7 +496,12 @@ static inline void zidl_ip_rib_srv6_e_ctx_set_value_1(zidl_ip_rib_srv6_e_ctx *ms
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_e_ctx_set_value_2(zidl_ip_rib_srv6_e_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_e_ctx_set_name_3(zidl_ip_rib_srv6_e_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_e_ctx_mark_name_3(zidl_ip_rib_srv6_e_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_e_ctx_clear_value_1(zidl_ip_rib_srv6_e_ctx *msg) { msg->value_1 = 0;        msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_e_ctx_clear_value_2(zidl_ip_rib_srv6_e_ctx *msg) { msg->value_2 = 0;        msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_e_ctx_clear_name_3 (zidl_ip_rib_srv6_e_ctx *msg) { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_e_ctx_encode_ext(const zidl_ip_rib_srv6_e_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                   uint32_t *nsegs, uint32_t flags);
@@ -425,9 +535,25 @@ static inline void zidl_ip_rib_srv6_x_ctx_set_value_2(zidl_ip_rib_srv6_x_ctx *ms
     { msg->value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_x_ctx_set_value_3(zidl_ip_rib_srv6_x_ctx *msg, uint32_t value)
     { msg->value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_x_ctx_set_name_5(zidl_ip_rib_srv6_x_ctx *msg, const char *value)
+    { msg->name_5 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_x_ctx_set_name_6(zidl_ip_rib_srv6_x_ctx *msg, const char *value)
+    { msg->name_6 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_srv6_x_ctx_mark_context_prefix(zidl_ip_rib_srv6_x_ctx *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_srv6_x_ctx_mark_name_5        (zidl_ip_rib_srv6_x_ctx *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_srv6_x_ctx_mark_name_6        (zidl_ip_rib_srv6_x_ctx *msg) { msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_srv6_x_ctx_clear_flag_1(zidl_ip_rib_srv6_x_ctx *msg)
+    { msg->flag_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_x_ctx_clear_value_2(zidl_ip_rib_srv6_x_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_x_ctx_clear_value_3(zidl_ip_rib_srv6_x_ctx *msg)
+    { msg->value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_srv6_x_ctx_clear_context_prefix(zidl_ip_rib_srv6_x_ctx *msg)
+    { memset(&msg->context_prefix, 0, sizeof msg->context_prefix); msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_srv6_x_ctx_clear_name_5(zidl_ip_rib_srv6_x_ctx *msg)
+    { msg->name_5 = ZIDL_NULL; msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_srv6_x_ctx_clear_name_6(zidl_ip_rib_srv6_x_ctx *msg)
+    { msg->name_6 = ZIDL_NULL; msg->presence &= 0xdfu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_x_ctx_encode_ext(const zidl_ip_rib_srv6_x_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                   uint32_t *nsegs, uint32_t flags);
@@ -453,7 +579,12 @@ static inline void zidl_ip_rib_srv6_dx_ctx_set_value_1(zidl_ip_rib_srv6_dx_ctx *
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_dx_ctx_set_value_2(zidl_ip_rib_srv6_dx_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dx_ctx_set_name_3(zidl_ip_rib_srv6_dx_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_dx_ctx_mark_name_3(zidl_ip_rib_srv6_dx_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_dx_ctx_clear_value_1(zidl_ip_rib_srv6_dx_ctx *msg) { msg->value_1 = 0;        msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_dx_ctx_clear_value_2(zidl_ip_rib_srv6_dx_ctx *msg) { msg->value_2 = 0;        msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_dx_ctx_clear_name_3 (zidl_ip_rib_srv6_dx_ctx *msg) { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_dx_ctx_encode_ext(const zidl_ip_rib_srv6_dx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);
@@ -475,7 +606,11 @@ static inline bool zidl_ip_rib_srv6_dt_ctx_has_value_1(const zidl_ip_rib_srv6_dt
 static inline bool zidl_ip_rib_srv6_dt_ctx_has_name_2 (const zidl_ip_rib_srv6_dt_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline void zidl_ip_rib_srv6_dt_ctx_set_value_1(zidl_ip_rib_srv6_dt_ctx *msg, uint32_t value)
     { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_dt_ctx_set_name_2(zidl_ip_rib_srv6_dt_ctx *msg, const char *value)
+    { msg->name_2 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_dt_ctx_mark_name_2(zidl_ip_rib_srv6_dt_ctx *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dt_ctx_clear_value_1(zidl_ip_rib_srv6_dt_ctx *msg) { msg->value_1 = 0;        msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_dt_ctx_clear_name_2 (zidl_ip_rib_srv6_dt_ctx *msg) { msg->name_2 = ZIDL_NULL; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_dt_ctx_encode_ext(const zidl_ip_rib_srv6_dt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);
@@ -501,7 +636,15 @@ static inline void zidl_ip_rib_srv6_dx2_ctx_set_value_1(zidl_ip_rib_srv6_dx2_ctx
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_dx2_ctx_set_value_2(zidl_ip_rib_srv6_dx2_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dx2_ctx_set_name_3(zidl_ip_rib_srv6_dx2_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_dx2_ctx_mark_name_3(zidl_ip_rib_srv6_dx2_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_dx2_ctx_clear_value_1(zidl_ip_rib_srv6_dx2_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_dx2_ctx_clear_value_2(zidl_ip_rib_srv6_dx2_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_dx2_ctx_clear_name_3(zidl_ip_rib_srv6_dx2_ctx *msg)
+    { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_dx2_ctx_encode_ext(const zidl_ip_rib_srv6_dx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -527,7 +670,15 @@ static inline void zidl_ip_rib_srv6_dt2u_ctx_set_value_1(zidl_ip_rib_srv6_dt2u_c
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_dt2u_ctx_set_value_2(zidl_ip_rib_srv6_dt2u_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dt2u_ctx_set_name_3(zidl_ip_rib_srv6_dt2u_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_dt2u_ctx_mark_name_3(zidl_ip_rib_srv6_dt2u_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_dt2u_ctx_clear_value_1(zidl_ip_rib_srv6_dt2u_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_dt2u_ctx_clear_value_2(zidl_ip_rib_srv6_dt2u_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_dt2u_ctx_clear_name_3(zidl_ip_rib_srv6_dt2u_ctx *msg)
+    { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_dt2u_ctx_encode_ext(const zidl_ip_rib_srv6_dt2u_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                      uint32_t *nsegs, uint32_t flags);
@@ -553,7 +704,15 @@ static inline void zidl_ip_rib_srv6_dt2m_ctx_set_value_1(zidl_ip_rib_srv6_dt2m_c
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_dt2m_ctx_set_value_2(zidl_ip_rib_srv6_dt2m_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dt2m_ctx_set_name_3(zidl_ip_rib_srv6_dt2m_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_dt2m_ctx_mark_name_3(zidl_ip_rib_srv6_dt2m_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_dt2m_ctx_clear_value_1(zidl_ip_rib_srv6_dt2m_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_dt2m_ctx_clear_value_2(zidl_ip_rib_srv6_dt2m_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_dt2m_ctx_clear_name_3(zidl_ip_rib_srv6_dt2m_ctx *msg)
+    { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_dt2m_ctx_encode_ext(const zidl_ip_rib_srv6_dt2m_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                      uint32_t *nsegs, uint32_t flags);
@@ -573,8 +732,16 @@ typedef struct zidl_ip_rib_srv6_dt_named_ctx {
 
 static inline bool zidl_ip_rib_srv6_dt_named_ctx_has_name_1(const zidl_ip_rib_srv6_dt_named_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_dt_named_ctx_has_name_2(const zidl_ip_rib_srv6_dt_named_ctx *msg) { return msg->presence >> 1 & 1; }
+static inline void zidl_ip_rib_srv6_dt_named_ctx_set_name_1(zidl_ip_rib_srv6_dt_named_ctx *msg, const char *value)
+    { msg->name_1 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_dt_named_ctx_set_name_2(zidl_ip_rib_srv6_dt_named_ctx *msg, const char *value)
+    { msg->name_2 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_dt_named_ctx_mark_name_1(zidl_ip_rib_srv6_dt_named_ctx *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_dt_named_ctx_mark_name_2(zidl_ip_rib_srv6_dt_named_ctx *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_dt_named_ctx_clear_name_1(zidl_ip_rib_srv6_dt_named_ctx *msg)
+    { msg->name_1 = ZIDL_NULL; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_dt_named_ctx_clear_name_2(zidl_ip_rib_srv6_dt_named_ctx *msg)
+    { msg->name_2 = ZIDL_NULL; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_dt_named_ctx_encode_ext(const zidl_ip_rib_srv6_dt_named_ctx *msg, uint8_t *buf, size_t buflen,
                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -601,7 +768,12 @@ static inline void zidl_ip_rib_srv6_un_ctx_set_value_1(zidl_ip_rib_srv6_un_ctx *
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_un_ctx_set_value_2(zidl_ip_rib_srv6_un_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_un_ctx_set_name_3(zidl_ip_rib_srv6_un_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_un_ctx_mark_name_3(zidl_ip_rib_srv6_un_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_un_ctx_clear_value_1(zidl_ip_rib_srv6_un_ctx *msg) { msg->value_1 = 0;        msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_un_ctx_clear_value_2(zidl_ip_rib_srv6_un_ctx *msg) { msg->value_2 = 0;        msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_un_ctx_clear_name_3 (zidl_ip_rib_srv6_un_ctx *msg) { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_un_ctx_encode_ext(const zidl_ip_rib_srv6_un_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);
@@ -639,9 +811,27 @@ static inline void zidl_ip_rib_srv6_ua_ctx_set_value_3(zidl_ip_rib_srv6_ua_ctx *
     { msg->value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_ua_ctx_set_value_5(zidl_ip_rib_srv6_ua_ctx *msg, uint32_t value)
     { msg->value_5 = value; msg->presence |= 1u << 4; }
+static inline void zidl_ip_rib_srv6_ua_ctx_set_name_6(zidl_ip_rib_srv6_ua_ctx *msg, const char *value)
+    { msg->name_6 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_srv6_ua_ctx_set_name_7(zidl_ip_rib_srv6_ua_ctx *msg, const char *value)
+    { msg->name_7 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 6; }
 static inline void zidl_ip_rib_srv6_ua_ctx_mark_context_prefix(zidl_ip_rib_srv6_ua_ctx *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_ip_rib_srv6_ua_ctx_mark_name_6        (zidl_ip_rib_srv6_ua_ctx *msg) { msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_srv6_ua_ctx_mark_name_7        (zidl_ip_rib_srv6_ua_ctx *msg) { msg->presence |= 1u << 6; }
+static inline void zidl_ip_rib_srv6_ua_ctx_clear_flag_1(zidl_ip_rib_srv6_ua_ctx *msg)
+    { msg->flag_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_ua_ctx_clear_value_2(zidl_ip_rib_srv6_ua_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_ua_ctx_clear_value_3(zidl_ip_rib_srv6_ua_ctx *msg)
+    { msg->value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_srv6_ua_ctx_clear_context_prefix(zidl_ip_rib_srv6_ua_ctx *msg)
+    { memset(&msg->context_prefix, 0, sizeof msg->context_prefix); msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_srv6_ua_ctx_clear_value_5(zidl_ip_rib_srv6_ua_ctx *msg)
+    { msg->value_5 = 0; msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_srv6_ua_ctx_clear_name_6(zidl_ip_rib_srv6_ua_ctx *msg)
+    { msg->name_6 = ZIDL_NULL; msg->presence &= 0xdfu; }
+static inline void zidl_ip_rib_srv6_ua_ctx_clear_name_7(zidl_ip_rib_srv6_ua_ctx *msg)
+    { msg->name_7 = ZIDL_NULL; msg->presence &= 0xbfu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_ua_ctx_encode_ext(const zidl_ip_rib_srv6_ua_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);
@@ -663,7 +853,13 @@ static inline bool zidl_ip_rib_srv6_udt_ctx_has_value_1(const zidl_ip_rib_srv6_u
 static inline bool zidl_ip_rib_srv6_udt_ctx_has_name_2 (const zidl_ip_rib_srv6_udt_ctx *msg) { return msg->presence >> 1 & 1; }
 static inline void zidl_ip_rib_srv6_udt_ctx_set_value_1(zidl_ip_rib_srv6_udt_ctx *msg, uint32_t value)
     { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_udt_ctx_set_name_2(zidl_ip_rib_srv6_udt_ctx *msg, const char *value)
+    { msg->name_2 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_udt_ctx_mark_name_2(zidl_ip_rib_srv6_udt_ctx *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udt_ctx_clear_value_1(zidl_ip_rib_srv6_udt_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_udt_ctx_clear_name_2(zidl_ip_rib_srv6_udt_ctx *msg)
+    { msg->name_2 = ZIDL_NULL; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_udt_ctx_encode_ext(const zidl_ip_rib_srv6_udt_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -683,8 +879,16 @@ typedef struct zidl_ip_rib_srv6_udt_named_ctx {
 
 static inline bool zidl_ip_rib_srv6_udt_named_ctx_has_name_1(const zidl_ip_rib_srv6_udt_named_ctx *msg) { return msg->presence >> 0 & 1; }
 static inline bool zidl_ip_rib_srv6_udt_named_ctx_has_name_2(const zidl_ip_rib_srv6_udt_named_ctx *msg) { return msg->presence >> 1 & 1; }
+static inline void zidl_ip_rib_srv6_udt_named_ctx_set_name_1(zidl_ip_rib_srv6_udt_named_ctx *msg, const char *value)
+    { msg->name_1 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_udt_named_ctx_set_name_2(zidl_ip_rib_srv6_udt_named_ctx *msg, const char *value)
+    { msg->name_2 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_udt_named_ctx_mark_name_1(zidl_ip_rib_srv6_udt_named_ctx *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_udt_named_ctx_mark_name_2(zidl_ip_rib_srv6_udt_named_ctx *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udt_named_ctx_clear_name_1(zidl_ip_rib_srv6_udt_named_ctx *msg)
+    { msg->name_1 = ZIDL_NULL; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_udt_named_ctx_clear_name_2(zidl_ip_rib_srv6_udt_named_ctx *msg)
+    { msg->name_2 = ZIDL_NULL; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_udt_named_ctx_encode_ext(const zidl_ip_rib_srv6_udt_named_ctx *msg, uint8_t *buf, size_t buflen,
                                                           zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -719,9 +923,25 @@ static inline void zidl_ip_rib_srv6_ub6_ctx_set_value_3(zidl_ip_rib_srv6_ub6_ctx
     { msg->value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_ub6_ctx_set_value_4(zidl_ip_rib_srv6_ub6_ctx *msg, uint32_t value)
     { msg->value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_set_name_1(zidl_ip_rib_srv6_ub6_ctx *msg, const char *value)
+    { msg->name_1 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_set_name_6(zidl_ip_rib_srv6_ub6_ctx *msg, const char *value)
+    { msg->name_6 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 5; }
 static inline void zidl_ip_rib_srv6_ub6_ctx_mark_name_1        (zidl_ip_rib_srv6_ub6_ctx *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_ub6_ctx_mark_context_prefix(zidl_ip_rib_srv6_ub6_ctx *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_srv6_ub6_ctx_mark_name_6        (zidl_ip_rib_srv6_ub6_ctx *msg) { msg->presence |= 1u << 5; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_clear_name_1(zidl_ip_rib_srv6_ub6_ctx *msg)
+    { msg->name_1 = ZIDL_NULL; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_clear_value_2(zidl_ip_rib_srv6_ub6_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_clear_value_3(zidl_ip_rib_srv6_ub6_ctx *msg)
+    { msg->value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_clear_value_4(zidl_ip_rib_srv6_ub6_ctx *msg)
+    { msg->value_4 = 0; msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_clear_context_prefix(zidl_ip_rib_srv6_ub6_ctx *msg)
+    { memset(&msg->context_prefix, 0, sizeof msg->context_prefix); msg->presence &= 0xefu; }
+static inline void zidl_ip_rib_srv6_ub6_ctx_clear_name_6(zidl_ip_rib_srv6_ub6_ctx *msg)
+    { msg->name_6 = ZIDL_NULL; msg->presence &= 0xdfu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_ub6_ctx_encode_ext(const zidl_ip_rib_srv6_ub6_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -747,7 +967,15 @@ static inline void zidl_ip_rib_srv6_udx2_ctx_set_value_1(zidl_ip_rib_srv6_udx2_c
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_udx2_ctx_set_value_2(zidl_ip_rib_srv6_udx2_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udx2_ctx_set_name_3(zidl_ip_rib_srv6_udx2_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_udx2_ctx_mark_name_3(zidl_ip_rib_srv6_udx2_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_udx2_ctx_clear_value_1(zidl_ip_rib_srv6_udx2_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_udx2_ctx_clear_value_2(zidl_ip_rib_srv6_udx2_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_udx2_ctx_clear_name_3(zidl_ip_rib_srv6_udx2_ctx *msg)
+    { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_udx2_ctx_encode_ext(const zidl_ip_rib_srv6_udx2_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                      uint32_t *nsegs, uint32_t flags);
@@ -773,7 +1001,15 @@ static inline void zidl_ip_rib_srv6_udt2u_ctx_set_value_1(zidl_ip_rib_srv6_udt2u
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_udt2u_ctx_set_value_2(zidl_ip_rib_srv6_udt2u_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udt2u_ctx_set_name_3(zidl_ip_rib_srv6_udt2u_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_udt2u_ctx_mark_name_3(zidl_ip_rib_srv6_udt2u_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_udt2u_ctx_clear_value_1(zidl_ip_rib_srv6_udt2u_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_udt2u_ctx_clear_value_2(zidl_ip_rib_srv6_udt2u_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_udt2u_ctx_clear_name_3(zidl_ip_rib_srv6_udt2u_ctx *msg)
+    { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_udt2u_ctx_encode_ext(const zidl_ip_rib_srv6_udt2u_ctx *msg, uint8_t *buf, size_t buflen,
                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -799,7 +1035,15 @@ static inline void zidl_ip_rib_srv6_udt2m_ctx_set_value_1(zidl_ip_rib_srv6_udt2m
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_udt2m_ctx_set_value_2(zidl_ip_rib_srv6_udt2m_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udt2m_ctx_set_name_3(zidl_ip_rib_srv6_udt2m_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_udt2m_ctx_mark_name_3(zidl_ip_rib_srv6_udt2m_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_udt2m_ctx_clear_value_1(zidl_ip_rib_srv6_udt2m_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_udt2m_ctx_clear_value_2(zidl_ip_rib_srv6_udt2m_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_udt2m_ctx_clear_name_3(zidl_ip_rib_srv6_udt2m_ctx *msg)
+    { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_udt2m_ctx_encode_ext(const zidl_ip_rib_srv6_udt2m_ctx *msg, uint8_t *buf, size_t buflen,
                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -825,7 +1069,15 @@ static inline void zidl_ip_rib_srv6_udx_ctx_set_value_1(zidl_ip_rib_srv6_udx_ctx
     { msg->value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_udx_ctx_set_value_2(zidl_ip_rib_srv6_udx_ctx *msg, uint32_t value)
     { msg->value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_udx_ctx_set_name_3(zidl_ip_rib_srv6_udx_ctx *msg, const char *value)
+    { msg->name_3 = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_udx_ctx_mark_name_3(zidl_ip_rib_srv6_udx_ctx *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_ip_rib_srv6_udx_ctx_clear_value_1(zidl_ip_rib_srv6_udx_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_udx_ctx_clear_value_2(zidl_ip_rib_srv6_udx_ctx *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_udx_ctx_clear_name_3(zidl_ip_rib_srv6_udx_ctx *msg)
+    { msg->name_3 = ZIDL_NULL; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_udx_ctx_encode_ext(const zidl_ip_rib_srv6_udx_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -884,6 +1136,8 @@ static inline bool zidl_ip_rib_srv6_sid_ctx_has_udt_named_ctx(const zidl_ip_rib_
 static inline bool zidl_ip_rib_srv6_sid_ctx_has_dt_named_ctx (const zidl_ip_rib_srv6_sid_ctx *msg) { return msg->presence >> 18 & 1; }
 static inline void zidl_ip_rib_srv6_sid_ctx_set_value_1(zidl_ip_rib_srv6_sid_ctx *msg, uint32_t value)
     { msg->value_1 = value; msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_sid_ctx_set_values_2(zidl_ip_rib_srv6_sid_ctx *msg, const uint8_t *values, uint32_t count)
+    { msg->values_2 = ZIDL_MUTABLE(uint8_t, values); msg->values_2_count = count; msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_values_2     (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_e_ctx        (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_x_ctx        (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 3; }
@@ -902,6 +1156,44 @@ static inline void zidl_ip_rib_srv6_sid_ctx_mark_udt2m_ctx    (zidl_ip_rib_srv6_
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_udx_ctx      (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 16; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_udt_named_ctx(zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 17; }
 static inline void zidl_ip_rib_srv6_sid_ctx_mark_dt_named_ctx (zidl_ip_rib_srv6_sid_ctx *msg) { msg->presence |= 1u << 18; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_value_1(zidl_ip_rib_srv6_sid_ctx *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfffffffeu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_values_2(zidl_ip_rib_srv6_sid_ctx *msg)
+    { msg->values_2 = ZIDL_NULL; msg->values_2_count = 0; msg->presence &= 0xfffffffdu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_e_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->e_ctx, 0, sizeof msg->e_ctx); msg->presence &= 0xfffffffbu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_x_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->x_ctx, 0, sizeof msg->x_ctx); msg->presence &= 0xfffffff7u; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_dx_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->dx_ctx, 0, sizeof msg->dx_ctx); msg->presence &= 0xffffffefu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_dt_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->dt_ctx, 0, sizeof msg->dt_ctx); msg->presence &= 0xffffffdfu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_dx2_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->dx2_ctx, 0, sizeof msg->dx2_ctx); msg->presence &= 0xffffffbfu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_un_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->un_ctx, 0, sizeof msg->un_ctx); msg->presence &= 0xffffff7fu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_ua_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->ua_ctx, 0, sizeof msg->ua_ctx); msg->presence &= 0xfffffeffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_udt_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->udt_ctx, 0, sizeof msg->udt_ctx); msg->presence &= 0xfffffdffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_ub6_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->ub6_ctx, 0, sizeof msg->ub6_ctx); msg->presence &= 0xfffffbffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_udx2_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->udx2_ctx, 0, sizeof msg->udx2_ctx); msg->presence &= 0xfffff7ffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_dt2u_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->dt2u_ctx, 0, sizeof msg->dt2u_ctx); msg->presence &= 0xffffefffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_dt2m_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->dt2m_ctx, 0, sizeof msg->dt2m_ctx); msg->presence &= 0xffffdfffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_udt2u_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->udt2u_ctx, 0, sizeof msg->udt2u_ctx); msg->presence &= 0xffffbfffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_udt2m_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->udt2m_ctx, 0, sizeof msg->udt2m_ctx); msg->presence &= 0xffff7fffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_udx_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->udx_ctx, 0, sizeof msg->udx_ctx); msg->presence &= 0xfffeffffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_udt_named_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->udt_named_ctx, 0, sizeof msg->udt_named_ctx); msg->presence &= 0xfffdffffu; }
+static inline void zidl_ip_rib_srv6_sid_ctx_clear_dt_named_ctx(zidl_ip_rib_srv6_sid_ctx *msg)
+    { memset(&msg->dt_named_ctx, 0, sizeof msg->dt_named_ctx); msg->presence &= 0xfffbffffu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_sid_ctx_encode_ext(const zidl_ip_rib_srv6_sid_ctx *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -936,6 +1228,16 @@ static inline void zidl_ip_rib_srv6_opcode_update_set_value_3(zidl_ip_rib_srv6_o
 static inline void zidl_ip_rib_srv6_opcode_update_set_flag_5(zidl_ip_rib_srv6_opcode_update *msg, bool value)
     { msg->flag_5 = value; msg->presence |= 1u << 4; }
 static inline void zidl_ip_rib_srv6_opcode_update_mark_sid_ctx(zidl_ip_rib_srv6_opcode_update *msg) { msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_opcode_update_clear_value_1(zidl_ip_rib_srv6_opcode_update *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_opcode_update_clear_value_2(zidl_ip_rib_srv6_opcode_update *msg)
+    { msg->value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_opcode_update_clear_value_3(zidl_ip_rib_srv6_opcode_update *msg)
+    { msg->value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_srv6_opcode_update_clear_sid_ctx(zidl_ip_rib_srv6_opcode_update *msg)
+    { memset(&msg->sid_ctx, 0, sizeof msg->sid_ctx); msg->presence &= 0xf7u; }
+static inline void zidl_ip_rib_srv6_opcode_update_clear_flag_5(zidl_ip_rib_srv6_opcode_update *msg)
+    { msg->flag_5 = 0; msg->presence &= 0xefu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_opcode_update_encode_ext(const zidl_ip_rib_srv6_opcode_update *msg, uint8_t *buf, size_t buflen,
                                                           zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -972,6 +1274,14 @@ static inline void zidl_ip_rib_srv6_static_endpoint_update_mark_sid(zidl_ip_rib_
     { msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_static_endpoint_update_mark_sid_ctx(zidl_ip_rib_srv6_static_endpoint_update *msg)
     { msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_static_endpoint_update_clear_sid(zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { memset(&msg->sid, 0, sizeof msg->sid); msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_static_endpoint_update_clear_sid_ctx(zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { memset(&msg->sid_ctx, 0, sizeof msg->sid_ctx); msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_static_endpoint_update_clear_flag_3(zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { msg->flag_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_srv6_static_endpoint_update_clear_value_4(zidl_ip_rib_srv6_static_endpoint_update *msg)
+    { msg->value_4 = 0; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_static_endpoint_update_encode_ext(const zidl_ip_rib_srv6_static_endpoint_update *msg, uint8_t *buf,
                                                                    size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -1003,6 +1313,14 @@ static inline void zidl_ip_rib_srv6_update_set_value_1(zidl_ip_rib_srv6_update *
 static inline void zidl_ip_rib_srv6_update_mark_cfg_update            (zidl_ip_rib_srv6_update *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_ip_rib_srv6_update_mark_opcode_update         (zidl_ip_rib_srv6_update *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_ip_rib_srv6_update_mark_static_endpoint_update(zidl_ip_rib_srv6_update *msg) { msg->presence |= 1u << 3; }
+static inline void zidl_ip_rib_srv6_update_clear_value_1(zidl_ip_rib_srv6_update *msg)
+    { msg->value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_update_clear_cfg_update(zidl_ip_rib_srv6_update *msg)
+    { memset(&msg->cfg_update, 0, sizeof msg->cfg_update); msg->presence &= 0xfdu; }
+static inline void zidl_ip_rib_srv6_update_clear_opcode_update(zidl_ip_rib_srv6_update *msg)
+    { memset(&msg->opcode_update, 0, sizeof msg->opcode_update); msg->presence &= 0xfbu; }
+static inline void zidl_ip_rib_srv6_update_clear_static_endpoint_update(zidl_ip_rib_srv6_update *msg)
+    { memset(&msg->static_endpoint_update, 0, sizeof msg->static_endpoint_update); msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_update_encode_ext(const zidl_ip_rib_srv6_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);

@@ -26,6 +26,8 @@ static inline void zidl_rib_ipv6_address_set_half0(zidl_rib_ipv6_address *msg, u
     { msg->half0 = value; msg->presence |= 1u << 0; }
 static inline void zidl_rib_ipv6_address_set_half1(zidl_rib_ipv6_address *msg, uint64_t value)
     { msg->half1 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_ipv6_address_clear_half0(zidl_rib_ipv6_address *msg) { msg->half0 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_ipv6_address_clear_half1(zidl_rib_ipv6_address *msg) { msg->half1 = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_ipv6_address_encode_ext(const zidl_rib_ipv6_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                  uint32_t *nsegs, uint32_t flags);
@@ -50,6 +52,9 @@ static inline bool zidl_rib_address_has_ipv6  (const zidl_rib_address *msg) { re
 static inline void zidl_rib_address_set_family(zidl_rib_address *msg, uint32_t value) { msg->family = value; msg->presence |= 1u << 0; }
 static inline void zidl_rib_address_set_ipv4  (zidl_rib_address *msg, uint32_t value) { msg->ipv4   = value; msg->presence |= 1u << 1; }
 static inline void zidl_rib_address_mark_ipv6(zidl_rib_address *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_rib_address_clear_family(zidl_rib_address *msg) { msg->family = 0;                         msg->presence &= 0xfeu; }
+static inline void zidl_rib_address_clear_ipv4  (zidl_rib_address *msg) { msg->ipv4 = 0;                           msg->presence &= 0xfdu; }
+static inline void zidl_rib_address_clear_ipv6  (zidl_rib_address *msg) { memset(&msg->ipv6, 0, sizeof msg->ipv6); msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_address_encode_ext(const zidl_rib_address *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                             uint32_t flags);
@@ -71,6 +76,10 @@ static inline bool zidl_rib_prefix_has_prefix_len(const zidl_rib_prefix *msg) { 
 static inline void zidl_rib_prefix_set_prefix_len(zidl_rib_prefix *msg, uint32_t value)
     { msg->prefix_len = value; msg->presence |= 1u << 1; }
 static inline void zidl_rib_prefix_mark_address(zidl_rib_prefix *msg) { msg->presence |= 1u << 0; }
+static inline void zidl_rib_prefix_clear_address(zidl_rib_prefix *msg)
+    { memset(&msg->address, 0, sizeof msg->address); msg->presence &= 0xfeu; }
+static inline void zidl_rib_prefix_clear_prefix_len(zidl_rib_prefix *msg)
+    { msg->prefix_len = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_prefix_encode_ext(const zidl_rib_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                            uint32_t flags);
@@ -100,7 +109,17 @@ static inline void zidl_rib_msg_prefix_set_prefix_len(zidl_rib_msg_prefix *msg, 
     { msg->prefix_len = value; msg->presence |= 1u << 1; }
 static inline void zidl_rib_msg_prefix_set_ipv4(zidl_rib_msg_prefix *msg, uint32_t value)
     { msg->ipv4 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_msg_prefix_set_ipv6(zidl_rib_msg_prefix *msg, const uint8_t *data, uint64_t size)
+    { msg->ipv6 = ZIDL_MUTABLE(uint8_t, data); msg->ipv6_size = size; msg->presence |= 1u << 3; }
 static inline void zidl_rib_msg_prefix_mark_ipv6(zidl_rib_msg_prefix *msg) { msg->presence |= 1u << 3; }
+static inline void zidl_rib_msg_prefix_clear_family(zidl_rib_msg_prefix *msg)
+    { msg->family = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_msg_prefix_clear_prefix_len(zidl_rib_msg_prefix *msg)
+    { msg->prefix_len = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_msg_prefix_clear_ipv4(zidl_rib_msg_prefix *msg)
+    { msg->ipv4 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_rib_msg_prefix_clear_ipv6(zidl_rib_msg_prefix *msg)
+    { msg->ipv6 = ZIDL_NULL; msg->ipv6_size = 0; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_rib_msg_prefix_encode_ext(const zidl_rib_msg_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                uint32_t *nsegs, uint32_t flags);
@@ -123,7 +142,13 @@ static inline bool zidl_srv6_prefix_has_prefix    (const zidl_srv6_prefix *msg) 
 static inline bool zidl_srv6_prefix_has_prefix_len(const zidl_srv6_prefix *msg) { return msg->presence >> 1 & 1; }
 static inline void zidl_srv6_prefix_set_prefix_len(zidl_srv6_prefix *msg, uint32_t value)
     { msg->prefix_len = value; msg->presence |= 1u << 1; }
+static inline void zidl_srv6_prefix_set_prefix(zidl_srv6_prefix *msg, const uint8_t *data, uint64_t size)
+    { msg->prefix = ZIDL_MUTABLE(uint8_t, data); msg->prefix_size = size; msg->presence |= 1u << 0; }
 static inline void zidl_srv6_prefix_mark_prefix(zidl_srv6_prefix *msg) { msg->presence |= 1u << 0; }
+static inline void zidl_srv6_prefix_clear_prefix(zidl_srv6_prefix *msg)
+    { msg->prefix = ZIDL_NULL; msg->prefix_size = 0; msg->presence &= 0xfeu; }
+static inline void zidl_srv6_prefix_clear_prefix_len(zidl_srv6_prefix *msg)
+    { msg->prefix_len = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_srv6_prefix_encode_ext(const zidl_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                             uint32_t flags);
@@ -145,7 +170,13 @@ static inline bool zidl_ip_rib_srv6_prefix_has_prefix    (const zidl_ip_rib_srv6
 static inline bool zidl_ip_rib_srv6_prefix_has_prefix_len(const zidl_ip_rib_srv6_prefix *msg) { return msg->presence >> 1 & 1; }
 static inline void zidl_ip_rib_srv6_prefix_set_prefix_len(zidl_ip_rib_srv6_prefix *msg, uint32_t value)
     { msg->prefix_len = value; msg->presence |= 1u << 1; }
+static inline void zidl_ip_rib_srv6_prefix_set_prefix(zidl_ip_rib_srv6_prefix *msg, const uint8_t *data, uint64_t size)
+    { msg->prefix = ZIDL_MUTABLE(uint8_t, data); msg->prefix_size = size; msg->presence |= 1u << 0; }
 static inline void zidl_ip_rib_srv6_prefix_mark_prefix(zidl_ip_rib_srv6_prefix *msg) { msg->presence |= 1u << 0; }
+static inline void zidl_ip_rib_srv6_prefix_clear_prefix(zidl_ip_rib_srv6_prefix *msg)
+    { msg->prefix = ZIDL_NULL; msg->prefix_size = 0; msg->presence &= 0xfeu; }
+static inline void zidl_ip_rib_srv6_prefix_clear_prefix_len(zidl_ip_rib_srv6_prefix *msg)
+    { msg->prefix_len = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_ip_rib_srv6_prefix_encode_ext(const zidl_ip_rib_srv6_prefix *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);
@@ -173,6 +204,10 @@ static inline void zidl_rib_nnh_set_nnh_value_1(zidl_rib_nnh *msg, uint32_t valu
 static inline void zidl_rib_nnh_set_nnh_value_2(zidl_rib_nnh *msg, uint32_t value) { msg->nnh_value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_rib_nnh_set_nnh_value_3(zidl_rib_nnh *msg, uint32_t value) { msg->nnh_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_nnh_set_nnh_value_4(zidl_rib_nnh *msg, uint32_t value) { msg->nnh_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_nnh_clear_nnh_value_1(zidl_rib_nnh *msg) { msg->nnh_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_nnh_clear_nnh_value_2(zidl_rib_nnh *msg) { msg->nnh_value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_nnh_clear_nnh_value_3(zidl_rib_nnh *msg) { msg->nnh_value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_rib_nnh_clear_nnh_value_4(zidl_rib_nnh *msg) { msg->nnh_value_4 = 0; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_rib_nnh_encode_ext(const zidl_rib_nnh *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                         uint32_t flags);
@@ -203,6 +238,14 @@ static inline void zidl_rib_algo_label_set_algo_label_value_3(zidl_rib_algo_labe
     { msg->algo_label_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_algo_label_set_algo_label_value_4(zidl_rib_algo_label *msg, uint32_t value)
     { msg->algo_label_value_4 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_algo_label_clear_algo_label_value_1(zidl_rib_algo_label *msg)
+    { msg->algo_label_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_algo_label_clear_algo_label_value_2(zidl_rib_algo_label *msg)
+    { msg->algo_label_value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_algo_label_clear_algo_label_value_3(zidl_rib_algo_label *msg)
+    { msg->algo_label_value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_rib_algo_label_clear_algo_label_value_4(zidl_rib_algo_label *msg)
+    { msg->algo_label_value_4 = 0; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_rib_algo_label_encode_ext(const zidl_rib_algo_label *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                uint32_t *nsegs, uint32_t flags);
@@ -228,6 +271,10 @@ static inline void zidl_rib_path_grouping_info_set_grouping_value_1(zidl_rib_pat
     { msg->grouping_value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_rib_path_grouping_info_set_grouping_value_2(zidl_rib_path_grouping_info *msg, uint32_t value)
     { msg->grouping_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_grouping_info_clear_grouping_value_1(zidl_rib_path_grouping_info *msg)
+    { msg->grouping_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_path_grouping_info_clear_grouping_value_2(zidl_rib_path_grouping_info *msg)
+    { msg->grouping_value_2 = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_path_grouping_info_encode_ext(const zidl_rib_path_grouping_info *msg, uint8_t *buf, size_t buflen,
                                                        zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -255,6 +302,12 @@ static inline void zidl_rib_path_sl_id_info_set_sl_id_value_2(zidl_rib_path_sl_i
     { msg->sl_id_value_2 = value; msg->presence |= 1u << 1; }
 static inline void zidl_rib_path_sl_id_info_set_sl_id_value_3(zidl_rib_path_sl_id_info *msg, uint32_t value)
     { msg->sl_id_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_path_sl_id_info_clear_sl_id_value_1(zidl_rib_path_sl_id_info *msg)
+    { msg->sl_id_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_path_sl_id_info_clear_sl_id_value_2(zidl_rib_path_sl_id_info *msg)
+    { msg->sl_id_value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_path_sl_id_info_clear_sl_id_value_3(zidl_rib_path_sl_id_info *msg)
+    { msg->sl_id_value_3 = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_path_sl_id_info_encode_ext(const zidl_rib_path_sl_id_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -290,6 +343,11 @@ static inline void zidl_rib_path_l2_info_set_l2_value_7(zidl_rib_path_l2_info *m
     { msg->l2_value_7 = value; msg->presence |= 1u << 3; }
 static inline void zidl_rib_path_l2_info_set_l2_value_8(zidl_rib_path_l2_info *msg, uint32_t value)
     { msg->l2_value_8 = value; msg->presence |= 1u << 4; }
+static inline void zidl_rib_path_l2_info_clear_l2_value_1(zidl_rib_path_l2_info *msg) { msg->l2_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_path_l2_info_clear_l2_value_5(zidl_rib_path_l2_info *msg) { msg->l2_value_5 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_path_l2_info_clear_l2_value_6(zidl_rib_path_l2_info *msg) { msg->l2_value_6 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_rib_path_l2_info_clear_l2_value_7(zidl_rib_path_l2_info *msg) { msg->l2_value_7 = 0; msg->presence &= 0xf7u; }
+static inline void zidl_rib_path_l2_info_clear_l2_value_8(zidl_rib_path_l2_info *msg) { msg->l2_value_8 = 0; msg->presence &= 0xefu; }
 
 ZIDL_API size_t zidl_rib_path_l2_info_encode_ext(const zidl_rib_path_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                  uint32_t *nsegs, uint32_t flags);
@@ -321,6 +379,14 @@ static inline void zidl_rib_path_via_aft_id_set_via_aft_value_6(zidl_rib_path_vi
     { msg->via_aft_value_6 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_path_via_aft_id_set_via_aft_value_7(zidl_rib_path_via_aft_id *msg, uint32_t value)
     { msg->via_aft_value_7 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_path_via_aft_id_clear_via_aft_value_1(zidl_rib_path_via_aft_id *msg)
+    { msg->via_aft_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_path_via_aft_id_clear_via_aft_id(zidl_rib_path_via_aft_id *msg)
+    { msg->via_aft_id = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_path_via_aft_id_clear_via_aft_value_6(zidl_rib_path_via_aft_id *msg)
+    { msg->via_aft_value_6 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_rib_path_via_aft_id_clear_via_aft_value_7(zidl_rib_path_via_aft_id *msg)
+    { msg->via_aft_value_7 = 0; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_rib_path_via_aft_id_encode_ext(const zidl_rib_path_via_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                     uint32_t *nsegs, uint32_t flags);
@@ -371,6 +437,20 @@ static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_9(zidl_rib_path
     { msg->tunnel_value_9 = value; msg->presence |= 1u << 5; }
 static inline void zidl_rib_path_ip_tunnel_info_set_tunnel_value_10(zidl_rib_path_ip_tunnel_info *msg, uint64_t value)
     { msg->tunnel_value_10 = value; msg->presence |= 1u << 6; }
+static inline void zidl_rib_path_ip_tunnel_info_clear_tunnel_value_1(zidl_rib_path_ip_tunnel_info *msg)
+    { msg->tunnel_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_path_ip_tunnel_info_clear_tunnel_flag(zidl_rib_path_ip_tunnel_info *msg)
+    { msg->tunnel_flag = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_path_ip_tunnel_info_clear_tunnel_value_6(zidl_rib_path_ip_tunnel_info *msg)
+    { msg->tunnel_value_6 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_rib_path_ip_tunnel_info_clear_tunnel_value_7(zidl_rib_path_ip_tunnel_info *msg)
+    { msg->tunnel_value_7 = 0; msg->presence &= 0xf7u; }
+static inline void zidl_rib_path_ip_tunnel_info_clear_tunnel_value_8(zidl_rib_path_ip_tunnel_info *msg)
+    { msg->tunnel_value_8 = 0; msg->presence &= 0xefu; }
+static inline void zidl_rib_path_ip_tunnel_info_clear_tunnel_value_9(zidl_rib_path_ip_tunnel_info *msg)
+    { msg->tunnel_value_9 = 0; msg->presence &= 0xdfu; }
+static inline void zidl_rib_path_ip_tunnel_info_clear_tunnel_value_10(zidl_rib_path_ip_tunnel_info *msg)
+    { msg->tunnel_value_10 = 0; msg->presence &= 0xbfu; }
 
 ZIDL_API size_t zidl_rib_path_ip_tunnel_info_encode_ext(const zidl_rib_path_ip_tunnel_info *msg, uint8_t *buf, size_t buflen,
                                                         zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -402,6 +482,14 @@ static inline void zidl_rib_path_iid_attr_set_iid_attr_value_2(zidl_rib_path_iid
 static inline void zidl_rib_path_iid_attr_set_iid_attr_value_4(zidl_rib_path_iid_attr *msg, uint32_t value)
     { msg->iid_attr_value_4 = value; msg->presence |= 1u << 3; }
 static inline void zidl_rib_path_iid_attr_mark_iid_attr_prefix(zidl_rib_path_iid_attr *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_rib_path_iid_attr_clear_iid_attr_value_1(zidl_rib_path_iid_attr *msg)
+    { msg->iid_attr_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_path_iid_attr_clear_iid_attr_value_2(zidl_rib_path_iid_attr *msg)
+    { msg->iid_attr_value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_path_iid_attr_clear_iid_attr_prefix(zidl_rib_path_iid_attr *msg)
+    { memset(&msg->iid_attr_prefix, 0, sizeof msg->iid_attr_prefix); msg->presence &= 0xfbu; }
+static inline void zidl_rib_path_iid_attr_clear_iid_attr_value_4(zidl_rib_path_iid_attr *msg)
+    { msg->iid_attr_value_4 = 0; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_rib_path_iid_attr_encode_ext(const zidl_rib_path_iid_attr *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                   uint32_t *nsegs, uint32_t flags);
@@ -428,6 +516,12 @@ static inline void zidl_rib_path_via_srv6_sid_set_via_sid_value_1(zidl_rib_path_
 static inline void zidl_rib_path_via_srv6_sid_set_via_sid_value_3(zidl_rib_path_via_srv6_sid *msg, uint32_t value)
     { msg->via_sid_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_path_via_srv6_sid_mark_via_sid(zidl_rib_path_via_srv6_sid *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_via_srv6_sid_clear_via_sid_value_1(zidl_rib_path_via_srv6_sid *msg)
+    { msg->via_sid_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_path_via_srv6_sid_clear_via_sid(zidl_rib_path_via_srv6_sid *msg)
+    { memset(&msg->via_sid, 0, sizeof msg->via_sid); msg->presence &= 0xfdu; }
+static inline void zidl_rib_path_via_srv6_sid_clear_via_sid_value_3(zidl_rib_path_via_srv6_sid *msg)
+    { msg->via_sid_value_3 = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_path_via_srv6_sid_encode_ext(const zidl_rib_path_via_srv6_sid *msg, uint8_t *buf, size_t buflen,
                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -457,6 +551,12 @@ static inline void zidl_rib_path_srv6_sid_info_set_sid_info_value_1(zidl_rib_pat
 static inline void zidl_rib_path_srv6_sid_info_set_sid_info_value_3(zidl_rib_path_srv6_sid_info *msg, uint32_t value)
     { msg->sid_info_value_3 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_path_srv6_sid_info_mark_sid_info_prefix(zidl_rib_path_srv6_sid_info *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_path_srv6_sid_info_clear_sid_info_value_1(zidl_rib_path_srv6_sid_info *msg)
+    { msg->sid_info_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_path_srv6_sid_info_clear_sid_info_prefix(zidl_rib_path_srv6_sid_info *msg)
+    { memset(&msg->sid_info_prefix, 0, sizeof msg->sid_info_prefix); msg->presence &= 0xfdu; }
+static inline void zidl_rib_path_srv6_sid_info_clear_sid_info_value_3(zidl_rib_path_srv6_sid_info *msg)
+    { msg->sid_info_value_3 = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_path_srv6_sid_info_encode_ext(const zidl_rib_path_srv6_sid_info *msg, uint8_t *buf, size_t buflen,
                                                        zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -483,7 +583,15 @@ static inline void zidl_rib_ecomm_array_set_ecomm_value_1(zidl_rib_ecomm_array *
     { msg->ecomm_value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_rib_ecomm_array_set_ecomm_value_3(zidl_rib_ecomm_array *msg, uint32_t value)
     { msg->ecomm_value_3 = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_ecomm_array_set_ecomm_values(zidl_rib_ecomm_array *msg, const uint64_t *values, uint32_t count)
+    { msg->ecomm_values = ZIDL_MUTABLE(uint64_t, values); msg->ecomm_count = count; msg->presence |= 1u << 1; }
 static inline void zidl_rib_ecomm_array_mark_ecomm_values(zidl_rib_ecomm_array *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_ecomm_array_clear_ecomm_value_1(zidl_rib_ecomm_array *msg)
+    { msg->ecomm_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_ecomm_array_clear_ecomm_values(zidl_rib_ecomm_array *msg)
+    { msg->ecomm_values = ZIDL_NULL; msg->ecomm_count = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_ecomm_array_clear_ecomm_value_3(zidl_rib_ecomm_array *msg)
+    { msg->ecomm_value_3 = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_ecomm_array_encode_ext(const zidl_rib_ecomm_array *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                 uint32_t *nsegs, uint32_t flags);
@@ -600,6 +708,18 @@ static inline void zidl_rib_path_set_path_value_28(zidl_rib_path *msg, uint32_t 
     { msg->path_value_28 = value; msg->presence |= 1u << 22; }
 static inline void zidl_rib_path_set_path_value_31(zidl_rib_path *msg, uint32_t value)
     { msg->path_value_31 = value; msg->presence |= 1u << 25; }
+static inline void zidl_rib_path_set_path_values_9(zidl_rib_path *msg, const uint32_t *values, uint32_t count)
+    { msg->path_values_9 = ZIDL_MUTABLE(uint32_t, values); msg->path_values_9_count = count; msg->presence |= 1u << 7; }
+static inline void zidl_rib_path_set_path_addresses(zidl_rib_path *msg, const zidl_rib_address *values, uint32_t count)
+    { msg->path_addresses = ZIDL_MUTABLE(zidl_rib_address, values); msg->path_addresses_count = count; msg->presence |= 1u << 14; }
+static inline void zidl_rib_path_set_nnh_entries(zidl_rib_path *msg, const zidl_rib_nnh *values, uint32_t count)
+    { msg->nnh_entries = ZIDL_MUTABLE(zidl_rib_nnh, values); msg->nnh_entries_count = count; msg->presence |= 1u << 17; }
+static inline void zidl_rib_path_set_srv6_sid_infos(zidl_rib_path *msg, const zidl_rib_path_srv6_sid_info *values, uint32_t count)
+{
+    msg->srv6_sid_infos = ZIDL_MUTABLE(zidl_rib_path_srv6_sid_info, values);
+    msg->srv6_sid_infos_count = count;
+    msg->presence |= 1u << 27;
+}
 static inline void zidl_rib_path_mark_path_address_4   (zidl_rib_path *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_rib_path_mark_path_address_5   (zidl_rib_path *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_rib_path_mark_path_prefix      (zidl_rib_path *msg) { msg->presence |= 1u << 5; }
@@ -616,6 +736,70 @@ static inline void zidl_rib_path_mark_grouping_info    (zidl_rib_path *msg) { ms
 static inline void zidl_rib_path_mark_ip_tunnel_info   (zidl_rib_path *msg) { msg->presence |= 1u << 29; }
 static inline void zidl_rib_path_mark_via_aft_id       (zidl_rib_path *msg) { msg->presence |= 1u << 30; }
 static inline void zidl_rib_path_mark_sl_id_info       (zidl_rib_path *msg) { msg->presence |= 1u << 31; }
+static inline void zidl_rib_path_clear_path_value_1(zidl_rib_path *msg)
+    { msg->path_value_1 = 0; msg->presence &= 0xfffffffeu; }
+static inline void zidl_rib_path_clear_path_value_2(zidl_rib_path *msg)
+    { msg->path_value_2 = 0; msg->presence &= 0xfffffffdu; }
+static inline void zidl_rib_path_clear_path_value_3(zidl_rib_path *msg)
+    { msg->path_value_3 = 0; msg->presence &= 0xfffffffbu; }
+static inline void zidl_rib_path_clear_path_address_4(zidl_rib_path *msg)
+    { memset(&msg->path_address_4, 0, sizeof msg->path_address_4); msg->presence &= 0xfffffff7u; }
+static inline void zidl_rib_path_clear_path_address_5(zidl_rib_path *msg)
+    { memset(&msg->path_address_5, 0, sizeof msg->path_address_5); msg->presence &= 0xffffffefu; }
+static inline void zidl_rib_path_clear_path_prefix(zidl_rib_path *msg)
+    { memset(&msg->path_prefix, 0, sizeof msg->path_prefix); msg->presence &= 0xffffffdfu; }
+static inline void zidl_rib_path_clear_path_value_8(zidl_rib_path *msg)
+    { msg->path_value_8 = 0; msg->presence &= 0xffffffbfu; }
+static inline void zidl_rib_path_clear_path_values_9(zidl_rib_path *msg)
+    { msg->path_values_9 = ZIDL_NULL; msg->path_values_9_count = 0; msg->presence &= 0xffffff7fu; }
+static inline void zidl_rib_path_clear_path_value_10(zidl_rib_path *msg)
+    { msg->path_value_10 = 0; msg->presence &= 0xfffffeffu; }
+static inline void zidl_rib_path_clear_path_value_11(zidl_rib_path *msg)
+    { msg->path_value_11 = 0; msg->presence &= 0xfffffdffu; }
+static inline void zidl_rib_path_clear_path_value_12(zidl_rib_path *msg)
+    { msg->path_value_12 = 0; msg->presence &= 0xfffffbffu; }
+static inline void zidl_rib_path_clear_path_value_13(zidl_rib_path *msg)
+    { msg->path_value_13 = 0; msg->presence &= 0xfffff7ffu; }
+static inline void zidl_rib_path_clear_path_value_14(zidl_rib_path *msg)
+    { msg->path_value_14 = 0; msg->presence &= 0xffffefffu; }
+static inline void zidl_rib_path_clear_path_value_16(zidl_rib_path *msg)
+    { msg->path_value_16 = 0; msg->presence &= 0xffffdfffu; }
+static inline void zidl_rib_path_clear_path_addresses(zidl_rib_path *msg)
+    { msg->path_addresses = ZIDL_NULL; msg->path_addresses_count = 0; msg->presence &= 0xffffbfffu; }
+static inline void zidl_rib_path_clear_path_ipv6_address(zidl_rib_path *msg)
+    { memset(&msg->path_ipv6_address, 0, sizeof msg->path_ipv6_address); msg->presence &= 0xffff7fffu; }
+static inline void zidl_rib_path_clear_path_value_19(zidl_rib_path *msg)
+    { msg->path_value_19 = 0; msg->presence &= 0xfffeffffu; }
+static inline void zidl_rib_path_clear_nnh_entries(zidl_rib_path *msg)
+    { msg->nnh_entries = ZIDL_NULL; msg->nnh_entries_count = 0; msg->presence &= 0xfffdffffu; }
+static inline void zidl_rib_path_clear_path_value_22(zidl_rib_path *msg)
+    { msg->path_value_22 = 0; msg->presence &= 0xfffbffffu; }
+static inline void zidl_rib_path_clear_path_value_25(zidl_rib_path *msg)
+    { msg->path_value_25 = 0; msg->presence &= 0xfff7ffffu; }
+static inline void zidl_rib_path_clear_ecomm(zidl_rib_path *msg)
+    { memset(&msg->ecomm, 0, sizeof msg->ecomm); msg->presence &= 0xffefffffu; }
+static inline void zidl_rib_path_clear_path_value_27(zidl_rib_path *msg)
+    { msg->path_value_27 = 0; msg->presence &= 0xffdfffffu; }
+static inline void zidl_rib_path_clear_path_value_28(zidl_rib_path *msg)
+    { msg->path_value_28 = 0; msg->presence &= 0xffbfffffu; }
+static inline void zidl_rib_path_clear_iid_attr(zidl_rib_path *msg)
+    { memset(&msg->iid_attr, 0, sizeof msg->iid_attr); msg->presence &= 0xff7fffffu; }
+static inline void zidl_rib_path_clear_l2_info(zidl_rib_path *msg)
+    { memset(&msg->l2_info, 0, sizeof msg->l2_info); msg->presence &= 0xfeffffffu; }
+static inline void zidl_rib_path_clear_path_value_31(zidl_rib_path *msg)
+    { msg->path_value_31 = 0; msg->presence &= 0xfdffffffu; }
+static inline void zidl_rib_path_clear_via_srv6_sid(zidl_rib_path *msg)
+    { memset(&msg->via_srv6_sid, 0, sizeof msg->via_srv6_sid); msg->presence &= 0xfbffffffu; }
+static inline void zidl_rib_path_clear_srv6_sid_infos(zidl_rib_path *msg)
+    { msg->srv6_sid_infos = ZIDL_NULL; msg->srv6_sid_infos_count = 0; msg->presence &= 0xf7ffffffu; }
+static inline void zidl_rib_path_clear_grouping_info(zidl_rib_path *msg)
+    { memset(&msg->grouping_info, 0, sizeof msg->grouping_info); msg->presence &= 0xefffffffu; }
+static inline void zidl_rib_path_clear_ip_tunnel_info(zidl_rib_path *msg)
+    { memset(&msg->ip_tunnel_info, 0, sizeof msg->ip_tunnel_info); msg->presence &= 0xdfffffffu; }
+static inline void zidl_rib_path_clear_via_aft_id(zidl_rib_path *msg)
+    { memset(&msg->via_aft_id, 0, sizeof msg->via_aft_id); msg->presence &= 0xbfffffffu; }
+static inline void zidl_rib_path_clear_sl_id_info(zidl_rib_path *msg)
+    { memset(&msg->sl_id_info, 0, sizeof msg->sl_id_info); msg->presence &= 0x7fffffffu; }
 
 ZIDL_API size_t zidl_rib_path_encode_ext(const zidl_rib_path *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                          uint32_t flags);
@@ -638,6 +822,10 @@ static inline void zidl_rib_route_l2_info_set_route_l2_value_1(zidl_rib_route_l2
     { msg->route_l2_value_1 = value; msg->presence |= 1u << 0; }
 static inline void zidl_rib_route_l2_info_set_route_l2_value_5(zidl_rib_route_l2_info *msg, uint32_t value)
     { msg->route_l2_value_5 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_route_l2_info_clear_route_l2_value_1(zidl_rib_route_l2_info *msg)
+    { msg->route_l2_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_route_l2_info_clear_route_l2_value_5(zidl_rib_route_l2_info *msg)
+    { msg->route_l2_value_5 = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_route_l2_info_encode_ext(const zidl_rib_route_l2_info *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                   uint32_t *nsegs, uint32_t flags);
@@ -669,6 +857,14 @@ static inline void zidl_rib_route_aft_id_set_route_aft_value_6(zidl_rib_route_af
     { msg->route_aft_value_6 = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_route_aft_id_set_route_aft_value_7(zidl_rib_route_aft_id *msg, uint64_t value)
     { msg->route_aft_value_7 = value; msg->presence |= 1u << 3; }
+static inline void zidl_rib_route_aft_id_clear_route_aft_value_1(zidl_rib_route_aft_id *msg)
+    { msg->route_aft_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_route_aft_id_clear_route_aft_id_value(zidl_rib_route_aft_id *msg)
+    { msg->route_aft_id_value = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_route_aft_id_clear_route_aft_value_6(zidl_rib_route_aft_id *msg)
+    { msg->route_aft_value_6 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_rib_route_aft_id_clear_route_aft_value_7(zidl_rib_route_aft_id *msg)
+    { msg->route_aft_value_7 = 0; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_rib_route_aft_id_encode_ext(const zidl_rib_route_aft_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                  uint32_t *nsegs, uint32_t flags);
@@ -691,7 +887,13 @@ static inline bool zidl_rib_generic_attr_info_has_attr_type(const zidl_rib_gener
 static inline bool zidl_rib_generic_attr_info_has_attr_data(const zidl_rib_generic_attr_info *msg) { return msg->presence >> 1 & 1; }
 static inline void zidl_rib_generic_attr_info_set_attr_type(zidl_rib_generic_attr_info *msg, uint32_t value)
     { msg->attr_type = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_generic_attr_info_set_attr_data(zidl_rib_generic_attr_info *msg, const uint8_t *data, uint64_t size)
+    { msg->attr_data = ZIDL_MUTABLE(uint8_t, data); msg->attr_data_size = size; msg->presence |= 1u << 1; }
 static inline void zidl_rib_generic_attr_info_mark_attr_data(zidl_rib_generic_attr_info *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_generic_attr_info_clear_attr_type(zidl_rib_generic_attr_info *msg)
+    { msg->attr_type = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_generic_attr_info_clear_attr_data(zidl_rib_generic_attr_info *msg)
+    { msg->attr_data = ZIDL_NULL; msg->attr_data_size = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_generic_attr_info_encode_ext(const zidl_rib_generic_attr_info *msg, uint8_t *buf, size_t buflen,
                                                       zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -714,7 +916,14 @@ static inline bool zidl_rib_generic_attr_array_has_array_type(const zidl_rib_gen
 static inline bool zidl_rib_generic_attr_array_has_attrs     (const zidl_rib_generic_attr_array *msg) { return msg->presence >> 1 & 1; }
 static inline void zidl_rib_generic_attr_array_set_array_type(zidl_rib_generic_attr_array *msg, uint32_t value)
     { msg->array_type = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_generic_attr_array_set_attrs(zidl_rib_generic_attr_array *msg, const zidl_rib_generic_attr_info *values,
+                                                         uint32_t count)
+    { msg->attrs = ZIDL_MUTABLE(zidl_rib_generic_attr_info, values); msg->attrs_count = count; msg->presence |= 1u << 1; }
 static inline void zidl_rib_generic_attr_array_mark_attrs(zidl_rib_generic_attr_array *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_generic_attr_array_clear_array_type(zidl_rib_generic_attr_array *msg)
+    { msg->array_type = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_generic_attr_array_clear_attrs(zidl_rib_generic_attr_array *msg)
+    { msg->attrs = ZIDL_NULL; msg->attrs_count = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_generic_attr_array_encode_ext(const zidl_rib_generic_attr_array *msg, uint8_t *buf, size_t buflen,
                                                        zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -734,7 +943,12 @@ typedef struct zidl_rib_client_advertisement {
 
 static inline bool zidl_rib_client_advertisement_has_advertised_values(const zidl_rib_client_advertisement *msg)
     { return msg->presence >> 0 & 1; }
+static inline void zidl_rib_client_advertisement_set_advertised_values(zidl_rib_client_advertisement *msg, const uint32_t *values,
+                                                                       uint32_t count)
+    { msg->advertised_values = ZIDL_MUTABLE(uint32_t, values); msg->advertised_values_count = count; msg->presence |= 1u << 0; }
 static inline void zidl_rib_client_advertisement_mark_advertised_values(zidl_rib_client_advertisement *msg) { msg->presence |= 1u << 0; }
+static inline void zidl_rib_client_advertisement_clear_advertised_values(zidl_rib_client_advertisement *msg)
+    { msg->advertised_values = ZIDL_NULL; msg->advertised_values_count = 0; msg->presence &= 0xfeu; }
 
 ZIDL_API size_t zidl_rib_client_advertisement_encode_ext(const zidl_rib_client_advertisement *msg, uint8_t *buf, size_t buflen,
                                                          zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -896,6 +1110,10 @@ static inline void zidl_rib_route_set_route_value_40(zidl_rib_route *msg, uint64
     { msg->route_value_40 = value; msg->presence |= UINT64_C(1) << 39; }
 static inline void zidl_rib_route_set_route_value_41(zidl_rib_route *msg, uint64_t value)
     { msg->route_value_41 = value; msg->presence |= UINT64_C(1) << 40; }
+static inline void zidl_rib_route_set_algo_labels(zidl_rib_route *msg, const zidl_rib_algo_label *values, uint32_t count)
+    { msg->algo_labels = ZIDL_MUTABLE(zidl_rib_algo_label, values); msg->algo_labels_count = count; msg->presence |= UINT64_C(1) << 16; }
+static inline void zidl_rib_route_set_paths(zidl_rib_route *msg, const zidl_rib_path *values, uint32_t count)
+    { msg->paths = ZIDL_MUTABLE(zidl_rib_path, values); msg->paths_count = count; msg->presence |= UINT64_C(1) << 25; }
 static inline void zidl_rib_route_mark_route_prefix        (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 0; }
 static inline void zidl_rib_route_mark_algo_labels         (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 16; }
 static inline void zidl_rib_route_mark_paths               (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 25; }
@@ -908,6 +1126,88 @@ static inline void zidl_rib_route_mark_generic_attrs_32    (zidl_rib_route *msg)
 static inline void zidl_rib_route_mark_generic_attrs_33    (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 32; }
 static inline void zidl_rib_route_mark_route_l2_info       (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 35; }
 static inline void zidl_rib_route_mark_route_aft_id        (zidl_rib_route *msg) { msg->presence |= UINT64_C(1) << 38; }
+static inline void zidl_rib_route_clear_route_prefix(zidl_rib_route *msg)
+    { memset(&msg->route_prefix, 0, sizeof msg->route_prefix); msg->presence &= UINT64_C(0xfffffffffffffffe); }
+static inline void zidl_rib_route_clear_route_value_2(zidl_rib_route *msg)
+    { msg->route_value_2 = 0; msg->presence &= UINT64_C(0xfffffffffffffffd); }
+static inline void zidl_rib_route_clear_route_value_3(zidl_rib_route *msg)
+    { msg->route_value_3 = 0; msg->presence &= UINT64_C(0xfffffffffffffffb); }
+static inline void zidl_rib_route_clear_route_value_4(zidl_rib_route *msg)
+    { msg->route_value_4 = 0; msg->presence &= UINT64_C(0xfffffffffffffff7); }
+static inline void zidl_rib_route_clear_route_value_5(zidl_rib_route *msg)
+    { msg->route_value_5 = 0; msg->presence &= UINT64_C(0xffffffffffffffef); }
+static inline void zidl_rib_route_clear_route_value_6(zidl_rib_route *msg)
+    { msg->route_value_6 = 0; msg->presence &= UINT64_C(0xffffffffffffffdf); }
+static inline void zidl_rib_route_clear_route_value_7(zidl_rib_route *msg)
+    { msg->route_value_7 = 0; msg->presence &= UINT64_C(0xffffffffffffffbf); }
+static inline void zidl_rib_route_clear_route_value_8(zidl_rib_route *msg)
+    { msg->route_value_8 = 0; msg->presence &= UINT64_C(0xffffffffffffff7f); }
+static inline void zidl_rib_route_clear_route_value_9(zidl_rib_route *msg)
+    { msg->route_value_9 = 0; msg->presence &= UINT64_C(0xfffffffffffffeff); }
+static inline void zidl_rib_route_clear_route_value_10(zidl_rib_route *msg)
+    { msg->route_value_10 = 0; msg->presence &= UINT64_C(0xfffffffffffffdff); }
+static inline void zidl_rib_route_clear_route_value_11(zidl_rib_route *msg)
+    { msg->route_value_11 = 0; msg->presence &= UINT64_C(0xfffffffffffffbff); }
+static inline void zidl_rib_route_clear_route_value_12(zidl_rib_route *msg)
+    { msg->route_value_12 = 0; msg->presence &= UINT64_C(0xfffffffffffff7ff); }
+static inline void zidl_rib_route_clear_route_value_13(zidl_rib_route *msg)
+    { msg->route_value_13 = 0; msg->presence &= UINT64_C(0xffffffffffffefff); }
+static inline void zidl_rib_route_clear_route_value_14(zidl_rib_route *msg)
+    { msg->route_value_14 = 0; msg->presence &= UINT64_C(0xffffffffffffdfff); }
+static inline void zidl_rib_route_clear_route_value_15(zidl_rib_route *msg)
+    { msg->route_value_15 = 0; msg->presence &= UINT64_C(0xffffffffffffbfff); }
+static inline void zidl_rib_route_clear_route_value_16(zidl_rib_route *msg)
+    { msg->route_value_16 = 0; msg->presence &= UINT64_C(0xffffffffffff7fff); }
+static inline void zidl_rib_route_clear_algo_labels(zidl_rib_route *msg)
+    { msg->algo_labels = ZIDL_NULL; msg->algo_labels_count = 0; msg->presence &= UINT64_C(0xfffffffffffeffff); }
+static inline void zidl_rib_route_clear_route_value_18(zidl_rib_route *msg)
+    { msg->route_value_18 = 0; msg->presence &= UINT64_C(0xfffffffffffdffff); }
+static inline void zidl_rib_route_clear_route_value_19(zidl_rib_route *msg)
+    { msg->route_value_19 = 0; msg->presence &= UINT64_C(0xfffffffffffbffff); }
+static inline void zidl_rib_route_clear_route_value_20(zidl_rib_route *msg)
+    { msg->route_value_20 = 0; msg->presence &= UINT64_C(0xfffffffffff7ffff); }
+static inline void zidl_rib_route_clear_route_value_21(zidl_rib_route *msg)
+    { msg->route_value_21 = 0; msg->presence &= UINT64_C(0xffffffffffefffff); }
+static inline void zidl_rib_route_clear_route_value_22(zidl_rib_route *msg)
+    { msg->route_value_22 = 0; msg->presence &= UINT64_C(0xffffffffffdfffff); }
+static inline void zidl_rib_route_clear_route_value_23(zidl_rib_route *msg)
+    { msg->route_value_23 = 0; msg->presence &= UINT64_C(0xffffffffffbfffff); }
+static inline void zidl_rib_route_clear_route_flags(zidl_rib_route *msg)
+    { msg->route_flags = 0; msg->presence &= UINT64_C(0xffffffffff7fffff); }
+static inline void zidl_rib_route_clear_route_value_25(zidl_rib_route *msg)
+    { msg->route_value_25 = 0; msg->presence &= UINT64_C(0xfffffffffeffffff); }
+static inline void zidl_rib_route_clear_paths(zidl_rib_route *msg)
+    { msg->paths = ZIDL_NULL; msg->paths_count = 0; msg->presence &= UINT64_C(0xfffffffffdffffff); }
+static inline void zidl_rib_route_clear_client_advertisement(zidl_rib_route *msg)
+    { memset(&msg->client_advertisement, 0, sizeof msg->client_advertisement); msg->presence &= UINT64_C(0xfffffffffbffffff); }
+static inline void zidl_rib_route_clear_addr_generic_attrs(zidl_rib_route *msg)
+    { memset(&msg->addr_generic_attrs, 0, sizeof msg->addr_generic_attrs); msg->presence &= UINT64_C(0xfffffffff7ffffff); }
+static inline void zidl_rib_route_clear_generic_attrs_29(zidl_rib_route *msg)
+    { memset(&msg->generic_attrs_29, 0, sizeof msg->generic_attrs_29); msg->presence &= UINT64_C(0xffffffffefffffff); }
+static inline void zidl_rib_route_clear_generic_attrs_30(zidl_rib_route *msg)
+    { memset(&msg->generic_attrs_30, 0, sizeof msg->generic_attrs_30); msg->presence &= UINT64_C(0xffffffffdfffffff); }
+static inline void zidl_rib_route_clear_generic_attrs_31(zidl_rib_route *msg)
+    { memset(&msg->generic_attrs_31, 0, sizeof msg->generic_attrs_31); msg->presence &= UINT64_C(0xffffffffbfffffff); }
+static inline void zidl_rib_route_clear_generic_attrs_32(zidl_rib_route *msg)
+    { memset(&msg->generic_attrs_32, 0, sizeof msg->generic_attrs_32); msg->presence &= UINT64_C(0xffffffff7fffffff); }
+static inline void zidl_rib_route_clear_generic_attrs_33(zidl_rib_route *msg)
+    { memset(&msg->generic_attrs_33, 0, sizeof msg->generic_attrs_33); msg->presence &= UINT64_C(0xfffffffeffffffff); }
+static inline void zidl_rib_route_clear_route_value_34(zidl_rib_route *msg)
+    { msg->route_value_34 = 0; msg->presence &= UINT64_C(0xfffffffdffffffff); }
+static inline void zidl_rib_route_clear_route_value_35(zidl_rib_route *msg)
+    { msg->route_value_35 = 0; msg->presence &= UINT64_C(0xfffffffbffffffff); }
+static inline void zidl_rib_route_clear_route_l2_info(zidl_rib_route *msg)
+    { memset(&msg->route_l2_info, 0, sizeof msg->route_l2_info); msg->presence &= UINT64_C(0xfffffff7ffffffff); }
+static inline void zidl_rib_route_clear_route_value_37(zidl_rib_route *msg)
+    { msg->route_value_37 = 0; msg->presence &= UINT64_C(0xffffffefffffffff); }
+static inline void zidl_rib_route_clear_route_value_38(zidl_rib_route *msg)
+    { msg->route_value_38 = 0; msg->presence &= UINT64_C(0xffffffdfffffffff); }
+static inline void zidl_rib_route_clear_route_aft_id(zidl_rib_route *msg)
+    { memset(&msg->route_aft_id, 0, sizeof msg->route_aft_id); msg->presence &= UINT64_C(0xffffffbfffffffff); }
+static inline void zidl_rib_route_clear_route_value_40(zidl_rib_route *msg)
+    { msg->route_value_40 = 0; msg->presence &= UINT64_C(0xffffff7fffffffff); }
+static inline void zidl_rib_route_clear_route_value_41(zidl_rib_route *msg)
+    { msg->route_value_41 = 0; msg->presence &= UINT64_C(0xfffffeffffffffff); }
 
 ZIDL_API size_t zidl_rib_route_encode_ext(const zidl_rib_route *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                           uint32_t flags);
@@ -926,6 +1226,7 @@ typedef struct zidl_rib_bind_reply {
 static inline bool zidl_rib_bind_reply_has_bind_value(const zidl_rib_bind_reply *msg) { return msg->presence >> 0 & 1; }
 static inline void zidl_rib_bind_reply_set_bind_value(zidl_rib_bind_reply *msg, uint32_t value)
     { msg->bind_value = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_bind_reply_clear_bind_value(zidl_rib_bind_reply *msg) { msg->bind_value = 0; msg->presence &= 0xfeu; }
 
 ZIDL_API size_t zidl_rib_bind_reply_encode_ext(const zidl_rib_bind_reply *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                uint32_t *nsegs, uint32_t flags);

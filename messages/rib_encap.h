@@ -30,6 +30,12 @@ static inline void zidl_rib_srv6_oper_type_set_oper_when_set(zidl_rib_srv6_oper_
     { msg->oper_when_set = value; msg->presence |= 1u << 1; }
 static inline void zidl_rib_srv6_oper_type_set_oper_when_clear(zidl_rib_srv6_oper_type *msg, uint32_t value)
     { msg->oper_when_clear = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_srv6_oper_type_clear_oper_selector(zidl_rib_srv6_oper_type *msg)
+    { msg->oper_selector = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_srv6_oper_type_clear_oper_when_set(zidl_rib_srv6_oper_type *msg)
+    { msg->oper_when_set = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_srv6_oper_type_clear_oper_when_clear(zidl_rib_srv6_oper_type *msg)
+    { msg->oper_when_clear = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_srv6_oper_type_encode_ext(const zidl_rib_srv6_oper_type *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs);
@@ -52,7 +58,14 @@ static inline bool zidl_rib_encap_id_path_key_label_has_labels(const zidl_rib_en
     { return msg->presence >> 1 & 1; }
 static inline void zidl_rib_encap_id_path_key_label_set_label_key_value(zidl_rib_encap_id_path_key_label *msg, uint32_t value)
     { msg->label_key_value = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_encap_id_path_key_label_set_labels(zidl_rib_encap_id_path_key_label *msg, const uint32_t *values,
+                                                               uint32_t count)
+    { msg->labels = ZIDL_MUTABLE(uint32_t, values); msg->labels_count = count; msg->presence |= 1u << 1; }
 static inline void zidl_rib_encap_id_path_key_label_mark_labels(zidl_rib_encap_id_path_key_label *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_encap_id_path_key_label_clear_label_key_value(zidl_rib_encap_id_path_key_label *msg)
+    { msg->label_key_value = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_encap_id_path_key_label_clear_labels(zidl_rib_encap_id_path_key_label *msg)
+    { msg->labels = ZIDL_NULL; msg->labels_count = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_encap_id_path_key_label_encode_ext(const zidl_rib_encap_id_path_key_label *msg, uint8_t *buf, size_t buflen,
                                                             zidl_segment *segs, uint32_t *nsegs);
@@ -77,8 +90,15 @@ static inline bool zidl_rib_encap_id_path_key_srv6_has_oper_type(const zidl_rib_
     { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_encap_id_path_key_srv6_has_entries(const zidl_rib_encap_id_path_key_srv6 *msg)
     { return msg->presence >> 1 & 1; }
+static inline void zidl_rib_encap_id_path_key_srv6_set_entries(zidl_rib_encap_id_path_key_srv6 *msg, const zidl_bytes *values,
+                                                               uint32_t count)
+    { msg->entries = ZIDL_MUTABLE(zidl_bytes, values); msg->entries_count = count; msg->presence |= 1u << 1; }
 static inline void zidl_rib_encap_id_path_key_srv6_mark_oper_type(zidl_rib_encap_id_path_key_srv6 *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_rib_encap_id_path_key_srv6_mark_entries  (zidl_rib_encap_id_path_key_srv6 *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_encap_id_path_key_srv6_clear_oper_type(zidl_rib_encap_id_path_key_srv6 *msg)
+    { memset(&msg->oper_type, 0, sizeof msg->oper_type); msg->presence &= 0xfeu; }
+static inline void zidl_rib_encap_id_path_key_srv6_clear_entries(zidl_rib_encap_id_path_key_srv6 *msg)
+    { msg->entries = ZIDL_NULL; msg->entries_count = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_encap_id_path_key_srv6_encode_ext(const zidl_rib_encap_id_path_key_srv6 *msg, uint8_t *buf, size_t buflen,
                                                            zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -111,8 +131,17 @@ static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_set_carrier_valu
 static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_set_carrier_value_2(zidl_rib_encap_id_path_key_srv6_carrier_info *msg,
                                                                                     uint32_t value)
     { msg->carrier_value_2 = value; msg->presence |= 1u << 1; }
+static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_set_carrier_bytes(zidl_rib_encap_id_path_key_srv6_carrier_info *msg,
+                                                                                  const uint8_t *data, uint64_t size)
+    { msg->carrier_bytes = ZIDL_MUTABLE(uint8_t, data); msg->carrier_bytes_size = size; msg->presence |= 1u << 2; }
 static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_mark_carrier_bytes(zidl_rib_encap_id_path_key_srv6_carrier_info *msg)
     { msg->presence |= 1u << 2; }
+static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_clear_carrier_value_1(zidl_rib_encap_id_path_key_srv6_carrier_info *msg)
+    { msg->carrier_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_clear_carrier_value_2(zidl_rib_encap_id_path_key_srv6_carrier_info *msg)
+    { msg->carrier_value_2 = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_encap_id_path_key_srv6_carrier_info_clear_carrier_bytes(zidl_rib_encap_id_path_key_srv6_carrier_info *msg)
+    { msg->carrier_bytes = ZIDL_NULL; msg->carrier_bytes_size = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_encap_id_path_key_srv6_carrier_info_encode_ext(const zidl_rib_encap_id_path_key_srv6_carrier_info *msg,
                                                                         uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
@@ -139,10 +168,22 @@ static inline bool zidl_rib_encap_id_path_key_srv6_carriers_has_oper_type(const 
     { return msg->presence >> 0 & 1; }
 static inline bool zidl_rib_encap_id_path_key_srv6_carriers_has_carriers(const zidl_rib_encap_id_path_key_srv6_carriers *msg)
     { return msg->presence >> 1 & 1; }
+static inline void zidl_rib_encap_id_path_key_srv6_carriers_set_carriers(zidl_rib_encap_id_path_key_srv6_carriers *msg,
+                                                                         const zidl_rib_encap_id_path_key_srv6_carrier_info *values,
+                                                                         uint32_t count)
+{
+    msg->carriers = ZIDL_MUTABLE(zidl_rib_encap_id_path_key_srv6_carrier_info, values);
+    msg->carriers_count = count;
+    msg->presence |= 1u << 1;
+}
 static inline void zidl_rib_encap_id_path_key_srv6_carriers_mark_oper_type(zidl_rib_encap_id_path_key_srv6_carriers *msg)
     { msg->presence |= 1u << 0; }
 static inline void zidl_rib_encap_id_path_key_srv6_carriers_mark_carriers(zidl_rib_encap_id_path_key_srv6_carriers *msg)
     { msg->presence |= 1u << 1; }
+static inline void zidl_rib_encap_id_path_key_srv6_carriers_clear_oper_type(zidl_rib_encap_id_path_key_srv6_carriers *msg)
+    { memset(&msg->oper_type, 0, sizeof msg->oper_type); msg->presence &= 0xfeu; }
+static inline void zidl_rib_encap_id_path_key_srv6_carriers_clear_carriers(zidl_rib_encap_id_path_key_srv6_carriers *msg)
+    { msg->carriers = ZIDL_NULL; msg->carriers_count = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_rib_encap_id_path_key_srv6_carriers_encode_ext(const zidl_rib_encap_id_path_key_srv6_carriers *msg, uint8_t *buf,
                                                                     size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
@@ -231,6 +272,15 @@ static inline void zidl_rib_encap_id_key_set_key_value_18(zidl_rib_encap_id_key 
     { msg->key_value_18 = value; msg->presence |= 1u << 17; }
 static inline void zidl_rib_encap_id_key_set_key_value_19(zidl_rib_encap_id_key *msg, uint32_t value)
     { msg->key_value_19 = value; msg->presence |= 1u << 18; }
+static inline void zidl_rib_encap_id_key_set_key_extra_prefixes(zidl_rib_encap_id_key *msg, const zidl_rib_msg_prefix *values,
+                                                                uint32_t count)
+{
+    msg->key_extra_prefixes = ZIDL_MUTABLE(zidl_rib_msg_prefix, values);
+    msg->key_extra_prefixes_count = count;
+    msg->presence |= 1u << 8;
+}
+static inline void zidl_rib_encap_id_key_set_key_bytes_20(zidl_rib_encap_id_key *msg, const uint8_t *data, uint64_t size)
+    { msg->key_bytes_20 = ZIDL_MUTABLE(uint8_t, data); msg->key_bytes_20_size = size; msg->presence |= 1u << 19; }
 static inline void zidl_rib_encap_id_key_mark_key_prefix        (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_rib_encap_id_key_mark_key_second_prefix (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 6; }
 static inline void zidl_rib_encap_id_key_mark_key_extra_prefixes(zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 8; }
@@ -238,6 +288,46 @@ static inline void zidl_rib_encap_id_key_mark_label_key         (zidl_rib_encap_
 static inline void zidl_rib_encap_id_key_mark_srv6_key          (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 10; }
 static inline void zidl_rib_encap_id_key_mark_srv6_carriers     (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 13; }
 static inline void zidl_rib_encap_id_key_mark_key_bytes_20      (zidl_rib_encap_id_key *msg) { msg->presence |= 1u << 19; }
+static inline void zidl_rib_encap_id_key_clear_key_value_1(zidl_rib_encap_id_key *msg)
+    { msg->key_value_1 = 0; msg->presence &= 0xfffffffeu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_2(zidl_rib_encap_id_key *msg)
+    { msg->key_value_2 = 0; msg->presence &= 0xfffffffdu; }
+static inline void zidl_rib_encap_id_key_clear_key_prefix(zidl_rib_encap_id_key *msg)
+    { memset(&msg->key_prefix, 0, sizeof msg->key_prefix); msg->presence &= 0xfffffffbu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_4(zidl_rib_encap_id_key *msg)
+    { msg->key_value_4 = 0; msg->presence &= 0xfffffff7u; }
+static inline void zidl_rib_encap_id_key_clear_key_type(zidl_rib_encap_id_key *msg)
+    { msg->key_type = 0; msg->presence &= 0xffffffefu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_6(zidl_rib_encap_id_key *msg)
+    { msg->key_value_6 = 0; msg->presence &= 0xffffffdfu; }
+static inline void zidl_rib_encap_id_key_clear_key_second_prefix(zidl_rib_encap_id_key *msg)
+    { memset(&msg->key_second_prefix, 0, sizeof msg->key_second_prefix); msg->presence &= 0xffffffbfu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_8(zidl_rib_encap_id_key *msg)
+    { msg->key_value_8 = 0; msg->presence &= 0xffffff7fu; }
+static inline void zidl_rib_encap_id_key_clear_key_extra_prefixes(zidl_rib_encap_id_key *msg)
+    { msg->key_extra_prefixes = ZIDL_NULL; msg->key_extra_prefixes_count = 0; msg->presence &= 0xfffffeffu; }
+static inline void zidl_rib_encap_id_key_clear_label_key(zidl_rib_encap_id_key *msg)
+    { memset(&msg->label_key, 0, sizeof msg->label_key); msg->presence &= 0xfffffdffu; }
+static inline void zidl_rib_encap_id_key_clear_srv6_key(zidl_rib_encap_id_key *msg)
+    { memset(&msg->srv6_key, 0, sizeof msg->srv6_key); msg->presence &= 0xfffffbffu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_12(zidl_rib_encap_id_key *msg)
+    { msg->key_value_12 = 0; msg->presence &= 0xfffff7ffu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_13(zidl_rib_encap_id_key *msg)
+    { msg->key_value_13 = 0; msg->presence &= 0xffffefffu; }
+static inline void zidl_rib_encap_id_key_clear_srv6_carriers(zidl_rib_encap_id_key *msg)
+    { memset(&msg->srv6_carriers, 0, sizeof msg->srv6_carriers); msg->presence &= 0xffffdfffu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_15(zidl_rib_encap_id_key *msg)
+    { msg->key_value_15 = 0; msg->presence &= 0xffffbfffu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_16(zidl_rib_encap_id_key *msg)
+    { msg->key_value_16 = 0; msg->presence &= 0xffff7fffu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_17(zidl_rib_encap_id_key *msg)
+    { msg->key_value_17 = 0; msg->presence &= 0xfffeffffu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_18(zidl_rib_encap_id_key *msg)
+    { msg->key_value_18 = 0; msg->presence &= 0xfffdffffu; }
+static inline void zidl_rib_encap_id_key_clear_key_value_19(zidl_rib_encap_id_key *msg)
+    { msg->key_value_19 = 0; msg->presence &= 0xfffbffffu; }
+static inline void zidl_rib_encap_id_key_clear_key_bytes_20(zidl_rib_encap_id_key *msg)
+    { msg->key_bytes_20 = ZIDL_NULL; msg->key_bytes_20_size = 0; msg->presence &= 0xfff7ffffu; }
 
 ZIDL_API size_t zidl_rib_encap_id_key_encode_ext(const zidl_rib_encap_id_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                  uint32_t *nsegs, uint32_t flags);
@@ -257,6 +347,7 @@ typedef struct zidl_rib_encap_id {
 static inline bool zidl_rib_encap_id_has_encap_id(const zidl_rib_encap_id *msg) { return msg->presence >> 0 & 1; }
 static inline void zidl_rib_encap_id_set_encap_id(zidl_rib_encap_id *msg, uint64_t value)
     { msg->encap_id = value; msg->presence |= 1u << 0; }
+static inline void zidl_rib_encap_id_clear_encap_id(zidl_rib_encap_id *msg) { msg->encap_id = 0; msg->presence &= 0xfeu; }
 
 ZIDL_API size_t zidl_rib_encap_id_encode_ext(const zidl_rib_encap_id *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                              uint32_t flags);
@@ -281,8 +372,18 @@ static inline bool zidl_rib_grid_sync_list_has_keys     (const zidl_rib_grid_syn
 static inline bool zidl_rib_grid_sync_list_has_multi_key(const zidl_rib_grid_sync_list *msg) { return msg->presence >> 2 & 1; }
 static inline void zidl_rib_grid_sync_list_set_multi_key(zidl_rib_grid_sync_list *msg, bool value)
     { msg->multi_key = value; msg->presence |= 1u << 2; }
+static inline void zidl_rib_grid_sync_list_set_encap_ids(zidl_rib_grid_sync_list *msg, const zidl_rib_encap_id *values, uint32_t count)
+    { msg->encap_ids = ZIDL_MUTABLE(zidl_rib_encap_id, values); msg->encap_ids_count = count; msg->presence |= 1u << 0; }
+static inline void zidl_rib_grid_sync_list_set_keys(zidl_rib_grid_sync_list *msg, const zidl_rib_encap_id_key *values, uint32_t count)
+    { msg->keys = ZIDL_MUTABLE(zidl_rib_encap_id_key, values); msg->keys_count = count; msg->presence |= 1u << 1; }
 static inline void zidl_rib_grid_sync_list_mark_encap_ids(zidl_rib_grid_sync_list *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_rib_grid_sync_list_mark_keys     (zidl_rib_grid_sync_list *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_grid_sync_list_clear_encap_ids(zidl_rib_grid_sync_list *msg)
+    { msg->encap_ids = ZIDL_NULL; msg->encap_ids_count = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_grid_sync_list_clear_keys(zidl_rib_grid_sync_list *msg)
+    { msg->keys = ZIDL_NULL; msg->keys_count = 0; msg->presence &= 0xfdu; }
+static inline void zidl_rib_grid_sync_list_clear_multi_key(zidl_rib_grid_sync_list *msg)
+    { msg->multi_key = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_grid_sync_list_encode_ext(const zidl_rib_grid_sync_list *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);
@@ -313,6 +414,14 @@ static inline void zidl_rib_nhid_encap_key_set_nhid_key_value_3(zidl_rib_nhid_en
 static inline void zidl_rib_nhid_encap_key_set_nhid_key_value_4(zidl_rib_nhid_encap_key *msg, uint32_t value)
     { msg->nhid_key_value_4 = value; msg->presence |= 1u << 3; }
 static inline void zidl_rib_nhid_encap_key_mark_nhid_key_address(zidl_rib_nhid_encap_key *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_nhid_encap_key_clear_nhid_key_value_1(zidl_rib_nhid_encap_key *msg)
+    { msg->nhid_key_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_nhid_encap_key_clear_nhid_key_address(zidl_rib_nhid_encap_key *msg)
+    { memset(&msg->nhid_key_address, 0, sizeof msg->nhid_key_address); msg->presence &= 0xfdu; }
+static inline void zidl_rib_nhid_encap_key_clear_nhid_key_value_3(zidl_rib_nhid_encap_key *msg)
+    { msg->nhid_key_value_3 = 0; msg->presence &= 0xfbu; }
+static inline void zidl_rib_nhid_encap_key_clear_nhid_key_value_4(zidl_rib_nhid_encap_key *msg)
+    { msg->nhid_key_value_4 = 0; msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_rib_nhid_encap_key_encode_ext(const zidl_rib_nhid_encap_key *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                    uint32_t *nsegs, uint32_t flags);
@@ -338,6 +447,12 @@ static inline void zidl_rib_nhid_update_set_nhid_update_value_1(zidl_rib_nhid_up
 static inline void zidl_rib_nhid_update_set_nhid(zidl_rib_nhid_update *msg, uint64_t value)
     { msg->nhid = value; msg->presence |= 1u << 2; }
 static inline void zidl_rib_nhid_update_mark_nhid_encap_key(zidl_rib_nhid_update *msg) { msg->presence |= 1u << 1; }
+static inline void zidl_rib_nhid_update_clear_nhid_update_value_1(zidl_rib_nhid_update *msg)
+    { msg->nhid_update_value_1 = 0; msg->presence &= 0xfeu; }
+static inline void zidl_rib_nhid_update_clear_nhid_encap_key(zidl_rib_nhid_update *msg)
+    { memset(&msg->nhid_encap_key, 0, sizeof msg->nhid_encap_key); msg->presence &= 0xfdu; }
+static inline void zidl_rib_nhid_update_clear_nhid(zidl_rib_nhid_update *msg)
+    { msg->nhid = 0; msg->presence &= 0xfbu; }
 
 ZIDL_API size_t zidl_rib_nhid_update_encode_ext(const zidl_rib_nhid_update *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                                 uint32_t *nsegs, uint32_t flags);

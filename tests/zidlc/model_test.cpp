@@ -375,6 +375,36 @@ TEST_F(zidlc_model, messages_whose_c_names_collide_are_reported)
               "        ^~~~~~~\n");
 }
 
+class zidlc_model_of_accessors : public zidlc_model
+{
+protected:
+    // What is said first about a message m with this field, and another message.
+    static std::string collision_with(const std::string &field_of_m, const std::string &other)
+    {
+        const std::string errors = errors_in("group sample;\nmessage e { 1 x : u32; }\nmessage m { 1 " + field_of_m +
+                                             "; }\nmessage " + other + "\n");
+        return errors.substr(0, errors.find('\n'));
+    }
+};
+
+TEST_F(zidlc_model_of_accessors, setters_marks_and_clearings_are_c_names_that_may_collide)
+{
+    EXPECT_EQ(collision_with("x : string", "m_set_x { 1 y : u32; }"),
+              "sample.zidl:4:9: error: message 'm_set_x' and message 'm' both need the C name zidl_m_set_x");
+    EXPECT_EQ(collision_with("x : repeated e", "m_mark_x { 1 y : u32; }"),
+              "sample.zidl:4:9: error: message 'm_mark_x' and message 'm' both need the C name zidl_m_mark_x");
+    EXPECT_EQ(collision_with("has_x : e", "m_clear { 1 x : u32; }"),
+              "sample.zidl:4:9: error: message 'm_clear' and message 'm' both need the C name zidl_m_clear_has_x");
+    EXPECT_EQ(collision_with("x : u32", "m_clear_x { 1 y : u32; }"),
+              "sample.zidl:4:9: error: message 'm_clear_x' and message 'm' both need the C name zidl_m_clear_x");
+}
+
+TEST_F(zidlc_model_of_accessors, names_of_accessors_that_a_field_does_not_have_are_free)
+{
+    EXPECT_EQ(collision_with("x : e", "m_set_x { 1 y : u32; }"), "");
+    EXPECT_EQ(collision_with("x : u32", "m_mark_x { 1 y : u32; }"), "");
+}
+
 // Members
 
 TEST_F(zidlc_model, message_without_a_field_is_reported)

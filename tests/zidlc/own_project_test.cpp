@@ -94,16 +94,25 @@ TEST(zidlc_own_project, encoding_gives_the_bytes_back)
 
 TEST(zidlc_own_project, setters_and_marks_make_a_message)
 {
-    char comment[] = "ok";
+    static const uint32_t samples[] = {1};
     zidl_reading msg = {};
     zidl_reading_set_station(&msg, 7);
-    msg.comment = comment;
-    zidl_reading_mark_comment(&msg);
+    zidl_reading_set_comment(&msg, "ok");
+    zidl_reading_set_samples(&msg, samples, 1); // counted by sample_total
+    zidl_reading_mark_position(&msg);
     EXPECT_TRUE(zidl_reading_has_station(&msg));
     EXPECT_TRUE(zidl_reading_has_comment(&msg));
     EXPECT_FALSE(zidl_reading_has_raw(&msg));
     EXPECT_EQ(encoded(msg), (bytes{
                                 0x08, 0x07,                 // 1 station = 7
+                                0x12, 0x00,                 // 2 position, empty
+                                0x9a, 0x01, 0x02, 'o', 'k', // 19 comment = "ok"
+                                0x88, 0x01, 0x01,           // 17 samples[0] = 1
+                            }));
+    zidl_reading_clear_station(&msg);
+    zidl_reading_clear_position(&msg);
+    zidl_reading_clear_samples(&msg);
+    EXPECT_EQ(encoded(msg), (bytes{
                                 0x9a, 0x01, 0x02, 'o', 'k', // 19 comment = "ok"
                             }));
 }

@@ -150,7 +150,7 @@ void derive(field &f)
     f.is_scalar = f.type->held == storage::value;
     f.is_embedded = f.nested && !f.repeated;
     f.is_pointer = f.repeated || f.type->held == storage::text || f.type->held == storage::block;
-    f.has_setter = f.is_scalar && !f.repeated;
+    f.is_value = f.is_scalar && !f.repeated;
     f.holds_bytes = f.type->held == storage::block || (f.nested && f.nested->holds_bytes);
     f.owns_memory = f.is_pointer || (f.nested && f.nested->owns_memory);
     f.fixed_bound = fixed_bound(f);

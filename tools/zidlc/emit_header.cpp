@@ -79,53 +79,128 @@ std::string bit_mask(const message &m, const field &f)
     return m.presence_bits == 64 ? fmt::format("UINT64_C(1) << {}", f.bit) : fmt::format("1u << {}", f.bit);
 }
 
+// Written out: an inverted mask is an int, and too wide for the presence word where compilers are asked to be strict.
+std::string other_bits(const message &m, const field &f)
+{
+    const uint64_t bits = UINT64_MAX >> (64 - m.presence_bits) & ~(uint64_t{1} << f.bit);
+    return m.presence_bits == 64 ? fmt::format("UINT64_C({:#x})", bits) : fmt::format("{:#x}u", bits);
+}
+
 // An inline function of one line, where all of its kind fit in one; else its body stands below.
 struct accessor {
     std::string name; // with what stands before it
     std::vector<std::string> parameters;
-    std::string body; // with tabs where columns end
+    std::vector<std::string> statements; // with tabs where columns end
 };
+
+std::string without_tabs(std::string text)
+{
+    std::erase(text, '\t');
+    return text;
+}
+
+void emit_body(printer &out, const std::vector<std::string> &statements)
+{
+    const std::string body = without_tabs(fmt::format("    {{ {} }}", fmt::join(statements, " ")));
+    if (text_width(body) <= widest_line)
+        return out.line("{}", body);
+    out.line("{{");
+    for (const std::string &statement : statements)
+        out.line("    {}", without_tabs(statement));
+    out.line("}}");
+}
 
 void emit_accessors(printer &out, const std::vector<accessor> &all)
 {
     table rows;
     for (const accessor &each : all)
-        rows.add("static inline {}\t({}) {{ {} }}", each.name, fmt::join(each.parameters, ",\t "), each.body);
+        rows.add("static inline {}\t({}) {{ {} }}", each.name, fmt::join(each.parameters, ",\t "),
+                 fmt::join(each.statements, "\t "));
     if (rows.fits())
         return out.block(rows);
     for (const accessor &each : all) {
-        std::string body = each.body;
-        std::erase(body, '\t');
-        std::vector<std::string> parameters = each.parameters;
-        for (std::string &parameter : parameters)
-            std::erase(parameter, '\t');
+        std::vector<std::string> parameters;
+        for (const std::string &parameter : each.parameters)
+            parameters.push_back(without_tabs(parameter));
         out.list(fmt::format("static inline {}(", each.name), parameters, ")");
-        out.line("    {{ {} }}", body);
+        emit_body(out, each.statements);
     }
+}
+
+std::string present(const message &m, const field &f)
+{
+    return fmt::format("msg->presence |= {};", bit_mask(m, f));
+}
+
+accessor presence_test(const message &m, const field &f)
+{
+    return {"bool " + has_accessor(m, f),
+            {fmt::format("const {} *msg", record_type(m))},
+            {fmt::format("return msg->presence >> {}\t & 1;", f.bit)}};
+}
+
+accessor value_setter(const message &m, const field &f)
+{
+    return {"void " + set_accessor(m, f),
+            {record_type(m) + " *msg", fmt::format("{}\t value", f.type->setter)},
+            {fmt::format("msg->{}\t = value;", f.name), present(m, f)}};
+}
+
+// What the member points to stays the caller's, who need not have it writable: encoders only read.
+accessor pointer_setter(const message &m, const field &f)
+{
+    const std::string element = element_type(f);
+    const std::string_view pointer = f.repeated ? "values" : f.count_name.empty() ? "value" : "data";
+    accessor set{"void " + set_accessor(m, f),
+                 {record_type(m) + " *msg", fmt::format("const {} *{}", element, pointer)},
+                 {fmt::format("msg->{} = ZIDL_MUTABLE({}, {});", f.name, element, pointer)}};
+    if (!f.count_name.empty()) {
+        const std::string_view length = f.repeated ? "count" : "size";
+        set.parameters.push_back(fmt::format("{} {}", count_type(f), length));
+        set.statements.push_back(fmt::format("msg->{} = {};", f.count_name, length));
+    }
+    set.statements.push_back(present(m, f));
+    return set;
+}
+
+accessor mark(const message &m, const field &f)
+{
+    return {"void " + mark_accessor(m, f), {record_type(m) + " *msg"}, {present(m, f)}};
+}
+
+// As if the field had not been received. An embedded record's own presence bits would have it encoded.
+accessor clearing(const message &m, const field &f)
+{
+    accessor clear{"void " + clear_accessor(m, f), {record_type(m) + " *msg"}, {}};
+    if (f.is_embedded)
+        clear.statements.push_back(fmt::format("memset(&msg->{0}, 0, sizeof msg->{0});", f.name));
+    else
+        clear.statements.push_back(fmt::format("msg->{} = {};", f.name, f.is_pointer ? "ZIDL_NULL" : "0"));
+    if (!f.count_name.empty())
+        clear.statements.push_back(fmt::format("msg->{} = 0;", f.count_name));
+    clear.statements.push_back(fmt::format("msg->presence &= {};", other_bits(m, f)));
+    return clear;
 }
 
 void emit_accessors(printer &out, const message &m)
 {
     std::vector<accessor> tests;
-    std::vector<accessor> setters;
+    std::vector<accessor> value_setters;
+    std::vector<accessor> pointer_setters;
     std::vector<accessor> marks;
-    const std::string record = record_type(m);
+    std::vector<accessor> clearings;
     for (const field &f : m.fields) {
-        tests.push_back({"bool " + has_accessor(m, f),
-                         {fmt::format("const {} *msg", record)},
-                         fmt::format("return msg->presence >> {}\t & 1;", f.bit)});
-        if (f.has_setter)
-            setters.push_back({"void " + set_accessor(m, f),
-                               {record + " *msg", fmt::format("{}\t value", f.type->setter)},
-                               fmt::format("msg->{}\t = value; msg->presence |= {};", f.name, bit_mask(m, f))});
+        tests.push_back(presence_test(m, f));
+        if (f.is_value)
+            value_setters.push_back(value_setter(m, f));
         else
-            marks.push_back({"void " + mark_accessor(m, f),
-                             {record + " *msg"},
-                             fmt::format("msg->presence |= {};", bit_mask(m, f))});
+            marks.push_back(mark(m, f));
+        if (f.is_pointer)
+            pointer_setters.push_back(pointer_setter(m, f));
+        clearings.push_back(clearing(m, f));
     }
-    emit_accessors(out, tests);
-    emit_accessors(out, setters);
-    emit_accessors(out, marks);
+    for (const std::vector<accessor> &kind : {tests, value_setters, pointer_setters, marks, clearings})
+        emit_accessors(out, kind);
 }
 
 void emit_prototypes(printer &out, const message &m)

@@ -30,7 +30,7 @@ struct kind {
     std::string_view constant; // in the descriptors
     storage held;
     std::string_view member;  // C type of the member, or of what it points to
-    std::string_view setter;  // C type that a setter takes; empty: there is no setter
+    std::string_view setter;  // C type that a setter of one value takes; empty: it is no number
     std::string_view element; // C type of an array's elements
     std::string_view array;   // the codec's helpers for arrays; empty: there are none for this kind
 

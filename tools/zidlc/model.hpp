@@ -38,7 +38,7 @@ struct field {
     bool is_scalar = false;   // a number, or an array of numbers
     bool is_embedded = false; // a message that stands in the record itself
     bool is_pointer = false;  // a string, bytes or an array
-    bool has_setter = false;  // an accessor sets value and bit; else one marks it as present
+    bool is_value = false;    // a number in the record itself: set, and never marked as present by itself
     bool holds_bytes = false; // a bytes member, itself or in what it holds
     bool owns_memory = false; // a pointer, itself or in what it holds
     uint64_t fixed_bound = 0; // bytes that it takes on the wire at most, tag and length included, strings, bytes and

@@ -80,6 +80,11 @@ std::string mark_accessor(const message &m, const field &f)
     return accessor(m, "mark", f);
 }
 
+std::string clear_accessor(const message &m, const field &f)
+{
+    return accessor(m, "clear", f);
+}
+
 std::vector<std::string> member_names(const field &f)
 {
     if (f.count_name.empty())

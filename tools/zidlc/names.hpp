@@ -18,10 +18,12 @@ std::string element_type(const field &f);    // uint32_t, char, uint8_t, zidl_ri
 std::string count_type(const field &f);      // uint32_t of an array, uint64_t of bytes; empty for other fields
 std::string kind_name(const field &f);       // as the schema writes it: u32, repeated bytes, rib_hop
 
-// The accessors of a member: one that tests its presence, and one that sets it or marks it as present.
+// The accessors of a member: one that tests its presence, one that sets it unless it is an embedded record, one that marks it
+// as present unless it is a number, and one that makes it absent.
 std::string has_accessor(const message &m, const field &f);
-std::string set_accessor(const message &m, const field &f);  // zidl_rib_sample_set_sample_id
-std::string mark_accessor(const message &m, const field &f); // zidl_rib_sample_mark_name
+std::string set_accessor(const message &m, const field &f);   // zidl_rib_sample_set_sample_id
+std::string mark_accessor(const message &m, const field &f);  // zidl_rib_sample_mark_name
+std::string clear_accessor(const message &m, const field &f); // zidl_rib_sample_clear_name
 
 // The members of the record that a field takes: its own, and its count or size.
 std::vector<std::string> member_names(const field &f);

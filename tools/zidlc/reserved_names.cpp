@@ -86,7 +86,11 @@ std::vector<std::string> c_identifiers(const message &m)
                                       duplicate_operation(m).name, release_operation(m).name};
     for (const field &f : m.fields) {
         names.push_back(has_accessor(m, f));
-        names.push_back(f.has_setter ? set_accessor(m, f) : mark_accessor(m, f));
+        names.push_back(clear_accessor(m, f));
+        if (f.is_value || f.is_pointer)
+            names.push_back(set_accessor(m, f));
+        if (!f.is_value)
+            names.push_back(mark_accessor(m, f));
     }
     return names;
 }

@@ -25,6 +25,8 @@ static inline void zidl_geo_position_set_latitude(zidl_geo_position *msg, uint32
     { msg->latitude = value; msg->presence |= 1u << 0; }
 static inline void zidl_geo_position_set_longitude(zidl_geo_position *msg, uint32_t value)
     { msg->longitude = value; msg->presence |= 1u << 1; }
+static inline void zidl_geo_position_clear_latitude (zidl_geo_position *msg) { msg->latitude = 0;  msg->presence &= 0xfeu; }
+static inline void zidl_geo_position_clear_longitude(zidl_geo_position *msg) { msg->longitude = 0; msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_geo_position_encode_ext(const zidl_geo_position *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
                                              uint32_t *nsegs);

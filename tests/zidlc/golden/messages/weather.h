@@ -30,7 +30,13 @@ static inline bool zidl_instrument_has_drift  (const zidl_instrument *msg) { ret
 static inline void zidl_instrument_set_channel(zidl_instrument *msg, uint8_t value) { msg->channel = value; msg->presence |= 1u << 0; }
 static inline void zidl_instrument_set_working(zidl_instrument *msg, bool    value) { msg->working = value; msg->presence |= 1u << 1; }
 static inline void zidl_instrument_set_drift  (zidl_instrument *msg, int64_t value) { msg->drift   = value; msg->presence |= 1u << 3; }
+static inline void zidl_instrument_set_label(zidl_instrument *msg, const char *value)
+    { msg->label = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 2; }
 static inline void zidl_instrument_mark_label(zidl_instrument *msg) { msg->presence |= 1u << 2; }
+static inline void zidl_instrument_clear_channel(zidl_instrument *msg) { msg->channel = 0;       msg->presence &= 0xfeu; }
+static inline void zidl_instrument_clear_working(zidl_instrument *msg) { msg->working = 0;       msg->presence &= 0xfdu; }
+static inline void zidl_instrument_clear_label  (zidl_instrument *msg) { msg->label = ZIDL_NULL; msg->presence &= 0xfbu; }
+static inline void zidl_instrument_clear_drift  (zidl_instrument *msg) { msg->drift = 0;         msg->presence &= 0xf7u; }
 
 ZIDL_API size_t zidl_instrument_encode_ext(const zidl_instrument *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                            uint32_t flags);
@@ -71,12 +77,38 @@ static inline bool zidl_reading_has_samples    (const zidl_reading *msg) { retur
 static inline bool zidl_reading_has_raw        (const zidl_reading *msg) { return msg->presence >> 7 & 1; }
 static inline void zidl_reading_set_station (zidl_reading *msg, uint32_t value) { msg->station  = value; msg->presence |= 1u << 0; }
 static inline void zidl_reading_set_taken_at(zidl_reading *msg, uint64_t value) { msg->taken_at = value; msg->presence |= 1u << 2; }
+static inline void zidl_reading_set_instruments(zidl_reading *msg, const zidl_instrument *values, uint32_t count)
+    { msg->instruments = ZIDL_MUTABLE(zidl_instrument, values); msg->instruments_count = count; msg->presence |= 1u << 3; }
+static inline void zidl_reading_set_levels(zidl_reading *msg, const uint8_t *values, uint32_t count)
+    { msg->levels = ZIDL_MUTABLE(uint8_t, values); msg->levels_count = count; msg->presence |= 1u << 4; }
+static inline void zidl_reading_set_comment(zidl_reading *msg, const char *value)
+    { msg->comment = ZIDL_MUTABLE(char, value); msg->presence |= 1u << 5; }
+static inline void zidl_reading_set_samples(zidl_reading *msg, const uint32_t *values, uint32_t count)
+    { msg->samples = ZIDL_MUTABLE(uint32_t, values); msg->sample_total = count; msg->presence |= 1u << 6; }
+static inline void zidl_reading_set_raw(zidl_reading *msg, const uint8_t *data, uint64_t size)
+    { msg->raw = ZIDL_MUTABLE(uint8_t, data); msg->raw_size = size; msg->presence |= 1u << 7; }
 static inline void zidl_reading_mark_position   (zidl_reading *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_reading_mark_instruments(zidl_reading *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_reading_mark_levels     (zidl_reading *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_reading_mark_comment    (zidl_reading *msg) { msg->presence |= 1u << 5; }
 static inline void zidl_reading_mark_samples    (zidl_reading *msg) { msg->presence |= 1u << 6; }
 static inline void zidl_reading_mark_raw        (zidl_reading *msg) { msg->presence |= 1u << 7; }
+static inline void zidl_reading_clear_station(zidl_reading *msg)
+    { msg->station = 0; msg->presence &= 0xfeu; }
+static inline void zidl_reading_clear_position(zidl_reading *msg)
+    { memset(&msg->position, 0, sizeof msg->position); msg->presence &= 0xfdu; }
+static inline void zidl_reading_clear_taken_at(zidl_reading *msg)
+    { msg->taken_at = 0; msg->presence &= 0xfbu; }
+static inline void zidl_reading_clear_instruments(zidl_reading *msg)
+    { msg->instruments = ZIDL_NULL; msg->instruments_count = 0; msg->presence &= 0xf7u; }
+static inline void zidl_reading_clear_levels(zidl_reading *msg)
+    { msg->levels = ZIDL_NULL; msg->levels_count = 0; msg->presence &= 0xefu; }
+static inline void zidl_reading_clear_comment(zidl_reading *msg)
+    { msg->comment = ZIDL_NULL; msg->presence &= 0xdfu; }
+static inline void zidl_reading_clear_samples(zidl_reading *msg)
+    { msg->samples = ZIDL_NULL; msg->sample_total = 0; msg->presence &= 0xbfu; }
+static inline void zidl_reading_clear_raw(zidl_reading *msg)
+    { msg->raw = ZIDL_NULL; msg->raw_size = 0; msg->presence &= 0x7fu; }
 
 ZIDL_API size_t zidl_reading_encode_ext(const zidl_reading *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                         uint32_t flags);
@@ -94,7 +126,10 @@ typedef struct zidl_archive {
 } zidl_archive;
 
 static inline bool zidl_archive_has_stamps(const zidl_archive *msg) { return msg->presence >> 0 & 1; }
+static inline void zidl_archive_set_stamps(zidl_archive *msg, const uint64_t *values, uint32_t count)
+    { msg->stamps = ZIDL_MUTABLE(uint64_t, values); msg->stamps_count = count; msg->presence |= 1u << 0; }
 static inline void zidl_archive_mark_stamps(zidl_archive *msg) { msg->presence |= 1u << 0; }
+static inline void zidl_archive_clear_stamps(zidl_archive *msg) { msg->stamps = ZIDL_NULL; msg->stamps_count = 0; msg->presence &= 0xfeu; }
 
 ZIDL_API size_t zidl_archive_encode_ext(const zidl_archive *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                         uint32_t flags);
@@ -114,6 +149,8 @@ static inline bool zidl_day_has_average(const zidl_day *msg) { return msg->prese
 static inline bool zidl_day_has_trend  (const zidl_day *msg) { return msg->presence >> 1 & 1; }
 static inline void zidl_day_set_average(zidl_day *msg, uint32_t value) { msg->average = value; msg->presence |= 1u << 0; }
 static inline void zidl_day_set_trend  (zidl_day *msg, int64_t  value) { msg->trend   = value; msg->presence |= 1u << 1; }
+static inline void zidl_day_clear_average(zidl_day *msg) { msg->average = 0; msg->presence &= 0xfeu; }
+static inline void zidl_day_clear_trend  (zidl_day *msg) { msg->trend = 0;   msg->presence &= 0xfdu; }
 
 ZIDL_API size_t zidl_day_encode_ext(const zidl_day *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
 ZIDL_API int32_t zidl_day_decode_ext(zidl_day *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn, void *alloc_ctx,
@@ -141,12 +178,28 @@ static inline bool zidl_history_has_older (const zidl_history *msg) { return msg
 static inline bool zidl_history_has_origin(const zidl_history *msg) { return msg->presence >> 3 & 1; }
 static inline bool zidl_history_has_days  (const zidl_history *msg) { return msg->presence >> 4 & 1; }
 static inline bool zidl_history_has_first (const zidl_history *msg) { return msg->presence >> 5 & 1; }
+static inline void zidl_history_set_pages(zidl_history *msg, const zidl_bytes *values, uint32_t count)
+    { msg->pages = ZIDL_MUTABLE(zidl_bytes, values); msg->pages_count = count; msg->presence |= 1u << 1; }
+static inline void zidl_history_set_days(zidl_history *msg, const zidl_day *values, uint32_t count)
+    { msg->days = ZIDL_MUTABLE(zidl_day, values); msg->days_count = count; msg->presence |= 1u << 4; }
 static inline void zidl_history_mark_latest(zidl_history *msg) { msg->presence |= 1u << 0; }
 static inline void zidl_history_mark_pages (zidl_history *msg) { msg->presence |= 1u << 1; }
 static inline void zidl_history_mark_older (zidl_history *msg) { msg->presence |= 1u << 2; }
 static inline void zidl_history_mark_origin(zidl_history *msg) { msg->presence |= 1u << 3; }
 static inline void zidl_history_mark_days  (zidl_history *msg) { msg->presence |= 1u << 4; }
 static inline void zidl_history_mark_first (zidl_history *msg) { msg->presence |= 1u << 5; }
+static inline void zidl_history_clear_latest(zidl_history *msg)
+    { memset(&msg->latest, 0, sizeof msg->latest); msg->presence &= 0xfeu; }
+static inline void zidl_history_clear_pages(zidl_history *msg)
+    { msg->pages = ZIDL_NULL; msg->pages_count = 0; msg->presence &= 0xfdu; }
+static inline void zidl_history_clear_older(zidl_history *msg)
+    { memset(&msg->older, 0, sizeof msg->older); msg->presence &= 0xfbu; }
+static inline void zidl_history_clear_origin(zidl_history *msg)
+    { memset(&msg->origin, 0, sizeof msg->origin); msg->presence &= 0xf7u; }
+static inline void zidl_history_clear_days(zidl_history *msg)
+    { msg->days = ZIDL_NULL; msg->days_count = 0; msg->presence &= 0xefu; }
+static inline void zidl_history_clear_first(zidl_history *msg)
+    { memset(&msg->first, 0, sizeof msg->first); msg->presence &= 0xdfu; }
 
 ZIDL_API size_t zidl_history_encode_ext(const zidl_history *msg, uint8_t *buf, size_t buflen, zidl_segment *segs, uint32_t *nsegs,
                                         uint32_t flags);
