@@ -30,6 +30,21 @@
  *     duplicated: presence bits, bytes sizes and some counts outlive the memory that they speak of. Decode into it, or
  *     duplicate to it, first.
  *
+ * Beside them each member M has inline accessors, which allocate and free nothing:
+ *
+ * bool zidl_T_has_M(msg)            whether M is present
+ * void zidl_T_set_M(msg, value)     M is this number, or this string: the pointer is kept, not the characters
+ * void zidl_T_set_M(msg, data, size), (msg, values, count)
+ *                                   the same for bytes and for arrays: pointer, size or count, and presence at once
+ * void zidl_T_mark_M(msg)           M is present as it stands; what is not marked is not encoded. There is none for numbers,
+ *                                   and of embedded messages only empty ones need it: the others are encoded for what
+ *                                   they hold
+ * void zidl_T_clear_M(msg)          M is absent, and 0 or null with its count or size, as after decoding a message without
+ *                                   it; an embedded message so with all that it holds, spare presence bits included
+ *
+ * What a setter is given stays the caller's, must outlive the encoding, and is only read, so that it may be const. A setter
+ * and `clear` forget what the member pointed to: memory that the record owns is released before, or it is lost.
+ *
  * All functions are re-entrant; concurrent calls on distinct records are safe. `msg`, `src` and `dst` are never null. */
 
 #ifndef CODEC_ZIDL_H

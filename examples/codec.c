@@ -32,17 +32,13 @@ static size_t gather(uint8_t *dst, const zidl_segment *segs, uint32_t count)
 
 int main(void)
 {
-    uint8_t first[] = {1, 2, 3};
-    uint8_t second[] = {4, 5, 6, 7};
+    static const uint8_t first[] = {1, 2, 3};
+    static const uint8_t second[] = {4, 5, 6, 7};
     zidl_ip_rib_opaque msg;
     memset(&msg, 0, sizeof msg);
     zidl_ip_rib_opaque_set_opaque_id(&msg, 100);
-    msg.first_block = first;
-    msg.first_block_size = sizeof first;
-    zidl_ip_rib_opaque_mark_first_block(&msg);
-    msg.second_block = second;
-    msg.second_block_size = sizeof second;
-    zidl_ip_rib_opaque_mark_second_block(&msg);
+    zidl_ip_rib_opaque_set_first_block(&msg, first, sizeof first);
+    zidl_ip_rib_opaque_set_second_block(&msg, second, sizeof second);
 
     /* Into one buffer. The result is the length of the whole encoding, also when it does not fit. */
     uint8_t whole[64];

@@ -72,9 +72,10 @@ static size_t encode_list(uint8_t *payload, size_t size)
         zidl_rib_encap_id_key_set_key_value_4(&keys[i], 0);
         zidl_rib_encap_id_key_set_key_type(&keys[i], 3);
     }
-    zidl_rib_grid_sync_list list = {.encap_ids = ids, .encap_ids_count = 2, .keys = keys, .keys_count = 2};
-    zidl_rib_grid_sync_list_mark_encap_ids(&list);
-    zidl_rib_grid_sync_list_mark_keys(&list);
+    zidl_rib_grid_sync_list list;
+    memset(&list, 0, sizeof list);
+    zidl_rib_grid_sync_list_set_encap_ids(&list, ids, 2);
+    zidl_rib_grid_sync_list_set_keys(&list, keys, 2);
     zidl_rib_grid_sync_list_set_multi_key(&list, 1);
     return zidl_rib_grid_sync_list_encode_ext(&list, payload, size, NULL, NULL, 0);
 }

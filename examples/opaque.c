@@ -70,20 +70,16 @@ static void take_update(uint8_t *frame, void *ctx)
 
 static void build_update(uint8_t *frame, size_t size)
 {
-    uint8_t first[] = {0xCA, 0xFE};
-    uint8_t second[] = {1, 2, 3, 4, 5};
+    static const uint8_t first[] = {0xCA, 0xFE};
+    static const uint8_t second[] = {1, 2, 3, 4, 5};
     zidl_ip_rib_opaque msg;
     memset(&msg, 0, sizeof msg);
     zidl_ip_rib_opaque_set_opaque_type(&msg, 5);
     zidl_ip_rib_opaque_set_opaque_id(&msg, 100);
     zidl_ip_rib_opaque_set_opaque_sub_id(&msg, 3);
     zidl_ip_rib_opaque_set_opaque_value(&msg, 77);
-    msg.first_block = first;
-    msg.first_block_size = sizeof first;
-    zidl_ip_rib_opaque_mark_first_block(&msg);
-    msg.second_block = second;
-    msg.second_block_size = sizeof second;
-    zidl_ip_rib_opaque_mark_second_block(&msg);
+    zidl_ip_rib_opaque_set_first_block(&msg, first, sizeof first);
+    zidl_ip_rib_opaque_set_second_block(&msg, second, sizeof second);
 
     size_t len =
         zidl_ip_rib_opaque_encode_ext(&msg, frame + RIB_FRAME_HEADER_LEN, size - RIB_FRAME_HEADER_LEN, NULL, NULL, 0);

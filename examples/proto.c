@@ -81,17 +81,13 @@ static void take_update(uint8_t *frame, void *ctx)
 
 static void send_encoded(struct client *client)
 {
-    char name[] = "static";
-    char extra_name[] = "default instance";
     zidl_ip_rib_proto_update msg;
     memset(&msg, 0, sizeof msg);
     zidl_ip_rib_proto_update_set_proto_id(&msg, 7);
     zidl_ip_rib_proto_update_set_proto_sub_id(&msg, 2);
     zidl_ip_rib_proto_update_set_proto_value(&msg, 110);
-    msg.proto_name = name;
-    zidl_ip_rib_proto_update_mark_proto_name(&msg);
-    msg.proto_extra_name = extra_name;
-    zidl_ip_rib_proto_update_mark_proto_extra_name(&msg);
+    zidl_ip_rib_proto_update_set_proto_name(&msg, "static");
+    zidl_ip_rib_proto_update_set_proto_extra_name(&msg, "default instance");
 
     uint8_t frame[256];
     size_t len = zidl_ip_rib_proto_update_encode_ext(&msg, frame + RIB_FRAME_HEADER_LEN,

@@ -44,28 +44,22 @@ static int on_route(uint32_t update_id, struct rib_routetype_ *route, void *ctx)
 /* What a server sends: an encoded route behind a header. Here 192.0.2.0/24 with two paths. */
 static void build_update(uint8_t *frame, size_t size)
 {
-    uint64_t communities[] = {0x0002FDE800000064, 0x0002FDE8000000C8};
-    uint32_t labels[] = {16001};
+    static const uint64_t communities[] = {0x0002FDE800000064, 0x0002FDE8000000C8};
+    static const uint32_t labels[] = {16001};
     zidl_rib_path paths[2];
     memset(paths, 0, sizeof paths);
     zidl_rib_path_set_path_value_1(&paths[0], 1);
     zidl_rib_path_set_path_value_8(&paths[0], 100);
-    paths[0].ecomm.ecomm_values = communities;
-    paths[0].ecomm.ecomm_count = 2;
-    zidl_rib_ecomm_array_mark_ecomm_values(&paths[0].ecomm);
+    zidl_rib_ecomm_array_set_ecomm_values(&paths[0].ecomm, communities, 2);
     zidl_rib_path_set_path_value_1(&paths[1], 2);
-    paths[1].path_values_9 = labels;
-    paths[1].path_values_9_count = 1;
-    zidl_rib_path_mark_path_values_9(&paths[1]);
+    zidl_rib_path_set_path_values_9(&paths[1], labels, 1);
 
     zidl_rib_route route;
     memset(&route, 0, sizeof route);
     zidl_rib_address_set_family(&route.route_prefix.address, 1);
     zidl_rib_address_set_ipv4(&route.route_prefix.address, 0xC0000200);
     zidl_rib_prefix_set_prefix_len(&route.route_prefix, 24);
-    route.paths = paths;
-    route.paths_count = 2;
-    zidl_rib_route_mark_paths(&route);
+    zidl_rib_route_set_paths(&route, paths, 2);
 
     size_t len =
         zidl_rib_route_encode_ext(&route, frame + RIB_FRAME_HEADER_LEN, size - RIB_FRAME_HEADER_LEN, NULL, NULL, 0);

@@ -34,10 +34,10 @@ static void close_list(struct feed *feed)
 static size_t put_one_key(struct feed *feed, uint8_t *dst)
 {
     const uint32_t i = feed->key_index;
-    zidl_rib_grid_sync_list one = {
-        .encap_ids = &feed->list.encap_ids[i], .encap_ids_count = 1, .keys = &feed->list.keys[i], .keys_count = 1};
-    zidl_rib_grid_sync_list_mark_encap_ids(&one);
-    zidl_rib_grid_sync_list_mark_keys(&one);
+    zidl_rib_grid_sync_list one;
+    memset(&one, 0, sizeof one);
+    zidl_rib_grid_sync_list_set_encap_ids(&one, &feed->list.encap_ids[i], 1);
+    zidl_rib_grid_sync_list_set_keys(&one, &feed->list.keys[i], 1);
     zidl_rib_grid_sync_list_set_multi_key(&one, 1);
     const size_t len =
         zidl_rib_grid_sync_list_encode_ext(&one, dst + RIB_FRAME_HEADER_LEN, RIB_FRAME_MAX_PAYLOAD, NULL, NULL, 0);

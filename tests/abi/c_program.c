@@ -21,7 +21,7 @@ static void release(void *ptr, void *ctx)
 
 static int opaque_survives(void)
 {
-    uint8_t block[] = {1, 2, 3};
+    static const uint8_t block[] = {1, 2, 3};
     zidl_ip_rib_opaque sent;
     zidl_ip_rib_opaque received;
     uint8_t wire[16];
@@ -31,9 +31,7 @@ static int opaque_survives(void)
     memset(&sent, 0, sizeof sent);
     memset(&received, 0, sizeof received);
     zidl_ip_rib_opaque_set_opaque_id(&sent, 300);
-    sent.first_block = block;
-    sent.first_block_size = sizeof block;
-    zidl_ip_rib_opaque_mark_first_block(&sent);
+    zidl_ip_rib_opaque_set_first_block(&sent, block, sizeof block);
 
     len = zidl_ip_rib_opaque_encode_ext(&sent, wire, sizeof wire, NULL, NULL, 0);
     if (len != 8 || zidl_ip_rib_opaque_decode_ext(&received, wire, len, allocate, NULL, 0) != ZIDL_OK)

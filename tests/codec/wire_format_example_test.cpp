@@ -57,9 +57,7 @@ protected:
         zidl_rib_address_set_family(&path.path_address_4, 1);
         zidl_rib_address_set_ipv4(&path.path_address_4, 0xc0000201);
         zidl_rib_path_mark_path_prefix(&path);
-        path.path_values_9 = values;
-        path.path_values_9_count = 2;
-        zidl_rib_path_mark_path_values_9(&path);
+        zidl_rib_path_set_path_values_9(&path, values, 2);
         zidl_rib_path_set_path_value_16(&path, 0);
         zidl_rib_path_grouping_info_set_grouping_value_1(&path.grouping_info, 5);
         zidl_rib_path_ip_tunnel_info_set_tunnel_flag(&path.ip_tunnel_info, 1);
@@ -82,12 +80,8 @@ protected:
     worked_opaque()
     {
         zidl_ip_rib_opaque_set_opaque_type(&msg, 7);
-        msg.first_block = first;
-        msg.first_block_size = 3;
-        zidl_ip_rib_opaque_mark_first_block(&msg);
-        msg.second_block = second;
-        msg.second_block_size = 4;
-        zidl_ip_rib_opaque_mark_second_block(&msg);
+        zidl_ip_rib_opaque_set_first_block(&msg, first, 3);
+        zidl_ip_rib_opaque_set_second_block(&msg, second, 4);
     }
 
     uint8_t first[3] = {'a', 'b', 'c'};

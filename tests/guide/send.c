@@ -56,9 +56,7 @@ static void opaque_update_arrives_whole_however_little_a_socket_takes_at_once(vo
     zidl_ip_rib_opaque msg;
     memset(&msg, 0, sizeof msg);
     zidl_ip_rib_opaque_set_opaque_id(&msg, 100);
-    msg.first_block = block;
-    msg.first_block_size = 60000;
-    zidl_ip_rib_opaque_mark_first_block(&msg);
+    zidl_ip_rib_opaque_set_first_block(&msg, block, 60000);
 
     int ends[2];
     EXPECT(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0);
@@ -67,7 +65,7 @@ static void opaque_update_arrives_whole_however_little_a_socket_takes_at_once(vo
     if (peer == 0) {
         close(ends[0]);
         EXPECT(send_opaque(ends[1], &msg) && send_opaque(ends[1], &msg));
-        msg.first_block_size = 65536;
+        zidl_ip_rib_opaque_set_first_block(&msg, block, sizeof block);
         EXPECT(!send_opaque(ends[1], &msg));
         _exit(0);
     }
