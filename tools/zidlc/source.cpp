@@ -6,6 +6,8 @@
 #include "tools/zidlc/text.hpp"
 
 #include <algorithm>
+#include <tuple>
+#include <vector>
 
 namespace zidlc
 {
@@ -111,17 +113,21 @@ std::string diagnostics::text(bool in_color) const
             files.push_back(each.where.file);
     }
 
-    std::vector<report> sorted = reports_;
-    const auto file_index = [&](const report &r) { return std::find(files.begin(), files.end(), r.where.file); };
-    std::stable_sort(sorted.begin(), sorted.end(), [&](const report &a, const report &b) {
-        return std::pair(file_index(a), a.where.offset) < std::pair(file_index(b), b.where.offset);
-    });
+    std::vector<const report *> sorted;
+    for (const report &each : reports_)
+        sorted.push_back(&each);
+    // What is said of one place stays in its order, which is that of the addresses. (A stable sort of the standard library
+    // uses what its headers call deprecated, and newer compilers warn of it.)
+    const auto place = [&](const report *r) {
+        return std::tuple(std::find(files.begin(), files.end(), r->where.file), r->where.offset, r);
+    };
+    std::sort(sorted.begin(), sorted.end(), [&](const report *a, const report *b) { return place(a) < place(b); });
 
     std::string all;
-    for (const report &each : sorted) {
-        all += described(each.where, paint, terminal::style::red, "error", each.text);
-        if (each.other)
-            all += described(each.other->where, paint, terminal::style::cyan, "note", each.other->text);
+    for (const report *each : sorted) {
+        all += described(each->where, paint, terminal::style::red, "error", each->text);
+        if (each->other)
+            all += described(each->other->where, paint, terminal::style::cyan, "note", each->other->text);
     }
     return all;
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bitset>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace ribtool
@@ -49,7 +50,10 @@ void explain_summary::print_reasons() const
     }
     if (met.empty())
         return;
-    std::ranges::stable_sort(met, std::ranges::greater(), [&](rib_reason reason) { return reasons_[reason].updates; });
+    const auto comes_first = [&](rib_reason a, rib_reason b) {
+        return std::pair(reasons_[b].updates, a) < std::pair(reasons_[a].updates, b);
+    };
+    std::ranges::sort(met, comes_first);
     terminal::say("  {:>10} {:>12}  {}\n", "updates", "lost values", "reason");
     for (const rib_reason reason : met) {
         const reason_counts &counts = reasons_[reason];

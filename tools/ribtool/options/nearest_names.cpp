@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace ribtool
 {
@@ -34,12 +35,15 @@ size_t edit_distance(std::string_view a, std::string_view b)
 std::vector<std::string> nearest_names(std::string_view name, std::vector<std::string> all)
 {
     name = name.substr(0, MAX_NAME);
-    const auto is_nearer = [name](const std::string &a, const std::string &b) {
-        return edit_distance(name, a) < edit_distance(name, b);
-    };
-    std::stable_sort(all.begin(), all.end(), is_nearer);
-    all.resize(std::min(all.size(), NAMES_SHOWN));
-    return all;
+    std::vector<std::pair<size_t, size_t>> nearest; // distance, and place in `all`
+    for (size_t i = 0; i < all.size(); ++i)
+        nearest.emplace_back(edit_distance(name, all[i]), i);
+    std::sort(nearest.begin(), nearest.end());
+    nearest.resize(std::min(nearest.size(), NAMES_SHOWN));
+    std::vector<std::string> names;
+    for (const auto &[distance, place] : nearest)
+        names.push_back(std::move(all[place]));
+    return names;
 }
 
 } // namespace ribtool
