@@ -9,6 +9,9 @@ build_root=${RIB_BUILD_DIR:-build}
 # Where the sources cannot be written, and where they can, Python leaves nothing in them.
 export PYTHONDONTWRITEBYTECODE=1
 
+# All that is installed: where a folder has tests, too, `all` would be those as well.
+installed_targets=(rib rib_static platform/all messages/all inspect/all tools/zidlc/all tools/ribtool/all packaging/all)
+
 # What stands at the head of a script, up to the first line that is no comment.
 print_usage() {
     sed -n '2,${/^#/!q;s/^# \{0,1\}//p}' "$0"
@@ -34,11 +37,6 @@ elapsed() {
 
 step() {
     printf '[%6s] %s\n' "$(elapsed)" "$*"
-}
-
-# take_build_dir FOLDER: what --build-dir names, and what RIB_BUILD_DIR names otherwise.
-take_build_dir() {
-    build_root=${1:?--build-dir needs a folder}
 }
 
 # Builds go where there is room, and where we may write.
