@@ -27,10 +27,8 @@ add_library(rib::core_static ALIAS rib_static)
 
 add_library(rib_with_platform INTERFACE)
 target_link_libraries(rib_with_platform INTERFACE rib rib_platform)
-set_target_properties(rib_with_platform PROPERTIES EXPORT_NAME rib)
 add_library(rib::rib ALIAS rib_with_platform)
 
 add_library(rib_static_with_platform INTERFACE)
-target_link_libraries(rib_static_with_platform INTERFACE rib_static rib_platform)
-set_target_properties(rib_static_with_platform PROPERTIES EXPORT_NAME rib_static)
+target_link_libraries(rib_static_with_platform INTERFACE rib_static rib_platform_static)
 add_library(rib::rib_static ALIAS rib_static_with_platform)
