@@ -55,14 +55,15 @@ TEST_F(zidlc_program, a_good_schema_gives_all_files_and_0)
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(files_below("new/tree"),
               (std::vector<std::string>{"docs/messages/README.md", "docs/messages/a.md", "messages/a.cpp",
-                                        "messages/a.h", "messages/a.hpp", "messages/descriptors.cpp",
-                                        "messages/descriptors.hpp", "proto/zidl/a.proto"}));
+                                        "messages/a.h", "messages/a.hpp", "messages/a.message.hpp",
+                                        "messages/descriptors.cpp", "messages/descriptors.hpp", "proto/zidl/a.proto"}));
 }
 
 TEST_F(zidlc_program, only_what_is_asked_for_is_written)
 {
     EXPECT_EQ(run("-o tree --only header,proto a.zidl").status, 0);
-    EXPECT_EQ(files_below("tree"), (std::vector<std::string>{"messages/a.h", "proto/zidl/a.proto"}));
+    EXPECT_EQ(files_below("tree"),
+              (std::vector<std::string>{"messages/a.h", "messages/a.message.hpp", "proto/zidl/a.proto"}));
     EXPECT_EQ(run("-o more --only codec --only docs a.zidl").status, 0);
     EXPECT_EQ(files_below("more"), (std::vector<std::string>{"docs/messages/README.md", "docs/messages/a.md",
                                                              "messages/a.cpp", "messages/a.hpp"}));
@@ -139,9 +140,10 @@ TEST_F(zidlc_program, a_depfile_says_which_schemas_the_generated_files_come_from
 {
     write("b.zidl", "group b;\nuse c;\nmessage n { 1 x : o; }\n");
     write("l i$b/c.zidl", "group c;\nmessage o { 1 x : u32; }\n");
-    const std::string rule = "tree/messages/b.h tree/messages/b.hpp tree/messages/b.cpp: \\\n"
-                             "  l\\ i$$b/c.zidl \\\n"
-                             "  b.zidl\n";
+    const std::string rule =
+        "tree/messages/b.h tree/messages/b.message.hpp tree/messages/b.hpp tree/messages/b.cpp: \\\n"
+        "  l\\ i$$b/c.zidl \\\n"
+        "  b.zidl\n";
     EXPECT_EQ(run("-I 'l i$b' -o tree --only header,codec -MD b.d b.zidl").status, 0);
     EXPECT_EQ(read("b.d"), rule);
     EXPECT_EQ(run("-I 'l i$b' -o tree --only header,codec --depfile deps/b.d b.zidl").status, 0);

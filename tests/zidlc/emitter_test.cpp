@@ -59,7 +59,8 @@ bool same(const std::vector<generated_file> &a, const std::vector<generated_file
 
 TEST_F(zidlc_emitters, headers_are_as_agreed)
 {
-    expect_golden(artefact::header, {"messages/geo.h", "messages/weather.h"});
+    expect_golden(artefact::header,
+                  {"messages/geo.h", "messages/geo.message.hpp", "messages/weather.h", "messages/weather.message.hpp"});
 }
 
 TEST_F(zidlc_emitters, descriptors_are_as_agreed)
@@ -165,12 +166,12 @@ TEST_F(zidlc_emitters, neither_the_order_of_the_files_nor_the_current_folder_mat
 TEST_F(zidlc_emitters, groups_that_are_only_used_get_no_files_but_stand_in_the_descriptors)
 {
     const auto files = generated({golden / "schema/weather.zidl"});
-    EXPECT_EQ(paths(files),
-              (std::vector<std::string>{"messages/weather.h", "messages/weather.hpp", "messages/weather.cpp",
-                                        "proto/zidl/weather.proto", "docs/messages/weather.md", "messages/descriptors.hpp",
-                                        "messages/descriptors.cpp", "docs/messages/README.md"}));
-    EXPECT_NE(files.at(6).text.find("descriptor_of_geo_position"), std::string::npos);
-    EXPECT_EQ(files.at(7).text.find("[geo]"), std::string::npos);
+    EXPECT_EQ(paths(files), (std::vector<std::string>{
+                                "messages/weather.h", "messages/weather.message.hpp", "messages/weather.hpp",
+                                "messages/weather.cpp", "proto/zidl/weather.proto", "docs/messages/weather.md",
+                                "messages/descriptors.hpp", "messages/descriptors.cpp", "docs/messages/README.md"}));
+    EXPECT_NE(files.at(7).text.find("descriptor_of_geo_position"), std::string::npos);
+    EXPECT_EQ(files.at(8).text.find("[geo]"), std::string::npos);
 }
 
 TEST_F(zidlc_emitters, wide_presence_words_are_tested_and_set_in_their_own_width)

@@ -3,6 +3,7 @@
 #include "tools/zidlc/artefacts.hpp"
 
 #include "tools/zidlc/emit_codec.hpp"
+#include "tools/zidlc/emit_cpp_header.hpp"
 #include "tools/zidlc/emit_descriptors.hpp"
 #include "tools/zidlc/emit_header.hpp"
 #include "tools/zidlc/emit_manual.hpp"
@@ -18,8 +19,10 @@ namespace
 void add_group(std::vector<generated_file> &files, const group &g, const std::set<artefact> &wanted,
                const landings &known)
 {
-    if (wanted.count(artefact::header))
+    if (wanted.count(artefact::header)) {
         files.push_back({header_path(g.chosen, g.name), emit_header(g)});
+        files.push_back({cpp_header_path(g.chosen, g.name), emit_cpp_header(g)});
+    }
     if (wanted.count(artefact::codec)) {
         files.push_back({codec_header_path(g.chosen, g.name), emit_codec_header(g)});
         files.push_back({codec_source_path(g.chosen, g.name), emit_codec_source(g)});

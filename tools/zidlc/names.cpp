@@ -85,6 +85,20 @@ std::string clear_accessor(const message &m, const field &f)
     return accessor(m, "clear", f);
 }
 
+std::string cpp_getter(const field &f)
+{
+    constexpr std::string_view verbs[] = {"has_", "set_", "clear_", "edit_", "mark_"};
+    // What codec/zidl.hpp calls its classes, which a member function must not be called, and their member functions.
+    constexpr std::string_view taken[] = {"adopt",           "append_to",    "clear",  "decode",    "decode_zero_copy",
+                                          "detach",          "duplicate",    "editor", "encodable", "encode",
+                                          "encode_segments", "encoded_size", "fields", "record",    "release_flags",
+                                          "setters",         "view"};
+    const bool is_taken = std::any_of(std::begin(verbs), std::end(verbs),
+                                      [&](std::string_view verb) { return f.name.starts_with(verb); }) ||
+                          std::find(std::begin(taken), std::end(taken), f.name) != std::end(taken);
+    return is_taken ? f.name + '_' : f.name;
+}
+
 std::vector<std::string> member_names(const field &f)
 {
     if (f.count_name.empty())
@@ -103,6 +117,11 @@ std::string members(const field &f, std::string_view object)
 std::string header_path(const naming &chosen, std::string_view group)
 {
     return file_name(chosen.folder, group, "h");
+}
+
+std::string cpp_header_path(const naming &chosen, std::string_view group)
+{
+    return file_name(chosen.folder, group, "message.hpp");
 }
 
 std::string codec_header_path(const naming &chosen, std::string_view group)

@@ -25,6 +25,10 @@ std::string set_accessor(const message &m, const field &f);   // zidl_rib_sample
 std::string mark_accessor(const message &m, const field &f);  // zidl_rib_sample_mark_name
 std::string clear_accessor(const message &m, const field &f); // zidl_rib_sample_clear_name
 
+// The same in the C++ layer, where an accessor is a member function; one that other functions have the name of gets an
+// underscore behind it, which no name in a schema ends with.
+std::string cpp_getter(const field &f); // sample_id; encode_ of a member called encode
+
 // The members of the record that a field takes: its own, and its count or size.
 std::vector<std::string> member_names(const field &f);
 
@@ -36,6 +40,7 @@ std::string reset_function(const message &m); // sid_ctx_clear of ip_rib_srv6_si
 
 // Files, relative to the root of the tree. Includes are written with the same paths.
 std::string header_path(const naming &chosen, std::string_view group);       // messages/rib_common.h
+std::string cpp_header_path(const naming &chosen, std::string_view group);   // messages/rib_common.message.hpp
 std::string codec_header_path(const naming &chosen, std::string_view group); // messages/rib_common.hpp
 std::string codec_source_path(const naming &chosen, std::string_view group); // messages/rib_common.cpp
 std::string descriptors_header_path(const naming &chosen);                   // messages/descriptors.hpp
