@@ -16,6 +16,9 @@ set_target_properties(rib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 1 LINK
 set_target_properties(rib_static PROPERTIES OUTPUT_NAME rib LINKER_LANGUAGE C EXPORT_NAME core_static)
 # CMake links the C++ runtime on its own account; nothing here uses it, so it does not become a dependency.
 target_link_options(rib PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/librib.map -Wl,--as-needed -Wl,--hash-style=gnu)
+# Every import is bound when the library is loaded: what is missing is named then, not in the middle of an update, and what calls
+# go through is read-only from then on.
+target_link_options(rib PRIVATE -Wl,-z,relro,-z,now)
 set_property(TARGET rib APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/librib.map)
 
 foreach(library rib rib_static)
