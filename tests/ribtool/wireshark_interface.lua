@@ -31,6 +31,7 @@ local table_of_dissectors = { add_for_decode_as = function() end, remove = funct
 function table_of_dissectors:add(_, proto)
     dissector = proto
 end
+Dissector = { get = function() end }
 DissectorTable = { get = function() return table_of_dissectors end }
 
 function Proto(name)

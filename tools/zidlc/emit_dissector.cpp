@@ -132,6 +132,12 @@ std::string emit_dissector(const model &all, const protocol &how)
     out.line();
     out.line("-- A dissector for Wireshark and tshark: tshark -X lua_script:{}.lua -r FILE", how.name);
     out.line();
+    out.line("-- Loaded before, from the folder of plugins or by another option: once is enough.");
+    out.line("local asked, known = pcall(Dissector.get, {})", lua_string(how.name));
+    out.line("if asked and known then");
+    out.line("    return");
+    out.line("end");
+    out.line();
     emit_kinds(out);
     emit_failures(out);
     emit_messages(out, all);

@@ -2,6 +2,12 @@
 
 -- A dissector for Wireshark and tshark: tshark -X lua_script:weather.lua -r FILE
 
+-- Loaded before, from the folder of plugins or by another option: once is enough.
+local asked, known = pcall(Dissector.get, "weather")
+if asked and known then
+    return
+end
+
 -- The wire type of each kind of field.
 local kinds = {
     ["u8"]      = 0,
