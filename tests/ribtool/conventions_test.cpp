@@ -42,6 +42,7 @@ const talking_command COMMANDS[] = {
     {"encode", "encode ip_rib_proto_update MESSAGE"},
     {"serve", "serve TABLE --listen unix:TABLE.socket --clients 0"},
     {"record", "record - --format raw -o - < FILE"},
+    {"completion", "completion bash"},
 };
 
 // Those of them that read a capture, with what makes them print one line an update.

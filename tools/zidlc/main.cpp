@@ -1,5 +1,6 @@
 // zidlc: compiles message schemas into C headers, codecs, descriptors, proto files and a reference manual.
 
+#include "tools/terminal/completion/completion.hpp"
 #include "tools/terminal/terminal.hpp"
 #include "tools/zidlc/artefacts.hpp"
 #include "tools/zidlc/build_model.hpp"
@@ -56,6 +57,7 @@ struct options {
     std::string protocol;
     std::filesystem::path framing;
     bool check = false;
+    std::string completion;
 
     // What was not chosen follows from the prefix.
     naming names() const
@@ -134,7 +136,7 @@ void declare_names(CLI::App &app, naming &names)
 
 void declare(CLI::App &app, options &chosen)
 {
-    app.add_option("FILE", chosen.files, "Schemas, each called GROUP.zidl")->required()->option_text("...");
+    app.add_option("FILE", chosen.files, "Schemas, each called GROUP.zidl")->option_text("...");
     app.add_option("-I", chosen.include_folders, "Search DIR, too, for the groups that a schema uses")
         ->option_text("DIR")
         ->allow_extra_args(false);
@@ -172,6 +174,14 @@ void declare(CLI::App &app, options &chosen)
                                          "NO_COLOR and TERM=dumb do not forbid)")
         ->option_text("auto|always|never")
         ->check(CLI::IsMember({"auto", "always", "never"}));
+    app.add_option("--completion", chosen.completion,
+                   "Instead print the script by which a shell completes this command line")
+        ->option_text(terminal::completion::SHELLS)
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+    app.parse_complete_callback([&chosen] {
+        if (chosen.files.empty() && chosen.completion.empty())
+            throw CLI::RequiredError("FILE");
+    });
     app.set_version_flag("--version", "zidlc " ZIDLC_VERSION);
     app.footer(footer);
 }
@@ -245,6 +255,17 @@ int compile(const options &chosen)
     return success;
 }
 
+int print_completion(const CLI::App &app, const std::string &shell)
+{
+    terminal::completion::value_kind artefacts;
+    for (const auto &[name, value] : artefact_names)
+        artefacts.words.push_back({name, {}});
+    const terminal::completion::value_kinds kinds = {
+        {"FILE", {{}, true, false}}, {"DIR", {{}, false, true}}, {"--only", artefacts}};
+    print(terminal::completion::script(shell, app, kinds, "zidlc --completion " + shell));
+    return success;
+}
+
 // The arguments, the last one first. The library that reads them knows no names of two letters behind one dash.
 std::vector<std::string> reversed_arguments(int argc, char **argv)
 {
@@ -280,7 +301,7 @@ int main(int argc, char **argv)
         } catch (const CLI::ParseError &status) {
             return report_usage(app, status);
         }
-        return compile(chosen);
+        return chosen.completion.empty() ? compile(chosen) : print_completion(app, chosen.completion);
     } catch (const std::exception &failure) {
         terminal::complain("zidlc", failure.what());
         return usage_or_io;

@@ -1,0 +1,159 @@
+#include "tools/terminal/completion/completion.hpp"
+#include "tools/terminal/completion/script_text.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <string_view>
+
+namespace terminal::completion
+{
+
+namespace
+{
+
+std::string in_quotes(std::string_view text)
+{
+    std::string safe = "'";
+    for (const char c : text)
+        safe += c == '\'' || c == '\\' ? fmt::format("\\{}", c) : std::string(1, c);
+    return safe + "'";
+}
+
+// The words that came before the one at the cursor, told apart as the program does it.
+constexpr const char *ENGINE = R"fish(
+# Whether the command is COMMAND ('' for none yet) and, with a PLACE, whether the next word without a dash stands there.
+function __PROGRAM_at # COMMAND [PLACE]
+    set -l words (commandline -opc)
+    set -e words[1]
+    set -l command ''
+    set -l place 1
+    set -l awaits ''
+    set -l only_places ''
+    for word in $words
+        if test -n "$awaits"; and not string match -qr -- '^-.' $word
+            set awaits ''
+        else if test -z "$only_places"; and test "$word" = --
+            set only_places 1
+        else if test -z "$only_places"; and string match -qr -- '^-.' $word
+            set awaits ''
+            contains -- "$command:$word" $__PROGRAM_options_with_values; and set awaits 1
+        else if test -z "$command"; and test -n 'COMMANDS'
+            set command $word
+        else
+            set place (math $place + 1)
+        end
+    end
+    test "$command" = "$argv[1]"; or return 1
+    set -q argv[2]; or return 0
+    string match -qr -- "^$argv[2]\$" $place
+end
+
+# Whether none of these options of COMMAND has been given. One at the end, which waits for its value, counts as not given yet.
+function __PROGRAM_without # COMMAND OPTION...
+    set -l words (commandline -opc)
+    contains -- "$argv[1]:$words[-1]" $__PROGRAM_options_with_values; and set -e words[-1]
+    for word in $words
+        contains -- (string replace -r '=.*' '' -- $word) $argv[2..]; and return 1
+    end
+    return 0
+end
+)fish";
+
+// As `complete -a` takes them: one a line, with a tab before the description.
+std::string lines_of(const value_kind &kind)
+{
+    std::string lines;
+    for (const word &each : kind.words)
+        lines += fmt::format("{}{}{}{}", lines.empty() ? "" : "\n", each.text, each.description.empty() ? "" : "\t",
+                             each.description);
+    return lines;
+}
+
+// What `complete` is told of values: nothing else than these, unless paths belong to them.
+std::string candidates_of(const values &of, const std::string &name)
+{
+    const bool has_words = !of.kind.words.empty();
+    std::string text;
+    if (of.kind.has_files)
+        text += " -F";
+    else if (of.kind.has_folders)
+        text += " -a '(__fish_complete_directories (commandline -ct))'";
+    if (!has_words)
+        return text;
+    if (of.is_list)
+        return text + fmt::format(" -a '(__{}_list {})'", name, texts_of(of.kind));
+    return text + " -a " + in_quotes(lines_of(of.kind));
+}
+
+std::string option_line(const option &of, const command &in, const std::string &name)
+{
+    const std::vector<std::string> ends = ends_of(of);
+    std::string condition = fmt::format("__{}_at \"{}\"", name, in.name);
+    if (!ends.empty())
+        condition += fmt::format("; and __{}_without \"{}\" {}", name, in.name, fmt::join(ends, " "));
+    std::string text = fmt::format("complete -c {} -n {}", name, in_quotes(condition));
+    for (const std::string &each : of.names)
+        text += each.starts_with("--") ? " -l " + each.substr(2) : " -s " + each.substr(1);
+    if (of.takes && !of.takes->is_optional)
+        text += " -r";
+    if (of.takes)
+        text += candidates_of(*of.takes, name);
+    return text + " -d " + in_quotes(of.description) + "\n";
+}
+
+std::string lines_of(const command &of, const std::string &name)
+{
+    std::string text;
+    for (const option &each : of.options)
+        text += option_line(each, of, name);
+    for (std::size_t place = 0; place < of.places.size(); ++place) {
+        const std::string candidates = candidates_of(of.places[place], name);
+        if (!candidates.empty())
+            text += fmt::format("complete -c {0} -n '__{0}_at \"{1}\" {2}'{3}\n", name, of.name,
+                                place_pattern(of, place, "[0-9]+"), candidates);
+    }
+    return text;
+}
+
+void add_with_values(std::string &to, const command &of)
+{
+    for (const option &each : of.options) {
+        for (const std::string &name : each.names)
+            to += each.takes ? fmt::format(" {}:{}", of.name, name) : "";
+    }
+}
+
+} // namespace
+
+std::string fish_script(const program &of, const std::string &how)
+{
+    const std::string &name = of.name;
+    std::vector<std::string> commands;
+    std::string with_values;
+    add_with_values(with_values, of.line);
+    for (const command &each : of.commands) {
+        commands.push_back(each.name);
+        add_with_values(with_values, each);
+    }
+    std::string text = fmt::format("# Completion of {} for fish. Generated by `{}`.\n\n", name, how);
+    text += fmt::format("set -g __{}_options_with_values{}\n", name, with_values);
+    text += replaced(replaced(ENGINE, "COMMANDS", fmt::format("{}", fmt::join(commands, " "))), "PROGRAM", name);
+    text +=
+        fmt::format("\n# Words of a list with commas.\nfunction __{}_list # WORD...\n"
+                    "    set -l front (string replace -r '[^,]*$' '' -- (string replace -r '^--[^=]*=' '' -- "
+                    "(commandline -ct)))\n"
+                    "    for word in $argv\n        contains -- $word (string split , -- $front); or echo $front$word\n"
+                    "    end\nend\n\n",
+                    name);
+    text += fmt::format("complete -c {} -f\n", name);
+    for (const command &each : of.commands)
+        text += fmt::format("complete -c {0} -n '__{0}_at \"\"' -a {1} -d {2}\n", name, each.name,
+                            in_quotes(each.description));
+    text += lines_of(of.line, name);
+    for (const command &each : of.commands)
+        text += lines_of(each, name);
+    return text;
+}
+
+} // namespace terminal::completion
