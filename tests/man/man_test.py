@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Compares the manual pages with what they are about.
 
-    man_test.py Library Form
+    man_test.py Library Form Fragments --cc COMPILER
+    man_test.py Program --cc COMPILER --link LIBRARY...
     man_test.py Tools Examples --ribtool PROGRAM --zidlc PROGRAM
 """
 
@@ -216,9 +217,56 @@ class Examples(unittest.TestCase):
         self.assertNotRegex(done.stderr, "(?i)not found|usage|ribtool: .*: cannot")
 
 
+def c_blocks(name):
+    section = page(name).partition("\n.Sh EXAMPLES\n")[2].partition("\n.Sh ")[0]
+    return [plain(block) for block in re.findall(r"^\.Bd -literal.*\n((?:.*\n)*?)\.Ed", section, re.MULTILINE)]
+
+
+def compiled(source, *arguments):
+    done = subprocess.run([chosen.cc, "-std=c99", "-Wall", "-Wextra", "-Werror", "-Wno-unused-variable", "-D_GNU_SOURCE",
+                           f"-I{ROOT}", "-x", "c", "-", *arguments], input=source, capture_output=True, text=True,
+                          check=False)
+    return done.stderr if done.returncode else ""
+
+
+class Fragments(unittest.TestCase):
+    """C that stands in the pages compiles, in a function that has what it speaks of."""
+
+    HEADERS = "".join(f"#include <{name}>\n" for name in (
+        "rib.h", "rib_frames.h", "inspect/rib_inspect.h", "stdio.h", "string.h", "sys/socket.h", "unistd.h"))
+
+    def test_readers_and_writers_of_frames(self):
+        reader, writer = c_blocks("rib_frames.3")
+        given = ("void take(const rib_frame *frame);\nvoid run(int fd, zidl_rib_nhid_update update);\n"
+                 "void run(int fd, zidl_rib_nhid_update update)\n{\n")
+        self.assertEqual(compiled(f"{self.HEADERS}{given}{{ {reader} }} {{ {writer} }} }}", "-fsyntax-only"), "")
+
+    def test_questions_to_the_inspector(self):
+        explain, show = c_blocks("rib_inspect.3")
+        given = ("void run(bool was_delivered, updatetype_local update, const uint8_t *payload, size_t len);\n"
+                 "void run(bool was_delivered, updatetype_local update, const uint8_t *payload, size_t len)\n{\n")
+        self.assertEqual(compiled(f"{self.HEADERS}{given}{{ {explain} }} {{ {show} }} }}", "-fsyntax-only"), "")
+
+    def test_a_client_of_routes(self):
+        callback, call = c_blocks("librib.3")[2].split("\n\n")
+        given = "void run(rib_frame frame);\nvoid run(rib_frame frame)\n{\n"
+        self.assertEqual(compiled(f"{self.HEADERS}{callback}\n{given}{call} }}", "-fsyntax-only"), "")
+
+
+class Program(unittest.TestCase):
+    def test_the_first_program_of_the_library_runs(self):
+        source = c_blocks("librib.3")[0]
+        with tempfile.TemporaryDirectory(prefix="man-") as folder:
+            folders = sorted({f"-Wl,-rpath,{pathlib.Path(library).parent}" for library in chosen.link})
+            self.assertEqual(compiled(source, "-o", f"{folder}/one", "-x", "none", *chosen.link, *folders), "")
+            self.assertEqual(output(f"{folder}/one"), "protocol 20 is bgp\n")
+
+
 if __name__ == "__main__":
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--ribtool")
     parser.add_argument("--zidlc")
+    parser.add_argument("--cc")
+    parser.add_argument("--link", nargs="+", default=[])
     chosen, rest = parser.parse_known_args()
     unittest.main(argv=sys.argv[:1] + rest)
