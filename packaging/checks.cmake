@@ -3,12 +3,20 @@
 # Builds what is installed and nothing else.
 add_custom_target(rib_installable)
 
-# rib_check_built(component targets...): the component cannot be installed before these targets are built.
+# rib_check_built(component targets...) or rib_check_built(component FILES files... BY target): the component cannot be installed
+# before these are built.
 function(rib_check_built component)
-  foreach(target ${ARGN})
-    set_property(TARGET rib_installable APPEND PROPERTY RIB_BUILT "${component}:$<TARGET_FILE:${target}>")
+  cmake_parse_arguments(ARG "" "BY" "FILES" ${ARGN})
+  foreach(target IN LISTS ARG_UNPARSED_ARGUMENTS)
+    list(APPEND ARG_FILES $<TARGET_FILE:${target}>)
     add_dependencies(rib_installable ${target})
   endforeach()
+  foreach(file IN LISTS ARG_FILES)
+    set_property(TARGET rib_installable APPEND PROPERTY RIB_BUILT "${component}:${file}")
+  endforeach()
+  if(ARG_BY)
+    add_dependencies(rib_installable ${ARG_BY})
+  endif()
 endfunction()
 
 # The list is complete when all of this folder has been read, which is before the build system is written.

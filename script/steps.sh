@@ -10,7 +10,7 @@ build_root=${RIB_BUILD_DIR:-build}
 export PYTHONDONTWRITEBYTECODE=1
 
 # All that is installed: where a folder has tests, too, `all` would be those as well.
-installed_targets=(rib rib_static platform/all messages/all inspect/all tools/zidlc/all tools/ribtool/all packaging/all)
+installed_targets=(rib_installable)
 
 # What stands at the head of a script, up to the first line that is no comment.
 print_usage() {

@@ -1,0 +1,28 @@
+# Behind an installation: programs find the libraries in a folder that the dynamic linker searches when root has run ldconfig.
+#   rib_library_folder   relative to the prefix or absolute
+
+function(rib_update_linker_cache folder)
+  if(NOT "$ENV{DESTDIR}" STREQUAL "" OR (CMAKE_INSTALL_COMPONENT AND NOT CMAKE_INSTALL_COMPONENT MATCHES "^librib"))
+    return() # packages do this themselves, and what has no library needs none of it
+  endif()
+  find_program(ldconfig ldconfig PATHS /sbin /usr/sbin NO_CACHE)
+  if(CMAKE_CROSSCOMPILING OR NOT ldconfig)
+    return()
+  endif()
+  cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)
+  execute_process(COMMAND ${ldconfig} -N -X -v OUTPUT_VARIABLE searched ERROR_QUIET)
+  string(FIND "\n${searched}" "\n${folder}:" place)
+  execute_process(COMMAND id -u OUTPUT_VARIABLE user OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(place EQUAL -1)
+    message(STATUS "The dynamic linker does not search ${folder}: link programs with -Wl,-rpath,${folder}")
+  elseif(user STREQUAL "0")
+    message(STATUS "Running ldconfig")
+    execute_process(COMMAND ${ldconfig} RESULT_VARIABLE status)
+    if(NOT status EQUAL 0)
+      message(NOTICE "ldconfig failed (${status}): programs find the libraries when it has run.")
+    endif()
+  else()
+    message(STATUS "Programs find the libraries when root has run ldconfig")
+  endif()
+endfunction()
+rib_update_linker_cache("${rib_library_folder}")
