@@ -150,13 +150,21 @@ TEST_F(zidlc_program, a_depfile_says_which_schemas_the_generated_files_come_from
     EXPECT_EQ(read("deps/b.d"), rule);
 }
 
+TEST_F(zidlc_program, a_depfile_speaks_of_another_file_where_told_to)
+{
+    EXPECT_EQ(run("-o tree --only header -MD a.d -MT 'done already' a.zidl").status, 0);
+    EXPECT_EQ(read("a.d"), "done\\ already: \\\n"
+                           "  a.zidl\n");
+}
+
 TEST_F(zidlc_program, no_depfile_is_written_where_nothing_else_is)
 {
     write("b.zidl", "group b;\n7\n");
     EXPECT_EQ(run("-MD b.d b.zidl").status, 1);
     EXPECT_EQ(run("--check -MD b.d a.zidl").status, 3);
     EXPECT_FALSE(std::filesystem::exists("b.d"));
-    EXPECT_EQ(run("-o tree -MD a.zidl/b.d a.zidl").err, "zidlc: cannot write 'a.zidl/b.d': Not a directory\n");
+    EXPECT_EQ(run("-o tree -MD a.zidl/b.d a.zidl").err,
+              "zidlc: cannot write 'a.zidl/b.d': Not a directory: write elsewhere\n");
 }
 
 TEST_F(zidlc_program, errors_in_a_schema_give_1_and_no_file)
@@ -246,12 +254,86 @@ TEST_F(zidlc_program, a_place_that_cannot_be_written_gives_2_and_the_reason)
     write("file", "");
     const run_result no_folder = run("-o file a.zidl");
     EXPECT_EQ(no_folder.status, 2);
-    EXPECT_EQ(no_folder.err, "zidlc: cannot write 'file/messages/a.h': Not a directory\n");
+    EXPECT_EQ(no_folder.err, "zidlc: cannot write 'file/messages/a.h': Not a directory: write elsewhere\n");
 
     std::filesystem::create_directories("tree/messages/a.h");
     const run_result no_file = run("-o tree a.zidl");
     EXPECT_EQ(no_file.status, 2);
-    EXPECT_EQ(no_file.err, "zidlc: cannot write 'tree/messages/a.h': Is a directory\n");
+    EXPECT_EQ(no_file.err, "zidlc: cannot write 'tree/messages/a.h': Is a directory: write elsewhere\n");
+}
+
+// A limit on the size of files fails a write in its middle, as a full disk does.
+TEST_F(zidlc_program, a_full_disk_gives_2_and_leaves_everything_as_it_was)
+{
+    ASSERT_EQ(run("-o tree a.zidl").status, 0);
+    const std::vector<std::string> files = files_below("tree");
+    const std::string header = read("tree/messages/a.h");
+    write("a.zidl", "group a;\nmessage other { 1 x : u32; }\n");
+    const int status = std::system("trap '' XFSZ; ulimit -f 1; " ZIDLC_PROGRAM " -o tree a.zidl 2>err");
+    EXPECT_EQ(WEXITSTATUS(status), 2);
+    EXPECT_EQ(read("err"), "zidlc: cannot write 'tree/messages/a.h': File too large: write elsewhere\n");
+    EXPECT_EQ(files_below("tree"), files);
+    EXPECT_EQ(read("tree/messages/a.h"), header);
+}
+
+TEST_F(zidlc_program, names_of_generated_code_are_chosen)
+{
+    EXPECT_EQ(
+        run("-o tree --prefix acme --folder acme/net --proto-folder acme-protos --proto-package acme.v1 a.zidl").status,
+        0);
+    EXPECT_EQ(files_below("tree"),
+              (std::vector<std::string>{"acme/net/a.cpp", "acme/net/a.h", "acme/net/a.hpp", "acme/net/a.message.hpp",
+                                        "acme/net/descriptors.cpp", "acme/net/descriptors.hpp",
+                                        "docs/messages/README.md", "docs/messages/a.md", "proto/acme-protos/a.proto"}));
+    const std::string header = read("tree/acme/net/a.h");
+    EXPECT_NE(header.find("#ifndef ACME_NET_A_H\n#define ACME_NET_A_H\n"), std::string::npos);
+    EXPECT_NE(header.find("} acme_m;\n"), std::string::npos) << header;
+    EXPECT_EQ(header.find("zidl_m"), std::string::npos);
+    EXPECT_NE(read("tree/acme/net/a.cpp").find("#include \"acme/net/a.hpp\"\n"), std::string::npos);
+    EXPECT_NE(read("tree/acme/net/descriptors.hpp").find("\nnamespace acme\n"), std::string::npos);
+    EXPECT_NE(read("tree/proto/acme-protos/a.proto").find("\npackage acme.v1;\n"), std::string::npos);
+}
+
+TEST_F(zidlc_program, names_of_proto_files_follow_the_prefix)
+{
+    write("b.zidl", "group b;\nuse a;\nmessage n { 1 x : m; }\n");
+    EXPECT_EQ(run("-o tree --only proto --prefix acme b.zidl").status, 0);
+    const std::string text = read("tree/proto/acme/b.proto");
+    EXPECT_NE(text.find("\npackage acme.proto;\n\nimport \"acme/a.proto\";\n"), std::string::npos) << text;
+}
+
+TEST_F(zidlc_program, names_that_cannot_be_or_that_others_have_are_refused_in_a_line)
+{
+    const auto error = [](const std::string &arguments) {
+        const run_result result = run(arguments + " -o tree a.zidl");
+        EXPECT_EQ(result.status, 2) << arguments;
+        return result.err;
+    };
+    const std::string form =
+        " will not do: say a C name of lower-case letters, digits and single underscores, a letter first";
+    for (const std::string name : {"7a", "Acme", "a-b", "a__b", "_a", "a_"})
+        EXPECT_EQ(error("--prefix " + name), "zidlc: --prefix: '" + name + "'" + form + ": see zidlc --help\n");
+    for (const std::string name : {"int", "namespace", "std"})
+        EXPECT_EQ(error("--prefix " + name),
+                  "zidlc: --prefix: '" + name + "' will not do: C or C++ reserves it, say another: see zidlc --help\n");
+    EXPECT_EQ(error("--prefix zidl_arena"), "zidlc: --prefix: 'zidl_arena' will not do: names of the codec begin with "
+                                            "zidl_, say another: see zidlc --help\n");
+    for (const std::string name : {"rib", "rib_lib"})
+        EXPECT_EQ(error("--prefix " + name),
+                  "zidlc: --prefix: '" + name +
+                      "' will not do: names of the client library begin with rib_, say another: see zidlc --help\n");
+    for (const std::string option : {"--folder", "--proto-folder"}) {
+        for (const std::string folder : {"/a", "../a", "a//b", "a/", "a.b", "'a b'"})
+            EXPECT_NE(error(option + " " + folder).find(" will not do: say a path without ./ and ../"),
+                      std::string::npos)
+                << folder;
+    }
+    EXPECT_NE(error("--folder codec").find("say another"), std::string::npos);
+    for (const std::string package : {"a..b", ".a", "a-b", "a.int"})
+        EXPECT_NE(error("--proto-package " + package).find(" will not do: "), std::string::npos) << package;
+    EXPECT_FALSE(std::filesystem::exists("tree"));
+    for (const std::string name : {"ribs", "zidl", "a1_b2"})
+        EXPECT_EQ(run("--only header --prefix " + name + " a.zidl").status, 0) << name;
 }
 
 TEST_F(zidlc_program, wrong_usage_gives_2)
@@ -288,8 +370,8 @@ TEST_F(zidlc_program, help_and_version_give_0)
 {
     const run_result help = run("--help");
     EXPECT_EQ(help.status, 0);
-    for (const char *option :
-         {"FILE", "-I", "-o", "--only", "--depfile", "-MD", "--lands-in", "--check", "--version", "Exit codes"})
+    for (const char *option : {"FILE", "-I", "-o", "--only", "--depfile", "-MD", "--lands-in", "--check", "--version",
+                               "--prefix", "--folder", "--proto-package", "--proto-folder", "-MT", "Exit codes"})
         EXPECT_NE(help.out.find(option), std::string::npos) << option;
     const run_result version = run("--version");
     EXPECT_EQ(version.status, 0);

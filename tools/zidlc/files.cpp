@@ -1,4 +1,4 @@
-// Whole files, read and written.
+// Whole files.
 
 #include "tools/zidlc/files.hpp"
 
@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <system_error>
 
 namespace zidlc
 {
@@ -38,20 +37,6 @@ std::string contents(const std::filesystem::path &path, std::string &error, std:
     else if (text.size() > most)
         error = fmt::format("it holds more than {} bytes", most);
     return text;
-}
-
-std::string replace_contents(const std::filesystem::path &path, const std::string &text)
-{
-    std::error_code status;
-    if (path.has_parent_path())
-        std::filesystem::create_directories(path.parent_path(), status);
-    if (status)
-        return status.message();
-    file_handle out = open(path, "wb");
-    const bool is_complete = out && std::fwrite(text.data(), 1, text.size(), out.get()) == text.size();
-    if (!is_complete || std::fclose(out.release()) != 0)
-        return std::strerror(errno);
-    return {};
 }
 
 } // namespace zidlc

@@ -1,5 +1,6 @@
 // zidlc: compiles message schemas into C headers, codecs, descriptors, proto files and a reference manual.
 
+#include "tools/files/unfinished_file.hpp"
 #include "tools/terminal/completion/completion.hpp"
 #include "tools/terminal/terminal.hpp"
 #include "tools/zidlc/artefacts.hpp"
@@ -16,6 +17,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -287,11 +289,29 @@ int report_usage(const CLI::App &app, const CLI::ParseError &status)
     return usage_or_io;
 }
 
+// Nothing of what is not finished stays behind.
+void on_signal(int number)
+{
+    files::remove_unfinished_files();
+    std::signal(number, SIG_DFL);
+    std::raise(number); // waits until this function returns
+}
+
+// Of a signal that the caller ignores nothing is to be heard here either.
+void remove_unfinished_files_on_signals()
+{
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        if (std::signal(number, on_signal) == SIG_IGN)
+            std::signal(number, SIG_IGN);
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     terminal::prepare_streams();
+    remove_unfinished_files_on_signals();
     options chosen;
     CLI::App app(description, "zidlc");
     declare(app, chosen);

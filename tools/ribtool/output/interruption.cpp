@@ -1,6 +1,6 @@
 #include "tools/ribtool/output/interruption.hpp"
 
-#include "tools/ribtool/output/unfinished_file.hpp"
+#include "tools/files/unfinished_file.hpp"
 
 #include <sys/eventfd.h>
 
@@ -27,7 +27,7 @@ void on_signal(int number)
 {
     int none = 0;
     if (!caught.compare_exchange_strong(none, number)) {
-        remove_unfinished_files();
+        files::remove_unfinished_files();
         std::signal(number, SIG_DFL);
         std::raise(number); // waits until this function returns
         return;

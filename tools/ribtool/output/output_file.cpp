@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <system_error>
 #include <unistd.h>
 
 namespace ribtool
@@ -24,8 +25,8 @@ output_file::output_file(const std::string &path) : name_(path == "-" ? "standar
         file_.reset(stdout);
         return;
     }
-    if (const std::optional<std::string> target = file_behind(path)) {
-        beside_.emplace(*target, name_);
+    if (const std::optional<std::string> target = files::file_behind(path)) {
+        create_beside(*target);
         file_.reset(fdopen(beside_->descriptor(), "wb"));
     } else {
         file_.reset(std::fopen(path.c_str(), "wbe"));
@@ -34,6 +35,15 @@ output_file::output_file(const std::string &path) : name_(path == "-" ? "standar
         fail(EXIT_INTERRUPTED, "{}: interrupted", name_); // nobody has opened the other end of the pipe
     if (file_ == nullptr)
         fail(EXIT_FILE, "{}: cannot create: {}", name_, std::strerror(errno));
+}
+
+void output_file::create_beside(const std::string &target)
+{
+    try {
+        beside_.emplace(target, "ribtool");
+    } catch (const std::system_error &failure) {
+        fail(EXIT_FILE, "{}: {}", name_, failure.what());
+    }
 }
 
 void output_file::fail_to_write()

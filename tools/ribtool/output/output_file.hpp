@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "tools/ribtool/output/unfinished_file.hpp"
+#include "tools/files/unfinished_file.hpp"
 
 #include <cstdio>
 #include <memory>
@@ -42,10 +42,11 @@ public:
     void close(); // what has been written is in the file then; the standard output stays open
 
 private:
+    void create_beside(const std::string &target);
     [[noreturn]] void fail_to_write();
 
     std::string name_;
-    std::optional<unfinished_file> beside_; // none: written as it is
+    std::optional<files::unfinished_file> beside_; // none: written as it is
     file_handle file_;
     int error_ = 0; // the first one
 };

@@ -53,7 +53,7 @@ recording::recording(std::string path, capture_format format, std::optional<uint
     : path_(std::move(path)), format_(format), rotate_bytes_(rotate_bytes),
       number_(rotate_bytes ? highest_number(path_) : 0)
 {
-    if (rotate_bytes_ && !file_behind(path_))
+    if (rotate_bytes_ && !files::file_behind(path_))
         fail(EXIT_FILE, "{}: cannot rotate what is no file", path_);
     open();
 }

@@ -1,6 +1,4 @@
-#include "tools/ribtool/output/unfinished_file.hpp"
-
-#include "tools/ribtool/errors.hpp"
+#include "tools/files/unfinished_file.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,12 +6,12 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
-namespace ribtool
+namespace files
 {
 
 namespace
@@ -25,7 +23,7 @@ constexpr int MAX_LINKS = 40; // as many as the kernel follows
 constexpr mode_t PERMISSIONS = 0777;
 
 // The names of what is being written. More than there is room for are only not removed by a second signal.
-std::array<std::atomic<const char *>, 16> unfinished;
+std::array<std::atomic<const char *>, 64> unfinished;
 
 size_t enter(const char *path)
 {
@@ -56,6 +54,11 @@ bool is_of_the_kernel(const fs::path &link)
     return folder.starts_with("/dev/") || folder.starts_with("/proc/");
 }
 
+[[noreturn]] void fail(int error, const char *what)
+{
+    throw std::system_error(error, std::generic_category(), what);
+}
+
 } // namespace
 
 std::optional<std::string> file_behind(const std::string &path)
@@ -73,22 +76,21 @@ std::optional<std::string> file_behind(const std::string &path)
     return std::nullopt;
 }
 
-unfinished_file::unfinished_file(std::string target, const std::string &name) : target_(std::move(target))
+unfinished_file::unfinished_file(std::string target, const std::string &program) : target_(std::move(target))
 {
     const bool may_replace = faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) == 0;
     is_successor_ = may_replace || errno != ENOENT;
     if (is_successor_ && !may_replace)
-        fail(EXIT_FILE, "{}: cannot create: {}", name, std::strerror(errno));
-    create();
+        fail(errno, "cannot create");
+    create(program);
     if (descriptor_ < 0)
-        fail(EXIT_FILE, "{}: cannot create{}: {}", name, is_successor_ ? " a file beside it" : "",
-             std::strerror(errno));
+        fail(errno, is_successor_ ? "cannot create a file beside it" : "cannot create");
     place_ = enter(path_.c_str());
     if (is_successor_ && !take_permissions()) {
         const int error = errno;
         close(descriptor_);
         remove();
-        fail(EXIT_FILE, "{}: cannot create a file like it: {}", name, std::strerror(error));
+        fail(error, "cannot create a file like it");
     }
 }
 
@@ -98,13 +100,13 @@ unfinished_file::~unfinished_file()
         remove();
 }
 
-void unfinished_file::create()
+void unfinished_file::create(const std::string &program)
 {
     // What replaces a file that few may read is at no time readable to more.
     const mode_t permissions = is_successor_ ? 0600 : 0666;
     const fs::path folder = folder_of(target_);
     for (unsigned number = 0; descriptor_ < 0; ++number) {
-        path_ = (folder / fmt::format(".ribtool-{}-{}", getpid(), number)).string();
+        path_ = (folder / ("." + program + "-" + std::to_string(getpid()) + "-" + std::to_string(number))).string();
         descriptor_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
         if (descriptor_ < 0 && errno != EEXIST)
             return;
@@ -146,4 +148,4 @@ void remove_unfinished_files()
     }
 }
 
-} // namespace ribtool
+} // namespace files

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-namespace ribtool
+namespace files
 {
 
 // The regular file that writing to a path makes or replaces, through all links; nothing for what is written as it is: devices, pipes,
@@ -18,9 +18,9 @@ std::optional<std::string> file_behind(const std::string &path);
 class unfinished_file
 {
 public:
-    // `target` is of file_behind(). A new file gets the permissions that any new one has, the successor of another those of that one.
-    // Throws a failure that begins with `name`.
-    unfinished_file(std::string target, const std::string &name);
+    // `target` is of file_behind(); until it has that name the file is called after the program. A new file gets the permissions that
+    // any new one has, the successor of another those of that one. Throws std::system_error, whose text says what cannot be done.
+    unfinished_file(std::string target, const std::string &program);
     ~unfinished_file();
     unfinished_file(const unfinished_file &) = delete;
     unfinished_file &operator=(const unfinished_file &) = delete;
@@ -31,7 +31,7 @@ public:
     bool take_name(); // false: see errno
 
 private:
-    void create();
+    void create(const std::string &program);
     bool take_permissions();
     void remove();
 
@@ -45,4 +45,4 @@ private:
 // Those of this process, from a signal's handler, which ends it.
 void remove_unfinished_files();
 
-} // namespace ribtool
+} // namespace files
