@@ -1,4 +1,4 @@
-/* Everything of librib: all message types and the client library. */
+/* Everything of librib: all message types, the client library, and its version. */
 
 #ifndef RIB_H
 #define RIB_H
@@ -9,5 +9,6 @@
 #include "messages/ip_rib_srv6.h"
 #include "messages/rib_common.h"
 #include "messages/rib_encap.h"
+#include "rib_version.h"
 
 #endif

@@ -4,7 +4,7 @@
 #   rib::rib, rib::rib_static     with the reference platform libraries: enough to link any program
 
 # Of functions that the baseline and the rest both have a copy of, the linker takes the first: the one without unwind tables.
-set(rib_objects $<TARGET_OBJECTS:rib_codec> $<TARGET_OBJECTS:rib_client>)
+set(rib_objects $<TARGET_OBJECTS:rib_codec> $<TARGET_OBJECTS:rib_client> $<TARGET_OBJECTS:rib_about>)
 if(RIB_DISPATCH)
   list(PREPEND rib_objects $<TARGET_OBJECTS:rib_codec_baseline>)
   list(APPEND rib_objects $<TARGET_OBJECTS:rib_codec_bmi2>)
@@ -12,7 +12,7 @@ endif()
 
 add_library(rib SHARED ${rib_objects})
 add_library(rib_static STATIC ${rib_objects})
-set_target_properties(rib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 1 LINKER_LANGUAGE C EXPORT_NAME core)
+set_target_properties(rib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINKER_LANGUAGE C EXPORT_NAME core)
 set_target_properties(rib_static PROPERTIES OUTPUT_NAME rib LINKER_LANGUAGE C EXPORT_NAME core_static)
 # CMake links the C++ runtime on its own account; nothing here uses it, so it does not become a dependency.
 target_link_options(rib PRIVATE -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/librib.map -Wl,--as-needed -Wl,--hash-style=gnu)

@@ -84,6 +84,9 @@ enum {
     ZIDL_ERR_NO_MEMORY = -4   /* alloc_fn returned null, or was needed and is null */
 };
 
+/* "ZIDL_ERR_MALFORMED"; "unknown" for a number that is no status. Never null, and constant. A function of librib itself. */
+ZIDL_API const char *zidl_status_name(int32_t status);
+
 /* Bit 0 of the flags word; the other bits are ignored. Bytes members are listed as segments instead of copied (encode),
  * borrowed from the input (decode), left alone (release). */
 enum { ZIDL_ZERO_COPY = 1 };

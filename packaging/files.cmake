@@ -1,6 +1,7 @@
 # Installs headers, schemas, examples and whatever else is copied as it is.
 
 install(FILES ${PROJECT_SOURCE_DIR}/rib.h ${PROJECT_SOURCE_DIR}/rib.hpp ${PROJECT_SOURCE_DIR}/rib_frames.h
+              ${PROJECT_SOURCE_DIR}/rib_version.h
         DESTINATION ${include_root} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/ip DESTINATION ${include_root} COMPONENT development FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform DESTINATION ${include_root} COMPONENT development FILES_MATCHING PATTERN "*.h")

@@ -15,6 +15,14 @@ foreach(folder LIBDIR INCLUDEDIR BINDIR DATADIR)
   endif()
 endforeach()
 
+# As rib_build_options() tells them.
+foreach(option CLIENT_ARENA DISPATCH)
+  set(pc_${option} OFF)
+  if(RIB_${option})
+    set(pc_${option} ON)
+  endif()
+endforeach()
+
 foreach(file rib rib-core rib-inspect)
   configure_file(${file}.pc.in ${file}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${file}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -6,34 +6,13 @@
 namespace rib_inspect
 {
 
-namespace
-{
-
-struct status_row {
-    int64_t status;
-    const char *name;
-};
-
-constexpr status_row STATUSES[] = {
-    {0, "OK"},
-    {ZIDL_ERR_MALFORMED, "ZIDL_ERR_MALFORMED"},
-    {ZIDL_ERR_WIRE_TYPE, "ZIDL_ERR_WIRE_TYPE"},
-    {ZIDL_ERR_FIELD_TYPE, "ZIDL_ERR_FIELD_TYPE"},
-    {ZIDL_ERR_NO_MEMORY, "ZIDL_ERR_NO_MEMORY"},
-    {ZERRNO_INVALID, "ZERRNO_INVALID"},
-    {ZERRNO_MALFORMED, "ZERRNO_MALFORMED"},
-    {ZERRNO_NO_MEMORY, "ZERRNO_NO_MEMORY"},
-    {ZERRNO_UNSUPPORTED, "ZERRNO_UNSUPPORTED"},
-};
-
-} // namespace
-
 const char *status_name(int64_t status)
 {
-    for (const status_row &row : STATUSES)
-        if (row.status == status)
-            return row.name;
-    return "?";
+    if (status == 0)
+        return "OK"; // of both
+    if (status < 0)
+        return zidl_status_name(static_cast<int32_t>(status));
+    return rib_zerrno_name(static_cast<zerrno>(status));
 }
 
 } // namespace rib_inspect

@@ -7,7 +7,7 @@
 namespace rib_inspect
 {
 
-// "OK" for 0, "?" for what is none.
+// "OK" for 0, "unknown" for what is none.
 const char *status_name(int64_t status);
 
 } // namespace rib_inspect

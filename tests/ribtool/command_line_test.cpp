@@ -92,7 +92,7 @@ TEST_F(command_line, the_version_is_that_of_the_library)
 {
     const run_result result = ribtool({"--version"});
     EXPECT_EQ(result.exit_code, 0);
-    EXPECT_EQ(result.out, "ribtool " RIB_VERSION "\n");
+    EXPECT_EQ(result.out, "ribtool " RIBTOOL_VERSION "\n");
 }
 
 TEST_F(command_line, text_that_cannot_be_written_to_the_standard_output_is_no_success)

@@ -5,6 +5,8 @@
 
 #include <stdint.h>
 
+#include "codec/zidl.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -19,6 +21,9 @@ typedef uint32_t zerrno;
 #define ZERRNO_MALFORMED ((zerrno)0xA2D28000)   /* a route or an address is malformed or incomplete */
 #define ZERRNO_NO_MEMORY ((zerrno)0xA2D28200)   /* an allocation for a route failed */
 #define ZERRNO_UNSUPPORTED ((zerrno)0xA2D28400) /* an unknown address family, or a route with route_value_34 */
+
+/* "ZERRNO_MALFORMED"; "unknown" for a number that is none of these. Never null, and constant. */
+ZIDL_API const char *rib_zerrno_name(zerrno status);
 
 /* ---- Families of addresses: two numberings, which the library carries and never converts into each other ---- */
 

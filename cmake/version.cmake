@@ -1,0 +1,11 @@
+# The version stands in rib_version.h alone.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/rib_version.h)
+file(READ ${CMAKE_CURRENT_SOURCE_DIR}/rib_version.h version_header)
+set(parts)
+foreach(part MAJOR MINOR PATCH)
+  if(NOT version_header MATCHES "#define RIB_VERSION_${part} ([0-9]+)\n")
+    message(FATAL_ERROR "rib_version.h: no number is defined as RIB_VERSION_${part}")
+  endif()
+  list(APPEND parts ${CMAKE_MATCH_1})
+endforeach()
+list(JOIN parts . RIB_PROJECT_VERSION)
