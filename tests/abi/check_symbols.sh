@@ -1,20 +1,21 @@
 #!/usr/bin/env bash
 # Fails when the shared library's dynamic symbols differ from a reviewed list, and names those that do.
-#     check_symbols.sh exports LIBRARY LIST    the library defines exactly the listed symbols
+#     check_symbols.sh exports LIBRARY LIST    the library defines exactly the listed symbols, each with its version node
 #     check_symbols.sh imports LIBRARY LIST    the library needs no symbol that is not listed
-# A list has one symbol per line; # starts a comment.
+# A list has one symbol per line; # starts a comment, and @NODE says which version node the symbols below it bear.
 set -euo pipefail
 
 mode=$1 library=$2 list=$3
 nm=${NM:-nm}
 
-# Names without their versions; A is the version node itself.
-symbols() { "$nm" --dynamic --format=posix "$@" "$library" | awk '$2 != "A" { sub(/@.*/, "", $1); print $1 }' | sort -u; }
-listed() { sed 's/#.*//' "$list" | awk 'NF { print $1 }' | sort -u; }
+# A is the version node itself. What others define bears their nodes, which are none of ours.
+defined() { "$nm" --dynamic --format=posix --defined-only "$library" | awk '$2 != "A" { print $1 }' | sort -u; }
+undefined() { "$nm" --dynamic --format=posix --undefined-only "$library" | awk '{ sub(/@.*/, "", $1); print $1 }' | sort -u; }
+listed() { sed 's/#.*//' "$list" | awk '/^@/ { node = "@" $1; next } NF { print $1 node }' | sort -u; }
 
 case $mode in
-exports) found=$(symbols --defined-only) ;;
-imports) found=$(symbols --undefined-only) ;;
+exports) found=$(defined) ;;
+imports) found=$(undefined) ;;
 *) echo "usage: check_symbols.sh exports|imports LIBRARY LIST" >&2 && exit 2 ;;
 esac
 [ -n "$found" ] || { echo "$library: no dynamic symbols" >&2 && exit 1; }
