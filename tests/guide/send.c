@@ -6,6 +6,8 @@
 
 #include "build.inc"
 
+#include "about.inc"
+
 /* A socket that takes up to 1000 bytes at once, and is interrupted every third time. */
 static ssize_t writev_of_a_part(int fd, const struct iovec *entries, int count)
 {
@@ -80,8 +82,15 @@ static void opaque_update_arrives_whole_however_little_a_socket_takes_at_once(vo
     EXPECT(waitpid(peer, &status, 0) == peer && status == 0);
 }
 
+static void failure_is_logged_and_success_is_not(void)
+{
+    log_library();
+    EXPECT(log_decoded(ZIDL_OK) && !log_decoded(ZIDL_ERR_MALFORMED));
+}
+
 int main(void)
 {
+    failure_is_logged_and_success_is_not();
     route_has_both_its_paths_and_a_label();
     opaque_update_arrives_whole_however_little_a_socket_takes_at_once();
     return 0;
