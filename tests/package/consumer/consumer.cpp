@@ -23,11 +23,10 @@ void release(void *ptr, void *)
 
 int main()
 {
-    char name[] = "bgp";
+    const char name[] = "bgp";
     zidl_ip_rib_proto_update sent{};
     zidl_ip_rib_proto_update_set_proto_id(&sent, 65537);
-    sent.proto_name = name;
-    zidl_ip_rib_proto_update_mark_proto_name(&sent);
+    zidl_ip_rib_proto_update_set_proto_name(&sent, name);
 
     std::vector<uint8_t> wire(zidl_ip_rib_proto_update_encode_ext(&sent, nullptr, 0, nullptr, nullptr, 0));
     zidl_ip_rib_proto_update_encode_ext(&sent, wire.data(), wire.size(), nullptr, nullptr, 0);
