@@ -58,7 +58,7 @@ public:
 
     std::uint32_t code() const { return code_; } // RIB_TLV_; RIB_FRAME_DELIMITER also of what is no whole frame
     std::uint32_t payload_len() const { return payload_len_; }
-    updatetype_local record() const { return held_; } // for the C functions
+    updatetype_local *record() { return &held_; } // for the C functions, which write to it
 
 private:
     updatetype_local held_;
@@ -146,33 +146,31 @@ overloaded(F...) -> overloaded<F...>;
 
 // callable(const rib_protoid_map &)
 template <class F>
-bool parse_proto(const update &from, F &&callable)
+bool parse_proto(update from, F &&callable)
 {
     const bool is_older = from.code() == RIB_TLV_OLD_PROTO && from.payload_len() >= sizeof(rib_protoid_map);
     if (from.code() != RIB_TLV_PROTO && !is_older)
         return false;
     using one = detail::call<std::remove_reference_t<F>>;
     one made{callable, from};
-    updatetype_local record = from.record();
     rib_lib_pvt_parse_proto_update(
         [](std::uint32_t, rib_protoid_map *map, void *ctx) noexcept {
             detail::hand_over_aligned<rib_protoid_map>(one::of(ctx).callable, map);
             return 0;
         },
-        &record, &made);
+        from.record(), &made);
     return true;
 }
 
 // callable(const rib_opaque_update &) or callable(const rib_opaque_update &, uint32_t sub_id). Older-form updates whose blocks
 // reach beyond the payload are dropped.
 template <class F>
-bool parse_opaque(const update &from, F &&callable)
+bool parse_opaque(update from, F &&callable)
 {
     if (from.code() != RIB_TLV_OPAQUE && from.code() != RIB_TLV_OLD_OPAQUE)
         return false;
     using one = detail::call<std::remove_reference_t<F>>;
     one made{callable, from};
-    updatetype_local record = from.record();
     rib_lib_pvt_parse_opaque_update(
         [](std::uint32_t, std::uint32_t sub_id, rib_opaque_update *opaque, void *ctx) noexcept {
             one &self = one::of(ctx);
@@ -185,14 +183,14 @@ bool parse_opaque(const update &from, F &&callable)
                 static_cast<void>(sub_id), self.callable(handed);
             return 0;
         },
-        &record, &made);
+        from.record(), &made);
     return true;
 }
 
 // callable(const grid_sync_list &), callable(const nhid_update_local &) or both; a record that it does not take is dropped. An
 // empty grid list, which would stop the process, is none.
 template <class F>
-bool parse_grid(const update &from, F &&callable)
+bool parse_grid(update from, F &&callable)
 {
     static_assert(std::is_invocable_v<F &, const grid_sync_list &> ||
                       std::is_invocable_v<F &, const nhid_update_local &>,
@@ -201,7 +199,6 @@ bool parse_grid(const update &from, F &&callable)
         return false;
     using one = detail::call<std::remove_reference_t<F>>;
     one made{callable, from};
-    updatetype_local record = from.record();
     rib_lib_pvt_parse_grid_update(
         [](void *parsed, void *ctx, std::uint32_t code) noexcept {
             if (code == RIB_TLV_GRID)
@@ -210,13 +207,13 @@ bool parse_grid(const update &from, F &&callable)
                 detail::hand_over(one::of(ctx).callable, *static_cast<const nhid_update_local *>(parsed));
             return 0;
         },
-        &record, &made);
+        from.record(), &made);
     return true;
 }
 
 // callable(const rib_routetype_ &). Routes of the older form are dropped.
 template <class F>
-bool parse_route(const update &from, F &&callable)
+bool parse_route(update from, F &&callable)
 {
     if (from.code() != RIB_TLV_ROUTE && from.code() != RIB_TLV_OLD_ROUTE)
         return false;
@@ -228,8 +225,7 @@ bool parse_route(const update &from, F &&callable)
         one::of(ctx).callable(static_cast<const rib_routetype_ &>(*route));
         return 0;
     };
-    updatetype_local record = from.record();
-    rib_lib_pvt_parse_route_update(&record, nullptr, nullptr, nullptr, 0, &client);
+    rib_lib_pvt_parse_route_update(from.record(), nullptr, nullptr, nullptr, 0, &client);
     return true;
 }
 
@@ -238,7 +234,7 @@ bool parse_route(const update &from, F &&callable)
 // when the update came without one, and the owner is empty when the payload is no route. `older(owner)` gets it in either
 // case, and keeps the route or lets it go.
 template <class F, class Convert, class Older>
-bool parse_route(const update &from, F &&callable, Convert &&convert, Older &&older)
+bool parse_route(update from, F &&callable, Convert &&convert, Older &&older)
 {
     if (from.code() != RIB_TLV_OLD_ROUTE)
         return parse_route(from, std::forward<F>(callable));
@@ -255,8 +251,7 @@ bool parse_route(const update &from, F &&callable, Convert &&convert, Older &&ol
         self.route = self.convert(header, *cursor);
         return self.route.get();
     };
-    updatetype_local record = from.record();
-    rib_lib_pvt_parse_route_update(&record, deliver, convert_one, nullptr, 1, &made);
+    rib_lib_pvt_parse_route_update(from.record(), deliver, convert_one, nullptr, 1, &made);
     one::current() = outer;
     return true;
 }

@@ -76,9 +76,10 @@ public:
         static_cast<void>(traits<T>::encode(&record_(), room, len, nullptr, nullptr, 0));
     }
 
-    // Writes the encoding without the contents of bytes members, which the segments lead to: in their order they are the whole
-    // encoding, partly in `buffer`, partly in the record's bytes. `needed` receives how many segments that takes, which may
-    // be more than there is room for. Returns the bytes of the whole encoding.
+    // Writes the encoding without the contents of bytes members, which segments lead to: in their order they are the encoding,
+    // partly in `buffer`, partly in the record's bytes. `needed` receives how many segments that takes, which may be more than
+    // there is room for. Returns the bytes without those contents. The lengths of embedded messages do not count contents,
+    // either: docs/wire-format.md says of which messages a decoder can read the whole.
     [[nodiscard]] std::size_t encode_segments(span<std::uint8_t> buffer, span<zidl_segment> segments,
                                               std::uint32_t &needed) const
     {

@@ -63,6 +63,16 @@ TEST_F(zidlc_emitters, headers_are_as_agreed)
                   {"messages/geo.h", "messages/geo.message.hpp", "messages/weather.h", "messages/weather.message.hpp"});
 }
 
+TEST_F(zidlc_emitters, a_member_called_like_a_word_of_the_cpp_layer_is_read_with_an_underscore_behind_its_name)
+{
+    write("sample.zidl", "group sample;\nmessage m {\n 1 encode : u32;\n 2 has_x : u32;\n 3 x : u32;\n}\n");
+    const std::vector<generated_file> files = generated({"sample.zidl"}, {artefact::header});
+    ASSERT_EQ(files.at(1).path, "messages/sample.message.hpp");
+    for (const char *name : {" encode_() const", " has_encode() const", "&set_encode(uint32_t value)",
+                             " has_x_() const", " has_has_x() const", " has_x() const", " x() const"})
+        EXPECT_NE(files.at(1).text.find(name), std::string::npos) << name;
+}
+
 TEST_F(zidlc_emitters, descriptors_are_as_agreed)
 {
     expect_golden(artefact::descriptors, {"messages/descriptors.hpp", "messages/descriptors.cpp"});
