@@ -135,7 +135,11 @@ endmacro()
 
 # Headers come from the build folder and from librib; they are nobody's to repair where they are included.
 macro(zidl_add_sources)
-  set(includes $<BUILD_INTERFACE:${tree}> $<BUILD_INTERFACE:$<TARGET_PROPERTY:rib::core,INTERFACE_INCLUDE_DIRECTORIES>>)
+  set(librib rib::core)
+  if(NOT TARGET rib::core)
+    set(librib rib::core_static)
+  endif()
+  set(includes $<BUILD_INTERFACE:${tree}> $<BUILD_INTERFACE:$<TARGET_PROPERTY:${librib},INTERFACE_INCLUDE_DIRECTORIES>>)
   if(NOT TARGET ${target})
     zidl_add_library(${target} STATIC)
     target_include_directories(${target} SYSTEM INTERFACE ${includes})
@@ -171,11 +175,14 @@ macro(zidl_add_library name type)
   endif()
 endmacro()
 
-# Programs of C link with the C compiler: the sources need no more. Warnings in them are not for those who compile them.
+# Programs in C link with the C compiler: the sources need no more. Warnings in them are not for those who compile them.
 function(zidl_compile_as_library name)
   set_target_properties(${name} PROPERTIES
-    CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON LINKER_LANGUAGE C
+    CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_CLANG_TIDY "" CXX_CPPCHECK "" CXX_INCLUDE_WHAT_YOU_USE "")
+  if(C IN_LIST languages)
+    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE C)
+  endif()
   target_compile_options(${name} PRIVATE
     "$<$<OR:$<CXX_COMPILER_ID:GNU>,$<CXX_COMPILER_ID:Clang>>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics;-w>")
   target_include_directories(${name} SYSTEM PRIVATE ${includes})
