@@ -97,7 +97,8 @@ std::vector<std::string> c_identifiers(const message &m)
 
 const std::vector<std::string> &shared_c_identifiers()
 {
-    static const std::vector<std::string> names = {"zidl_alloc_fn", "zidl_bytes", "zidl_free_fn", "zidl_segment"};
+    static const std::vector<std::string> names = {"zidl_alloc_fn", "zidl_bytes", "zidl_free_fn", "zidl_segment",
+                                                   "zidl_status_name"};
     return names;
 }
 
