@@ -351,7 +351,8 @@ TEST_F(zidlc_model, messages_whose_c_names_collide_are_reported)
                         "message m_has_x { 1 x : u32; }\n"
                         "message n { 1 has_x : u32; }\n"
                         "message n_has { 1 x : u32; }\n"
-                        "message segment { 1 x : u32; }\n"),
+                        "message segment { 1 x : u32; }\n"
+                        "message status_name { 1 x : u32; }\n"),
               "sample.zidl:3:9: error: message 'm_duplicate' and message 'm' both need the C name zidl_m_duplicate\n"
               "message m_duplicate { 1 x : u32; }\n"
               "        ^~~~~~~~~~~\n"
@@ -372,7 +373,10 @@ TEST_F(zidlc_model, messages_whose_c_names_collide_are_reported)
               "        ^\n"
               "sample.zidl:7:9: error: message 'segment' and codec/zidl.h both need the C name zidl_segment\n"
               "message segment { 1 x : u32; }\n"
-              "        ^~~~~~~\n");
+              "        ^~~~~~~\n"
+              "sample.zidl:8:9: error: message 'status_name' and codec/zidl.h both need the C name zidl_status_name\n"
+              "message status_name { 1 x : u32; }\n"
+              "        ^~~~~~~~~~~\n");
 }
 
 class zidlc_model_of_accessors : public zidlc_model
