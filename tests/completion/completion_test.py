@@ -203,14 +203,19 @@ class TypedInto(unittest.TestCase):
         ("ribtool record unix:my\\ so\t", "<record><unix:my socket>"),
         ("ribtool replay --connect unix:my\\ so\t", "<replay><--connect><unix:my socket>"),
         ("ribtool explain --only losses,sto\t my\\ ca\t", "<explain><--only><losses,stopped><my capture.pcap>"),
+        ("zidlc -I my\\ fol\t --only header,des\t my\\ ca\t", "<-I><my folder/><--only><header,descriptors><my capture.pcap>"),
     ]
 
     def check(self, arguments, shell, prepare):
         with tempfile.TemporaryDirectory(prefix="completion-") as folder:
-            for name in ("my capture.pcap", "my socket", "completion"):
-                pathlib.Path(folder, name).write_text(script("ribtool", shell) if name == "completion" else "")
-            print_arguments = "ribtool() { printf ARGUMENTS; printf '<%s>' \"$@\"; echo END; }"
-            terminal = Terminal(folder, arguments, f"{prepare}; . ./completion; {print_arguments}")
+            pathlib.Path(folder, "my folder").mkdir()
+            for name in ("my capture.pcap", "my socket"):
+                pathlib.Path(folder, name).touch()
+            for tool in ("ribtool", "zidlc"):
+                pathlib.Path(folder, "_" + tool).write_text(script(tool, shell), encoding="ascii")
+            print_arguments = "{ printf ARGUMENTS; printf '<%s>' \"$@\"; echo END; }"
+            terminal = Terminal(folder, arguments,
+                                f"{prepare}; ribtool() {print_arguments}; zidlc() {print_arguments}")
             try:
                 for keys, expected in self.CASES:
                     self.assertEqual(terminal.arguments_of(keys), expected, keys)
@@ -218,11 +223,12 @@ class TypedInto(unittest.TestCase):
                 terminal.close()
 
     def test_bash(self):
-        self.check(["bash", "--norc", "--noprofile", "-i"], "bash", "bind 'set enable-bracketed-paste off'")
+        self.check(["bash", "--norc", "--noprofile", "-i"], "bash",
+                   "bind 'set enable-bracketed-paste off'; . ./_ribtool; . ./_zidlc")
 
     @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
     def test_zsh(self):
-        self.check(["zsh", "-f", "-i"], "zsh", "autoload -Uz compinit; compinit -u -D; unsetopt zle_bracketed_paste")
+        self.check(["zsh", "-f", "-i"], "zsh", "fpath=(. $fpath); autoload -Uz compinit; compinit -u -D; unset zle_bracketed_paste")
 
 
 @unittest.skipUnless(shutil.which("fish"), "fish is not installed")

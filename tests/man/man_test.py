@@ -73,6 +73,20 @@ class Tools(unittest.TestCase):
         self.assertEqual(options_of_page(page("zidlc.1")),
                          options_of_help(output(chosen.zidlc, "--help")) | {"-MD", "-MT"})
 
+    def test_every_file_that_zidlc_writes_is_in_its_table(self):
+        rows = [re.escape(row).replace("GROUP", "sample").replace("NAME", "proto").replace(r"\*", r"\w+")
+                for row in re.findall(r"^\.It (\S+/\S+) Ta (?:\w+) Ta ", page("zidlc.1"), re.MULTILINE)]
+        with tempfile.TemporaryDirectory(prefix="man-") as folder:
+            schema = pathlib.Path(folder, "sample.zidl")
+            schema.write_text("group sample;\nmessage sample_message {\n    1  value : u32;\n}\n", encoding="ascii")
+            output(chosen.zidlc, "--protocol", "proto", "-o", folder + "/out", str(schema))
+            written = {str(path.relative_to(folder + "/out")) for path in pathlib.Path(folder, "out").rglob("*")
+                       if path.is_file()}
+        self.assertGreater(len(written), 8)
+        for row in rows:
+            self.assertTrue([path for path in written if re.fullmatch(row, path)], row)
+        self.assertEqual({path for path in written if not any(re.fullmatch(row, path) for row in rows)}, set())
+
     def test_ribtools_own_page_has_its_options_and_none_that_no_command_has(self):
         found = options_of_page(page("ribtool.1"))
         own = options_of_help(output(chosen.ribtool, "--help"))
