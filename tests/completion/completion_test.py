@@ -115,6 +115,7 @@ class BashOffers(unittest.TestCase):
 
     def test_lists_are_completed_value_by_value(self):
         self.check("ribtool", [
+            ("ribtool explain --only ", "dropped losses stopped refused"),
             ("ribtool explain --only dropped,", "dropped,losses dropped,stopped dropped,refused"),
             ("ribtool filter --reason=too_many_pa", "too_many_paths"),
             ("ribtool filter --reason none,too_many_pa", "none,too_many_paths"),
@@ -133,6 +134,7 @@ class BashOffers(unittest.TestCase):
     def test_endpoints_begin_with_what_they_are(self):
         self.check("ribtool", [
             ("ribtool record u", "unix:"),
+            ("ribtool record unix:", ""),
             ("ribtool replay --connect ", "unix: tcp: localhost:"),
         ])
 
@@ -198,12 +200,14 @@ class TypedInto(unittest.TestCase):
         ("ribtool sho\tmy\\ cap\t", "<show><my capture.pcap>"),
         ("ribtool replay --json=my\\ cap\t", "<replay><--json=my capture.pcap>"),
         ("ribtool show my\\ cap\t--resy\t", "<show><my capture.pcap><--resync>"),
-        ("ribtool decode rib_grid_s\tmy\\ ca\t --from he\t", "<decode><rib_grid_sync_list><my capture.pcap><--from><hex>"),
+        ("ribtool decode rib_grid_s\tmy\\ ca\t --from he\t",
+         "<decode><rib_grid_sync_list><my capture.pcap><--from><hex>"),
         ("ribtool synth --profile=wor\t-o new.pcap", "<synth><--profile=worst-case><-o><new.pcap>"),
         ("ribtool record unix:my\\ so\t", "<record><unix:my socket>"),
         ("ribtool replay --connect unix:my\\ so\t", "<replay><--connect><unix:my socket>"),
         ("ribtool explain --only losses,sto\t my\\ ca\t", "<explain><--only><losses,stopped><my capture.pcap>"),
-        ("zidlc -I my\\ fol\t --only header,des\t my\\ ca\t", "<-I><my folder/><--only><header,descriptors><my capture.pcap>"),
+        ("zidlc -I my\\ fol\t --only header,des\t my\\ ca\t",
+         "<-I><my folder><--only><header,descriptors><my capture.pcap>"),
     ]
 
     def check(self, arguments, shell, prepare):
@@ -218,7 +222,8 @@ class TypedInto(unittest.TestCase):
                                 f"{prepare}; ribtool() {print_arguments}; zidlc() {print_arguments}")
             try:
                 for keys, expected in self.CASES:
-                    self.assertEqual(terminal.arguments_of(keys), expected, keys)
+                    found = terminal.arguments_of(keys).replace("/>", ">")  # zsh takes the slash away again
+                    self.assertEqual(found, expected, keys)
             finally:
                 terminal.close()
 
@@ -228,7 +233,8 @@ class TypedInto(unittest.TestCase):
 
     @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
     def test_zsh(self):
-        self.check(["zsh", "-f", "-i"], "zsh", "fpath=(. $fpath); autoload -Uz compinit; compinit -u -D; unset zle_bracketed_paste")
+        self.check(["zsh", "-f", "-i"], "zsh",
+                   "fpath=($PWD $fpath); autoload -Uz compinit; compinit -u -D; unset zle_bracketed_paste")
 
 
 @unittest.skipUnless(shutil.which("fish"), "fish is not installed")

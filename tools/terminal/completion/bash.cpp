@@ -28,9 +28,9 @@ _PROGRAM_offer() # WORD...
     done
 }
 
-_PROGRAM_offer_values() # what `values` and `paths` say
+_PROGRAM_offer_values() # what `values` and `paths` say; behind a : there is a path
 {
-    _PROGRAM_offer $values
+    [[ -n $paths && $current == *:* ]] || _PROGRAM_offer $values
     if [[ ${#COMPREPLY[@]} -eq 0 && -n $paths ]]; then
         compopt -o "$paths" 2>/dev/null
     fi
@@ -98,10 +98,6 @@ _PROGRAM()
     else
         _PROGRAM_look_up "$place"
         _PROGRAM_offer_values
-    fi
-    # Of a word that readline has parted at a : it puts in what is behind that.
-    if [[ $COMP_WORDBREAKS == *:* && $current == *:* ]]; then
-        COMPREPLY=("${COMPREPLY[@]#"${current%"${current##*:}"}"}")
     fi
 }
 )bash";
