@@ -220,6 +220,15 @@ class Examples(unittest.TestCase):
                 self.assertTrue(blocks)
                 self.run_blocks([plain(block) for block in blocks], folder)
 
+    def test_messages_as_text_are_read_as_they_stand(self):
+        whole, skipped, broken = blocks_of("rib_text.5")
+        for text, kind, expected in ((whole, "rib_prefix", "0a07080110858080501018"),
+                                     (skipped, "rib_address", "88008100389601"),
+                                     (broken, "rib_prefix", "10180a0908011085")):
+            done = subprocess.run([chosen.ribtool, "encode", kind, "-", "--from", "text", "--to", "hex"], input=text,
+                                  capture_output=True, text=True, check=True)
+            self.assertEqual(done.stdout, expected + "\n")
+
     # 0 and 1 are answers. 127, a program that is missing, 2 to 4, an error of the tools, and a signal are none.
     def run_blocks(self, blocks, folder):
         tools = f"{pathlib.Path(chosen.ribtool).resolve().parent}:{pathlib.Path(chosen.zidlc).resolve().parent}"
@@ -232,7 +241,7 @@ class Examples(unittest.TestCase):
         self.assertNotRegex(done.stderr, "(?i)not found|usage|ribtool: .*: cannot")
 
 
-def c_blocks(name):
+def blocks_of(name):
     section = page(name).partition("\n.Sh EXAMPLES\n")[2].partition("\n.Sh ")[0]
     return [plain(block) for block in re.findall(r"^\.Bd -literal.*\n((?:.*\n)*?)\.Ed", section, re.MULTILINE)]
 
@@ -250,26 +259,26 @@ class Fragments(unittest.TestCase):
         "rib.h", "rib_frames.h", "inspect/rib_inspect.h", "stdio.h", "string.h", "sys/socket.h", "unistd.h"))
 
     def test_readers_and_writers_of_frames(self):
-        reader, writer = c_blocks("rib_frames.3")
+        reader, writer = blocks_of("rib_frames.3")
         given = ("void take(const rib_frame *frame);\nvoid run(int fd, zidl_rib_nhid_update update);\n"
                  "void run(int fd, zidl_rib_nhid_update update)\n{\n")
         self.assertEqual(compiled(f"{self.HEADERS}{given}{{ {reader} }} {{ {writer} }} }}", "-fsyntax-only"), "")
 
     def test_questions_to_the_inspector(self):
-        explain, show = c_blocks("rib_inspect.3")
+        explain, show = blocks_of("rib_inspect.3")
         given = ("void run(bool was_delivered, updatetype_local update, const uint8_t *payload, size_t len);\n"
                  "void run(bool was_delivered, updatetype_local update, const uint8_t *payload, size_t len)\n{\n")
         self.assertEqual(compiled(f"{self.HEADERS}{given}{{ {explain} }} {{ {show} }} }}", "-fsyntax-only"), "")
 
     def test_a_client_of_routes(self):
-        callback, call = c_blocks("librib.3")[2].split("\n\n")
+        callback, call = blocks_of("librib.3")[2].split("\n\n")
         given = "void run(rib_frame frame);\nvoid run(rib_frame frame)\n{\n"
         self.assertEqual(compiled(f"{self.HEADERS}{callback}\n{given}{call} }}", "-fsyntax-only"), "")
 
 
 class Program(unittest.TestCase):
     def test_the_first_program_of_the_library_runs(self):
-        source = c_blocks("librib.3")[0]
+        source = blocks_of("librib.3")[0]
         with tempfile.TemporaryDirectory(prefix="man-") as folder:
             folders = sorted({f"-Wl,-rpath,{pathlib.Path(library).parent}" for library in chosen.link})
             self.assertEqual(compiled(source, "-o", f"{folder}/one", "-x", "none", *chosen.link, *folders), "")
