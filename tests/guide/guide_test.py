@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Compiles and runs the code that a page shows. README.md says how.
 
-    guide_test.py --page PAGE --cc COMPILER [--flag FLAG]... --include FOLDER --scratch FOLDER LIBRARY...
+    guide_test.py --page PAGE [--cpp] --cc COMPILER [--flag FLAG]... --include FOLDER --scratch FOLDER LIBRARY...
     guide_test.py --self-test
 """
 
@@ -15,7 +15,9 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 INDENT = "    "
 MARK = re.compile(r"<!-- code: (\w+) -->")
-WARNINGS = ["-std=c99", "-D_GNU_SOURCE", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror"]
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror"]
+C = ["-std=c99", "-D_GNU_SOURCE"]
+CPP = ["-std=c++17", "-fno-exceptions", "-fno-rtti", "-Wsign-conversion"]
 SECONDS = 60
 
 # Program, its file, what is defined, and the library of its event loop.
@@ -28,6 +30,7 @@ PROGRAMS = [
     ("libev", "loops.c", ["-DLOOP_LIBEV", "-Wno-strict-aliasing"], ["-lev"]),
     ("libuv", "loops.c", ["-DLOOP_LIBUV"], ["-luv"]),
 ]
+CPP_PROGRAMS = [("cpp_page", "cpp_page.cpp", [], [])]
 
 
 def pieces_of(text):
@@ -60,12 +63,13 @@ def problems_of(arguments):
     for name, (line, code) in pieces.items():
         (scratch / f"{name}.inc").write_text(f'#line {line} "{arguments.page}"\n{code}\n')
     problems = []
-    programs = "".join(path.read_text() for path in HERE.glob("*.[ch]"))
+    programs = "".join(path.read_text() for path in HERE.glob("*.cpp" if arguments.cpp else "*.[ch]"))
+    standard = CPP if arguments.cpp else C
     problems += [f"{name}: in no program" for name in pieces if f'#include "{name}.inc"' not in programs]
     folders = {str(pathlib.Path(library).parent) for library in arguments.libraries}
-    for name, file, defined, loop in PROGRAMS:
+    for name, file, defined, loop in CPP_PROGRAMS if arguments.cpp else PROGRAMS:
         program = scratch / name
-        command = [arguments.cc, *WARNINGS, *arguments.flag, *defined, f"-I{scratch}", f"-I{HERE}", f"-I{arguments.include}",
+        command = [arguments.cc, *standard, *WARNINGS, *arguments.flag, *defined, f"-I{scratch}", f"-I{HERE}", f"-I{arguments.include}",
                    str(HERE / file), "-o", str(program), *arguments.libraries, *loop,
                    *(f"-Wl,-rpath,{folder}" for folder in folders)]
         built = subprocess.run(command, capture_output=True, text=True, timeout=SECONDS)
@@ -92,6 +96,7 @@ class Pieces(unittest.TestCase):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--page")
+    parser.add_argument("--cpp", action="store_true")
     parser.add_argument("--cc", default="cc")
     parser.add_argument("--flag", action="append", default=[])
     parser.add_argument("--include")
