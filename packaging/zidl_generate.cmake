@@ -22,17 +22,18 @@
 
 include(${CMAKE_CURRENT_LIST_DIR}/zidl_can_dispatch.cmake)
 
-# Makes rib::zidlc, unless there is one: of RIB_ZIDLC, of what lies beside an installed librib, or of the PATH.
+# Makes rib::zidlc, unless there is one: of RIB_ZIDLC, of what lies beside an installed librib, or of the PATH. What is installed for
+# another machine does not run on this one.
 function(zidl_find_compiler)
   if(TARGET rib::zidlc)
     return()
   endif()
-  set(beside)
-  if(NOT CMAKE_CROSSCOMPILING)
-    set(root ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../..)
-    set(beside ${root}/../bin ${root}/../../bin)
+  set(root ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../..)
+  set(where HINTS ${root}/../bin ${root}/../../bin)
+  if(CMAKE_CROSSCOMPILING)
+    set(where NO_PACKAGE_ROOT_PATH NO_CMAKE_PATH NO_CMAKE_ENVIRONMENT_PATH NO_CMAKE_FIND_ROOT_PATH)
   endif()
-  find_program(RIB_ZIDLC zidlc HINTS ${beside} NO_CMAKE_FIND_ROOT_PATH DOC "The compiler of message schemas")
+  find_program(RIB_ZIDLC zidlc ${where} DOC "The compiler of message schemas, for the machine that builds")
   if(RIB_ZIDLC)
     add_executable(rib::zidlc IMPORTED GLOBAL)
     set_target_properties(rib::zidlc PROPERTIES IMPORTED_LOCATION "${RIB_ZIDLC}")
@@ -68,6 +69,8 @@ macro(zidl_check_call)
   elseif(NOT TARGET rib::zidlc AND NOT RIB_ZIDLC)
     zidl_refuse("there is no zidlc: install librib's tools (package ribtool), build librib with -DRIB_BUILD_TOOLS=ON, or say where it is "
                 "with -DRIB_ZIDLC=/path/to/zidlc")
+  elseif(NOT RIB_ZIDLC AND TARGET zidlc AND CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    zidl_refuse("zidlc is built for another machine: name one that runs here with -DRIB_ZIDLC=/path/to/zidlc")
   elseif(RIB_ZIDLC AND NOT EXISTS "${RIB_ZIDLC}")
     zidl_refuse("RIB_ZIDLC is ${RIB_ZIDLC}, which does not exist: say where zidlc is")
   endif()

@@ -247,8 +247,11 @@ class ItsPromises(Project):
         self.assertTrue((self.folder / "build/places_zidl/proto/zidl/places.proto").is_file())
         self.assertIn('import "weather/places.proto";',
                       (self.folder / "build/readings_zidl/proto/weather/sensors.proto").read_text(encoding="utf-8"))
+        tables = self.folder / "build/readings_zidl/station/descriptors.cpp"
+        self.assertIn('"room", 1, kind::u32', tables.read_text(encoding="utf-8"))
         self.widen_rooms("imported/places.zidl")
         self.build()
+        self.assertIn('"room", 1, kind::fixed32', tables.read_text(encoding="utf-8"))
         self.assertEqual(self.output("build/station"), "10 bytes\n")
 
     def configured(self, call, *options, languages="CXX", prefix=PREFIX):
@@ -292,6 +295,15 @@ class ItsPromises(Project):
                                    "-DCMAKE_FIND_USE_SYSTEM_ENVIRONMENT_PATH=OFF", prefix=self.prefix_without_tools()))
         shutil.rmtree(self.folder / "build")
         self.assertIn("say LANGUAGES C CXX in project()", self.refusal(good, languages="C"))
+
+    def test_a_cross_build_takes_no_zidlc_of_the_other_machine(self):
+        crossing = ["-DCMAKE_SYSTEM_NAME=Linux", f"-DCMAKE_SYSTEM_PROCESSOR={platform.machine()}"]
+        self.configured("", *crossing)
+        cache = (self.folder / "build/CMakeCache.txt").read_text(encoding="utf-8")
+        self.assertIn("RIB_ZIDLC:", cache)
+        self.assertNotIn(str(ZIDLC), cache)
+        result = self.configured("zidl_generate(messages a.zidl)", f"-DRIB_ZIDLC={ZIDLC}")
+        self.assertEqual(result.returncode, 0, result.stdout)
 
 
 if __name__ == "__main__":
