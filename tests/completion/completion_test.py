@@ -28,6 +28,19 @@ def script(tool, shell):
     return subprocess.run([getattr(chosen, tool)] + arguments, check=True, capture_output=True, text=True).stdout
 
 
+def help_of(*line):
+    return subprocess.run([*line, "--help"], check=True, capture_output=True, text=True).stdout
+
+
+def commands():
+    return re.findall(r"^  ([a-z]+) ", help_of(chosen.ribtool).partition("Subcommands:\n")[2], re.MULTILINE)
+
+
+def options_of(text):
+    found = re.findall(r"^  (-\S*)", text.partition("\nOptions:\n")[2], re.MULTILINE)
+    return sorted(name for names in found for name in names.split(","))
+
+
 def bash_words(line):
     """The words that readline makes of a line without quotes: runs of breaking characters are words of their own."""
     words = re.findall(f"[{re.escape(BASH_BREAKS)}]+|[^\\s{re.escape(BASH_BREAKS)}]+", line)
@@ -67,10 +80,14 @@ class BashOffers(unittest.TestCase):
         ])
 
     def test_every_command_is_offered(self):
-        listed = subprocess.run([chosen.ribtool, "--help"], check=True, capture_output=True, text=True).stdout
-        commands = re.findall(r"^  ([a-z]+) ", listed.partition("Subcommands:\n")[2], re.MULTILINE)
-        self.assertGreater(len(commands), 12)
-        self.check("ribtool", [("ribtool ", " ".join(commands))])
+        self.assertGreater(len(commands()), 12)
+        self.check("ribtool", [("ribtool ", " ".join(commands()))])
+
+    def test_every_option_of_the_help_is_offered(self):
+        replies = bash_replies("ribtool", [f"ribtool {command} -" for command in commands()])
+        for command, reply in zip(commands(), replies):
+            self.assertEqual(sorted(reply), options_of(help_of(chosen.ribtool, command)), command)
+        self.assertEqual(sorted(bash_replies("zidlc", ["zidlc -"])[0]), options_of(help_of(chosen.zidlc)))
 
     def test_options_are_those_of_the_command(self):
         self.check("ribtool", [
