@@ -26,7 +26,7 @@ build_twice() {
     echo "  both builds gave the same packages, byte by byte"
 }
 
-# The README's programs in C and, where it has one, C++: the first block of each that has a main.
+# The README's program in C or C++: the first block of the language that has a main.
 readme_program() {
     awk -v fence="\`\`\`$1" '$0 == fence { inside = 1; text = ""; next }
         inside && /^```/ { inside = 0; if (text ~ /int main/) { printf "%s", text; exit } next }
@@ -42,7 +42,7 @@ make_old_package() {
         cp "$RIB_OLD_PACKAGE" "$folder/packages/old"
         return
     fi
-    for deb in "$folder"/packages/lib*1_*.deb "$folder"/packages/librib-dev_*.deb "$folder"/packages/ribtool_*.deb; do
+    for deb in "$folder"/packages/librib*1_[0-9]*.deb "$folder"/packages/librib-dev_*.deb "$folder"/packages/ribtool_*.deb; do
         dpkg-deb -x "$deb" "$tree"
     done
     rm -rf "$tree"/usr/share/{doc,man,lintian,bash-completion,fish,zsh} "$tree"/usr/lib/*/wireshark "$tree"/usr/lib/*/{librib_inspect.so*,pkgconfig}
@@ -54,7 +54,7 @@ Version: 1.0.0
 Architecture: amd64
 Section: libs
 Priority: optional
-Maintainer: librib maintainers <librib@localhost>
+Maintainer: librib maintainers <librib@librib.invalid>
 Depends: libc6, libfmt9, libpcap0.8, libstdc++6, libzstd1, liblzma5, libbz2-1.0, zlib1g
 Description: Message codec and client library of a routing information base
 C
@@ -64,13 +64,14 @@ C
     rm -rf "$tree"
 }
 
-# The libraries and headers again, as a version before.
+# The libraries and headers again, as a revision before the first.
 make_older_packages() {
-    local tree=$folder/older_tree deb
+    local tree=$folder/older_tree deb version
+    version=$(sed -n '1s/.*(\(.*\)).*/\1/p' "$root/debian/changelog")
     rm -rf "$folder/packages/older" && mkdir -p "$folder/packages/older"
-    for deb in "$folder"/packages/librib*1_*.deb "$folder"/packages/librib-dev_*.deb; do
+    for deb in "$folder"/packages/librib*1_[0-9]*.deb "$folder"/packages/librib-dev_*.deb; do
         rm -rf "$tree" && dpkg-deb -R "$deb" "$tree"
-        sed -i 's/1\.1\.0-1/1.1.0-0/g' "$tree/DEBIAN/control"
+        sed -i "s/\b${version//./\\.}\b/${version%-*}-0/g" "$tree/DEBIAN/control"
         dpkg-deb --root-owner-group -b "$tree" "$folder/packages/older" >/dev/null
     done
     rm -rf "$tree"
@@ -90,7 +91,6 @@ run_in_fresh_root() {
         hooks+=(--customize-hook="echo '== $script' && chroot \"\$1\" bash /test/in_root/$script.sh")
     done
     mmdebstrap --quiet --variant=apt --format=null --include="$users_packages" \
-        --dpkgopt='path-include=/usr/share/man/*' --dpkgopt='path-include=/usr/share/doc/*' \
         --setup-hook='mkdir -p "$1/packages" "$1/test"' \
         --customize-hook="copy-in '$folder/packages' /" --customize-hook="copy-in '$folder/test' /" \
         "${hooks[@]}" \

@@ -37,15 +37,15 @@ nothing_is_half_installed
 
 claim "over an older version of theirs the packages are upgraded together"
 quietly dpkg -i /packages/older/*.deb
-[ "$(dpkg-query -W -f='${Version}' librib1)" = 1.1.0-0 ] || fail "the older librib1 is not there"
+[[ $(version_of librib1) == *-0 ]] || fail "the older librib1 is not there"
 install_new librib-dev librib1 librib-tlv1 librib-strutil1 librib-inspect1
 for name in librib1 librib-dev; do
-    [ "$(dpkg-query -W -f='${Version}' "$name")" != 1.1.0-0 ] || fail "$name was not upgraded"
+    [[ $(version_of "$name") != *-0 ]] || fail "$name was not upgraded"
 done
 
 claim "removed and purged they leave nothing behind"
 quietly apt-get remove -y "${new[@]}"
-quietly apt-get purge -y "${new[@]}" librib
+quietly dpkg --purge "${new[@]}" librib # which apt no longer knows, from where they came
 quietly apt-get autoremove -y --purge
 list_files >/tmp/after
 comm -13 /tmp/before /tmp/after >left

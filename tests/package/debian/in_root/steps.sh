@@ -17,6 +17,7 @@ files_of() { for name; do ls /packages/"$name"_[0-9]*.deb; done; }
 # shellcheck disable=SC2046 # no blank in a package's name
 install_new() { quietly apt-get install -y --no-install-recommends $(files_of "$@"); }
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+version_of() { dpkg-query -W -f='${Version}' "$1"; }
 nothing_is_half_installed() { [ -z "$(dpkg --audit)" ] || { dpkg --audit >&2 && fail "packages are half installed"; }; }
 
 # All files but what the system writes for itself.
