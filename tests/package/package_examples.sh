@@ -3,7 +3,7 @@ set -euo pipefail
 here=$(dirname "$0")
 rm -rf "$SCRATCH"
 cmake -G Ninja -S "$PREFIX/$DATADIR/rib/examples" -B "$SCRATCH" -DCMAKE_PREFIX_PATH="$PREFIX" \
-    -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS="-Werror $SANITIZE" >/dev/null
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS="-Werror $SANITIZE" -DCMAKE_CXX_FLAGS="-Werror $SANITIZE" >/dev/null
 cmake --build "$SCRATCH"
 ctest --test-dir "$SCRATCH" --output-on-failure --no-tests=error
 # A build of the library alone has nothing to feed the live examples with.
