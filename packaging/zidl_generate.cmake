@@ -149,10 +149,13 @@ macro(zidl_add_sources)
     return()
   endif()
   get_target_property(type ${target} TYPE)
-  if(type MATCHES "^(EXECUTABLE|SHARED_LIBRARY|MODULE_LIBRARY)$")
+  if(type STREQUAL EXECUTABLE)
     zidl_add_library(${target}_zidl STATIC)
-    target_link_libraries(${target} PRIVATE ${target}_zidl)
-  elseif(type STREQUAL STATIC_LIBRARY)
+    # As a file, so that a program in C links with the C compiler: the sources need no C++ runtime.
+    target_link_libraries(${target} PRIVATE $<TARGET_FILE:${target}_zidl>)
+    add_dependencies(${target} ${target}_zidl)
+  elseif(type MATCHES "^(STATIC|SHARED|MODULE)_LIBRARY$")
+    # Whole, so that a shared library exports what nothing in it calls.
     zidl_add_library(${target}_zidl OBJECT)
     target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_zidl>)
   else()
@@ -178,14 +181,11 @@ macro(zidl_add_library name type)
   endif()
 endmacro()
 
-# Programs in C link with the C compiler: the sources need no more. Warnings in them are not for those who compile them.
+# Warnings in generated sources are not for those who compile them.
 function(zidl_compile_as_library name)
   set_target_properties(${name} PROPERTIES
     CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_CLANG_TIDY "" CXX_CPPCHECK "" CXX_INCLUDE_WHAT_YOU_USE "")
-  if(C IN_LIST languages)
-    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE C)
-  endif()
   target_compile_options(${name} PRIVATE
     "$<$<OR:$<CXX_COMPILER_ID:GNU>,$<CXX_COMPILER_ID:Clang>>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics;-w>")
   target_include_directories(${name} SYSTEM PRIVATE ${includes})

@@ -81,12 +81,13 @@ class ThePage(Project):
         self.write_station()
         self.write("CMakeLists.txt", CMAKE)
         self.configure(generator)
-        self.build()
+        built = self.build()
         self.assertEqual(self.output("build/station"), "7 bytes\n")  # 08 ac 02, 12 02 08 07
         self.assertNotIn("Building", self.build())
         self.assertNotIn("Compiling", self.build())
         if not SANITIZE:
             self.assertNotIn("libstdc++", self.output("ldd", "build/station"))
+            self.assertIn("Linking C executable", built)
         self.widen_rooms("schema/sensors.zidl")
         self.build()
         self.assertEqual(self.output("build/station"), "10 bytes\n")  # 08 ac 02, 12 05 0d 07 00 00 00
