@@ -16,11 +16,16 @@ for program in inspector_c inspector_c_static; do
 done
 ! readelf --dynamic "$build/inspector_c_static" | grep "NEEDED.*librib"
 
+part="$(dirname "$0")/part"
+cmake -G Ninja -S "$part" -B "$build of C" -DCMAKE_PREFIX_PATH="$PREFIX" -DWANTED=inspect_static -DCMAKE_C_FLAGS="$SANITIZE" >/dev/null
+cmake --build "$build of C"
+"$build of C/inspector_by_c_alone" | grep -q "route_prefix.address.family"
+
 # Packages separate what is installed here as a whole: what is not there is no target, and is named when it is asked for.
-part="$SCRATCH/part"
-cp -r "$PREFIX/." "$part"
-rm -f "$part/$LIBDIR"/*.a "$part/$LIBDIR"/librib_tlv.so* "$part/$LIBDIR"/librib_inspect.so* "$part/$BINDIR/zidlc"
-configure() { cmake -S "$(dirname "$0")/part" -B "$SCRATCH/build_of_part" -DCMAKE_PREFIX_PATH="$part" -DWANTED="$1" 2>&1; }
+lacking="$SCRATCH/lacking"
+cp -r "$PREFIX/." "$lacking"
+rm -f "$lacking/$LIBDIR"/*.a "$lacking/$LIBDIR"/librib_tlv.so* "$lacking/$LIBDIR"/librib_inspect.so*
+configure() { cmake -S "$part" -B "$SCRATCH/build of the lacking" -DCMAKE_PREFIX_PATH="$lacking" -DWANTED="$1" 2>&1; }
 configure core >/dev/null
 for wanted in rib rib_static inspect_static platform; do
     said=$(configure "core;$wanted") && echo "$wanted is not missed" && exit 1
