@@ -93,6 +93,8 @@ class Reader:
             folder.mkdir(parents=True)
         for name, compiler in (("cc", chosen.cc), ("c++", chosen.cxx)):
             flags = f" -fsanitize={chosen.sanitize}" if chosen.sanitize else ""
+            if flags and "clang" in compiler:
+                flags += " -fno-sanitize=function"  # its runtime is C++, and C programs link what is compiled here
             (tools / name).write_text(f'#!/bin/sh\nexec "{compiler}"{flags} "$@"\n')
             (tools / name).chmod(0o755)
         prefix = pathlib.Path(chosen.prefix).resolve()
