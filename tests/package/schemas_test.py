@@ -229,17 +229,19 @@ class ItsPromises(Project):
                 self.check_one_program(compiler)
 
     def test_librib_in_a_folder_of_the_project_does_the_same_and_what_is_only_used_counts(self):
-        place, rest = SCHEMA.split("# One reading of one sensor.")
+        place, rest = DISPATCHED.split("# One reading of one sensor.")
         self.write("imported/places.zidl", place.replace("group sensors;", "group places;"))
         self.write("sensors.zidl", "group sensors;\nuse places;\n" + rest)
         self.write("main.c", PROGRAM.replace("messages/", "station/"))
+        self.write("other.c", "int other = 1;\n")
         self.write("CMakeLists.txt", f"""
             cmake_minimum_required(VERSION 3.25)
             project(station LANGUAGES C CXX)
             add_subdirectory({ROOT} rib EXCLUDE_FROM_ALL)
             add_executable(station main.c)
             zidl_generate(places imported/places.zidl FOLDER station PROTO)
-            zidl_generate(readings sensors.zidl FOLDER station IMPORT imported PROTO_FOLDER weather PROTO DESCRIPTORS)
+            add_library(readings SHARED other.c)
+            zidl_generate(readings sensors.zidl FOLDER station IMPORT imported PROTO_FOLDER weather PROTO DESCRIPTORS DISPATCH)
             target_link_libraries(readings PUBLIC places)
             target_link_libraries(station PRIVATE readings)""")
         self.configure("Ninja", f"-DRIB_ZIDLC={ZIDLC}")
