@@ -11,7 +11,7 @@ import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-SCRIPTS = ("bench", "bootstrap", "demo", "fuzz", "generate", "nightly", "soak", "test")
+SCRIPTS = ("bench", "bootstrap", "demo", "fuzz", "generate", "nightly", "package", "soak", "test")
 
 # Notes how it was called. Building takes eighty files; ribtool comes of it.
 CMAKE = r'''#!/bin/bash
