@@ -1,5 +1,5 @@
-# Takes away what the last installation from a build folder wrote: cmake -DBUILD=folder -P uninstall.cmake. Files of others stay,
-# and so do folders that are not librib's own.
+# Takes away what the last installation from a build folder wrote, and the last of each component: cmake -DBUILD=folder -P
+# uninstall.cmake. Files of others stay, and so do folders that are not librib's own.
 
 file(GLOB manifests ${BUILD}/install_manifest*.txt)
 if(NOT manifests)
