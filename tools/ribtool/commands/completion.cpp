@@ -114,7 +114,8 @@ command add_completion(CLI::App &app)
     const auto shell = std::make_shared<std::string>();
     const std::map<std::string, std::string> shells = {{"bash", "bash"}, {"zsh", "zsh"}, {"fish", "fish"}};
     add_choice(*line, terminal::completion::SHELLS, *shell, shells, "The shell")->option_text(" ")->required();
-    return {line, "source <(ribtool completion bash)", [&app, shell] { return run(app, *shell); }};
+    return {line, "ribtool completion fish > ~/.config/fish/completions/ribtool.fish",
+            [&app, shell] { return run(app, *shell); }};
 }
 
 } // namespace ribtool
