@@ -240,7 +240,7 @@ bool parse_route(update from, F &&callable, Convert &&convert, Older &&older)
         return parse_route(from, std::forward<F>(callable));
     using one = detail::older_route<std::remove_reference_t<Convert>, std::remove_reference_t<Older>>;
     one made{{}, convert, older, {}};
-    one *const outer = std::exchange(one::current(), &made);
+    one::current() = &made; // convert_one reads it before anything of the client runs
     const auto deliver = [](std::uint32_t, rib_routetype_ *, void *ctx) noexcept {
         one &self = *static_cast<one *>(ctx);
         self.callable(std::move(self.route));
@@ -252,7 +252,7 @@ bool parse_route(update from, F &&callable, Convert &&convert, Older &&older)
         return self.route.get();
     };
     rib_lib_pvt_parse_route_update(from.record(), deliver, convert_one, nullptr, 1, &made);
-    one::current() = outer;
+    one::current() = nullptr;
     return true;
 }
 

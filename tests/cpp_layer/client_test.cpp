@@ -72,13 +72,21 @@ TEST(cpp_client, opaque_blocks_are_spans)
 
 TEST(cpp_client, an_older_opaque_whose_block_reaches_beyond_its_payload_is_dropped)
 {
-    bytes payload(24 + 4);
-    payload[9] = 5;                                               // first_len
-    payload[16] = payload[17] = payload[18] = payload[19] = 0xff; // second_len: the sum wraps to 4
-    unsigned calls = 0;
-    const auto count = [&](const rib_opaque_update &opaque) { calls += 1 + opaque.first_len; };
-    EXPECT_TRUE(rib::parse_opaque(rib::update(RIB_TLV_OLD_OPAQUE, payload), count));
-    EXPECT_EQ(calls, 0u);
+    struct lengths {
+        uint8_t first, end_of_second; // second_len is 0xffffff__
+        unsigned calls;
+    };
+    // Of the 4 bytes behind the fixed part; all sums are at most 4, or wrap to that.
+    for (const lengths given : {lengths{5, 0xff, 0}, lengths{3, 0xff, 0}, lengths{4, 0, 1}}) {
+        bytes payload(24 + 4);
+        payload[9] = given.first;
+        if (given.end_of_second != 0)
+            payload[16] = payload[17] = payload[18] = payload[19] = given.end_of_second;
+        unsigned calls = 0;
+        const auto count = [&](const rib_opaque_update &) { calls++; };
+        EXPECT_TRUE(rib::parse_opaque(rib::update(RIB_TLV_OLD_OPAQUE, payload), count));
+        EXPECT_EQ(calls, given.calls) << unsigned{given.first};
+    }
 }
 
 TEST(cpp_client, a_next_hop_reaches_the_callable_that_takes_it)

@@ -4,6 +4,7 @@
 #include "messages/descriptors.hpp"
 #include "messages/far.h"
 #include "messages/weather.h"
+#include "messages/weather.message.hpp"
 
 #include <gtest/gtest.h>
 
@@ -288,4 +289,27 @@ TEST(zidlc_own_project, small_message_cut_off_inside_a_fixed32_is_malformed_and_
         EXPECT_EQ(msg.channel, 7) << len;
         EXPECT_EQ(msg.longitude, 0u) << len;
     }
+}
+
+TEST(zidlc_own_project, messages_of_its_own_have_the_cpp_layer)
+{
+    const std::vector<uint8_t> levels = {0, 100};
+    zidl::record<zidl_instrument> instrument[1];
+    instrument[0].set_channel(3).set_working(true).set_label("mast").set_drift(-2);
+    zidl::record<zidl_history> history;
+    history.edit_latest().set_instruments(instrument).set_levels(levels).edit_position().set_latitude(5);
+    bytes encoded;
+    history.append_to(encoded);
+
+    zidl::message<zidl_history> read;
+    ASSERT_TRUE(read.decode(encoded));
+    ASSERT_EQ(read.latest().instruments().size(), 1u);
+    const zidl::view<zidl_instrument> first = read.latest().instruments().front();
+    EXPECT_EQ(first.channel(), 3);
+    EXPECT_TRUE(first.working());
+    EXPECT_EQ(first.label(), "mast");
+    EXPECT_EQ(first.drift(), -2);
+    EXPECT_EQ(read.latest().levels()[1], 100);
+    EXPECT_EQ(read.latest().position().latitude(), 5u);
+    EXPECT_FALSE(read.latest().has_samples());
 }
