@@ -15,7 +15,7 @@ namespace zidl::detail
 template <class Record>
 struct built_once {
     static_assert(!shape<Record>::is_bounded, "what is bounded is written within the messages around it");
-    static void measure(size_t &len, uint64_t &notes, const Record &msg);
+    static void measure(uint64_t &len, uint64_t &notes, const Record &msg);
     static void write(uint8_t *&pos, uint8_t *&limit, const Record &msg);
     static int32_t read(Record &msg, const uint8_t *pos, const uint8_t *end, const decode_context &context);
 };
@@ -23,7 +23,7 @@ struct built_once {
 #ifndef ZIDL_BMI2_BUILD
 
 template <class Record>
-void built_once<Record>::measure(size_t &len, uint64_t &notes, const Record &msg)
+void built_once<Record>::measure(uint64_t &len, uint64_t &notes, const Record &msg)
 {
     const sizer out = encode(sizer{len, notes}, msg);
     len = out.len;

@@ -72,9 +72,10 @@ public:
     }
 
 private:
-    ZIDL_INLINE void *allocate(size_t size)
+    ZIDL_INLINE void *allocate(uint64_t size)
     {
-        void *const memory = alloc_fn_ != nullptr ? alloc_fn_(size, alloc_ctx_) : nullptr;
+        const bool may_ask = alloc_fn_ != nullptr && is_addressable(size);
+        void *const memory = may_ask ? alloc_fn_(static_cast<size_t>(size), alloc_ctx_) : nullptr;
         if (ZIDL_UNLIKELY(memory == nullptr))
             status_ = ZIDL_ERR_NO_MEMORY;
         return memory;
@@ -84,7 +85,7 @@ private:
     {
         member = size != 0 ? static_cast<uint8_t *>(allocate(size)) : nullptr;
         if (ZIDL_LIKELY(member != nullptr))
-            copy_short(member, src, size);
+            copy_short(member, src, static_cast<size_t>(size));
         else
             size = 0;
     }
@@ -97,7 +98,7 @@ private:
             member = nullptr;
             return false;
         }
-        member = static_cast<Element *>(allocate(count * sizeof(Element)));
+        member = static_cast<Element *>(allocate(uint64_t{count} * sizeof(Element)));
         if (ZIDL_LIKELY(member != nullptr))
             return true;
         count = 0;

@@ -19,8 +19,6 @@
 #define ZIDL_LIKELY(condition) __builtin_expect(!!(condition), 1)
 #define ZIDL_UNLIKELY(condition) __builtin_expect(!!(condition), 0)
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the fast paths load and store little-endian words");
-
 namespace zidl::detail
 {
 inline namespace ZIDL_VARIANT
@@ -74,6 +72,50 @@ ZIDL_INLINE void store(uint8_t *dst, Word word)
     memcpy(dst, &word, sizeof word);
 }
 
+// Words of the wire, whose first byte is the lowest; members of records are loaded and stored as they are.
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#define ZIDL_REVERSE(word)
+#elif __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+#define ZIDL_REVERSE(word) word = reversed(word)
+#else
+#error "words begin with their lowest byte, or with their highest"
+#endif
+
+template <class Word>
+constexpr Word reversed(Word word)
+{
+    if constexpr (sizeof word == sizeof(uint64_t))
+        return __builtin_bswap64(word);
+    else if constexpr (sizeof word == sizeof(uint32_t))
+        return __builtin_bswap32(word);
+    else if constexpr (sizeof word == sizeof(uint16_t))
+        return __builtin_bswap16(word);
+    else
+        return word;
+}
+
+template <class Word>
+ZIDL_INLINE Word load_wire(const uint8_t *src)
+{
+    Word word;
+    memcpy(&word, src, sizeof word);
+    ZIDL_REVERSE(word);
+    return word;
+}
+
+template <class Word>
+ZIDL_INLINE void store_wire(uint8_t *dst, Word word)
+{
+    ZIDL_REVERSE(word);
+    memcpy(dst, &word, sizeof word);
+}
+
+// Whether memory can have so many bytes: sizes in records and sums of sizes have 64 bits, also where addresses have 32.
+constexpr bool is_addressable(uint64_t size)
+{
+    return static_cast<size_t>(size) == size;
+}
+
 // The number of zero bits below the lowest set bit; `word` is not 0.
 ZIDL_INLINE unsigned trailing_zeros(uint64_t word)
 {
@@ -96,8 +138,8 @@ ZIDL_INLINE uint32_t varint_ends(const uint8_t *src)
 #else
     // Gathers the top bits of eight bytes in the top byte.
     constexpr uint64_t gather = 0x0002040810204081;
-    const uint64_t low = (~load<uint64_t>(src) & continuation_bits) * gather >> 56;
-    const uint64_t high = (~load<uint64_t>(src + 8) & continuation_bits) * gather >> 56;
+    const uint64_t low = (~load_wire<uint64_t>(src) & continuation_bits) * gather >> 56;
+    const uint64_t high = (~load_wire<uint64_t>(src + 8) & continuation_bits) * gather >> 56;
     return static_cast<uint32_t>(low | high << 8);
 #endif
 }
@@ -120,7 +162,7 @@ constexpr uint64_t group_bits = 0x7f7f7f7f7f7f7f7f;
 template <class Value>
 ZIDL_INLINE Value pack_groups(uint64_t bytes)
 {
-#ifdef __BMI2__
+#if defined(__BMI2__) && defined(__x86_64__)
     return static_cast<Value>(_pext_u64(bytes, group_bits));
 #else
     if constexpr (sizeof(Value) <= sizeof(uint32_t)) {
@@ -138,7 +180,7 @@ ZIDL_INLINE Value pack_groups(uint64_t bytes)
 template <unsigned Lowest, class Value>
 ZIDL_INLINE uint64_t spread_groups(Value value)
 {
-#ifdef __BMI2__
+#if defined(__BMI2__) && defined(__x86_64__)
     return _pdep_u64(value, group_bits << (8 * Lowest));
 #else
     if constexpr (sizeof(Value) <= sizeof(uint32_t)) {

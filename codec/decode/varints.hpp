@@ -41,7 +41,7 @@ ZIDL_INLINE parsed<Value> parse_word_varint(const uint8_t *pos, const uint8_t *e
 {
     if (ZIDL_UNLIKELY(pos > wide_end))
         return {nullptr, 0};
-    const uint64_t word = load<uint64_t>(pos);
+    const uint64_t word = load_wire<uint64_t>(pos);
     const uint64_t stops = ~word & continuation_bits;
     if (ZIDL_LIKELY(stops != 0)) {
         pos += (trailing_zeros(stops) >> 3) + 1;
@@ -69,7 +69,7 @@ ZIDL_COLD parsed<Value> parse_other_varint(const uint8_t *pos, const uint8_t *en
 {
     if (wide_end == nullptr || pos <= wide_end || pos >= end)
         return parse_varint_bytewise<Value>(pos, end);
-    const uint64_t word = load<uint64_t>(wide_end) >> (8 * static_cast<size_t>(pos - wide_end));
+    const uint64_t word = load_wire<uint64_t>(wide_end) >> (8 * static_cast<size_t>(pos - wide_end));
     const uint64_t stops = ~word & continuation_bits;
     pos += (trailing_zeros(stops) >> 3) + 1;
     return {pos <= end ? pos : nullptr, pack_groups<Value>(word & (stops ^ (stops - 1)))};
@@ -128,13 +128,13 @@ ZIDL_INLINE parsed<uint32_t> parse_fixed32(const uint8_t *pos, const uint8_t *en
 {
     if (ZIDL_UNLIKELY(end - pos < 4))
         return {nullptr, 0};
-    return {pos + 4, load<uint32_t>(pos)};
+    return {pos + 4, load_wire<uint32_t>(pos)};
 }
 
 // A varint that ends within the input, and behind which a word is readable.
 ZIDL_INLINE uint32_t parse_ended(const uint8_t *pos)
 {
-    const uint64_t word = load<uint64_t>(pos);
+    const uint64_t word = load_wire<uint64_t>(pos);
     const uint64_t stops = ~word & continuation_bits;
     return pack_groups<uint32_t>(word & (stops ^ (stops - 1)));
 }
@@ -158,7 +158,7 @@ ZIDL_INLINE bool stands_at(const uint8_t *pos, const uint8_t *end)
     if constexpr (wire < 0x100)
         return pos < end && *pos == wire;
     else if constexpr (wire < 0x10000)
-        return end - pos >= 2 && load<uint16_t>(pos) == wire;
+        return end - pos >= 2 && load_wire<uint16_t>(pos) == wire;
     else
         return false;
 }
@@ -172,7 +172,7 @@ ZIDL_INLINE bool run_index(const uint8_t *pos, uint32_t &index)
     static_assert(tag_len <= 2 && first >> 7 == make_tag(First + Count - 1, varint) >> 7);
     using Tag = std::conditional_t<tag_len == 1, uint8_t, uint16_t>;
     constexpr unsigned width = 8 * tag_len;
-    const Tag distance = static_cast<Tag>(load<Tag>(pos) - wire_tag(first));
+    const Tag distance = static_cast<Tag>(load_wire<Tag>(pos) - wire_tag(first));
     const Tag steps = static_cast<Tag>(distance >> 3 | distance << (width - 3));
     index = steps;
     return steps < Count;

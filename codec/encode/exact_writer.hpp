@@ -30,7 +30,7 @@ public:
     {
         if (nsegs != nullptr)
             *nsegs = close();
-        return pos_;
+        return returned_size(pos_);
     }
 
     uint32_t flags() const { return flags_; }
@@ -85,20 +85,20 @@ public:
     }
 
     // Writes the tag and the length of an embedded message; its output is what is left of the buffer and of the list.
-    ZIDL_COLD exact_output begin_message(uint32_t tag, size_t len)
+    ZIDL_COLD exact_output begin_message(uint32_t tag, uint64_t len)
     {
         put_length(tag, len);
         const bool room = pos_ < buflen_;
         const uint32_t left = capacity_ > listed_ ? capacity_ - listed_ : 0;
         return {room ? buf_ + pos_ : nullptr,
-                room ? buflen_ - pos_ : 0,
+                room ? static_cast<size_t>(buflen_ - pos_) : 0,
                 left > 0 ? segs_ + listed_ : nullptr,
                 left,
                 listing_,
                 flags_};
     }
 
-    ZIDL_COLD void end_message(exact_output &inner, size_t len)
+    ZIDL_COLD void end_message(exact_output &inner, uint64_t len)
     {
         listed_ += inner.close();
         pos_ += len;
@@ -130,10 +130,10 @@ private:
     ZIDL_COLD void put_length(uint32_t tag, uint64_t len) { put_tagged(tag, static_cast<uint32_t>(len)); }
 
     // Strings and bytes are written whole or not at all.
-    ZIDL_COLD void put_whole(const void *data, size_t size)
+    ZIDL_COLD void put_whole(const void *data, uint64_t size)
     {
         if (size > 0 && pos_ <= buflen_ && size <= buflen_ - pos_)
-            memcpy(buf_ + pos_, data, size);
+            memcpy(buf_ + pos_, data, static_cast<size_t>(size));
         pos_ += size;
     }
 
@@ -145,15 +145,15 @@ private:
     }
 
     // Also defined where there is no buffer, or where `offset` lies beyond its end.
-    const uint8_t *segment_base(size_t offset) const
+    const uint8_t *segment_base(uint64_t offset) const
     {
-        return reinterpret_cast<const uint8_t *>(reinterpret_cast<uintptr_t>(buf_) + offset);
+        return reinterpret_cast<const uint8_t *>(reinterpret_cast<uintptr_t>(buf_) + static_cast<uintptr_t>(offset));
     }
 
     uint8_t *buf_;
     size_t buflen_;
-    size_t pos_ = 0;
-    size_t run_ = 0; // where the bytes that are not listed yet begin
+    uint64_t pos_ = 0;
+    uint64_t run_ = 0; // where the bytes that are not listed yet begin
     zidl_segment *segs_;
     uint32_t capacity_;
     uint32_t listed_ = 0;

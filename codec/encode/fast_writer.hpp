@@ -72,7 +72,7 @@ struct fast_writer {
     template <uint32_t Number, class Element>
     ZIDL_INLINE void put_elements(const Element *array, uint32_t count)
     {
-        if (ZIDL_UNLIKELY((left() < count * max_element_size<Number, Element>()))) {
+        if (ZIDL_UNLIKELY((left() < uint64_t{count} * max_element_size<Number, Element>()))) {
             *this = put_near_end<Number>(*this, array, count);
             return;
         }
@@ -157,7 +157,7 @@ private:
     }
 
     // A tag and a length, where there is room for them and for what they announce.
-    ZIDL_COLD static fast_writer put_head(fast_writer out, uint32_t tag, size_t len)
+    ZIDL_COLD static fast_writer put_head(fast_writer out, uint32_t tag, uint64_t len)
     {
         if (!out.has_room(head_size(tag, len), len))
             return {nullptr, nullptr};
@@ -186,9 +186,9 @@ private:
     }
 };
 
-// Beyond any encoding whose sizes are trusted. (An unchecked writer in place of a fast one without a limit was tried: see
+// Beyond any encoding whose sizes are trusted, and beyond any block of memory where addresses have 32 bits. (An unchecked writer in place of a fast one without a limit was tried: see
 // docs/performance.md, "What made it fast, and what did not".)
-constexpr size_t unlimited = size_t{1} << 40;
+constexpr size_t unlimited = static_cast<size_t>(sizeof(size_t) > 4 ? uint64_t{1} << 40 : uint64_t{3} << 30);
 
 // REQUIRES: the message was measured, its sizes are trusted, and all of it fits behind `pos`.
 template <class Record>

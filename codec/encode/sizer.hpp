@@ -52,7 +52,7 @@ ZIDL_INLINE size_t size_of_four(const uint8_t *values)
 }
 
 struct sizer {
-    size_t len;
+    uint64_t len;
     // The bits of all sizes that are not trusted; below them bit 0, ZIDL_ZERO_COPY: the contents of bytes members do not count.
     uint64_t notes;
 
@@ -100,7 +100,7 @@ struct sizer {
     template <uint32_t Tag>
     ZIDL_INLINE void put_bytes(const uint8_t *, uint64_t size)
     {
-        const size_t contents = (notes & ZIDL_ZERO_COPY) != 0 ? 0 : size;
+        const uint64_t contents = (notes & ZIDL_ZERO_COPY) != 0 ? 0 : size;
         notes |= size & untrusted_bits;
         len += varint_size(Tag) + varint_size(static_cast<uint32_t>(size)) + contents;
     }
@@ -120,7 +120,7 @@ struct sizer {
 
 private:
     template <uint32_t Tag>
-    ZIDL_INLINE void put_length(size_t contents)
+    ZIDL_INLINE void put_length(uint64_t contents)
     {
         len += varint_size(Tag) + varint_size(static_cast<uint32_t>(contents)) + contents;
     }
@@ -137,10 +137,16 @@ ZIDL_INLINE sizer measured(const Record &msg, uint64_t notes = 0)
     return encode(sizer{0, notes}, msg);
 }
 
+// What callers get of a length. Where sizes have 32 bits, one that has more is too long for any buffer.
+constexpr size_t returned_size(uint64_t len)
+{
+    return is_addressable(len) ? static_cast<size_t>(len) : SIZE_MAX;
+}
+
 template <class Record>
 size_t encoded_size(const Record &msg, uint32_t flags)
 {
-    return measured(msg, flags & ZIDL_ZERO_COPY).len;
+    return returned_size(measured(msg, flags & ZIDL_ZERO_COPY).len);
 }
 
 } // namespace ZIDL_VARIANT

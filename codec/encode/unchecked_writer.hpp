@@ -61,7 +61,7 @@ public:
     ZIDL_INLINE void put_fixed32(uint32_t value)
     {
         put_tag<Tag>();
-        store(pos, value);
+        store_wire(pos, value);
         pos += 4;
     }
 
@@ -70,7 +70,7 @@ public:
     {
         put_tag<Tag>();
         put_raw_varint(static_cast<uint32_t>(size));
-        copy_short(pos, data, size);
+        copy_short(pos, data, static_cast<size_t>(size));
         pos += size;
     }
 
@@ -126,7 +126,7 @@ private:
         if constexpr (wire < 0x100)
             *pos++ = static_cast<uint8_t>(wire);
         else if constexpr (wire < 0x10000) {
-            store(pos, static_cast<uint16_t>(wire));
+            store_wire(pos, static_cast<uint16_t>(wire));
             pos += 2;
         } else
             put_raw_varint(Tag);
@@ -161,7 +161,7 @@ private:
     // A value of nine or ten bytes, as addresses have: which of them cannot be foreseen.
     ZIDL_INLINE void put_long_varint(uint64_t value)
     {
-        store(pos, spread_groups<0>(value & 0x00ffffffffffffff) | continuation_bits);
+        store_wire(pos, spread_groups<0>(value & 0x00ffffffffffffff) | continuation_bits);
         const uint8_t ninth = static_cast<uint8_t>(value >> 56);
         const unsigned more = ninth >> 7;
         pos[8] = ninth;
@@ -175,9 +175,9 @@ private:
         const uint64_t groups = spread_groups<0>(value);
         const unsigned last_byte_bit = top_bit(groups) & ~7U;
         const uint64_t bytes = groups | (continuation_bits & ((uint64_t{1} << last_byte_bit) - 1));
-        store(pos, static_cast<uint32_t>(bytes));
+        store_wire(pos, static_cast<uint32_t>(bytes));
         pos += last_byte_bit / 8 + 1;
-        store(pos - 4, static_cast<uint32_t>(bytes >> (last_byte_bit - 24)));
+        store_wire(pos - 4, static_cast<uint32_t>(bytes >> (last_byte_bit - 24)));
     }
 
     // A tag of `TagLen` bytes, as it stands on the wire, and a value of any length, without a branch: lengths that vary
@@ -201,13 +201,13 @@ private:
     ZIDL_INLINE void store_low(uint64_t bytes, unsigned len)
     {
         const auto store_part = [&](auto part, unsigned at) ZIDL_INLINE_LAMBDA {
-            store(pos + at, static_cast<decltype(part)>(bytes >> (8 * at)));
+            store_wire(pos + at, static_cast<decltype(part)>(bytes >> (8 * at)));
         };
         const auto pair = uint16_t{};
         const auto four = uint32_t{};
         const unsigned last = len - 2;
         if constexpr (Sure >= sizeof bytes) {
-            store(pos, bytes);
+            store_wire(pos, bytes);
         } else if constexpr (TagLen == 1 && Sure >= 6) {
             store_part(four, 0);
             store_part(pair, 4);

@@ -453,7 +453,7 @@ TEST(contract_encode, length_prefix_of_bytes_holds_the_low_32_bits)
     msg.attr_data_size = 0x100000003; // does not fit the buffer, so data is never read
     msg.presence = 0x02;              // attr_data
     const uint8_t x = untouched;
-    EXPECT_EQ(encode_into<rib_generic_attr_info>(msg, 8, 0x100000005, 8),
+    EXPECT_EQ(encode_into<rib_generic_attr_info>(msg, 8, rib_test::as_size(0x100000005), 8),
               (bytes{0x12, 0x03, x, x, x, x, x, x})); // 2 attr_data, "3 bytes", all of them left out
 }
 

@@ -1073,9 +1073,9 @@ TEST(contract_order, bytes_of_a_size_beyond_the_buffer_are_left_out_and_counted)
                                     {0x0A, 0x80, 0x80, 0x80, 0x80, 0x01}); // 1 prefix, 2^28 bytes
     expect_only<ip_rib_srv6_prefix>(prefix_of_size(0xFFFFFFF), 0x10000006,
                                     {0x0A, 0xFF, 0xFF, 0xFF, 0x7F}); // 1 prefix, 2^28 - 1 bytes
-    expect_only<ip_rib_srv6_prefix>(prefix_of_size(0x100000001), 0x100000005,
+    expect_only<ip_rib_srv6_prefix>(prefix_of_size(0x100000001), rib_test::as_size(0x100000005),
                                     {0x0A, 0x01}); // 1 prefix, the low 32 bits of the size
-    expect_only<ip_rib_srv6_prefix>(prefix_of_size(0x8000000000000000), 0x8000000000000004,
+    expect_only<ip_rib_srv6_prefix>(prefix_of_size(0x8000000000000000), rib_test::as_size(0x8000000000000004),
                                     {0x0A, 0x00}); // 1 prefix, the low 32 bits of the size
 }
 

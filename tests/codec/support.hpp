@@ -19,6 +19,12 @@ namespace rib_test
 
 using bytes = std::vector<uint8_t>;
 
+// A length as callers get it: where their sizes have 32 bits, a longer one is as long as none can be.
+constexpr size_t as_size(uint64_t len)
+{
+    return static_cast<size_t>(len) == len ? static_cast<size_t>(len) : SIZE_MAX;
+}
+
 // Memory functions that remember. Fresh blocks hold 0xCD throughout, so that a block that is not cleared shows it.
 class memory
 {

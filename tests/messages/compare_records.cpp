@@ -31,7 +31,8 @@ std::string bytes_difference(const comparison &both, const zidl_bytes &got, cons
     if (got.size != expected.size)
         return " (size)";
     const bool has_contents = got.data != nullptr && got.data != expected.data && got.size > 0;
-    return has_contents && std::memcmp(got.data, expected.data, got.size) != 0 ? " (contents)" : "";
+    return has_contents && std::memcmp(got.data, expected.data, static_cast<size_t>(got.size)) != 0 ? " (contents)"
+                                                                                                    : "";
 }
 
 std::string string_difference(const comparison &both, const char *got, const char *expected)

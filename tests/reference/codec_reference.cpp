@@ -36,8 +36,8 @@ void copy(uint8_t *to, const uint8_t *from, uint64_t len)
 struct output {
     uint8_t *buf;
     size_t buflen;
-    size_t pos;
-    size_t run_start; // of the in-buffer bytes that no segment covers yet
+    uint64_t pos;       // sizes have 64 bits, also where addresses have 32
+    uint64_t run_start; // of the in-buffer bytes that no segment covers yet
     zidl_segment *segs;
     bool lists_segments;
     uint32_t capacity;
@@ -91,7 +91,7 @@ void put_segment(output &out, const uint8_t *base, uint64_t len)
 // The address is computed as an integer: there may be no buffer, and the run may lie beyond its end.
 void put_run_segment(output &out)
 {
-    const uintptr_t start = reinterpret_cast<uintptr_t>(out.buf) + out.run_start;
+    const uintptr_t start = reinterpret_cast<uintptr_t>(out.buf) + static_cast<uintptr_t>(out.run_start);
     put_segment(out, reinterpret_cast<const uint8_t *>(start), out.pos - out.run_start);
 }
 
@@ -135,9 +135,12 @@ void put_number(output &out, const field_descriptor &field, const void *at)
     }
 }
 
-size_t encoded_size(const message_descriptor &type, const void *msg, uint32_t flags)
+uint64_t encode_message(const message_descriptor &type, const void *msg, uint8_t *buf, size_t buflen,
+                        zidl_segment *segs, uint32_t *nsegs, uint32_t flags);
+
+uint64_t encoded_size(const message_descriptor &type, const void *msg, uint32_t flags)
 {
-    return encode(type, msg, nullptr, 0, nullptr, nullptr, flags);
+    return encode_message(type, msg, nullptr, 0, nullptr, nullptr, flags);
 }
 
 // The body goes to what is left of the buffer, its segments to what is left of the list.
@@ -146,15 +149,16 @@ void put_body(output &out, const message_descriptor &type, const void *msg)
     const bool has_room = out.pos < out.buflen;
     const bool has_entries = out.count < out.capacity;
     uint32_t body_count = has_entries ? out.capacity - out.count : 0;
-    encode(type, msg, has_room ? out.buf + out.pos : nullptr, has_room ? out.buflen - out.pos : 0,
-           has_entries ? out.segs + out.count : nullptr, out.lists_segments ? &body_count : nullptr, out.flags);
+    encode_message(type, msg, has_room ? out.buf + out.pos : nullptr,
+                   has_room ? static_cast<size_t>(out.buflen - out.pos) : 0,
+                   has_entries ? out.segs + out.count : nullptr, out.lists_segments ? &body_count : nullptr, out.flags);
     if (out.lists_segments)
         out.count += body_count;
 }
 
 void put_message(output &out, const field_descriptor &field, const void *msg)
 {
-    const size_t len = encoded_size(*field.message, msg, out.flags);
+    const uint64_t len = encoded_size(*field.message, msg, out.flags);
     put_tag(out, field);
     put_length(out, len);
     // A body that neither stores nor lists anything is not walked again: this keeps sizing linear in the depth.
@@ -202,6 +206,28 @@ void put_field(output &out, const message_descriptor &type, const field_descript
     } else {
         put_number(out, field, member);
     }
+}
+
+uint64_t encode_message(const message_descriptor &type, const void *msg, uint8_t *buf, size_t buflen,
+                        zidl_segment *segs, uint32_t *nsegs, uint32_t flags)
+{
+    output out = {.buf = buf,
+                  .buflen = buflen,
+                  .pos = 0,
+                  .run_start = 0,
+                  .segs = segs,
+                  .lists_segments = nsegs != nullptr,
+                  .capacity = nsegs == nullptr || segs == nullptr ? 0 : *nsegs,
+                  .count = 0,
+                  .flags = flags};
+    for (const field_descriptor &field : fields_of(type))
+        put_field(out, type, field, msg);
+    if (nsegs != nullptr) {
+        if (out.pos > out.run_start)
+            put_run_segment(out);
+        *nsegs = out.count;
+    }
+    return out.pos;
 }
 
 // ---- decode
@@ -514,7 +540,8 @@ bool duplicate_contents(const memory &mem, zidl_bytes &dst, const uint8_t *data,
     dst = {nullptr, 0};
     if (size == 0)
         return true;
-    uint8_t *contents = mem.allocate(size);
+    const size_t request = static_cast<size_t>(size);
+    uint8_t *contents = request == size ? mem.allocate(request) : nullptr;
     if (contents == nullptr)
         return false;
     copy(contents, data, size);
@@ -657,23 +684,9 @@ void release_field(const releaser &mem, const field_descriptor &field, void *msg
 size_t encode(const message_descriptor &type, const void *msg, uint8_t *buf, size_t buflen, zidl_segment *segs,
               uint32_t *nsegs, uint32_t flags)
 {
-    output out = {.buf = buf,
-                  .buflen = buflen,
-                  .pos = 0,
-                  .run_start = 0,
-                  .segs = segs,
-                  .lists_segments = nsegs != nullptr,
-                  .capacity = nsegs == nullptr || segs == nullptr ? 0 : *nsegs,
-                  .count = 0,
-                  .flags = flags};
-    for (const field_descriptor &field : fields_of(type))
-        put_field(out, type, field, msg);
-    if (nsegs != nullptr) {
-        if (out.pos > out.run_start)
-            put_run_segment(out);
-        *nsegs = out.count;
-    }
-    return out.pos;
+    const uint64_t len = encode_message(type, msg, buf, buflen, segs, nsegs, flags);
+    const size_t returned = static_cast<size_t>(len);
+    return returned == len ? returned : SIZE_MAX; // more than any buffer where sizes have 32 bits
 }
 
 int32_t decode(const message_descriptor &type, void *msg, const uint8_t *buf, size_t len, zidl_alloc_fn alloc_fn,

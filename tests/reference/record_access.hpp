@@ -146,14 +146,32 @@ inline void store_number(const field_descriptor &field, void *at, uint64_t value
 // The whole presence word, spare bits included.
 inline uint64_t load_presence(const message_descriptor &type, const void *msg)
 {
-    uint64_t word = 0;
-    std::memcpy(&word, static_cast<const uint8_t *>(msg) + type.presence_offset, type.presence_size);
-    return word;
+    const uint8_t *const at = static_cast<const uint8_t *>(msg) + type.presence_offset;
+    switch (type.presence_size) {
+    case 1:
+        return load<uint8_t>(at);
+    case 2:
+        return load<uint16_t>(at);
+    case 4:
+        return load<uint32_t>(at);
+    default:
+        return load<uint64_t>(at);
+    }
 }
 
 inline void store_presence(const message_descriptor &type, void *msg, uint64_t word)
 {
-    std::memcpy(static_cast<uint8_t *>(msg) + type.presence_offset, &word, type.presence_size);
+    uint8_t *const at = static_cast<uint8_t *>(msg) + type.presence_offset;
+    switch (type.presence_size) {
+    case 1:
+        return store(at, static_cast<uint8_t>(word));
+    case 2:
+        return store(at, static_cast<uint16_t>(word));
+    case 4:
+        return store(at, static_cast<uint32_t>(word));
+    default:
+        return store(at, word);
+    }
 }
 
 inline bool has(const message_descriptor &type, const field_descriptor &field, const void *msg)

@@ -7,6 +7,10 @@
 
 #include "codec/zidl.h"
 
+#if defined(__SIZEOF_POINTER__) && (__SIZEOF_POINTER__ != 8 || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__)
+#error "librib's client library needs 64-bit pointers and little-endian numbers, for which its records are laid out; messages/*.h alone work without"
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
