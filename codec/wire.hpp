@@ -110,7 +110,8 @@ ZIDL_INLINE void store_wire(uint8_t *dst, Word word)
     memcpy(dst, &word, sizeof word);
 }
 
-// Whether memory can have so many bytes: sizes in records and sums of sizes have 64 bits, also where addresses have 32.
+// Sizes in records and sums of sizes have 64 bits, also where addresses have 32: whether memory can have so many bytes.
+constexpr bool sizes_are_narrow = sizeof(size_t) < sizeof(uint64_t);
 constexpr bool is_addressable(uint64_t size)
 {
     return static_cast<size_t>(size) == size;

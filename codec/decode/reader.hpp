@@ -325,8 +325,10 @@ private:
             return false;
         if (ZIDL_UNLIKELY((!count_run<Number, Delimited>(elements))))
             return fail(ZIDL_ERR_MALFORMED);
-        if (!is_addressable(uint64_t{elements} * sizeof(Element)))
-            return fail(ZIDL_ERR_NO_MEMORY);
+        if constexpr (sizes_are_narrow) {
+            if (!is_addressable(uint64_t{elements} * sizeof(Element)))
+                return fail(ZIDL_ERR_NO_MEMORY);
+        }
         void *const block = context_.alloc_fn(elements * sizeof(Element), context_.alloc_ctx);
         if (ZIDL_UNLIKELY(block == nullptr))
             return fail(ZIDL_ERR_NO_MEMORY);

@@ -199,7 +199,7 @@ class Scripts(unittest.TestCase):
     def test_the_demo_builds_all_that_is_installed_and_no_tests(self):
         self.run_script("demo")
         self.assertIn("-DRIB_BUILD_TESTS=OFF", self.called())
-        self.assertIn("--target rib rib_static ", self.called())
+        self.assertIn("--target rib_installable\n", self.called())
 
     def test_the_demo_leaves_the_tests_to_a_folder_that_has_them(self):
         self.run_script("test", "release", FAKE_TESTS="ON")
