@@ -141,8 +141,9 @@ overloaded(F...) -> overloaded<F...>;
 // Each hands the client record that the update holds to `callable`, once, on this thread, before it returns; not if the library
 // drops the update. The record and all that it points to are valid until the callable returns. What it returns is ignored.
 //
-// False when the update is no whole frame, when the code belongs to another entry point, and when the payload is shorter than the
-// older form must be: nothing has been done then. In C, each of these stops the process or reads beyond the payload.
+// False when the update is no whole frame, when the code belongs to another entry point, when a protocol update of the older form
+// is shorter than its record, and when a grid list is empty: nothing has been done then. In C, each of these stops the process or
+// reads beyond the payload.
 
 // callable(const rib_protoid_map &)
 template <class F>
@@ -261,6 +262,12 @@ bool parse_route(update from, F &&callable, Convert &&convert, Older &&older)
 template <class F>
 bool parse(const update &from, F &&callable)
 {
+    static_assert(std::is_invocable_v<F &, const rib_protoid_map &> ||
+                      std::is_invocable_v<F &, const rib_opaque_update &> ||
+                      std::is_invocable_v<F &, const grid_sync_list &> ||
+                      std::is_invocable_v<F &, const nhid_update_local &> ||
+                      std::is_invocable_v<F &, const rib_routetype_ &>,
+                  "the callable takes none of the records");
     const auto deliver = [&callable](const auto &record) { detail::hand_over(callable, record); };
     return parse_proto(from, deliver) || parse_opaque(from, deliver) || parse_grid(from, deliver) ||
            parse_route(from, deliver);
