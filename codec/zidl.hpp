@@ -26,8 +26,11 @@ class [[nodiscard]] status
 {
 public:
     constexpr status(std::int32_t code = ZIDL_OK) : code_(code) {}
+    template <class Bool, std::enable_if_t<std::is_same_v<Bool, bool>, int> = 0>
+    status(Bool) = delete; // false would be ZIDL_OK
     constexpr explicit operator bool() const { return code_ == ZIDL_OK; }
     constexpr std::int32_t code() const { return code_; }
+    const char *name() const { return zidl_status_name(code_); } // "ZIDL_ERR_MALFORMED"; a function of librib itself
     friend constexpr bool operator==(status left, status right) { return left.code_ == right.code_; }
     friend constexpr bool operator!=(status left, status right) { return left.code_ != right.code_; }
 
@@ -48,20 +51,20 @@ class setters;
 template <class T, class Self>
 class encodable
 {
-    const T &record_() const { return *static_cast<const Self &>(*this); }
+    const T &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     // Bytes of the whole encoding.
     [[nodiscard]] std::size_t encoded_size() const
     {
-        return traits<T>::encode(&record_(), nullptr, 0, nullptr, nullptr, 0);
+        return traits<T>::encode(&held_(), nullptr, 0, nullptr, nullptr, 0);
     }
 
     // Writes the encoding into `buffer`. Returns the bytes of the whole encoding, also where that is more than there is room
     // for: then the contents of `buffer` are of no use.
     [[nodiscard]] std::size_t encode(span<std::uint8_t> buffer) const
     {
-        return traits<T>::encode(&record_(), buffer.data(), buffer.size(), nullptr, nullptr, 0);
+        return traits<T>::encode(&held_(), buffer.data(), buffer.size(), nullptr, nullptr, 0);
     }
 
     // Appends the encoding to a std::vector<uint8_t>, a std::string or the like: it needs data(), size() and resize().
@@ -73,7 +76,7 @@ public:
         const std::size_t len = encoded_size();
         container.resize(before + len);
         std::uint8_t *const room = reinterpret_cast<std::uint8_t *>(container.data()) + before;
-        static_cast<void>(traits<T>::encode(&record_(), room, len, nullptr, nullptr, 0));
+        static_cast<void>(traits<T>::encode(&held_(), room, len, nullptr, nullptr, 0));
     }
 
     // Writes the encoding without the contents of bytes members, which segments lead to: in their order they are the encoding,
@@ -84,7 +87,7 @@ public:
                                               std::uint32_t &needed) const
     {
         needed = segments.size() < UINT32_MAX ? static_cast<std::uint32_t>(segments.size()) : UINT32_MAX;
-        return traits<T>::encode(&record_(), buffer.data(), buffer.size(), segments.data(), &needed, ZIDL_ZERO_COPY);
+        return traits<T>::encode(&held_(), buffer.data(), buffer.size(), segments.data(), &needed, ZIDL_ZERO_COPY);
     }
 };
 
@@ -93,14 +96,14 @@ template <class T>
 class view : public fields<T, view<T>>
 {
 public:
-    view(const T &record) : record_(&record) {}
+    view(const T &record) : held_(&record) {}
     view(const T &&) = delete;
 
-    const T &operator*() const { return *record_; }
-    const T *operator->() const { return record_; }
+    const T &operator*() const { return *held_; }
+    const T *operator->() const { return held_; }
 
 private:
-    const T *record_;
+    const T *held_;
 };
 
 // Fills in a record that outlives the editor. Borrows what its setters take, as a record<T> does.
@@ -108,14 +111,14 @@ template <class T>
 class editor : public setters<T, editor<T>>
 {
 public:
-    editor(T &record) : record_(&record) {}
+    editor(T &record) : held_(&record) {}
 
-    T &operator*() const { return *record_; }
-    T *operator->() const { return record_; }
-    operator view<T>() const { return view<T>(*record_); }
+    T &operator*() const { return *held_; }
+    T *operator->() const { return held_; }
+    operator view<T>() const { return view<T>(*held_); }
 
 private:
-    T *record_;
+    T *held_;
 };
 
 // A record to fill in. Setters of strings, bytes and arrays borrow: what they take, and whatever that points to, must outlive
@@ -142,7 +145,7 @@ private:
 // decode or duplicate, and when it has been moved from.
 //
 // It is read only, since its end releases whatever its pointers lead to. To change a message, fill in a record<T> made of it,
-// which borrows from it, and encode that or duplicate it into another message.
+// which borrows from it, and encode that or duplicate it into a message, this one or another.
 template <class T, class Memory = heap>
 class message : public fields<T, message<T, Memory>>
 {
@@ -178,18 +181,17 @@ public:
         return decode({input.data(), input.size()}, traits<T>::may_borrow ? std::uint32_t{ZIDL_ZERO_COPY} : 0);
     }
 
-    // Releases what the message held and makes it a deep copy of `source`: also of what that borrows, and of itself. A
-    // failure, for which there is but one reason, ZIDL_ERR_NO_MEMORY, leaves the message empty.
+    // Makes the message a deep copy of `source`, also of what that borrows, and releases what the message held: afterwards,
+    // since `source` may be this message's own record, or borrow from it. A failure, for which there is but one reason,
+    // ZIDL_ERR_NO_MEMORY, leaves the message empty.
     status duplicate(const T &source)
     {
-        if (&source == &held_.record) {
-            message copy(static_cast<const Memory &>(held_));
-            const status done = copy.duplicate(source);
-            *this = std::move(copy);
-            return done;
-        }
-        begin_(0);
-        return end_(traits<T>::duplicate(&held_.record, &source, held_.alloc_fn(), held_.alloc_ctx()));
+        if (!held_.owns && &source != &held_.record)
+            return fill_(source);
+        message copy(static_cast<const Memory &>(held_));
+        const status done = copy.fill_(source);
+        *this = std::move(copy);
+        return done;
     }
 
     // Releases what the message held.
@@ -229,6 +231,13 @@ private:
         begin_(flags);
         return end_(
             traits<T>::decode(&held_.record, input.data(), input.size(), held_.alloc_fn(), held_.alloc_ctx(), flags));
+    }
+
+    // Of a message that owns nothing.
+    status fill_(const T &source)
+    {
+        held_.owns = true;
+        return end_(traits<T>::duplicate(&held_.record, &source, held_.alloc_fn(), held_.alloc_ctx()));
     }
 
     // What comes next overwrites the record.

@@ -44,6 +44,8 @@ public:
 
     constexpr span() = default;
     constexpr span(T *data, std::size_t size) : data_(data), size_(size) {}
+    template <class Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
+    span(Number, std::size_t) = delete; // {0, 1} is no null pointer and a count
     template <class C, std::enable_if_t<member::holds<C, T>::value, int> = 0>
     constexpr span(C &container) : data_(std::data(container)), size_(std::size(container))
     {
@@ -110,6 +112,8 @@ class borrowed
 public:
     constexpr borrowed() = default;
     constexpr borrowed(const T *data, std::size_t size) : data_(data), size_(size) {}
+    template <class Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
+    borrowed(Number, std::size_t) = delete; // {0, 1} is no null pointer and a count
     template <class U, std::enable_if_t<std::is_same_v<std::remove_const_t<U>, T>, int> = 0>
     constexpr borrowed(span<U> elements) : data_(elements.data()), size_(elements.size())
     {

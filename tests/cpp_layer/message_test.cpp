@@ -173,6 +173,33 @@ TEST(cpp_message, a_copy_of_itself_owns_what_it_borrowed)
     EXPECT_EQ(held(from), 2u);
 }
 
+TEST(cpp_message, a_copy_of_a_record_that_borrows_from_it_is_whole)
+{
+    memory from;
+    proto_message proto(of(from));
+    ASSERT_TRUE(proto.decode(named_protocol));
+    zidl::record<zidl_ip_rib_proto_update> changed(*proto);
+    changed.set_proto_id(21);
+    ASSERT_TRUE(proto.duplicate(*changed));
+    EXPECT_EQ(proto.proto_id(), 21u);
+    EXPECT_EQ(proto.proto_name(), "bgp");
+    EXPECT_EQ(held(from), 1u);
+
+    memory for_one(1);
+    proto_message full(of(for_one));
+    ASSERT_TRUE(full.decode(named_protocol));
+    EXPECT_EQ(full.duplicate(*proto).code(), ZIDL_ERR_NO_MEMORY);
+    EXPECT_EQ(held(for_one), 0u);
+    EXPECT_TRUE(is_empty(full));
+}
+
+TEST(cpp_message, a_status_has_the_name_of_its_code)
+{
+    proto_message proto(zidl::functions(nullptr, nullptr, nullptr));
+    EXPECT_STREQ(proto.decode(bytes{0x08}).name(), "ZIDL_ERR_MALFORMED");
+    EXPECT_STREQ(zidl::status().name(), "ZIDL_OK");
+}
+
 TEST(cpp_message, one_in_an_arena_may_outlive_it)
 {
     auto *const arena = new zidl::arena;
@@ -241,6 +268,11 @@ static_assert(!std::is_convertible_v<bytes, zidl::borrowed<uint8_t>> &&
 static_assert(std::is_convertible_v<bytes, zidl::bytes>);
 static_assert(!std::is_convertible_v<std::string, zidl::text> && std::is_convertible_v<std::string &, zidl::text>);
 static_assert(!std::is_convertible_v<std::string_view, zidl::text>);
+// {0, 1} as the elements of an array, and false as a status, would say something else.
+static_assert(!std::is_constructible_v<zidl::bytes, int, size_t> &&
+              !std::is_constructible_v<zidl::borrowed<uint32_t>, int, size_t>);
+static_assert(std::is_constructible_v<zidl::bytes, std::nullptr_t, size_t>);
+static_assert(!std::is_convertible_v<bool, zidl::status> && std::is_convertible_v<int, zidl::status>);
 static_assert(!std::is_convertible_v<route_message, zidl::view<zidl_rib_route>>);
 static_assert(!std::is_assignable_v<decltype(*std::declval<route_message &>()), zidl_rib_route>, "read only");
 
