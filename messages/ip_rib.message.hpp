@@ -42,38 +42,38 @@ struct traits<zidl_ip_rib_proto_update> {
 template <class Self>
 class fields<zidl_ip_rib_proto_update, Self> : public encodable<zidl_ip_rib_proto_update, Self>
 {
-    const zidl_ip_rib_proto_update &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_proto_update &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_proto_id() const         { return zidl::member::has<0>(record_()); }
-    uint32_t         proto_id() const             { return zidl::member::value<0>(record_(), record_().proto_id); }
-    bool             has_proto_sub_id() const     { return zidl::member::has<1>(record_()); }
-    uint32_t         proto_sub_id() const         { return zidl::member::value<1>(record_(), record_().proto_sub_id); }
-    bool             has_proto_value() const      { return zidl::member::has<2>(record_()); }
-    uint64_t         proto_value() const          { return zidl::member::value<2>(record_(), record_().proto_value); }
-    bool             has_proto_name() const       { return zidl::member::has<3>(record_()); }
-    std::string_view proto_name() const           { return zidl::member::string<3>(record_(), record_().proto_name); }
-    bool             has_proto_extra_name() const { return zidl::member::has<4>(record_()); }
-    std::string_view proto_extra_name() const     { return zidl::member::string<4>(record_(), record_().proto_extra_name); }
+    bool             has_proto_id() const         { return zidl::member::has<0>(held_()); }
+    uint32_t         proto_id() const             { return zidl::member::value<0>(held_(), held_().proto_id); }
+    bool             has_proto_sub_id() const     { return zidl::member::has<1>(held_()); }
+    uint32_t         proto_sub_id() const         { return zidl::member::value<1>(held_(), held_().proto_sub_id); }
+    bool             has_proto_value() const      { return zidl::member::has<2>(held_()); }
+    uint64_t         proto_value() const          { return zidl::member::value<2>(held_(), held_().proto_value); }
+    bool             has_proto_name() const       { return zidl::member::has<3>(held_()); }
+    std::string_view proto_name() const           { return zidl::member::string<3>(held_(), held_().proto_name); }
+    bool             has_proto_extra_name() const { return zidl::member::has<4>(held_()); }
+    std::string_view proto_extra_name() const     { return zidl::member::string<4>(held_(), held_().proto_extra_name); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_proto_update, Self> : public fields<zidl_ip_rib_proto_update, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_proto_update &record_() { return *self_(); }
+    zidl_ip_rib_proto_update &held_() { return *self_(); }
 
 public:
-    Self &set_proto_id(uint32_t value)           { zidl::member::set<0>(record_(), record_().proto_id, value); return self_(); }
-    Self &clear_proto_id()                       { zidl::member::clear<0>(record_(), record_().proto_id); return self_(); }
-    Self &set_proto_sub_id(uint32_t value)       { zidl::member::set<1>(record_(), record_().proto_sub_id, value); return self_(); }
-    Self &clear_proto_sub_id()                   { zidl::member::clear<1>(record_(), record_().proto_sub_id); return self_(); }
-    Self &set_proto_value(uint64_t value)        { zidl::member::set<2>(record_(), record_().proto_value, value); return self_(); }
-    Self &clear_proto_value()                    { zidl::member::clear<2>(record_(), record_().proto_value); return self_(); }
-    Self &set_proto_name(zidl::text value)       { zidl::member::set<3>(record_(), record_().proto_name, value); return self_(); }
-    Self &clear_proto_name()                     { zidl::member::clear<3>(record_(), record_().proto_name); return self_(); }
-    Self &set_proto_extra_name(zidl::text value) { zidl::member::set<4>(record_(), record_().proto_extra_name, value); return self_(); }
-    Self &clear_proto_extra_name()               { zidl::member::clear<4>(record_(), record_().proto_extra_name); return self_(); }
+    Self &set_proto_id(uint32_t value)           { zidl::member::set<0>(held_(), held_().proto_id, value); return self_(); }
+    Self &clear_proto_id()                       { zidl::member::clear<0>(held_(), held_().proto_id); return self_(); }
+    Self &set_proto_sub_id(uint32_t value)       { zidl::member::set<1>(held_(), held_().proto_sub_id, value); return self_(); }
+    Self &clear_proto_sub_id()                   { zidl::member::clear<1>(held_(), held_().proto_sub_id); return self_(); }
+    Self &set_proto_value(uint64_t value)        { zidl::member::set<2>(held_(), held_().proto_value, value); return self_(); }
+    Self &clear_proto_value()                    { zidl::member::clear<2>(held_(), held_().proto_value); return self_(); }
+    Self &set_proto_name(zidl::text value)       { zidl::member::set<3>(held_(), held_().proto_name, value); return self_(); }
+    Self &clear_proto_name()                     { zidl::member::clear<3>(held_(), held_().proto_name); return self_(); }
+    Self &set_proto_extra_name(zidl::text value) { zidl::member::set<4>(held_(), held_().proto_extra_name, value); return self_(); }
+    Self &clear_proto_extra_name()               { zidl::member::clear<4>(held_(), held_().proto_extra_name); return self_(); }
 };
 
 // ip_rib_opaque
@@ -105,54 +105,54 @@ struct traits<zidl_ip_rib_opaque> {
 template <class Self>
 class fields<zidl_ip_rib_opaque, Self> : public encodable<zidl_ip_rib_opaque, Self>
 {
-    const zidl_ip_rib_opaque &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_opaque &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool        has_opaque_type() const   { return zidl::member::has<0>(record_()); }
-    uint32_t    opaque_type() const       { return zidl::member::value<0>(record_(), record_().opaque_type); }
-    bool        has_opaque_id() const     { return zidl::member::has<1>(record_()); }
-    uint32_t    opaque_id() const         { return zidl::member::value<1>(record_(), record_().opaque_id); }
-    bool        has_opaque_sub_id() const { return zidl::member::has<2>(record_()); }
-    uint32_t    opaque_sub_id() const     { return zidl::member::value<2>(record_(), record_().opaque_sub_id); }
-    bool        has_opaque_value() const  { return zidl::member::has<3>(record_()); }
-    uint32_t    opaque_value() const      { return zidl::member::value<3>(record_(), record_().opaque_value); }
-    bool        has_first_block() const   { return zidl::member::has<4>(record_()); }
-    zidl::bytes first_block() const       { return zidl::member::array<4>(record_(), record_().first_block, record_().first_block_size); }
-    bool        has_second_block() const  { return zidl::member::has<5>(record_()); }
-    zidl::bytes second_block() const      { return zidl::member::array<5>(record_(), record_().second_block, record_().second_block_size); }
+    bool        has_opaque_type() const   { return zidl::member::has<0>(held_()); }
+    uint32_t    opaque_type() const       { return zidl::member::value<0>(held_(), held_().opaque_type); }
+    bool        has_opaque_id() const     { return zidl::member::has<1>(held_()); }
+    uint32_t    opaque_id() const         { return zidl::member::value<1>(held_(), held_().opaque_id); }
+    bool        has_opaque_sub_id() const { return zidl::member::has<2>(held_()); }
+    uint32_t    opaque_sub_id() const     { return zidl::member::value<2>(held_(), held_().opaque_sub_id); }
+    bool        has_opaque_value() const  { return zidl::member::has<3>(held_()); }
+    uint32_t    opaque_value() const      { return zidl::member::value<3>(held_(), held_().opaque_value); }
+    bool        has_first_block() const   { return zidl::member::has<4>(held_()); }
+    zidl::bytes first_block() const       { return zidl::member::array<4>(held_(), held_().first_block, held_().first_block_size); }
+    bool        has_second_block() const  { return zidl::member::has<5>(held_()); }
+    zidl::bytes second_block() const      { return zidl::member::array<5>(held_(), held_().second_block, held_().second_block_size); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_opaque, Self> : public fields<zidl_ip_rib_opaque, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_opaque &record_() { return *self_(); }
+    zidl_ip_rib_opaque &held_() { return *self_(); }
 
 public:
     Self &set_opaque_type(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().opaque_type, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().opaque_type, value); return self_(); }
     Self &clear_opaque_type()
-        { zidl::member::clear<0>(record_(), record_().opaque_type); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().opaque_type); return self_(); }
     Self &set_opaque_id(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().opaque_id, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().opaque_id, value); return self_(); }
     Self &clear_opaque_id()
-        { zidl::member::clear<1>(record_(), record_().opaque_id); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().opaque_id); return self_(); }
     Self &set_opaque_sub_id(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().opaque_sub_id, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().opaque_sub_id, value); return self_(); }
     Self &clear_opaque_sub_id()
-        { zidl::member::clear<2>(record_(), record_().opaque_sub_id); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().opaque_sub_id); return self_(); }
     Self &set_opaque_value(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().opaque_value, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().opaque_value, value); return self_(); }
     Self &clear_opaque_value()
-        { zidl::member::clear<3>(record_(), record_().opaque_value); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().opaque_value); return self_(); }
     Self &set_first_block(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<4>(record_(), record_().first_block, record_().first_block_size, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().first_block, held_().first_block_size, value); return self_(); }
     Self &clear_first_block()
-        { zidl::member::clear<4>(record_(), record_().first_block, record_().first_block_size); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().first_block, held_().first_block_size); return self_(); }
     Self &set_second_block(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<5>(record_(), record_().second_block, record_().second_block_size, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().second_block, held_().second_block_size, value); return self_(); }
     Self &clear_second_block()
-        { zidl::member::clear<5>(record_(), record_().second_block, record_().second_block_size); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().second_block, held_().second_block_size); return self_(); }
 };
 
 // ip_rib_iid_evpn_vpws_ctx
@@ -185,30 +185,30 @@ struct traits<zidl_ip_rib_iid_evpn_vpws_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_iid_evpn_vpws_ctx, Self> : public encodable<zidl_ip_rib_iid_evpn_vpws_ctx, Self>
 {
-    const zidl_ip_rib_iid_evpn_vpws_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_iid_evpn_vpws_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_vpws_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t vpws_value_1() const     { return zidl::member::value<0>(record_(), record_().vpws_value_1); }
-    bool     has_vpws_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t vpws_value_2() const     { return zidl::member::value<1>(record_(), record_().vpws_value_2); }
-    bool     has_vpws_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t vpws_value_3() const     { return zidl::member::value<2>(record_(), record_().vpws_value_3); }
+    bool     has_vpws_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t vpws_value_1() const     { return zidl::member::value<0>(held_(), held_().vpws_value_1); }
+    bool     has_vpws_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t vpws_value_2() const     { return zidl::member::value<1>(held_(), held_().vpws_value_2); }
+    bool     has_vpws_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t vpws_value_3() const     { return zidl::member::value<2>(held_(), held_().vpws_value_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_iid_evpn_vpws_ctx, Self> : public fields<zidl_ip_rib_iid_evpn_vpws_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_iid_evpn_vpws_ctx &record_() { return *self_(); }
+    zidl_ip_rib_iid_evpn_vpws_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_vpws_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().vpws_value_1, value); return self_(); }
-    Self &clear_vpws_value_1()             { zidl::member::clear<0>(record_(), record_().vpws_value_1); return self_(); }
-    Self &set_vpws_value_2(uint32_t value) { zidl::member::set<1>(record_(), record_().vpws_value_2, value); return self_(); }
-    Self &clear_vpws_value_2()             { zidl::member::clear<1>(record_(), record_().vpws_value_2); return self_(); }
-    Self &set_vpws_value_3(uint32_t value) { zidl::member::set<2>(record_(), record_().vpws_value_3, value); return self_(); }
-    Self &clear_vpws_value_3()             { zidl::member::clear<2>(record_(), record_().vpws_value_3); return self_(); }
+    Self &set_vpws_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().vpws_value_1, value); return self_(); }
+    Self &clear_vpws_value_1()             { zidl::member::clear<0>(held_(), held_().vpws_value_1); return self_(); }
+    Self &set_vpws_value_2(uint32_t value) { zidl::member::set<1>(held_(), held_().vpws_value_2, value); return self_(); }
+    Self &clear_vpws_value_2()             { zidl::member::clear<1>(held_(), held_().vpws_value_2); return self_(); }
+    Self &set_vpws_value_3(uint32_t value) { zidl::member::set<2>(held_(), held_().vpws_value_3, value); return self_(); }
+    Self &clear_vpws_value_3()             { zidl::member::clear<2>(held_(), held_().vpws_value_3); return self_(); }
 };
 
 // ip_rib_iid_evpn_elan_ctx
@@ -243,60 +243,60 @@ struct traits<zidl_ip_rib_iid_evpn_elan_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_iid_evpn_elan_ctx, Self> : public encodable<zidl_ip_rib_iid_evpn_elan_ctx, Self>
 {
-    const zidl_ip_rib_iid_evpn_elan_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_iid_evpn_elan_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool        has_ctx_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t    ctx_value_1() const     { return zidl::member::value<0>(record_(), record_().ctx_value_1); }
-    bool        has_ctx_bytes_2() const { return zidl::member::has<1>(record_()); }
-    zidl::bytes ctx_bytes_2() const     { return zidl::member::array<1>(record_(), record_().ctx_bytes_2, record_().ctx_bytes_2_size); }
-    bool        has_ctx_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t    ctx_value_3() const     { return zidl::member::value<2>(record_(), record_().ctx_value_3); }
-    bool        has_ctx_value_4() const { return zidl::member::has<3>(record_()); }
-    uint32_t    ctx_value_4() const     { return zidl::member::value<3>(record_(), record_().ctx_value_4); }
-    bool        has_ctx_bytes_5() const { return zidl::member::has<4>(record_()); }
-    zidl::bytes ctx_bytes_5() const     { return zidl::member::array<4>(record_(), record_().ctx_bytes_5, record_().ctx_bytes_5_size); }
-    bool        has_ctx_value_6() const { return zidl::member::has<5>(record_()); }
-    uint32_t    ctx_value_6() const     { return zidl::member::value<5>(record_(), record_().ctx_value_6); }
-    bool        has_ctx_value_7() const { return zidl::member::has<6>(record_()); }
-    uint32_t    ctx_value_7() const     { return zidl::member::value<6>(record_(), record_().ctx_value_7); }
+    bool        has_ctx_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t    ctx_value_1() const     { return zidl::member::value<0>(held_(), held_().ctx_value_1); }
+    bool        has_ctx_bytes_2() const { return zidl::member::has<1>(held_()); }
+    zidl::bytes ctx_bytes_2() const     { return zidl::member::array<1>(held_(), held_().ctx_bytes_2, held_().ctx_bytes_2_size); }
+    bool        has_ctx_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t    ctx_value_3() const     { return zidl::member::value<2>(held_(), held_().ctx_value_3); }
+    bool        has_ctx_value_4() const { return zidl::member::has<3>(held_()); }
+    uint32_t    ctx_value_4() const     { return zidl::member::value<3>(held_(), held_().ctx_value_4); }
+    bool        has_ctx_bytes_5() const { return zidl::member::has<4>(held_()); }
+    zidl::bytes ctx_bytes_5() const     { return zidl::member::array<4>(held_(), held_().ctx_bytes_5, held_().ctx_bytes_5_size); }
+    bool        has_ctx_value_6() const { return zidl::member::has<5>(held_()); }
+    uint32_t    ctx_value_6() const     { return zidl::member::value<5>(held_(), held_().ctx_value_6); }
+    bool        has_ctx_value_7() const { return zidl::member::has<6>(held_()); }
+    uint32_t    ctx_value_7() const     { return zidl::member::value<6>(held_(), held_().ctx_value_7); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_iid_evpn_elan_ctx, Self> : public fields<zidl_ip_rib_iid_evpn_elan_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_iid_evpn_elan_ctx &record_() { return *self_(); }
+    zidl_ip_rib_iid_evpn_elan_ctx &held_() { return *self_(); }
 
 public:
     Self &set_ctx_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().ctx_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().ctx_value_1, value); return self_(); }
     Self &clear_ctx_value_1()
-        { zidl::member::clear<0>(record_(), record_().ctx_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().ctx_value_1); return self_(); }
     Self &set_ctx_bytes_2(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<1>(record_(), record_().ctx_bytes_2, record_().ctx_bytes_2_size, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().ctx_bytes_2, held_().ctx_bytes_2_size, value); return self_(); }
     Self &clear_ctx_bytes_2()
-        { zidl::member::clear<1>(record_(), record_().ctx_bytes_2, record_().ctx_bytes_2_size); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().ctx_bytes_2, held_().ctx_bytes_2_size); return self_(); }
     Self &set_ctx_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().ctx_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().ctx_value_3, value); return self_(); }
     Self &clear_ctx_value_3()
-        { zidl::member::clear<2>(record_(), record_().ctx_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().ctx_value_3); return self_(); }
     Self &set_ctx_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().ctx_value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().ctx_value_4, value); return self_(); }
     Self &clear_ctx_value_4()
-        { zidl::member::clear<3>(record_(), record_().ctx_value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().ctx_value_4); return self_(); }
     Self &set_ctx_bytes_5(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<4>(record_(), record_().ctx_bytes_5, record_().ctx_bytes_5_size, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().ctx_bytes_5, held_().ctx_bytes_5_size, value); return self_(); }
     Self &clear_ctx_bytes_5()
-        { zidl::member::clear<4>(record_(), record_().ctx_bytes_5, record_().ctx_bytes_5_size); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().ctx_bytes_5, held_().ctx_bytes_5_size); return self_(); }
     Self &set_ctx_value_6(uint32_t value)
-        { zidl::member::set<5>(record_(), record_().ctx_value_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().ctx_value_6, value); return self_(); }
     Self &clear_ctx_value_6()
-        { zidl::member::clear<5>(record_(), record_().ctx_value_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().ctx_value_6); return self_(); }
     Self &set_ctx_value_7(uint32_t value)
-        { zidl::member::set<6>(record_(), record_().ctx_value_7, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().ctx_value_7, value); return self_(); }
     Self &clear_ctx_value_7()
-        { zidl::member::clear<6>(record_(), record_().ctx_value_7); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().ctx_value_7); return self_(); }
 };
 
 // ip_rib_iid_l2vpn_ip_tunnel_ctx
@@ -331,60 +331,60 @@ struct traits<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, Self> : public encodable<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, Self>
 {
-    const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool        has_ctx_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t    ctx_value_1() const     { return zidl::member::value<0>(record_(), record_().ctx_value_1); }
-    bool        has_ctx_bytes_2() const { return zidl::member::has<1>(record_()); }
-    zidl::bytes ctx_bytes_2() const     { return zidl::member::array<1>(record_(), record_().ctx_bytes_2, record_().ctx_bytes_2_size); }
-    bool        has_ctx_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t    ctx_value_3() const     { return zidl::member::value<2>(record_(), record_().ctx_value_3); }
-    bool        has_ctx_value_4() const { return zidl::member::has<3>(record_()); }
-    uint32_t    ctx_value_4() const     { return zidl::member::value<3>(record_(), record_().ctx_value_4); }
-    bool        has_ctx_bytes_5() const { return zidl::member::has<4>(record_()); }
-    zidl::bytes ctx_bytes_5() const     { return zidl::member::array<4>(record_(), record_().ctx_bytes_5, record_().ctx_bytes_5_size); }
-    bool        has_ctx_value_6() const { return zidl::member::has<5>(record_()); }
-    uint32_t    ctx_value_6() const     { return zidl::member::value<5>(record_(), record_().ctx_value_6); }
-    bool        has_ctx_value_7() const { return zidl::member::has<6>(record_()); }
-    uint32_t    ctx_value_7() const     { return zidl::member::value<6>(record_(), record_().ctx_value_7); }
+    bool        has_ctx_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t    ctx_value_1() const     { return zidl::member::value<0>(held_(), held_().ctx_value_1); }
+    bool        has_ctx_bytes_2() const { return zidl::member::has<1>(held_()); }
+    zidl::bytes ctx_bytes_2() const     { return zidl::member::array<1>(held_(), held_().ctx_bytes_2, held_().ctx_bytes_2_size); }
+    bool        has_ctx_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t    ctx_value_3() const     { return zidl::member::value<2>(held_(), held_().ctx_value_3); }
+    bool        has_ctx_value_4() const { return zidl::member::has<3>(held_()); }
+    uint32_t    ctx_value_4() const     { return zidl::member::value<3>(held_(), held_().ctx_value_4); }
+    bool        has_ctx_bytes_5() const { return zidl::member::has<4>(held_()); }
+    zidl::bytes ctx_bytes_5() const     { return zidl::member::array<4>(held_(), held_().ctx_bytes_5, held_().ctx_bytes_5_size); }
+    bool        has_ctx_value_6() const { return zidl::member::has<5>(held_()); }
+    uint32_t    ctx_value_6() const     { return zidl::member::value<5>(held_(), held_().ctx_value_6); }
+    bool        has_ctx_value_7() const { return zidl::member::has<6>(held_()); }
+    uint32_t    ctx_value_7() const     { return zidl::member::value<6>(held_(), held_().ctx_value_7); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, Self> : public fields<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &record_() { return *self_(); }
+    zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &held_() { return *self_(); }
 
 public:
     Self &set_ctx_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().ctx_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().ctx_value_1, value); return self_(); }
     Self &clear_ctx_value_1()
-        { zidl::member::clear<0>(record_(), record_().ctx_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().ctx_value_1); return self_(); }
     Self &set_ctx_bytes_2(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<1>(record_(), record_().ctx_bytes_2, record_().ctx_bytes_2_size, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().ctx_bytes_2, held_().ctx_bytes_2_size, value); return self_(); }
     Self &clear_ctx_bytes_2()
-        { zidl::member::clear<1>(record_(), record_().ctx_bytes_2, record_().ctx_bytes_2_size); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().ctx_bytes_2, held_().ctx_bytes_2_size); return self_(); }
     Self &set_ctx_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().ctx_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().ctx_value_3, value); return self_(); }
     Self &clear_ctx_value_3()
-        { zidl::member::clear<2>(record_(), record_().ctx_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().ctx_value_3); return self_(); }
     Self &set_ctx_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().ctx_value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().ctx_value_4, value); return self_(); }
     Self &clear_ctx_value_4()
-        { zidl::member::clear<3>(record_(), record_().ctx_value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().ctx_value_4); return self_(); }
     Self &set_ctx_bytes_5(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<4>(record_(), record_().ctx_bytes_5, record_().ctx_bytes_5_size, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().ctx_bytes_5, held_().ctx_bytes_5_size, value); return self_(); }
     Self &clear_ctx_bytes_5()
-        { zidl::member::clear<4>(record_(), record_().ctx_bytes_5, record_().ctx_bytes_5_size); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().ctx_bytes_5, held_().ctx_bytes_5_size); return self_(); }
     Self &set_ctx_value_6(uint32_t value)
-        { zidl::member::set<5>(record_(), record_().ctx_value_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().ctx_value_6, value); return self_(); }
     Self &clear_ctx_value_6()
-        { zidl::member::clear<5>(record_(), record_().ctx_value_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().ctx_value_6); return self_(); }
     Self &set_ctx_value_7(uint32_t value)
-        { zidl::member::set<6>(record_(), record_().ctx_value_7, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().ctx_value_7, value); return self_(); }
     Self &clear_ctx_value_7()
-        { zidl::member::clear<6>(record_(), record_().ctx_value_7); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().ctx_value_7); return self_(); }
 };
 
 // ip_rib_iid_lss_ctx
@@ -418,66 +418,66 @@ struct traits<zidl_ip_rib_iid_lss_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_iid_lss_ctx, Self> : public encodable<zidl_ip_rib_iid_lss_ctx, Self>
 {
-    const zidl_ip_rib_iid_lss_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_iid_lss_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                          has_lss_value_1() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                      lss_value_1() const
-        { return zidl::member::value<0>(record_(), record_().lss_value_1); }
+        { return zidl::member::value<0>(held_(), held_().lss_value_1); }
     bool                          has_lss_value_2() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     uint32_t                      lss_value_2() const
-        { return zidl::member::value<1>(record_(), record_().lss_value_2); }
+        { return zidl::member::value<1>(held_(), held_().lss_value_2); }
     bool                          has_lss_value_3() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     uint32_t                      lss_value_3() const
-        { return zidl::member::value<2>(record_(), record_().lss_value_3); }
+        { return zidl::member::value<2>(held_(), held_().lss_value_3); }
     bool                          has_lss_value_4() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     uint32_t                      lss_value_4() const
-        { return zidl::member::value<3>(record_(), record_().lss_value_4); }
+        { return zidl::member::value<3>(held_(), held_().lss_value_4); }
     bool                          has_lss_bytes() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     zidl::bytes                   lss_bytes() const
-        { return zidl::member::array<4>(record_(), record_().lss_bytes, record_().lss_bytes_size); }
+        { return zidl::member::array<4>(held_(), held_().lss_bytes, held_().lss_bytes_size); }
     bool                          has_lss_prefixes() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     zidl::views<zidl_srv6_prefix> lss_prefixes() const
-        { return zidl::member::messages<5>(record_(), record_().lss_prefixes, record_().lss_prefixes_count); }
+        { return zidl::member::messages<5>(held_(), held_().lss_prefixes, held_().lss_prefixes_count); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_iid_lss_ctx, Self> : public fields<zidl_ip_rib_iid_lss_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_iid_lss_ctx &record_() { return *self_(); }
+    zidl_ip_rib_iid_lss_ctx &held_() { return *self_(); }
 
 public:
     Self &set_lss_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().lss_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().lss_value_1, value); return self_(); }
     Self &clear_lss_value_1()
-        { zidl::member::clear<0>(record_(), record_().lss_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().lss_value_1); return self_(); }
     Self &set_lss_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().lss_value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().lss_value_2, value); return self_(); }
     Self &clear_lss_value_2()
-        { zidl::member::clear<1>(record_(), record_().lss_value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().lss_value_2); return self_(); }
     Self &set_lss_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().lss_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().lss_value_3, value); return self_(); }
     Self &clear_lss_value_3()
-        { zidl::member::clear<2>(record_(), record_().lss_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().lss_value_3); return self_(); }
     Self &set_lss_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().lss_value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().lss_value_4, value); return self_(); }
     Self &clear_lss_value_4()
-        { zidl::member::clear<3>(record_(), record_().lss_value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().lss_value_4); return self_(); }
     Self &set_lss_bytes(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<4>(record_(), record_().lss_bytes, record_().lss_bytes_size, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().lss_bytes, held_().lss_bytes_size, value); return self_(); }
     Self &clear_lss_bytes()
-        { zidl::member::clear<4>(record_(), record_().lss_bytes, record_().lss_bytes_size); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().lss_bytes, held_().lss_bytes_size); return self_(); }
     Self &set_lss_prefixes(zidl::borrowed<zidl_srv6_prefix> value)
-        { zidl::member::set<5>(record_(), record_().lss_prefixes, record_().lss_prefixes_count, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().lss_prefixes, held_().lss_prefixes_count, value); return self_(); }
     Self &clear_lss_prefixes()
-        { zidl::member::clear<5>(record_(), record_().lss_prefixes, record_().lss_prefixes_count); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().lss_prefixes, held_().lss_prefixes_count); return self_(); }
 };
 
 // ip_rib_iid_aft_nhg_ctx
@@ -509,26 +509,26 @@ struct traits<zidl_ip_rib_iid_aft_nhg_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_iid_aft_nhg_ctx, Self> : public encodable<zidl_ip_rib_iid_aft_nhg_ctx, Self>
 {
-    const zidl_ip_rib_iid_aft_nhg_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_iid_aft_nhg_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_aft_nhg_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t aft_nhg_value_1() const     { return zidl::member::value<0>(record_(), record_().aft_nhg_value_1); }
-    bool     has_aft_nhg_id() const      { return zidl::member::has<1>(record_()); }
-    uint64_t aft_nhg_id() const          { return zidl::member::value<1>(record_(), record_().aft_nhg_id); }
+    bool     has_aft_nhg_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t aft_nhg_value_1() const     { return zidl::member::value<0>(held_(), held_().aft_nhg_value_1); }
+    bool     has_aft_nhg_id() const      { return zidl::member::has<1>(held_()); }
+    uint64_t aft_nhg_id() const          { return zidl::member::value<1>(held_(), held_().aft_nhg_id); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_iid_aft_nhg_ctx, Self> : public fields<zidl_ip_rib_iid_aft_nhg_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_iid_aft_nhg_ctx &record_() { return *self_(); }
+    zidl_ip_rib_iid_aft_nhg_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_aft_nhg_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().aft_nhg_value_1, value); return self_(); }
-    Self &clear_aft_nhg_value_1()             { zidl::member::clear<0>(record_(), record_().aft_nhg_value_1); return self_(); }
-    Self &set_aft_nhg_id(uint64_t value)      { zidl::member::set<1>(record_(), record_().aft_nhg_id, value); return self_(); }
-    Self &clear_aft_nhg_id()                  { zidl::member::clear<1>(record_(), record_().aft_nhg_id); return self_(); }
+    Self &set_aft_nhg_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().aft_nhg_value_1, value); return self_(); }
+    Self &clear_aft_nhg_value_1()             { zidl::member::clear<0>(held_(), held_().aft_nhg_value_1); return self_(); }
+    Self &set_aft_nhg_id(uint64_t value)      { zidl::member::set<1>(held_(), held_().aft_nhg_id, value); return self_(); }
+    Self &clear_aft_nhg_id()                  { zidl::member::clear<1>(held_(), held_().aft_nhg_id); return self_(); }
 };
 
 // ip_rib_iid_sl_id_ctx
@@ -561,34 +561,34 @@ struct traits<zidl_ip_rib_iid_sl_id_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_iid_sl_id_ctx, Self> : public encodable<zidl_ip_rib_iid_sl_id_ctx, Self>
 {
-    const zidl_ip_rib_iid_sl_id_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_iid_sl_id_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_sl_id_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         sl_id_value_1() const     { return zidl::member::value<0>(record_(), record_().sl_id_value_1); }
-    bool             has_sl_id_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         sl_id_value_2() const     { return zidl::member::value<1>(record_(), record_().sl_id_value_2); }
-    bool             has_sl_id_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t         sl_id_value_3() const     { return zidl::member::value<2>(record_(), record_().sl_id_value_3); }
-    bool             has_sl_id_name() const    { return zidl::member::has<3>(record_()); }
-    std::string_view sl_id_name() const        { return zidl::member::string<3>(record_(), record_().sl_id_name); }
+    bool             has_sl_id_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         sl_id_value_1() const     { return zidl::member::value<0>(held_(), held_().sl_id_value_1); }
+    bool             has_sl_id_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         sl_id_value_2() const     { return zidl::member::value<1>(held_(), held_().sl_id_value_2); }
+    bool             has_sl_id_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t         sl_id_value_3() const     { return zidl::member::value<2>(held_(), held_().sl_id_value_3); }
+    bool             has_sl_id_name() const    { return zidl::member::has<3>(held_()); }
+    std::string_view sl_id_name() const        { return zidl::member::string<3>(held_(), held_().sl_id_name); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_iid_sl_id_ctx, Self> : public fields<zidl_ip_rib_iid_sl_id_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_iid_sl_id_ctx &record_() { return *self_(); }
+    zidl_ip_rib_iid_sl_id_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_sl_id_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().sl_id_value_1, value); return self_(); }
-    Self &clear_sl_id_value_1()             { zidl::member::clear<0>(record_(), record_().sl_id_value_1); return self_(); }
-    Self &set_sl_id_value_2(uint32_t value) { zidl::member::set<1>(record_(), record_().sl_id_value_2, value); return self_(); }
-    Self &clear_sl_id_value_2()             { zidl::member::clear<1>(record_(), record_().sl_id_value_2); return self_(); }
-    Self &set_sl_id_value_3(uint32_t value) { zidl::member::set<2>(record_(), record_().sl_id_value_3, value); return self_(); }
-    Self &clear_sl_id_value_3()             { zidl::member::clear<2>(record_(), record_().sl_id_value_3); return self_(); }
-    Self &set_sl_id_name(zidl::text value)  { zidl::member::set<3>(record_(), record_().sl_id_name, value); return self_(); }
-    Self &clear_sl_id_name()                { zidl::member::clear<3>(record_(), record_().sl_id_name); return self_(); }
+    Self &set_sl_id_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().sl_id_value_1, value); return self_(); }
+    Self &clear_sl_id_value_1()             { zidl::member::clear<0>(held_(), held_().sl_id_value_1); return self_(); }
+    Self &set_sl_id_value_2(uint32_t value) { zidl::member::set<1>(held_(), held_().sl_id_value_2, value); return self_(); }
+    Self &clear_sl_id_value_2()             { zidl::member::clear<1>(held_(), held_().sl_id_value_2); return self_(); }
+    Self &set_sl_id_value_3(uint32_t value) { zidl::member::set<2>(held_(), held_().sl_id_value_3, value); return self_(); }
+    Self &clear_sl_id_value_3()             { zidl::member::clear<2>(held_(), held_().sl_id_value_3); return self_(); }
+    Self &set_sl_id_name(zidl::text value)  { zidl::member::set<3>(held_(), held_().sl_id_name, value); return self_(); }
+    Self &clear_sl_id_name()                { zidl::member::clear<3>(held_(), held_().sl_id_name); return self_(); }
 };
 
 // ip_rib_iid_ctx
@@ -620,98 +620,98 @@ struct traits<zidl_ip_rib_iid_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_iid_ctx, Self> : public encodable<zidl_ip_rib_iid_ctx, Self>
 {
-    const zidl_ip_rib_iid_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_iid_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                            has_iid_ctx_kind() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                                        iid_ctx_kind() const
-        { return zidl::member::value<0>(record_(), record_().iid_ctx_kind); }
+        { return zidl::member::value<0>(held_(), held_().iid_ctx_kind); }
     bool                                            has_evpn_vpws() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::view<zidl_ip_rib_iid_evpn_vpws_ctx>       evpn_vpws() const
-        { return record_().evpn_vpws; }
+        { return held_().evpn_vpws; }
     bool                                            has_lss() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     zidl::view<zidl_ip_rib_iid_lss_ctx>             lss() const
-        { return record_().lss; }
+        { return held_().lss; }
     bool                                            has_evpn_elan() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     zidl::view<zidl_ip_rib_iid_evpn_elan_ctx>       evpn_elan() const
-        { return record_().evpn_elan; }
+        { return held_().evpn_elan; }
     bool                                            has_aft_nhg() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     zidl::view<zidl_ip_rib_iid_aft_nhg_ctx>         aft_nhg() const
-        { return record_().aft_nhg; }
+        { return held_().aft_nhg; }
     bool                                            has_l2vpn_ip_tunnel() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     zidl::view<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx> l2vpn_ip_tunnel() const
-        { return record_().l2vpn_ip_tunnel; }
+        { return held_().l2vpn_ip_tunnel; }
     bool                                            has_sl_id() const
-        { return zidl::member::has<6>(record_()); }
+        { return zidl::member::has<6>(held_()); }
     zidl::view<zidl_ip_rib_iid_sl_id_ctx>           sl_id() const
-        { return record_().sl_id; }
+        { return held_().sl_id; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_iid_ctx, Self> : public fields<zidl_ip_rib_iid_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_iid_ctx &record_() { return *self_(); }
+    zidl_ip_rib_iid_ctx &held_() { return *self_(); }
 
 public:
     Self &set_iid_ctx_kind(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().iid_ctx_kind, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().iid_ctx_kind, value); return self_(); }
     Self &clear_iid_ctx_kind()
-        { zidl::member::clear<0>(record_(), record_().iid_ctx_kind); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().iid_ctx_kind); return self_(); }
     Self &set_evpn_vpws(const zidl_ip_rib_iid_evpn_vpws_ctx &value)
-        { zidl::member::set<1>(record_(), record_().evpn_vpws, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().evpn_vpws, value); return self_(); }
     Self &clear_evpn_vpws()
-        { zidl::member::clear<1>(record_(), record_().evpn_vpws); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().evpn_vpws); return self_(); }
     Self &mark_evpn_vpws()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_iid_evpn_vpws_ctx> edit_evpn_vpws()
-        { return record_().evpn_vpws; }
+        { return held_().evpn_vpws; }
     Self &set_lss(const zidl_ip_rib_iid_lss_ctx &value)
-        { zidl::member::set<2>(record_(), record_().lss, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().lss, value); return self_(); }
     Self &clear_lss()
-        { zidl::member::clear<2>(record_(), record_().lss); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().lss); return self_(); }
     Self &mark_lss()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_iid_lss_ctx> edit_lss()
-        { return record_().lss; }
+        { return held_().lss; }
     Self &set_evpn_elan(const zidl_ip_rib_iid_evpn_elan_ctx &value)
-        { zidl::member::set<3>(record_(), record_().evpn_elan, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().evpn_elan, value); return self_(); }
     Self &clear_evpn_elan()
-        { zidl::member::clear<3>(record_(), record_().evpn_elan); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().evpn_elan); return self_(); }
     Self &mark_evpn_elan()
-        { zidl::member::mark<3>(record_()); return self_(); }
+        { zidl::member::mark<3>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_iid_evpn_elan_ctx> edit_evpn_elan()
-        { return record_().evpn_elan; }
+        { return held_().evpn_elan; }
     Self &set_aft_nhg(const zidl_ip_rib_iid_aft_nhg_ctx &value)
-        { zidl::member::set<4>(record_(), record_().aft_nhg, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().aft_nhg, value); return self_(); }
     Self &clear_aft_nhg()
-        { zidl::member::clear<4>(record_(), record_().aft_nhg); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().aft_nhg); return self_(); }
     Self &mark_aft_nhg()
-        { zidl::member::mark<4>(record_()); return self_(); }
+        { zidl::member::mark<4>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_iid_aft_nhg_ctx> edit_aft_nhg()
-        { return record_().aft_nhg; }
+        { return held_().aft_nhg; }
     Self &set_l2vpn_ip_tunnel(const zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx &value)
-        { zidl::member::set<5>(record_(), record_().l2vpn_ip_tunnel, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().l2vpn_ip_tunnel, value); return self_(); }
     Self &clear_l2vpn_ip_tunnel()
-        { zidl::member::clear<5>(record_(), record_().l2vpn_ip_tunnel); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().l2vpn_ip_tunnel); return self_(); }
     Self &mark_l2vpn_ip_tunnel()
-        { zidl::member::mark<5>(record_()); return self_(); }
+        { zidl::member::mark<5>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_iid_l2vpn_ip_tunnel_ctx> edit_l2vpn_ip_tunnel()
-        { return record_().l2vpn_ip_tunnel; }
+        { return held_().l2vpn_ip_tunnel; }
     Self &set_sl_id(const zidl_ip_rib_iid_sl_id_ctx &value)
-        { zidl::member::set<6>(record_(), record_().sl_id, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().sl_id, value); return self_(); }
     Self &clear_sl_id()
-        { zidl::member::clear<6>(record_(), record_().sl_id); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().sl_id); return self_(); }
     Self &mark_sl_id()
-        { zidl::member::mark<6>(record_()); return self_(); }
+        { zidl::member::mark<6>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_iid_sl_id_ctx> edit_sl_id()
-        { return record_().sl_id; }
+        { return held_().sl_id; }
 };
 
 // ip_rib_iid_update
@@ -745,62 +745,62 @@ struct traits<zidl_ip_rib_iid_update> {
 template <class Self>
 class fields<zidl_ip_rib_iid_update, Self> : public encodable<zidl_ip_rib_iid_update, Self>
 {
-    const zidl_ip_rib_iid_update &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_iid_update &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                            has_iid_ctx() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     zidl::view<zidl_ip_rib_iid_ctx> iid_ctx() const
-        { return record_().iid_ctx; }
+        { return held_().iid_ctx; }
     bool                            has_iid_update_flag_2() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     bool                            iid_update_flag_2() const
-        { return zidl::member::value<1>(record_(), record_().iid_update_flag_2) != 0; }
+        { return zidl::member::value<1>(held_(), held_().iid_update_flag_2) != 0; }
     bool                            has_iid_update_value_3() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     uint32_t                        iid_update_value_3() const
-        { return zidl::member::value<2>(record_(), record_().iid_update_value_3); }
+        { return zidl::member::value<2>(held_(), held_().iid_update_value_3); }
     bool                            has_iid_update_value_4() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     uint32_t                        iid_update_value_4() const
-        { return zidl::member::value<3>(record_(), record_().iid_update_value_4); }
+        { return zidl::member::value<3>(held_(), held_().iid_update_value_4); }
     bool                            has_iid_update_flag_5() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     bool                            iid_update_flag_5() const
-        { return zidl::member::value<4>(record_(), record_().iid_update_flag_5) != 0; }
+        { return zidl::member::value<4>(held_(), held_().iid_update_flag_5) != 0; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_iid_update, Self> : public fields<zidl_ip_rib_iid_update, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_iid_update &record_() { return *self_(); }
+    zidl_ip_rib_iid_update &held_() { return *self_(); }
 
 public:
     Self &set_iid_ctx(const zidl_ip_rib_iid_ctx &value)
-        { zidl::member::set<0>(record_(), record_().iid_ctx, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().iid_ctx, value); return self_(); }
     Self &clear_iid_ctx()
-        { zidl::member::clear<0>(record_(), record_().iid_ctx); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().iid_ctx); return self_(); }
     Self &mark_iid_ctx()
-        { zidl::member::mark<0>(record_()); return self_(); }
+        { zidl::member::mark<0>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_iid_ctx> edit_iid_ctx()
-        { return record_().iid_ctx; }
+        { return held_().iid_ctx; }
     Self &set_iid_update_flag_2(bool value)
-        { zidl::member::set<1>(record_(), record_().iid_update_flag_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().iid_update_flag_2, value); return self_(); }
     Self &clear_iid_update_flag_2()
-        { zidl::member::clear<1>(record_(), record_().iid_update_flag_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().iid_update_flag_2); return self_(); }
     Self &set_iid_update_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().iid_update_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().iid_update_value_3, value); return self_(); }
     Self &clear_iid_update_value_3()
-        { zidl::member::clear<2>(record_(), record_().iid_update_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().iid_update_value_3); return self_(); }
     Self &set_iid_update_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().iid_update_value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().iid_update_value_4, value); return self_(); }
     Self &clear_iid_update_value_4()
-        { zidl::member::clear<3>(record_(), record_().iid_update_value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().iid_update_value_4); return self_(); }
     Self &set_iid_update_flag_5(bool value)
-        { zidl::member::set<4>(record_(), record_().iid_update_flag_5, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().iid_update_flag_5, value); return self_(); }
     Self &clear_iid_update_flag_5()
-        { zidl::member::clear<4>(record_(), record_().iid_update_flag_5); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().iid_update_flag_5); return self_(); }
 };
 
 } // namespace zidl

@@ -42,32 +42,32 @@ struct traits<zidl_ip_rib_srv6_sid_info> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_sid_info, Self> : public encodable<zidl_ip_rib_srv6_sid_info, Self>
 {
-    const zidl_ip_rib_srv6_sid_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_sid_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t                            value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool                                has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t                            value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool                                has_sid() const     { return zidl::member::has<2>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_prefix> sid() const         { return record_().sid; }
+    bool                                has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t                            value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool                                has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t                            value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool                                has_sid() const     { return zidl::member::has<2>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_prefix> sid() const         { return held_().sid; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_sid_info, Self> : public fields<zidl_ip_rib_srv6_sid_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_sid_info &record_() { return *self_(); }
+    zidl_ip_rib_srv6_sid_info &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)                   { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()                               { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)                   { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()                               { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_sid(const zidl_ip_rib_srv6_prefix &value) { zidl::member::set<2>(record_(), record_().sid, value); return self_(); }
-    Self &clear_sid()                                   { zidl::member::clear<2>(record_(), record_().sid); return self_(); }
-    Self &mark_sid()                                    { zidl::member::mark<2>(record_()); return self_(); }
-    zidl::editor<zidl_ip_rib_srv6_prefix> edit_sid()    { return record_().sid; }
+    Self &set_value_1(uint32_t value)                   { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()                               { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)                   { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()                               { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_sid(const zidl_ip_rib_srv6_prefix &value) { zidl::member::set<2>(held_(), held_().sid, value); return self_(); }
+    Self &clear_sid()                                   { zidl::member::clear<2>(held_(), held_().sid); return self_(); }
+    Self &mark_sid()                                    { zidl::member::mark<2>(held_()); return self_(); }
+    zidl::editor<zidl_ip_rib_srv6_prefix> edit_sid()    { return held_().sid; }
 };
 
 // ip_rib_srv6_lib_ranges
@@ -102,50 +102,50 @@ struct traits<zidl_ip_rib_srv6_lib_ranges> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_lib_ranges, Self> : public encodable<zidl_ip_rib_srv6_lib_ranges, Self>
 {
-    const zidl_ip_rib_srv6_lib_ranges &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_lib_ranges &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool     has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool     has_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t value_3() const     { return zidl::member::value<2>(record_(), record_().value_3); }
-    bool     has_value_4() const { return zidl::member::has<3>(record_()); }
-    uint32_t value_4() const     { return zidl::member::value<3>(record_(), record_().value_4); }
-    bool     has_value_5() const { return zidl::member::has<4>(record_()); }
-    uint32_t value_5() const     { return zidl::member::value<4>(record_(), record_().value_5); }
-    bool     has_value_6() const { return zidl::member::has<5>(record_()); }
-    uint32_t value_6() const     { return zidl::member::value<5>(record_(), record_().value_6); }
-    bool     has_value_7() const { return zidl::member::has<6>(record_()); }
-    uint32_t value_7() const     { return zidl::member::value<6>(record_(), record_().value_7); }
-    bool     has_value_8() const { return zidl::member::has<7>(record_()); }
-    uint32_t value_8() const     { return zidl::member::value<7>(record_(), record_().value_8); }
+    bool     has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool     has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool     has_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t value_3() const     { return zidl::member::value<2>(held_(), held_().value_3); }
+    bool     has_value_4() const { return zidl::member::has<3>(held_()); }
+    uint32_t value_4() const     { return zidl::member::value<3>(held_(), held_().value_4); }
+    bool     has_value_5() const { return zidl::member::has<4>(held_()); }
+    uint32_t value_5() const     { return zidl::member::value<4>(held_(), held_().value_5); }
+    bool     has_value_6() const { return zidl::member::has<5>(held_()); }
+    uint32_t value_6() const     { return zidl::member::value<5>(held_(), held_().value_6); }
+    bool     has_value_7() const { return zidl::member::has<6>(held_()); }
+    uint32_t value_7() const     { return zidl::member::value<6>(held_(), held_().value_7); }
+    bool     has_value_8() const { return zidl::member::has<7>(held_()); }
+    uint32_t value_8() const     { return zidl::member::value<7>(held_(), held_().value_8); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_lib_ranges, Self> : public fields<zidl_ip_rib_srv6_lib_ranges, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_lib_ranges &record_() { return *self_(); }
+    zidl_ip_rib_srv6_lib_ranges &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()             { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value) { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()             { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_value_3(uint32_t value) { zidl::member::set<2>(record_(), record_().value_3, value); return self_(); }
-    Self &clear_value_3()             { zidl::member::clear<2>(record_(), record_().value_3); return self_(); }
-    Self &set_value_4(uint32_t value) { zidl::member::set<3>(record_(), record_().value_4, value); return self_(); }
-    Self &clear_value_4()             { zidl::member::clear<3>(record_(), record_().value_4); return self_(); }
-    Self &set_value_5(uint32_t value) { zidl::member::set<4>(record_(), record_().value_5, value); return self_(); }
-    Self &clear_value_5()             { zidl::member::clear<4>(record_(), record_().value_5); return self_(); }
-    Self &set_value_6(uint32_t value) { zidl::member::set<5>(record_(), record_().value_6, value); return self_(); }
-    Self &clear_value_6()             { zidl::member::clear<5>(record_(), record_().value_6); return self_(); }
-    Self &set_value_7(uint32_t value) { zidl::member::set<6>(record_(), record_().value_7, value); return self_(); }
-    Self &clear_value_7()             { zidl::member::clear<6>(record_(), record_().value_7); return self_(); }
-    Self &set_value_8(uint32_t value) { zidl::member::set<7>(record_(), record_().value_8, value); return self_(); }
-    Self &clear_value_8()             { zidl::member::clear<7>(record_(), record_().value_8); return self_(); }
+    Self &set_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()             { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value) { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()             { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_value_3(uint32_t value) { zidl::member::set<2>(held_(), held_().value_3, value); return self_(); }
+    Self &clear_value_3()             { zidl::member::clear<2>(held_(), held_().value_3); return self_(); }
+    Self &set_value_4(uint32_t value) { zidl::member::set<3>(held_(), held_().value_4, value); return self_(); }
+    Self &clear_value_4()             { zidl::member::clear<3>(held_(), held_().value_4); return self_(); }
+    Self &set_value_5(uint32_t value) { zidl::member::set<4>(held_(), held_().value_5, value); return self_(); }
+    Self &clear_value_5()             { zidl::member::clear<4>(held_(), held_().value_5); return self_(); }
+    Self &set_value_6(uint32_t value) { zidl::member::set<5>(held_(), held_().value_6, value); return self_(); }
+    Self &clear_value_6()             { zidl::member::clear<5>(held_(), held_().value_6); return self_(); }
+    Self &set_value_7(uint32_t value) { zidl::member::set<6>(held_(), held_().value_7, value); return self_(); }
+    Self &clear_value_7()             { zidl::member::clear<6>(held_(), held_().value_7); return self_(); }
+    Self &set_value_8(uint32_t value) { zidl::member::set<7>(held_(), held_().value_8, value); return self_(); }
+    Self &clear_value_8()             { zidl::member::clear<7>(held_(), held_().value_8); return self_(); }
 };
 
 // ip_rib_srv6_locator
@@ -179,142 +179,142 @@ struct traits<zidl_ip_rib_srv6_locator> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_locator, Self> : public encodable<zidl_ip_rib_srv6_locator, Self>
 {
-    const zidl_ip_rib_srv6_locator &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_locator &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                    has_name() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     std::string_view                        name() const
-        { return zidl::member::string<0>(record_(), record_().name); }
+        { return zidl::member::string<0>(held_(), held_().name); }
     bool                                    has_locator_prefix() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::view<zidl_ip_rib_srv6_prefix>     locator_prefix() const
-        { return record_().locator_prefix; }
+        { return held_().locator_prefix; }
     bool                                    has_second_prefix() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     zidl::view<zidl_ip_rib_srv6_prefix>     second_prefix() const
-        { return record_().second_prefix; }
+        { return held_().second_prefix; }
     bool                                    has_value_4() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     uint32_t                                value_4() const
-        { return zidl::member::value<3>(record_(), record_().value_4); }
+        { return zidl::member::value<3>(held_(), held_().value_4); }
     bool                                    has_value_5() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     uint32_t                                value_5() const
-        { return zidl::member::value<4>(record_(), record_().value_5); }
+        { return zidl::member::value<4>(held_(), held_().value_5); }
     bool                                    has_value_6() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     uint32_t                                value_6() const
-        { return zidl::member::value<5>(record_(), record_().value_6); }
+        { return zidl::member::value<5>(held_(), held_().value_6); }
     bool                                    has_value_7() const
-        { return zidl::member::has<6>(record_()); }
+        { return zidl::member::has<6>(held_()); }
     uint32_t                                value_7() const
-        { return zidl::member::value<6>(record_(), record_().value_7); }
+        { return zidl::member::value<6>(held_(), held_().value_7); }
     bool                                    has_value_8() const
-        { return zidl::member::has<7>(record_()); }
+        { return zidl::member::has<7>(held_()); }
     uint32_t                                value_8() const
-        { return zidl::member::value<7>(record_(), record_().value_8); }
+        { return zidl::member::value<7>(held_(), held_().value_8); }
     bool                                    has_flag_10() const
-        { return zidl::member::has<8>(record_()); }
+        { return zidl::member::has<8>(held_()); }
     bool                                    flag_10() const
-        { return zidl::member::value<8>(record_(), record_().flag_10) != 0; }
+        { return zidl::member::value<8>(held_(), held_().flag_10) != 0; }
     bool                                    has_value_11() const
-        { return zidl::member::has<9>(record_()); }
+        { return zidl::member::has<9>(held_()); }
     uint32_t                                value_11() const
-        { return zidl::member::value<9>(record_(), record_().value_11); }
+        { return zidl::member::value<9>(held_(), held_().value_11); }
     bool                                    has_sids() const
-        { return zidl::member::has<10>(record_()); }
+        { return zidl::member::has<10>(held_()); }
     zidl::views<zidl_ip_rib_srv6_sid_info>  sids() const
-        { return zidl::member::messages<10>(record_(), record_().sids, record_().sids_count); }
+        { return zidl::member::messages<10>(held_(), held_().sids, held_().sids_count); }
     bool                                    has_value_13() const
-        { return zidl::member::has<11>(record_()); }
+        { return zidl::member::has<11>(held_()); }
     uint32_t                                value_13() const
-        { return zidl::member::value<11>(record_(), record_().value_13); }
+        { return zidl::member::value<11>(held_(), held_().value_13); }
     bool                                    has_lib_ranges() const
-        { return zidl::member::has<12>(record_()); }
+        { return zidl::member::has<12>(held_()); }
     zidl::view<zidl_ip_rib_srv6_lib_ranges> lib_ranges() const
-        { return record_().lib_ranges; }
+        { return held_().lib_ranges; }
     bool                                    has_flag_15() const
-        { return zidl::member::has<13>(record_()); }
+        { return zidl::member::has<13>(held_()); }
     bool                                    flag_15() const
-        { return zidl::member::value<13>(record_(), record_().flag_15) != 0; }
+        { return zidl::member::value<13>(held_(), held_().flag_15) != 0; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_locator, Self> : public fields<zidl_ip_rib_srv6_locator, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_locator &record_() { return *self_(); }
+    zidl_ip_rib_srv6_locator &held_() { return *self_(); }
 
 public:
     Self &set_name(zidl::text value)
-        { zidl::member::set<0>(record_(), record_().name, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().name, value); return self_(); }
     Self &clear_name()
-        { zidl::member::clear<0>(record_(), record_().name); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().name); return self_(); }
     Self &set_locator_prefix(const zidl_ip_rib_srv6_prefix &value)
-        { zidl::member::set<1>(record_(), record_().locator_prefix, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().locator_prefix, value); return self_(); }
     Self &clear_locator_prefix()
-        { zidl::member::clear<1>(record_(), record_().locator_prefix); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().locator_prefix); return self_(); }
     Self &mark_locator_prefix()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_prefix> edit_locator_prefix()
-        { return record_().locator_prefix; }
+        { return held_().locator_prefix; }
     Self &set_second_prefix(const zidl_ip_rib_srv6_prefix &value)
-        { zidl::member::set<2>(record_(), record_().second_prefix, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().second_prefix, value); return self_(); }
     Self &clear_second_prefix()
-        { zidl::member::clear<2>(record_(), record_().second_prefix); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().second_prefix); return self_(); }
     Self &mark_second_prefix()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_prefix> edit_second_prefix()
-        { return record_().second_prefix; }
+        { return held_().second_prefix; }
     Self &set_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().value_4, value); return self_(); }
     Self &clear_value_4()
-        { zidl::member::clear<3>(record_(), record_().value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().value_4); return self_(); }
     Self &set_value_5(uint32_t value)
-        { zidl::member::set<4>(record_(), record_().value_5, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().value_5, value); return self_(); }
     Self &clear_value_5()
-        { zidl::member::clear<4>(record_(), record_().value_5); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().value_5); return self_(); }
     Self &set_value_6(uint32_t value)
-        { zidl::member::set<5>(record_(), record_().value_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().value_6, value); return self_(); }
     Self &clear_value_6()
-        { zidl::member::clear<5>(record_(), record_().value_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().value_6); return self_(); }
     Self &set_value_7(uint32_t value)
-        { zidl::member::set<6>(record_(), record_().value_7, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().value_7, value); return self_(); }
     Self &clear_value_7()
-        { zidl::member::clear<6>(record_(), record_().value_7); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().value_7); return self_(); }
     Self &set_value_8(uint32_t value)
-        { zidl::member::set<7>(record_(), record_().value_8, value); return self_(); }
+        { zidl::member::set<7>(held_(), held_().value_8, value); return self_(); }
     Self &clear_value_8()
-        { zidl::member::clear<7>(record_(), record_().value_8); return self_(); }
+        { zidl::member::clear<7>(held_(), held_().value_8); return self_(); }
     Self &set_flag_10(bool value)
-        { zidl::member::set<8>(record_(), record_().flag_10, value); return self_(); }
+        { zidl::member::set<8>(held_(), held_().flag_10, value); return self_(); }
     Self &clear_flag_10()
-        { zidl::member::clear<8>(record_(), record_().flag_10); return self_(); }
+        { zidl::member::clear<8>(held_(), held_().flag_10); return self_(); }
     Self &set_value_11(uint32_t value)
-        { zidl::member::set<9>(record_(), record_().value_11, value); return self_(); }
+        { zidl::member::set<9>(held_(), held_().value_11, value); return self_(); }
     Self &clear_value_11()
-        { zidl::member::clear<9>(record_(), record_().value_11); return self_(); }
+        { zidl::member::clear<9>(held_(), held_().value_11); return self_(); }
     Self &set_sids(zidl::borrowed<zidl_ip_rib_srv6_sid_info> value)
-        { zidl::member::set<10>(record_(), record_().sids, record_().sids_count, value); return self_(); }
+        { zidl::member::set<10>(held_(), held_().sids, held_().sids_count, value); return self_(); }
     Self &clear_sids()
-        { zidl::member::clear<10>(record_(), record_().sids, record_().sids_count); return self_(); }
+        { zidl::member::clear<10>(held_(), held_().sids, held_().sids_count); return self_(); }
     Self &set_value_13(uint32_t value)
-        { zidl::member::set<11>(record_(), record_().value_13, value); return self_(); }
+        { zidl::member::set<11>(held_(), held_().value_13, value); return self_(); }
     Self &clear_value_13()
-        { zidl::member::clear<11>(record_(), record_().value_13); return self_(); }
+        { zidl::member::clear<11>(held_(), held_().value_13); return self_(); }
     Self &set_lib_ranges(const zidl_ip_rib_srv6_lib_ranges &value)
-        { zidl::member::set<12>(record_(), record_().lib_ranges, value); return self_(); }
+        { zidl::member::set<12>(held_(), held_().lib_ranges, value); return self_(); }
     Self &clear_lib_ranges()
-        { zidl::member::clear<12>(record_(), record_().lib_ranges); return self_(); }
+        { zidl::member::clear<12>(held_(), held_().lib_ranges); return self_(); }
     Self &mark_lib_ranges()
-        { zidl::member::mark<12>(record_()); return self_(); }
+        { zidl::member::mark<12>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_lib_ranges> edit_lib_ranges()
-        { return record_().lib_ranges; }
+        { return held_().lib_ranges; }
     Self &set_flag_15(bool value)
-        { zidl::member::set<13>(record_(), record_().flag_15, value); return self_(); }
+        { zidl::member::set<13>(held_(), held_().flag_15, value); return self_(); }
     Self &clear_flag_15()
-        { zidl::member::clear<13>(record_(), record_().flag_15); return self_(); }
+        { zidl::member::clear<13>(held_(), held_().flag_15); return self_(); }
 };
 
 // ip_rib_srv6_glb_encap_info
@@ -349,80 +349,80 @@ struct traits<zidl_ip_rib_srv6_glb_encap_info> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_glb_encap_info, Self> : public encodable<zidl_ip_rib_srv6_glb_encap_info, Self>
 {
-    const zidl_ip_rib_srv6_glb_encap_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_glb_encap_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                has_encap_prefix_1() const { return zidl::member::has<0>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_prefix> encap_prefix_1() const     { return record_().encap_prefix_1; }
-    bool                                has_encap_prefix_2() const { return zidl::member::has<1>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_prefix> encap_prefix_2() const     { return record_().encap_prefix_2; }
-    bool                                has_flag_3() const         { return zidl::member::has<2>(record_()); }
-    bool                                flag_3() const             { return zidl::member::value<2>(record_(), record_().flag_3) != 0; }
-    bool                                has_flag_4() const         { return zidl::member::has<3>(record_()); }
-    bool                                flag_4() const             { return zidl::member::value<3>(record_(), record_().flag_4) != 0; }
-    bool                                has_value_5() const        { return zidl::member::has<4>(record_()); }
-    uint32_t                            value_5() const            { return zidl::member::value<4>(record_(), record_().value_5); }
-    bool                                has_flag_6() const         { return zidl::member::has<5>(record_()); }
-    bool                                flag_6() const             { return zidl::member::value<5>(record_(), record_().flag_6) != 0; }
-    bool                                has_flag_7() const         { return zidl::member::has<6>(record_()); }
-    bool                                flag_7() const             { return zidl::member::value<6>(record_(), record_().flag_7) != 0; }
-    bool                                has_value_8() const        { return zidl::member::has<7>(record_()); }
-    uint32_t                            value_8() const            { return zidl::member::value<7>(record_(), record_().value_8); }
-    bool                                has_value_9() const        { return zidl::member::has<8>(record_()); }
-    uint32_t                            value_9() const            { return zidl::member::value<8>(record_(), record_().value_9); }
+    bool                                has_encap_prefix_1() const { return zidl::member::has<0>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_prefix> encap_prefix_1() const     { return held_().encap_prefix_1; }
+    bool                                has_encap_prefix_2() const { return zidl::member::has<1>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_prefix> encap_prefix_2() const     { return held_().encap_prefix_2; }
+    bool                                has_flag_3() const         { return zidl::member::has<2>(held_()); }
+    bool                                flag_3() const             { return zidl::member::value<2>(held_(), held_().flag_3) != 0; }
+    bool                                has_flag_4() const         { return zidl::member::has<3>(held_()); }
+    bool                                flag_4() const             { return zidl::member::value<3>(held_(), held_().flag_4) != 0; }
+    bool                                has_value_5() const        { return zidl::member::has<4>(held_()); }
+    uint32_t                            value_5() const            { return zidl::member::value<4>(held_(), held_().value_5); }
+    bool                                has_flag_6() const         { return zidl::member::has<5>(held_()); }
+    bool                                flag_6() const             { return zidl::member::value<5>(held_(), held_().flag_6) != 0; }
+    bool                                has_flag_7() const         { return zidl::member::has<6>(held_()); }
+    bool                                flag_7() const             { return zidl::member::value<6>(held_(), held_().flag_7) != 0; }
+    bool                                has_value_8() const        { return zidl::member::has<7>(held_()); }
+    uint32_t                            value_8() const            { return zidl::member::value<7>(held_(), held_().value_8); }
+    bool                                has_value_9() const        { return zidl::member::has<8>(held_()); }
+    uint32_t                            value_9() const            { return zidl::member::value<8>(held_(), held_().value_9); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_glb_encap_info, Self> : public fields<zidl_ip_rib_srv6_glb_encap_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_glb_encap_info &record_() { return *self_(); }
+    zidl_ip_rib_srv6_glb_encap_info &held_() { return *self_(); }
 
 public:
     Self &set_encap_prefix_1(const zidl_ip_rib_srv6_prefix &value)
-        { zidl::member::set<0>(record_(), record_().encap_prefix_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().encap_prefix_1, value); return self_(); }
     Self &clear_encap_prefix_1()
-        { zidl::member::clear<0>(record_(), record_().encap_prefix_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().encap_prefix_1); return self_(); }
     Self &mark_encap_prefix_1()
-        { zidl::member::mark<0>(record_()); return self_(); }
+        { zidl::member::mark<0>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_prefix> edit_encap_prefix_1()
-        { return record_().encap_prefix_1; }
+        { return held_().encap_prefix_1; }
     Self &set_encap_prefix_2(const zidl_ip_rib_srv6_prefix &value)
-        { zidl::member::set<1>(record_(), record_().encap_prefix_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().encap_prefix_2, value); return self_(); }
     Self &clear_encap_prefix_2()
-        { zidl::member::clear<1>(record_(), record_().encap_prefix_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().encap_prefix_2); return self_(); }
     Self &mark_encap_prefix_2()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_prefix> edit_encap_prefix_2()
-        { return record_().encap_prefix_2; }
+        { return held_().encap_prefix_2; }
     Self &set_flag_3(bool value)
-        { zidl::member::set<2>(record_(), record_().flag_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().flag_3, value); return self_(); }
     Self &clear_flag_3()
-        { zidl::member::clear<2>(record_(), record_().flag_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().flag_3); return self_(); }
     Self &set_flag_4(bool value)
-        { zidl::member::set<3>(record_(), record_().flag_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().flag_4, value); return self_(); }
     Self &clear_flag_4()
-        { zidl::member::clear<3>(record_(), record_().flag_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().flag_4); return self_(); }
     Self &set_value_5(uint32_t value)
-        { zidl::member::set<4>(record_(), record_().value_5, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().value_5, value); return self_(); }
     Self &clear_value_5()
-        { zidl::member::clear<4>(record_(), record_().value_5); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().value_5); return self_(); }
     Self &set_flag_6(bool value)
-        { zidl::member::set<5>(record_(), record_().flag_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().flag_6, value); return self_(); }
     Self &clear_flag_6()
-        { zidl::member::clear<5>(record_(), record_().flag_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().flag_6); return self_(); }
     Self &set_flag_7(bool value)
-        { zidl::member::set<6>(record_(), record_().flag_7, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().flag_7, value); return self_(); }
     Self &clear_flag_7()
-        { zidl::member::clear<6>(record_(), record_().flag_7); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().flag_7); return self_(); }
     Self &set_value_8(uint32_t value)
-        { zidl::member::set<7>(record_(), record_().value_8, value); return self_(); }
+        { zidl::member::set<7>(held_(), held_().value_8, value); return self_(); }
     Self &clear_value_8()
-        { zidl::member::clear<7>(record_(), record_().value_8); return self_(); }
+        { zidl::member::clear<7>(held_(), held_().value_8); return self_(); }
     Self &set_value_9(uint32_t value)
-        { zidl::member::set<8>(record_(), record_().value_9, value); return self_(); }
+        { zidl::member::set<8>(held_(), held_().value_9, value); return self_(); }
     Self &clear_value_9()
-        { zidl::member::clear<8>(record_(), record_().value_9); return self_(); }
+        { zidl::member::clear<8>(held_(), held_().value_9); return self_(); }
 };
 
 // ip_rib_srv6_usid_lib_ranges
@@ -457,26 +457,26 @@ struct traits<zidl_ip_rib_srv6_usid_lib_ranges> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_usid_lib_ranges, Self> : public encodable<zidl_ip_rib_srv6_usid_lib_ranges, Self>
 {
-    const zidl_ip_rib_srv6_usid_lib_ranges &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_usid_lib_ranges &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool     has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
+    bool     has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool     has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_usid_lib_ranges, Self> : public fields<zidl_ip_rib_srv6_usid_lib_ranges, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_usid_lib_ranges &record_() { return *self_(); }
+    zidl_ip_rib_srv6_usid_lib_ranges &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()             { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value) { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()             { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
+    Self &set_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()             { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value) { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()             { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
 };
 
 // ip_rib_srv6_usid_wlib_ranges
@@ -511,22 +511,22 @@ struct traits<zidl_ip_rib_srv6_usid_wlib_ranges> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_usid_wlib_ranges, Self> : public encodable<zidl_ip_rib_srv6_usid_wlib_ranges, Self>
 {
-    const zidl_ip_rib_srv6_usid_wlib_ranges &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_usid_wlib_ranges &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
+    bool     has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_usid_wlib_ranges, Self> : public fields<zidl_ip_rib_srv6_usid_wlib_ranges, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_usid_wlib_ranges &record_() { return *self_(); }
+    zidl_ip_rib_srv6_usid_wlib_ranges &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()             { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
+    Self &set_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()             { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
 };
 
 // ip_rib_srv6_mode_info
@@ -561,34 +561,34 @@ struct traits<zidl_ip_rib_srv6_mode_info> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_mode_info, Self> : public encodable<zidl_ip_rib_srv6_mode_info, Self>
 {
-    const zidl_ip_rib_srv6_mode_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_mode_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                has_flag_1() const      { return zidl::member::has<0>(record_()); }
-    bool                                flag_1() const          { return zidl::member::value<0>(record_(), record_().flag_1) != 0; }
-    bool                                has_mode_prefix() const { return zidl::member::has<1>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_prefix> mode_prefix() const     { return record_().mode_prefix; }
+    bool                                has_flag_1() const      { return zidl::member::has<0>(held_()); }
+    bool                                flag_1() const          { return zidl::member::value<0>(held_(), held_().flag_1) != 0; }
+    bool                                has_mode_prefix() const { return zidl::member::has<1>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_prefix> mode_prefix() const     { return held_().mode_prefix; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_mode_info, Self> : public fields<zidl_ip_rib_srv6_mode_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_mode_info &record_() { return *self_(); }
+    zidl_ip_rib_srv6_mode_info &held_() { return *self_(); }
 
 public:
     Self &set_flag_1(bool value)
-        { zidl::member::set<0>(record_(), record_().flag_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().flag_1, value); return self_(); }
     Self &clear_flag_1()
-        { zidl::member::clear<0>(record_(), record_().flag_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().flag_1); return self_(); }
     Self &set_mode_prefix(const zidl_ip_rib_srv6_prefix &value)
-        { zidl::member::set<1>(record_(), record_().mode_prefix, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().mode_prefix, value); return self_(); }
     Self &clear_mode_prefix()
-        { zidl::member::clear<1>(record_(), record_().mode_prefix); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().mode_prefix); return self_(); }
     Self &mark_mode_prefix()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_prefix> edit_mode_prefix()
-        { return record_().mode_prefix; }
+        { return held_().mode_prefix; }
 };
 
 // ip_rib_srv6_fmt_config_info
@@ -623,50 +623,44 @@ struct traits<zidl_ip_rib_srv6_fmt_config_info> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_fmt_config_info, Self> : public encodable<zidl_ip_rib_srv6_fmt_config_info, Self>
 {
-    const zidl_ip_rib_srv6_fmt_config_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_fmt_config_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                          has_format() const
-        { return zidl::member::has<0>(record_()); }
-    uint32_t                                      format() const
-        { return zidl::member::value<0>(record_(), record_().format); }
-    bool                                          has_usid_lib_ranges() const
-        { return zidl::member::has<1>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_usid_lib_ranges>  usid_lib_ranges() const
-        { return record_().usid_lib_ranges; }
-    bool                                          has_usid_wlib_ranges() const
-        { return zidl::member::has<2>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_usid_wlib_ranges> usid_wlib_ranges() const
-        { return record_().usid_wlib_ranges; }
+    bool                                          has_format() const           { return zidl::member::has<0>(held_()); }
+    uint32_t                                      format() const               { return zidl::member::value<0>(held_(), held_().format); }
+    bool                                          has_usid_lib_ranges() const  { return zidl::member::has<1>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_usid_lib_ranges>  usid_lib_ranges() const      { return held_().usid_lib_ranges; }
+    bool                                          has_usid_wlib_ranges() const { return zidl::member::has<2>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_usid_wlib_ranges> usid_wlib_ranges() const     { return held_().usid_wlib_ranges; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_fmt_config_info, Self> : public fields<zidl_ip_rib_srv6_fmt_config_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_fmt_config_info &record_() { return *self_(); }
+    zidl_ip_rib_srv6_fmt_config_info &held_() { return *self_(); }
 
 public:
     Self &set_format(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().format, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().format, value); return self_(); }
     Self &clear_format()
-        { zidl::member::clear<0>(record_(), record_().format); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().format); return self_(); }
     Self &set_usid_lib_ranges(const zidl_ip_rib_srv6_usid_lib_ranges &value)
-        { zidl::member::set<1>(record_(), record_().usid_lib_ranges, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().usid_lib_ranges, value); return self_(); }
     Self &clear_usid_lib_ranges()
-        { zidl::member::clear<1>(record_(), record_().usid_lib_ranges); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().usid_lib_ranges); return self_(); }
     Self &mark_usid_lib_ranges()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_usid_lib_ranges> edit_usid_lib_ranges()
-        { return record_().usid_lib_ranges; }
+        { return held_().usid_lib_ranges; }
     Self &set_usid_wlib_ranges(const zidl_ip_rib_srv6_usid_wlib_ranges &value)
-        { zidl::member::set<2>(record_(), record_().usid_wlib_ranges, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().usid_wlib_ranges, value); return self_(); }
     Self &clear_usid_wlib_ranges()
-        { zidl::member::clear<2>(record_(), record_().usid_wlib_ranges); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().usid_wlib_ranges); return self_(); }
     Self &mark_usid_wlib_ranges()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_usid_wlib_ranges> edit_usid_wlib_ranges()
-        { return record_().usid_wlib_ranges; }
+        { return held_().usid_wlib_ranges; }
 };
 
 // ip_rib_srv6_glb_info
@@ -700,70 +694,70 @@ struct traits<zidl_ip_rib_srv6_glb_info> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_glb_info, Self> : public encodable<zidl_ip_rib_srv6_glb_info, Self>
 {
-    const zidl_ip_rib_srv6_glb_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_glb_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                          has_value_1() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                                      value_1() const
-        { return zidl::member::value<0>(record_(), record_().value_1); }
+        { return zidl::member::value<0>(held_(), held_().value_1); }
     bool                                          has_value_2() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     uint32_t                                      value_2() const
-        { return zidl::member::value<1>(record_(), record_().value_2); }
+        { return zidl::member::value<1>(held_(), held_().value_2); }
     bool                                          has_encap_info() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     zidl::view<zidl_ip_rib_srv6_glb_encap_info>   encap_info() const
-        { return record_().encap_info; }
+        { return held_().encap_info; }
     bool                                          has_modes() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     zidl::views<zidl_ip_rib_srv6_mode_info>       modes() const
-        { return zidl::member::messages<3>(record_(), record_().modes, record_().modes_count); }
+        { return zidl::member::messages<3>(held_(), held_().modes, held_().modes_count); }
     bool                                          has_value_7() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     uint32_t                                      value_7() const
-        { return zidl::member::value<4>(record_(), record_().value_7); }
+        { return zidl::member::value<4>(held_(), held_().value_7); }
     bool                                          has_formats() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     zidl::views<zidl_ip_rib_srv6_fmt_config_info> formats() const
-        { return zidl::member::messages<5>(record_(), record_().formats, record_().formats_count); }
+        { return zidl::member::messages<5>(held_(), held_().formats, held_().formats_count); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_glb_info, Self> : public fields<zidl_ip_rib_srv6_glb_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_glb_info &record_() { return *self_(); }
+    zidl_ip_rib_srv6_glb_info &held_() { return *self_(); }
 
 public:
     Self &set_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
     Self &clear_value_1()
-        { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
     Self &set_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
     Self &clear_value_2()
-        { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
     Self &set_encap_info(const zidl_ip_rib_srv6_glb_encap_info &value)
-        { zidl::member::set<2>(record_(), record_().encap_info, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().encap_info, value); return self_(); }
     Self &clear_encap_info()
-        { zidl::member::clear<2>(record_(), record_().encap_info); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().encap_info); return self_(); }
     Self &mark_encap_info()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_glb_encap_info> edit_encap_info()
-        { return record_().encap_info; }
+        { return held_().encap_info; }
     Self &set_modes(zidl::borrowed<zidl_ip_rib_srv6_mode_info> value)
-        { zidl::member::set<3>(record_(), record_().modes, record_().modes_count, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().modes, held_().modes_count, value); return self_(); }
     Self &clear_modes()
-        { zidl::member::clear<3>(record_(), record_().modes, record_().modes_count); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().modes, held_().modes_count); return self_(); }
     Self &set_value_7(uint32_t value)
-        { zidl::member::set<4>(record_(), record_().value_7, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().value_7, value); return self_(); }
     Self &clear_value_7()
-        { zidl::member::clear<4>(record_(), record_().value_7); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().value_7); return self_(); }
     Self &set_formats(zidl::borrowed<zidl_ip_rib_srv6_fmt_config_info> value)
-        { zidl::member::set<5>(record_(), record_().formats, record_().formats_count, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().formats, held_().formats_count, value); return self_(); }
     Self &clear_formats()
-        { zidl::member::clear<5>(record_(), record_().formats, record_().formats_count); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().formats, held_().formats_count); return self_(); }
 };
 
 // ip_rib_srv6_cfg_update
@@ -798,38 +792,38 @@ struct traits<zidl_ip_rib_srv6_cfg_update> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_cfg_update, Self> : public encodable<zidl_ip_rib_srv6_cfg_update, Self>
 {
-    const zidl_ip_rib_srv6_cfg_update &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_cfg_update &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                  has_global_info() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     zidl::view<zidl_ip_rib_srv6_glb_info> global_info() const
-        { return record_().global_info; }
+        { return held_().global_info; }
     bool                                  has_locators() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::views<zidl_ip_rib_srv6_locator> locators() const
-        { return zidl::member::messages<1>(record_(), record_().locators, record_().locators_count); }
+        { return zidl::member::messages<1>(held_(), held_().locators, held_().locators_count); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_cfg_update, Self> : public fields<zidl_ip_rib_srv6_cfg_update, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_cfg_update &record_() { return *self_(); }
+    zidl_ip_rib_srv6_cfg_update &held_() { return *self_(); }
 
 public:
     Self &set_global_info(const zidl_ip_rib_srv6_glb_info &value)
-        { zidl::member::set<0>(record_(), record_().global_info, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().global_info, value); return self_(); }
     Self &clear_global_info()
-        { zidl::member::clear<0>(record_(), record_().global_info); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().global_info); return self_(); }
     Self &mark_global_info()
-        { zidl::member::mark<0>(record_()); return self_(); }
+        { zidl::member::mark<0>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_glb_info> edit_global_info()
-        { return record_().global_info; }
+        { return held_().global_info; }
     Self &set_locators(zidl::borrowed<zidl_ip_rib_srv6_locator> value)
-        { zidl::member::set<1>(record_(), record_().locators, record_().locators_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().locators, held_().locators_count, value); return self_(); }
     Self &clear_locators()
-        { zidl::member::clear<1>(record_(), record_().locators, record_().locators_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().locators, held_().locators_count); return self_(); }
 };
 
 // ip_rib_srv6_e_ctx
@@ -863,30 +857,30 @@ struct traits<zidl_ip_rib_srv6_e_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_e_ctx, Self> : public encodable<zidl_ip_rib_srv6_e_ctx, Self>
 {
-    const zidl_ip_rib_srv6_e_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_e_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_e_ctx, Self> : public fields<zidl_ip_rib_srv6_e_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_e_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_e_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_x_ctx
@@ -920,58 +914,58 @@ struct traits<zidl_ip_rib_srv6_x_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_x_ctx, Self> : public encodable<zidl_ip_rib_srv6_x_ctx, Self>
 {
-    const zidl_ip_rib_srv6_x_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_x_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                has_flag_1() const         { return zidl::member::has<0>(record_()); }
-    bool                                flag_1() const             { return zidl::member::value<0>(record_(), record_().flag_1) != 0; }
-    bool                                has_value_2() const        { return zidl::member::has<1>(record_()); }
-    uint32_t                            value_2() const            { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool                                has_value_3() const        { return zidl::member::has<2>(record_()); }
-    uint32_t                            value_3() const            { return zidl::member::value<2>(record_(), record_().value_3); }
-    bool                                has_context_prefix() const { return zidl::member::has<3>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_prefix> context_prefix() const     { return record_().context_prefix; }
-    bool                                has_name_5() const         { return zidl::member::has<4>(record_()); }
-    std::string_view                    name_5() const             { return zidl::member::string<4>(record_(), record_().name_5); }
-    bool                                has_name_6() const         { return zidl::member::has<5>(record_()); }
-    std::string_view                    name_6() const             { return zidl::member::string<5>(record_(), record_().name_6); }
+    bool                                has_flag_1() const         { return zidl::member::has<0>(held_()); }
+    bool                                flag_1() const             { return zidl::member::value<0>(held_(), held_().flag_1) != 0; }
+    bool                                has_value_2() const        { return zidl::member::has<1>(held_()); }
+    uint32_t                            value_2() const            { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool                                has_value_3() const        { return zidl::member::has<2>(held_()); }
+    uint32_t                            value_3() const            { return zidl::member::value<2>(held_(), held_().value_3); }
+    bool                                has_context_prefix() const { return zidl::member::has<3>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_prefix> context_prefix() const     { return held_().context_prefix; }
+    bool                                has_name_5() const         { return zidl::member::has<4>(held_()); }
+    std::string_view                    name_5() const             { return zidl::member::string<4>(held_(), held_().name_5); }
+    bool                                has_name_6() const         { return zidl::member::has<5>(held_()); }
+    std::string_view                    name_6() const             { return zidl::member::string<5>(held_(), held_().name_6); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_x_ctx, Self> : public fields<zidl_ip_rib_srv6_x_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_x_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_x_ctx &held_() { return *self_(); }
 
 public:
     Self &set_flag_1(bool value)
-        { zidl::member::set<0>(record_(), record_().flag_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().flag_1, value); return self_(); }
     Self &clear_flag_1()
-        { zidl::member::clear<0>(record_(), record_().flag_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().flag_1); return self_(); }
     Self &set_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
     Self &clear_value_2()
-        { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
     Self &set_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().value_3, value); return self_(); }
     Self &clear_value_3()
-        { zidl::member::clear<2>(record_(), record_().value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().value_3); return self_(); }
     Self &set_context_prefix(const zidl_ip_rib_srv6_prefix &value)
-        { zidl::member::set<3>(record_(), record_().context_prefix, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().context_prefix, value); return self_(); }
     Self &clear_context_prefix()
-        { zidl::member::clear<3>(record_(), record_().context_prefix); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().context_prefix); return self_(); }
     Self &mark_context_prefix()
-        { zidl::member::mark<3>(record_()); return self_(); }
+        { zidl::member::mark<3>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_prefix> edit_context_prefix()
-        { return record_().context_prefix; }
+        { return held_().context_prefix; }
     Self &set_name_5(zidl::text value)
-        { zidl::member::set<4>(record_(), record_().name_5, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().name_5, value); return self_(); }
     Self &clear_name_5()
-        { zidl::member::clear<4>(record_(), record_().name_5); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().name_5); return self_(); }
     Self &set_name_6(zidl::text value)
-        { zidl::member::set<5>(record_(), record_().name_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().name_6, value); return self_(); }
     Self &clear_name_6()
-        { zidl::member::clear<5>(record_(), record_().name_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().name_6); return self_(); }
 };
 
 // ip_rib_srv6_dx_ctx
@@ -1005,30 +999,30 @@ struct traits<zidl_ip_rib_srv6_dx_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_dx_ctx, Self> : public encodable<zidl_ip_rib_srv6_dx_ctx, Self>
 {
-    const zidl_ip_rib_srv6_dx_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_dx_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_dx_ctx, Self> : public fields<zidl_ip_rib_srv6_dx_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_dx_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_dx_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_dt_ctx
@@ -1062,26 +1056,26 @@ struct traits<zidl_ip_rib_srv6_dt_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_dt_ctx, Self> : public encodable<zidl_ip_rib_srv6_dt_ctx, Self>
 {
-    const zidl_ip_rib_srv6_dt_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_dt_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_name_2() const  { return zidl::member::has<1>(record_()); }
-    std::string_view name_2() const      { return zidl::member::string<1>(record_(), record_().name_2); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_name_2() const  { return zidl::member::has<1>(held_()); }
+    std::string_view name_2() const      { return zidl::member::string<1>(held_(), held_().name_2); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_dt_ctx, Self> : public fields<zidl_ip_rib_srv6_dt_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_dt_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_dt_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_name_2(zidl::text value) { zidl::member::set<1>(record_(), record_().name_2, value); return self_(); }
-    Self &clear_name_2()               { zidl::member::clear<1>(record_(), record_().name_2); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_name_2(zidl::text value) { zidl::member::set<1>(held_(), held_().name_2, value); return self_(); }
+    Self &clear_name_2()               { zidl::member::clear<1>(held_(), held_().name_2); return self_(); }
 };
 
 // ip_rib_srv6_dx2_ctx
@@ -1115,30 +1109,30 @@ struct traits<zidl_ip_rib_srv6_dx2_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_dx2_ctx, Self> : public encodable<zidl_ip_rib_srv6_dx2_ctx, Self>
 {
-    const zidl_ip_rib_srv6_dx2_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_dx2_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_dx2_ctx, Self> : public fields<zidl_ip_rib_srv6_dx2_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_dx2_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_dx2_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_dt2u_ctx
@@ -1172,30 +1166,30 @@ struct traits<zidl_ip_rib_srv6_dt2u_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_dt2u_ctx, Self> : public encodable<zidl_ip_rib_srv6_dt2u_ctx, Self>
 {
-    const zidl_ip_rib_srv6_dt2u_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_dt2u_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_dt2u_ctx, Self> : public fields<zidl_ip_rib_srv6_dt2u_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_dt2u_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_dt2u_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_dt2m_ctx
@@ -1229,30 +1223,30 @@ struct traits<zidl_ip_rib_srv6_dt2m_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_dt2m_ctx, Self> : public encodable<zidl_ip_rib_srv6_dt2m_ctx, Self>
 {
-    const zidl_ip_rib_srv6_dt2m_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_dt2m_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_dt2m_ctx, Self> : public fields<zidl_ip_rib_srv6_dt2m_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_dt2m_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_dt2m_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_dt_named_ctx
@@ -1287,26 +1281,26 @@ struct traits<zidl_ip_rib_srv6_dt_named_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_dt_named_ctx, Self> : public encodable<zidl_ip_rib_srv6_dt_named_ctx, Self>
 {
-    const zidl_ip_rib_srv6_dt_named_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_dt_named_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_name_1() const { return zidl::member::has<0>(record_()); }
-    std::string_view name_1() const     { return zidl::member::string<0>(record_(), record_().name_1); }
-    bool             has_name_2() const { return zidl::member::has<1>(record_()); }
-    std::string_view name_2() const     { return zidl::member::string<1>(record_(), record_().name_2); }
+    bool             has_name_1() const { return zidl::member::has<0>(held_()); }
+    std::string_view name_1() const     { return zidl::member::string<0>(held_(), held_().name_1); }
+    bool             has_name_2() const { return zidl::member::has<1>(held_()); }
+    std::string_view name_2() const     { return zidl::member::string<1>(held_(), held_().name_2); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_dt_named_ctx, Self> : public fields<zidl_ip_rib_srv6_dt_named_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_dt_named_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_dt_named_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_name_1(zidl::text value) { zidl::member::set<0>(record_(), record_().name_1, value); return self_(); }
-    Self &clear_name_1()               { zidl::member::clear<0>(record_(), record_().name_1); return self_(); }
-    Self &set_name_2(zidl::text value) { zidl::member::set<1>(record_(), record_().name_2, value); return self_(); }
-    Self &clear_name_2()               { zidl::member::clear<1>(record_(), record_().name_2); return self_(); }
+    Self &set_name_1(zidl::text value) { zidl::member::set<0>(held_(), held_().name_1, value); return self_(); }
+    Self &clear_name_1()               { zidl::member::clear<0>(held_(), held_().name_1); return self_(); }
+    Self &set_name_2(zidl::text value) { zidl::member::set<1>(held_(), held_().name_2, value); return self_(); }
+    Self &clear_name_2()               { zidl::member::clear<1>(held_(), held_().name_2); return self_(); }
 };
 
 // ip_rib_srv6_un_ctx
@@ -1340,30 +1334,30 @@ struct traits<zidl_ip_rib_srv6_un_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_un_ctx, Self> : public encodable<zidl_ip_rib_srv6_un_ctx, Self>
 {
-    const zidl_ip_rib_srv6_un_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_un_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_un_ctx, Self> : public fields<zidl_ip_rib_srv6_un_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_un_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_un_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_ua_ctx
@@ -1397,64 +1391,64 @@ struct traits<zidl_ip_rib_srv6_ua_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_ua_ctx, Self> : public encodable<zidl_ip_rib_srv6_ua_ctx, Self>
 {
-    const zidl_ip_rib_srv6_ua_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_ua_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                has_flag_1() const         { return zidl::member::has<0>(record_()); }
-    bool                                flag_1() const             { return zidl::member::value<0>(record_(), record_().flag_1) != 0; }
-    bool                                has_value_2() const        { return zidl::member::has<1>(record_()); }
-    uint32_t                            value_2() const            { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool                                has_value_3() const        { return zidl::member::has<2>(record_()); }
-    uint32_t                            value_3() const            { return zidl::member::value<2>(record_(), record_().value_3); }
-    bool                                has_context_prefix() const { return zidl::member::has<3>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_prefix> context_prefix() const     { return record_().context_prefix; }
-    bool                                has_value_5() const        { return zidl::member::has<4>(record_()); }
-    uint32_t                            value_5() const            { return zidl::member::value<4>(record_(), record_().value_5); }
-    bool                                has_name_6() const         { return zidl::member::has<5>(record_()); }
-    std::string_view                    name_6() const             { return zidl::member::string<5>(record_(), record_().name_6); }
-    bool                                has_name_7() const         { return zidl::member::has<6>(record_()); }
-    std::string_view                    name_7() const             { return zidl::member::string<6>(record_(), record_().name_7); }
+    bool                                has_flag_1() const         { return zidl::member::has<0>(held_()); }
+    bool                                flag_1() const             { return zidl::member::value<0>(held_(), held_().flag_1) != 0; }
+    bool                                has_value_2() const        { return zidl::member::has<1>(held_()); }
+    uint32_t                            value_2() const            { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool                                has_value_3() const        { return zidl::member::has<2>(held_()); }
+    uint32_t                            value_3() const            { return zidl::member::value<2>(held_(), held_().value_3); }
+    bool                                has_context_prefix() const { return zidl::member::has<3>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_prefix> context_prefix() const     { return held_().context_prefix; }
+    bool                                has_value_5() const        { return zidl::member::has<4>(held_()); }
+    uint32_t                            value_5() const            { return zidl::member::value<4>(held_(), held_().value_5); }
+    bool                                has_name_6() const         { return zidl::member::has<5>(held_()); }
+    std::string_view                    name_6() const             { return zidl::member::string<5>(held_(), held_().name_6); }
+    bool                                has_name_7() const         { return zidl::member::has<6>(held_()); }
+    std::string_view                    name_7() const             { return zidl::member::string<6>(held_(), held_().name_7); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_ua_ctx, Self> : public fields<zidl_ip_rib_srv6_ua_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_ua_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_ua_ctx &held_() { return *self_(); }
 
 public:
     Self &set_flag_1(bool value)
-        { zidl::member::set<0>(record_(), record_().flag_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().flag_1, value); return self_(); }
     Self &clear_flag_1()
-        { zidl::member::clear<0>(record_(), record_().flag_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().flag_1); return self_(); }
     Self &set_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
     Self &clear_value_2()
-        { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
     Self &set_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().value_3, value); return self_(); }
     Self &clear_value_3()
-        { zidl::member::clear<2>(record_(), record_().value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().value_3); return self_(); }
     Self &set_context_prefix(const zidl_ip_rib_srv6_prefix &value)
-        { zidl::member::set<3>(record_(), record_().context_prefix, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().context_prefix, value); return self_(); }
     Self &clear_context_prefix()
-        { zidl::member::clear<3>(record_(), record_().context_prefix); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().context_prefix); return self_(); }
     Self &mark_context_prefix()
-        { zidl::member::mark<3>(record_()); return self_(); }
+        { zidl::member::mark<3>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_prefix> edit_context_prefix()
-        { return record_().context_prefix; }
+        { return held_().context_prefix; }
     Self &set_value_5(uint32_t value)
-        { zidl::member::set<4>(record_(), record_().value_5, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().value_5, value); return self_(); }
     Self &clear_value_5()
-        { zidl::member::clear<4>(record_(), record_().value_5); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().value_5); return self_(); }
     Self &set_name_6(zidl::text value)
-        { zidl::member::set<5>(record_(), record_().name_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().name_6, value); return self_(); }
     Self &clear_name_6()
-        { zidl::member::clear<5>(record_(), record_().name_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().name_6); return self_(); }
     Self &set_name_7(zidl::text value)
-        { zidl::member::set<6>(record_(), record_().name_7, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().name_7, value); return self_(); }
     Self &clear_name_7()
-        { zidl::member::clear<6>(record_(), record_().name_7); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().name_7); return self_(); }
 };
 
 // ip_rib_srv6_udt_ctx
@@ -1488,26 +1482,26 @@ struct traits<zidl_ip_rib_srv6_udt_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_udt_ctx, Self> : public encodable<zidl_ip_rib_srv6_udt_ctx, Self>
 {
-    const zidl_ip_rib_srv6_udt_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_udt_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_name_2() const  { return zidl::member::has<1>(record_()); }
-    std::string_view name_2() const      { return zidl::member::string<1>(record_(), record_().name_2); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_name_2() const  { return zidl::member::has<1>(held_()); }
+    std::string_view name_2() const      { return zidl::member::string<1>(held_(), held_().name_2); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_udt_ctx, Self> : public fields<zidl_ip_rib_srv6_udt_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_udt_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_udt_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_name_2(zidl::text value) { zidl::member::set<1>(record_(), record_().name_2, value); return self_(); }
-    Self &clear_name_2()               { zidl::member::clear<1>(record_(), record_().name_2); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_name_2(zidl::text value) { zidl::member::set<1>(held_(), held_().name_2, value); return self_(); }
+    Self &clear_name_2()               { zidl::member::clear<1>(held_(), held_().name_2); return self_(); }
 };
 
 // ip_rib_srv6_udt_named_ctx
@@ -1542,26 +1536,26 @@ struct traits<zidl_ip_rib_srv6_udt_named_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_udt_named_ctx, Self> : public encodable<zidl_ip_rib_srv6_udt_named_ctx, Self>
 {
-    const zidl_ip_rib_srv6_udt_named_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_udt_named_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_name_1() const { return zidl::member::has<0>(record_()); }
-    std::string_view name_1() const     { return zidl::member::string<0>(record_(), record_().name_1); }
-    bool             has_name_2() const { return zidl::member::has<1>(record_()); }
-    std::string_view name_2() const     { return zidl::member::string<1>(record_(), record_().name_2); }
+    bool             has_name_1() const { return zidl::member::has<0>(held_()); }
+    std::string_view name_1() const     { return zidl::member::string<0>(held_(), held_().name_1); }
+    bool             has_name_2() const { return zidl::member::has<1>(held_()); }
+    std::string_view name_2() const     { return zidl::member::string<1>(held_(), held_().name_2); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_udt_named_ctx, Self> : public fields<zidl_ip_rib_srv6_udt_named_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_udt_named_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_udt_named_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_name_1(zidl::text value) { zidl::member::set<0>(record_(), record_().name_1, value); return self_(); }
-    Self &clear_name_1()               { zidl::member::clear<0>(record_(), record_().name_1); return self_(); }
-    Self &set_name_2(zidl::text value) { zidl::member::set<1>(record_(), record_().name_2, value); return self_(); }
-    Self &clear_name_2()               { zidl::member::clear<1>(record_(), record_().name_2); return self_(); }
+    Self &set_name_1(zidl::text value) { zidl::member::set<0>(held_(), held_().name_1, value); return self_(); }
+    Self &clear_name_1()               { zidl::member::clear<0>(held_(), held_().name_1); return self_(); }
+    Self &set_name_2(zidl::text value) { zidl::member::set<1>(held_(), held_().name_2, value); return self_(); }
+    Self &clear_name_2()               { zidl::member::clear<1>(held_(), held_().name_2); return self_(); }
 };
 
 // ip_rib_srv6_ub6_ctx
@@ -1595,58 +1589,58 @@ struct traits<zidl_ip_rib_srv6_ub6_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_ub6_ctx, Self> : public encodable<zidl_ip_rib_srv6_ub6_ctx, Self>
 {
-    const zidl_ip_rib_srv6_ub6_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_ub6_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                has_name_1() const         { return zidl::member::has<0>(record_()); }
-    std::string_view                    name_1() const             { return zidl::member::string<0>(record_(), record_().name_1); }
-    bool                                has_value_2() const        { return zidl::member::has<1>(record_()); }
-    uint32_t                            value_2() const            { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool                                has_value_3() const        { return zidl::member::has<2>(record_()); }
-    uint32_t                            value_3() const            { return zidl::member::value<2>(record_(), record_().value_3); }
-    bool                                has_value_4() const        { return zidl::member::has<3>(record_()); }
-    uint32_t                            value_4() const            { return zidl::member::value<3>(record_(), record_().value_4); }
-    bool                                has_context_prefix() const { return zidl::member::has<4>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_prefix> context_prefix() const     { return record_().context_prefix; }
-    bool                                has_name_6() const         { return zidl::member::has<5>(record_()); }
-    std::string_view                    name_6() const             { return zidl::member::string<5>(record_(), record_().name_6); }
+    bool                                has_name_1() const         { return zidl::member::has<0>(held_()); }
+    std::string_view                    name_1() const             { return zidl::member::string<0>(held_(), held_().name_1); }
+    bool                                has_value_2() const        { return zidl::member::has<1>(held_()); }
+    uint32_t                            value_2() const            { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool                                has_value_3() const        { return zidl::member::has<2>(held_()); }
+    uint32_t                            value_3() const            { return zidl::member::value<2>(held_(), held_().value_3); }
+    bool                                has_value_4() const        { return zidl::member::has<3>(held_()); }
+    uint32_t                            value_4() const            { return zidl::member::value<3>(held_(), held_().value_4); }
+    bool                                has_context_prefix() const { return zidl::member::has<4>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_prefix> context_prefix() const     { return held_().context_prefix; }
+    bool                                has_name_6() const         { return zidl::member::has<5>(held_()); }
+    std::string_view                    name_6() const             { return zidl::member::string<5>(held_(), held_().name_6); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_ub6_ctx, Self> : public fields<zidl_ip_rib_srv6_ub6_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_ub6_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_ub6_ctx &held_() { return *self_(); }
 
 public:
     Self &set_name_1(zidl::text value)
-        { zidl::member::set<0>(record_(), record_().name_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().name_1, value); return self_(); }
     Self &clear_name_1()
-        { zidl::member::clear<0>(record_(), record_().name_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().name_1); return self_(); }
     Self &set_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
     Self &clear_value_2()
-        { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
     Self &set_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().value_3, value); return self_(); }
     Self &clear_value_3()
-        { zidl::member::clear<2>(record_(), record_().value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().value_3); return self_(); }
     Self &set_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().value_4, value); return self_(); }
     Self &clear_value_4()
-        { zidl::member::clear<3>(record_(), record_().value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().value_4); return self_(); }
     Self &set_context_prefix(const zidl_ip_rib_srv6_prefix &value)
-        { zidl::member::set<4>(record_(), record_().context_prefix, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().context_prefix, value); return self_(); }
     Self &clear_context_prefix()
-        { zidl::member::clear<4>(record_(), record_().context_prefix); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().context_prefix); return self_(); }
     Self &mark_context_prefix()
-        { zidl::member::mark<4>(record_()); return self_(); }
+        { zidl::member::mark<4>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_prefix> edit_context_prefix()
-        { return record_().context_prefix; }
+        { return held_().context_prefix; }
     Self &set_name_6(zidl::text value)
-        { zidl::member::set<5>(record_(), record_().name_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().name_6, value); return self_(); }
     Self &clear_name_6()
-        { zidl::member::clear<5>(record_(), record_().name_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().name_6); return self_(); }
 };
 
 // ip_rib_srv6_udx2_ctx
@@ -1680,30 +1674,30 @@ struct traits<zidl_ip_rib_srv6_udx2_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_udx2_ctx, Self> : public encodable<zidl_ip_rib_srv6_udx2_ctx, Self>
 {
-    const zidl_ip_rib_srv6_udx2_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_udx2_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_udx2_ctx, Self> : public fields<zidl_ip_rib_srv6_udx2_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_udx2_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_udx2_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_udt2u_ctx
@@ -1738,30 +1732,30 @@ struct traits<zidl_ip_rib_srv6_udt2u_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_udt2u_ctx, Self> : public encodable<zidl_ip_rib_srv6_udt2u_ctx, Self>
 {
-    const zidl_ip_rib_srv6_udt2u_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_udt2u_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_udt2u_ctx, Self> : public fields<zidl_ip_rib_srv6_udt2u_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_udt2u_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_udt2u_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_udt2m_ctx
@@ -1796,30 +1790,30 @@ struct traits<zidl_ip_rib_srv6_udt2m_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_udt2m_ctx, Self> : public encodable<zidl_ip_rib_srv6_udt2m_ctx, Self>
 {
-    const zidl_ip_rib_srv6_udt2m_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_udt2m_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_udt2m_ctx, Self> : public fields<zidl_ip_rib_srv6_udt2m_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_udt2m_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_udt2m_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_udx_ctx
@@ -1853,30 +1847,30 @@ struct traits<zidl_ip_rib_srv6_udx_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_udx_ctx, Self> : public encodable<zidl_ip_rib_srv6_udx_ctx, Self>
 {
-    const zidl_ip_rib_srv6_udx_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_udx_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t         value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool             has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t         value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool             has_name_3() const  { return zidl::member::has<2>(record_()); }
-    std::string_view name_3() const      { return zidl::member::string<2>(record_(), record_().name_3); }
+    bool             has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t         value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool             has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t         value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool             has_name_3() const  { return zidl::member::has<2>(held_()); }
+    std::string_view name_3() const      { return zidl::member::string<2>(held_(), held_().name_3); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_udx_ctx, Self> : public fields<zidl_ip_rib_srv6_udx_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_udx_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_udx_ctx &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()              { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()              { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_name_3(zidl::text value) { zidl::member::set<2>(record_(), record_().name_3, value); return self_(); }
-    Self &clear_name_3()               { zidl::member::clear<2>(record_(), record_().name_3); return self_(); }
+    Self &set_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()              { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)  { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()              { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_name_3(zidl::text value) { zidl::member::set<2>(held_(), held_().name_3, value); return self_(); }
+    Self &clear_name_3()               { zidl::member::clear<2>(held_(), held_().name_3); return self_(); }
 };
 
 // ip_rib_srv6_sid_ctx
@@ -1910,238 +1904,238 @@ struct traits<zidl_ip_rib_srv6_sid_ctx> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_sid_ctx, Self> : public encodable<zidl_ip_rib_srv6_sid_ctx, Self>
 {
-    const zidl_ip_rib_srv6_sid_ctx &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_sid_ctx &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                       has_value_1() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                                   value_1() const
-        { return zidl::member::value<0>(record_(), record_().value_1); }
+        { return zidl::member::value<0>(held_(), held_().value_1); }
     bool                                       has_values_2() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::span<const uint8_t>                  values_2() const
-        { return zidl::member::array<1>(record_(), record_().values_2, record_().values_2_count); }
+        { return zidl::member::array<1>(held_(), held_().values_2, held_().values_2_count); }
     bool                                       has_e_ctx() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     zidl::view<zidl_ip_rib_srv6_e_ctx>         e_ctx() const
-        { return record_().e_ctx; }
+        { return held_().e_ctx; }
     bool                                       has_x_ctx() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     zidl::view<zidl_ip_rib_srv6_x_ctx>         x_ctx() const
-        { return record_().x_ctx; }
+        { return held_().x_ctx; }
     bool                                       has_dx_ctx() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     zidl::view<zidl_ip_rib_srv6_dx_ctx>        dx_ctx() const
-        { return record_().dx_ctx; }
+        { return held_().dx_ctx; }
     bool                                       has_dt_ctx() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     zidl::view<zidl_ip_rib_srv6_dt_ctx>        dt_ctx() const
-        { return record_().dt_ctx; }
+        { return held_().dt_ctx; }
     bool                                       has_dx2_ctx() const
-        { return zidl::member::has<6>(record_()); }
+        { return zidl::member::has<6>(held_()); }
     zidl::view<zidl_ip_rib_srv6_dx2_ctx>       dx2_ctx() const
-        { return record_().dx2_ctx; }
+        { return held_().dx2_ctx; }
     bool                                       has_un_ctx() const
-        { return zidl::member::has<7>(record_()); }
+        { return zidl::member::has<7>(held_()); }
     zidl::view<zidl_ip_rib_srv6_un_ctx>        un_ctx() const
-        { return record_().un_ctx; }
+        { return held_().un_ctx; }
     bool                                       has_ua_ctx() const
-        { return zidl::member::has<8>(record_()); }
+        { return zidl::member::has<8>(held_()); }
     zidl::view<zidl_ip_rib_srv6_ua_ctx>        ua_ctx() const
-        { return record_().ua_ctx; }
+        { return held_().ua_ctx; }
     bool                                       has_udt_ctx() const
-        { return zidl::member::has<9>(record_()); }
+        { return zidl::member::has<9>(held_()); }
     zidl::view<zidl_ip_rib_srv6_udt_ctx>       udt_ctx() const
-        { return record_().udt_ctx; }
+        { return held_().udt_ctx; }
     bool                                       has_ub6_ctx() const
-        { return zidl::member::has<10>(record_()); }
+        { return zidl::member::has<10>(held_()); }
     zidl::view<zidl_ip_rib_srv6_ub6_ctx>       ub6_ctx() const
-        { return record_().ub6_ctx; }
+        { return held_().ub6_ctx; }
     bool                                       has_udx2_ctx() const
-        { return zidl::member::has<11>(record_()); }
+        { return zidl::member::has<11>(held_()); }
     zidl::view<zidl_ip_rib_srv6_udx2_ctx>      udx2_ctx() const
-        { return record_().udx2_ctx; }
+        { return held_().udx2_ctx; }
     bool                                       has_dt2u_ctx() const
-        { return zidl::member::has<12>(record_()); }
+        { return zidl::member::has<12>(held_()); }
     zidl::view<zidl_ip_rib_srv6_dt2u_ctx>      dt2u_ctx() const
-        { return record_().dt2u_ctx; }
+        { return held_().dt2u_ctx; }
     bool                                       has_dt2m_ctx() const
-        { return zidl::member::has<13>(record_()); }
+        { return zidl::member::has<13>(held_()); }
     zidl::view<zidl_ip_rib_srv6_dt2m_ctx>      dt2m_ctx() const
-        { return record_().dt2m_ctx; }
+        { return held_().dt2m_ctx; }
     bool                                       has_udt2u_ctx() const
-        { return zidl::member::has<14>(record_()); }
+        { return zidl::member::has<14>(held_()); }
     zidl::view<zidl_ip_rib_srv6_udt2u_ctx>     udt2u_ctx() const
-        { return record_().udt2u_ctx; }
+        { return held_().udt2u_ctx; }
     bool                                       has_udt2m_ctx() const
-        { return zidl::member::has<15>(record_()); }
+        { return zidl::member::has<15>(held_()); }
     zidl::view<zidl_ip_rib_srv6_udt2m_ctx>     udt2m_ctx() const
-        { return record_().udt2m_ctx; }
+        { return held_().udt2m_ctx; }
     bool                                       has_udx_ctx() const
-        { return zidl::member::has<16>(record_()); }
+        { return zidl::member::has<16>(held_()); }
     zidl::view<zidl_ip_rib_srv6_udx_ctx>       udx_ctx() const
-        { return record_().udx_ctx; }
+        { return held_().udx_ctx; }
     bool                                       has_udt_named_ctx() const
-        { return zidl::member::has<17>(record_()); }
+        { return zidl::member::has<17>(held_()); }
     zidl::view<zidl_ip_rib_srv6_udt_named_ctx> udt_named_ctx() const
-        { return record_().udt_named_ctx; }
+        { return held_().udt_named_ctx; }
     bool                                       has_dt_named_ctx() const
-        { return zidl::member::has<18>(record_()); }
+        { return zidl::member::has<18>(held_()); }
     zidl::view<zidl_ip_rib_srv6_dt_named_ctx>  dt_named_ctx() const
-        { return record_().dt_named_ctx; }
+        { return held_().dt_named_ctx; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_sid_ctx, Self> : public fields<zidl_ip_rib_srv6_sid_ctx, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_sid_ctx &record_() { return *self_(); }
+    zidl_ip_rib_srv6_sid_ctx &held_() { return *self_(); }
 
 public:
     Self &set_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
     Self &clear_value_1()
-        { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
     Self &set_values_2(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<1>(record_(), record_().values_2, record_().values_2_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().values_2, held_().values_2_count, value); return self_(); }
     Self &clear_values_2()
-        { zidl::member::clear<1>(record_(), record_().values_2, record_().values_2_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().values_2, held_().values_2_count); return self_(); }
     Self &set_e_ctx(const zidl_ip_rib_srv6_e_ctx &value)
-        { zidl::member::set<2>(record_(), record_().e_ctx, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().e_ctx, value); return self_(); }
     Self &clear_e_ctx()
-        { zidl::member::clear<2>(record_(), record_().e_ctx); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().e_ctx); return self_(); }
     Self &mark_e_ctx()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_e_ctx> edit_e_ctx()
-        { return record_().e_ctx; }
+        { return held_().e_ctx; }
     Self &set_x_ctx(const zidl_ip_rib_srv6_x_ctx &value)
-        { zidl::member::set<3>(record_(), record_().x_ctx, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().x_ctx, value); return self_(); }
     Self &clear_x_ctx()
-        { zidl::member::clear<3>(record_(), record_().x_ctx); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().x_ctx); return self_(); }
     Self &mark_x_ctx()
-        { zidl::member::mark<3>(record_()); return self_(); }
+        { zidl::member::mark<3>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_x_ctx> edit_x_ctx()
-        { return record_().x_ctx; }
+        { return held_().x_ctx; }
     Self &set_dx_ctx(const zidl_ip_rib_srv6_dx_ctx &value)
-        { zidl::member::set<4>(record_(), record_().dx_ctx, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().dx_ctx, value); return self_(); }
     Self &clear_dx_ctx()
-        { zidl::member::clear<4>(record_(), record_().dx_ctx); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().dx_ctx); return self_(); }
     Self &mark_dx_ctx()
-        { zidl::member::mark<4>(record_()); return self_(); }
+        { zidl::member::mark<4>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_dx_ctx> edit_dx_ctx()
-        { return record_().dx_ctx; }
+        { return held_().dx_ctx; }
     Self &set_dt_ctx(const zidl_ip_rib_srv6_dt_ctx &value)
-        { zidl::member::set<5>(record_(), record_().dt_ctx, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().dt_ctx, value); return self_(); }
     Self &clear_dt_ctx()
-        { zidl::member::clear<5>(record_(), record_().dt_ctx); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().dt_ctx); return self_(); }
     Self &mark_dt_ctx()
-        { zidl::member::mark<5>(record_()); return self_(); }
+        { zidl::member::mark<5>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_dt_ctx> edit_dt_ctx()
-        { return record_().dt_ctx; }
+        { return held_().dt_ctx; }
     Self &set_dx2_ctx(const zidl_ip_rib_srv6_dx2_ctx &value)
-        { zidl::member::set<6>(record_(), record_().dx2_ctx, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().dx2_ctx, value); return self_(); }
     Self &clear_dx2_ctx()
-        { zidl::member::clear<6>(record_(), record_().dx2_ctx); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().dx2_ctx); return self_(); }
     Self &mark_dx2_ctx()
-        { zidl::member::mark<6>(record_()); return self_(); }
+        { zidl::member::mark<6>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_dx2_ctx> edit_dx2_ctx()
-        { return record_().dx2_ctx; }
+        { return held_().dx2_ctx; }
     Self &set_un_ctx(const zidl_ip_rib_srv6_un_ctx &value)
-        { zidl::member::set<7>(record_(), record_().un_ctx, value); return self_(); }
+        { zidl::member::set<7>(held_(), held_().un_ctx, value); return self_(); }
     Self &clear_un_ctx()
-        { zidl::member::clear<7>(record_(), record_().un_ctx); return self_(); }
+        { zidl::member::clear<7>(held_(), held_().un_ctx); return self_(); }
     Self &mark_un_ctx()
-        { zidl::member::mark<7>(record_()); return self_(); }
+        { zidl::member::mark<7>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_un_ctx> edit_un_ctx()
-        { return record_().un_ctx; }
+        { return held_().un_ctx; }
     Self &set_ua_ctx(const zidl_ip_rib_srv6_ua_ctx &value)
-        { zidl::member::set<8>(record_(), record_().ua_ctx, value); return self_(); }
+        { zidl::member::set<8>(held_(), held_().ua_ctx, value); return self_(); }
     Self &clear_ua_ctx()
-        { zidl::member::clear<8>(record_(), record_().ua_ctx); return self_(); }
+        { zidl::member::clear<8>(held_(), held_().ua_ctx); return self_(); }
     Self &mark_ua_ctx()
-        { zidl::member::mark<8>(record_()); return self_(); }
+        { zidl::member::mark<8>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_ua_ctx> edit_ua_ctx()
-        { return record_().ua_ctx; }
+        { return held_().ua_ctx; }
     Self &set_udt_ctx(const zidl_ip_rib_srv6_udt_ctx &value)
-        { zidl::member::set<9>(record_(), record_().udt_ctx, value); return self_(); }
+        { zidl::member::set<9>(held_(), held_().udt_ctx, value); return self_(); }
     Self &clear_udt_ctx()
-        { zidl::member::clear<9>(record_(), record_().udt_ctx); return self_(); }
+        { zidl::member::clear<9>(held_(), held_().udt_ctx); return self_(); }
     Self &mark_udt_ctx()
-        { zidl::member::mark<9>(record_()); return self_(); }
+        { zidl::member::mark<9>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_udt_ctx> edit_udt_ctx()
-        { return record_().udt_ctx; }
+        { return held_().udt_ctx; }
     Self &set_ub6_ctx(const zidl_ip_rib_srv6_ub6_ctx &value)
-        { zidl::member::set<10>(record_(), record_().ub6_ctx, value); return self_(); }
+        { zidl::member::set<10>(held_(), held_().ub6_ctx, value); return self_(); }
     Self &clear_ub6_ctx()
-        { zidl::member::clear<10>(record_(), record_().ub6_ctx); return self_(); }
+        { zidl::member::clear<10>(held_(), held_().ub6_ctx); return self_(); }
     Self &mark_ub6_ctx()
-        { zidl::member::mark<10>(record_()); return self_(); }
+        { zidl::member::mark<10>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_ub6_ctx> edit_ub6_ctx()
-        { return record_().ub6_ctx; }
+        { return held_().ub6_ctx; }
     Self &set_udx2_ctx(const zidl_ip_rib_srv6_udx2_ctx &value)
-        { zidl::member::set<11>(record_(), record_().udx2_ctx, value); return self_(); }
+        { zidl::member::set<11>(held_(), held_().udx2_ctx, value); return self_(); }
     Self &clear_udx2_ctx()
-        { zidl::member::clear<11>(record_(), record_().udx2_ctx); return self_(); }
+        { zidl::member::clear<11>(held_(), held_().udx2_ctx); return self_(); }
     Self &mark_udx2_ctx()
-        { zidl::member::mark<11>(record_()); return self_(); }
+        { zidl::member::mark<11>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_udx2_ctx> edit_udx2_ctx()
-        { return record_().udx2_ctx; }
+        { return held_().udx2_ctx; }
     Self &set_dt2u_ctx(const zidl_ip_rib_srv6_dt2u_ctx &value)
-        { zidl::member::set<12>(record_(), record_().dt2u_ctx, value); return self_(); }
+        { zidl::member::set<12>(held_(), held_().dt2u_ctx, value); return self_(); }
     Self &clear_dt2u_ctx()
-        { zidl::member::clear<12>(record_(), record_().dt2u_ctx); return self_(); }
+        { zidl::member::clear<12>(held_(), held_().dt2u_ctx); return self_(); }
     Self &mark_dt2u_ctx()
-        { zidl::member::mark<12>(record_()); return self_(); }
+        { zidl::member::mark<12>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_dt2u_ctx> edit_dt2u_ctx()
-        { return record_().dt2u_ctx; }
+        { return held_().dt2u_ctx; }
     Self &set_dt2m_ctx(const zidl_ip_rib_srv6_dt2m_ctx &value)
-        { zidl::member::set<13>(record_(), record_().dt2m_ctx, value); return self_(); }
+        { zidl::member::set<13>(held_(), held_().dt2m_ctx, value); return self_(); }
     Self &clear_dt2m_ctx()
-        { zidl::member::clear<13>(record_(), record_().dt2m_ctx); return self_(); }
+        { zidl::member::clear<13>(held_(), held_().dt2m_ctx); return self_(); }
     Self &mark_dt2m_ctx()
-        { zidl::member::mark<13>(record_()); return self_(); }
+        { zidl::member::mark<13>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_dt2m_ctx> edit_dt2m_ctx()
-        { return record_().dt2m_ctx; }
+        { return held_().dt2m_ctx; }
     Self &set_udt2u_ctx(const zidl_ip_rib_srv6_udt2u_ctx &value)
-        { zidl::member::set<14>(record_(), record_().udt2u_ctx, value); return self_(); }
+        { zidl::member::set<14>(held_(), held_().udt2u_ctx, value); return self_(); }
     Self &clear_udt2u_ctx()
-        { zidl::member::clear<14>(record_(), record_().udt2u_ctx); return self_(); }
+        { zidl::member::clear<14>(held_(), held_().udt2u_ctx); return self_(); }
     Self &mark_udt2u_ctx()
-        { zidl::member::mark<14>(record_()); return self_(); }
+        { zidl::member::mark<14>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_udt2u_ctx> edit_udt2u_ctx()
-        { return record_().udt2u_ctx; }
+        { return held_().udt2u_ctx; }
     Self &set_udt2m_ctx(const zidl_ip_rib_srv6_udt2m_ctx &value)
-        { zidl::member::set<15>(record_(), record_().udt2m_ctx, value); return self_(); }
+        { zidl::member::set<15>(held_(), held_().udt2m_ctx, value); return self_(); }
     Self &clear_udt2m_ctx()
-        { zidl::member::clear<15>(record_(), record_().udt2m_ctx); return self_(); }
+        { zidl::member::clear<15>(held_(), held_().udt2m_ctx); return self_(); }
     Self &mark_udt2m_ctx()
-        { zidl::member::mark<15>(record_()); return self_(); }
+        { zidl::member::mark<15>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_udt2m_ctx> edit_udt2m_ctx()
-        { return record_().udt2m_ctx; }
+        { return held_().udt2m_ctx; }
     Self &set_udx_ctx(const zidl_ip_rib_srv6_udx_ctx &value)
-        { zidl::member::set<16>(record_(), record_().udx_ctx, value); return self_(); }
+        { zidl::member::set<16>(held_(), held_().udx_ctx, value); return self_(); }
     Self &clear_udx_ctx()
-        { zidl::member::clear<16>(record_(), record_().udx_ctx); return self_(); }
+        { zidl::member::clear<16>(held_(), held_().udx_ctx); return self_(); }
     Self &mark_udx_ctx()
-        { zidl::member::mark<16>(record_()); return self_(); }
+        { zidl::member::mark<16>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_udx_ctx> edit_udx_ctx()
-        { return record_().udx_ctx; }
+        { return held_().udx_ctx; }
     Self &set_udt_named_ctx(const zidl_ip_rib_srv6_udt_named_ctx &value)
-        { zidl::member::set<17>(record_(), record_().udt_named_ctx, value); return self_(); }
+        { zidl::member::set<17>(held_(), held_().udt_named_ctx, value); return self_(); }
     Self &clear_udt_named_ctx()
-        { zidl::member::clear<17>(record_(), record_().udt_named_ctx); return self_(); }
+        { zidl::member::clear<17>(held_(), held_().udt_named_ctx); return self_(); }
     Self &mark_udt_named_ctx()
-        { zidl::member::mark<17>(record_()); return self_(); }
+        { zidl::member::mark<17>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_udt_named_ctx> edit_udt_named_ctx()
-        { return record_().udt_named_ctx; }
+        { return held_().udt_named_ctx; }
     Self &set_dt_named_ctx(const zidl_ip_rib_srv6_dt_named_ctx &value)
-        { zidl::member::set<18>(record_(), record_().dt_named_ctx, value); return self_(); }
+        { zidl::member::set<18>(held_(), held_().dt_named_ctx, value); return self_(); }
     Self &clear_dt_named_ctx()
-        { zidl::member::clear<18>(record_(), record_().dt_named_ctx); return self_(); }
+        { zidl::member::clear<18>(held_(), held_().dt_named_ctx); return self_(); }
     Self &mark_dt_named_ctx()
-        { zidl::member::mark<18>(record_()); return self_(); }
+        { zidl::member::mark<18>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_dt_named_ctx> edit_dt_named_ctx()
-        { return record_().dt_named_ctx; }
+        { return held_().dt_named_ctx; }
 };
 
 // ip_rib_srv6_opcode_update
@@ -2176,40 +2170,40 @@ struct traits<zidl_ip_rib_srv6_opcode_update> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_opcode_update, Self> : public encodable<zidl_ip_rib_srv6_opcode_update, Self>
 {
-    const zidl_ip_rib_srv6_opcode_update &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_opcode_update &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                 has_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t                             value_1() const     { return zidl::member::value<0>(record_(), record_().value_1); }
-    bool                                 has_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t                             value_2() const     { return zidl::member::value<1>(record_(), record_().value_2); }
-    bool                                 has_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t                             value_3() const     { return zidl::member::value<2>(record_(), record_().value_3); }
-    bool                                 has_sid_ctx() const { return zidl::member::has<3>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_sid_ctx> sid_ctx() const     { return record_().sid_ctx; }
-    bool                                 has_flag_5() const  { return zidl::member::has<4>(record_()); }
-    bool                                 flag_5() const      { return zidl::member::value<4>(record_(), record_().flag_5) != 0; }
+    bool                                 has_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t                             value_1() const     { return zidl::member::value<0>(held_(), held_().value_1); }
+    bool                                 has_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t                             value_2() const     { return zidl::member::value<1>(held_(), held_().value_2); }
+    bool                                 has_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t                             value_3() const     { return zidl::member::value<2>(held_(), held_().value_3); }
+    bool                                 has_sid_ctx() const { return zidl::member::has<3>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_sid_ctx> sid_ctx() const     { return held_().sid_ctx; }
+    bool                                 has_flag_5() const  { return zidl::member::has<4>(held_()); }
+    bool                                 flag_5() const      { return zidl::member::value<4>(held_(), held_().flag_5) != 0; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_opcode_update, Self> : public fields<zidl_ip_rib_srv6_opcode_update, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_opcode_update &record_() { return *self_(); }
+    zidl_ip_rib_srv6_opcode_update &held_() { return *self_(); }
 
 public:
-    Self &set_value_1(uint32_t value)                        { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
-    Self &clear_value_1()                                    { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
-    Self &set_value_2(uint32_t value)                        { zidl::member::set<1>(record_(), record_().value_2, value); return self_(); }
-    Self &clear_value_2()                                    { zidl::member::clear<1>(record_(), record_().value_2); return self_(); }
-    Self &set_value_3(uint32_t value)                        { zidl::member::set<2>(record_(), record_().value_3, value); return self_(); }
-    Self &clear_value_3()                                    { zidl::member::clear<2>(record_(), record_().value_3); return self_(); }
-    Self &set_sid_ctx(const zidl_ip_rib_srv6_sid_ctx &value) { zidl::member::set<3>(record_(), record_().sid_ctx, value); return self_(); }
-    Self &clear_sid_ctx()                                    { zidl::member::clear<3>(record_(), record_().sid_ctx); return self_(); }
-    Self &mark_sid_ctx()                                     { zidl::member::mark<3>(record_()); return self_(); }
-    zidl::editor<zidl_ip_rib_srv6_sid_ctx> edit_sid_ctx()    { return record_().sid_ctx; }
-    Self &set_flag_5(bool value)                             { zidl::member::set<4>(record_(), record_().flag_5, value); return self_(); }
-    Self &clear_flag_5()                                     { zidl::member::clear<4>(record_(), record_().flag_5); return self_(); }
+    Self &set_value_1(uint32_t value)                        { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
+    Self &clear_value_1()                                    { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
+    Self &set_value_2(uint32_t value)                        { zidl::member::set<1>(held_(), held_().value_2, value); return self_(); }
+    Self &clear_value_2()                                    { zidl::member::clear<1>(held_(), held_().value_2); return self_(); }
+    Self &set_value_3(uint32_t value)                        { zidl::member::set<2>(held_(), held_().value_3, value); return self_(); }
+    Self &clear_value_3()                                    { zidl::member::clear<2>(held_(), held_().value_3); return self_(); }
+    Self &set_sid_ctx(const zidl_ip_rib_srv6_sid_ctx &value) { zidl::member::set<3>(held_(), held_().sid_ctx, value); return self_(); }
+    Self &clear_sid_ctx()                                    { zidl::member::clear<3>(held_(), held_().sid_ctx); return self_(); }
+    Self &mark_sid_ctx()                                     { zidl::member::mark<3>(held_()); return self_(); }
+    zidl::editor<zidl_ip_rib_srv6_sid_ctx> edit_sid_ctx()    { return held_().sid_ctx; }
+    Self &set_flag_5(bool value)                             { zidl::member::set<4>(held_(), held_().flag_5, value); return self_(); }
+    Self &clear_flag_5()                                     { zidl::member::clear<4>(held_(), held_().flag_5); return self_(); }
 };
 
 // ip_rib_srv6_static_endpoint_update
@@ -2244,38 +2238,38 @@ struct traits<zidl_ip_rib_srv6_static_endpoint_update> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_static_endpoint_update, Self> : public encodable<zidl_ip_rib_srv6_static_endpoint_update, Self>
 {
-    const zidl_ip_rib_srv6_static_endpoint_update &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_static_endpoint_update &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                                 has_sid() const     { return zidl::member::has<0>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_prefix>  sid() const         { return record_().sid; }
-    bool                                 has_sid_ctx() const { return zidl::member::has<1>(record_()); }
-    zidl::view<zidl_ip_rib_srv6_sid_ctx> sid_ctx() const     { return record_().sid_ctx; }
-    bool                                 has_flag_3() const  { return zidl::member::has<2>(record_()); }
-    bool                                 flag_3() const      { return zidl::member::value<2>(record_(), record_().flag_3) != 0; }
-    bool                                 has_value_4() const { return zidl::member::has<3>(record_()); }
-    uint32_t                             value_4() const     { return zidl::member::value<3>(record_(), record_().value_4); }
+    bool                                 has_sid() const     { return zidl::member::has<0>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_prefix>  sid() const         { return held_().sid; }
+    bool                                 has_sid_ctx() const { return zidl::member::has<1>(held_()); }
+    zidl::view<zidl_ip_rib_srv6_sid_ctx> sid_ctx() const     { return held_().sid_ctx; }
+    bool                                 has_flag_3() const  { return zidl::member::has<2>(held_()); }
+    bool                                 flag_3() const      { return zidl::member::value<2>(held_(), held_().flag_3) != 0; }
+    bool                                 has_value_4() const { return zidl::member::has<3>(held_()); }
+    uint32_t                             value_4() const     { return zidl::member::value<3>(held_(), held_().value_4); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_static_endpoint_update, Self> : public fields<zidl_ip_rib_srv6_static_endpoint_update, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_static_endpoint_update &record_() { return *self_(); }
+    zidl_ip_rib_srv6_static_endpoint_update &held_() { return *self_(); }
 
 public:
-    Self &set_sid(const zidl_ip_rib_srv6_prefix &value)      { zidl::member::set<0>(record_(), record_().sid, value); return self_(); }
-    Self &clear_sid()                                        { zidl::member::clear<0>(record_(), record_().sid); return self_(); }
-    Self &mark_sid()                                         { zidl::member::mark<0>(record_()); return self_(); }
-    zidl::editor<zidl_ip_rib_srv6_prefix> edit_sid()         { return record_().sid; }
-    Self &set_sid_ctx(const zidl_ip_rib_srv6_sid_ctx &value) { zidl::member::set<1>(record_(), record_().sid_ctx, value); return self_(); }
-    Self &clear_sid_ctx()                                    { zidl::member::clear<1>(record_(), record_().sid_ctx); return self_(); }
-    Self &mark_sid_ctx()                                     { zidl::member::mark<1>(record_()); return self_(); }
-    zidl::editor<zidl_ip_rib_srv6_sid_ctx> edit_sid_ctx()    { return record_().sid_ctx; }
-    Self &set_flag_3(bool value)                             { zidl::member::set<2>(record_(), record_().flag_3, value); return self_(); }
-    Self &clear_flag_3()                                     { zidl::member::clear<2>(record_(), record_().flag_3); return self_(); }
-    Self &set_value_4(uint32_t value)                        { zidl::member::set<3>(record_(), record_().value_4, value); return self_(); }
-    Self &clear_value_4()                                    { zidl::member::clear<3>(record_(), record_().value_4); return self_(); }
+    Self &set_sid(const zidl_ip_rib_srv6_prefix &value)      { zidl::member::set<0>(held_(), held_().sid, value); return self_(); }
+    Self &clear_sid()                                        { zidl::member::clear<0>(held_(), held_().sid); return self_(); }
+    Self &mark_sid()                                         { zidl::member::mark<0>(held_()); return self_(); }
+    zidl::editor<zidl_ip_rib_srv6_prefix> edit_sid()         { return held_().sid; }
+    Self &set_sid_ctx(const zidl_ip_rib_srv6_sid_ctx &value) { zidl::member::set<1>(held_(), held_().sid_ctx, value); return self_(); }
+    Self &clear_sid_ctx()                                    { zidl::member::clear<1>(held_(), held_().sid_ctx); return self_(); }
+    Self &mark_sid_ctx()                                     { zidl::member::mark<1>(held_()); return self_(); }
+    zidl::editor<zidl_ip_rib_srv6_sid_ctx> edit_sid_ctx()    { return held_().sid_ctx; }
+    Self &set_flag_3(bool value)                             { zidl::member::set<2>(held_(), held_().flag_3, value); return self_(); }
+    Self &clear_flag_3()                                     { zidl::member::clear<2>(held_(), held_().flag_3); return self_(); }
+    Self &set_value_4(uint32_t value)                        { zidl::member::set<3>(held_(), held_().value_4, value); return self_(); }
+    Self &clear_value_4()                                    { zidl::member::clear<3>(held_(), held_().value_4); return self_(); }
 };
 
 // ip_rib_srv6_update
@@ -2309,62 +2303,62 @@ struct traits<zidl_ip_rib_srv6_update> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_update, Self> : public encodable<zidl_ip_rib_srv6_update, Self>
 {
-    const zidl_ip_rib_srv6_update &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_update &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                                has_value_1() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                                            value_1() const
-        { return zidl::member::value<0>(record_(), record_().value_1); }
+        { return zidl::member::value<0>(held_(), held_().value_1); }
     bool                                                has_cfg_update() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::view<zidl_ip_rib_srv6_cfg_update>             cfg_update() const
-        { return record_().cfg_update; }
+        { return held_().cfg_update; }
     bool                                                has_opcode_update() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     zidl::view<zidl_ip_rib_srv6_opcode_update>          opcode_update() const
-        { return record_().opcode_update; }
+        { return held_().opcode_update; }
     bool                                                has_static_endpoint_update() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     zidl::view<zidl_ip_rib_srv6_static_endpoint_update> static_endpoint_update() const
-        { return record_().static_endpoint_update; }
+        { return held_().static_endpoint_update; }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_update, Self> : public fields<zidl_ip_rib_srv6_update, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_update &record_() { return *self_(); }
+    zidl_ip_rib_srv6_update &held_() { return *self_(); }
 
 public:
     Self &set_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().value_1, value); return self_(); }
     Self &clear_value_1()
-        { zidl::member::clear<0>(record_(), record_().value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().value_1); return self_(); }
     Self &set_cfg_update(const zidl_ip_rib_srv6_cfg_update &value)
-        { zidl::member::set<1>(record_(), record_().cfg_update, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().cfg_update, value); return self_(); }
     Self &clear_cfg_update()
-        { zidl::member::clear<1>(record_(), record_().cfg_update); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().cfg_update); return self_(); }
     Self &mark_cfg_update()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_cfg_update> edit_cfg_update()
-        { return record_().cfg_update; }
+        { return held_().cfg_update; }
     Self &set_opcode_update(const zidl_ip_rib_srv6_opcode_update &value)
-        { zidl::member::set<2>(record_(), record_().opcode_update, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().opcode_update, value); return self_(); }
     Self &clear_opcode_update()
-        { zidl::member::clear<2>(record_(), record_().opcode_update); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().opcode_update); return self_(); }
     Self &mark_opcode_update()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_opcode_update> edit_opcode_update()
-        { return record_().opcode_update; }
+        { return held_().opcode_update; }
     Self &set_static_endpoint_update(const zidl_ip_rib_srv6_static_endpoint_update &value)
-        { zidl::member::set<3>(record_(), record_().static_endpoint_update, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().static_endpoint_update, value); return self_(); }
     Self &clear_static_endpoint_update()
-        { zidl::member::clear<3>(record_(), record_().static_endpoint_update); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().static_endpoint_update); return self_(); }
     Self &mark_static_endpoint_update()
-        { zidl::member::mark<3>(record_()); return self_(); }
+        { zidl::member::mark<3>(held_()); return self_(); }
     zidl::editor<zidl_ip_rib_srv6_static_endpoint_update> edit_static_endpoint_update()
-        { return record_().static_endpoint_update; }
+        { return held_().static_endpoint_update; }
 };
 
 } // namespace zidl

@@ -40,26 +40,26 @@ struct traits<zidl_rib_ipv6_address> {
 template <class Self>
 class fields<zidl_rib_ipv6_address, Self> : public encodable<zidl_rib_ipv6_address, Self>
 {
-    const zidl_rib_ipv6_address &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_ipv6_address &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_half0() const { return zidl::member::has<0>(record_()); }
-    uint64_t half0() const     { return zidl::member::value<0>(record_(), record_().half0); }
-    bool     has_half1() const { return zidl::member::has<1>(record_()); }
-    uint64_t half1() const     { return zidl::member::value<1>(record_(), record_().half1); }
+    bool     has_half0() const { return zidl::member::has<0>(held_()); }
+    uint64_t half0() const     { return zidl::member::value<0>(held_(), held_().half0); }
+    bool     has_half1() const { return zidl::member::has<1>(held_()); }
+    uint64_t half1() const     { return zidl::member::value<1>(held_(), held_().half1); }
 };
 
 template <class Self>
 class setters<zidl_rib_ipv6_address, Self> : public fields<zidl_rib_ipv6_address, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_ipv6_address &record_() { return *self_(); }
+    zidl_rib_ipv6_address &held_() { return *self_(); }
 
 public:
-    Self &set_half0(uint64_t value) { zidl::member::set<0>(record_(), record_().half0, value); return self_(); }
-    Self &clear_half0()             { zidl::member::clear<0>(record_(), record_().half0); return self_(); }
-    Self &set_half1(uint64_t value) { zidl::member::set<1>(record_(), record_().half1, value); return self_(); }
-    Self &clear_half1()             { zidl::member::clear<1>(record_(), record_().half1); return self_(); }
+    Self &set_half0(uint64_t value) { zidl::member::set<0>(held_(), held_().half0, value); return self_(); }
+    Self &clear_half0()             { zidl::member::clear<0>(held_(), held_().half0); return self_(); }
+    Self &set_half1(uint64_t value) { zidl::member::set<1>(held_(), held_().half1, value); return self_(); }
+    Self &clear_half1()             { zidl::member::clear<1>(held_(), held_().half1); return self_(); }
 };
 
 // rib_address
@@ -91,32 +91,32 @@ struct traits<zidl_rib_address> {
 template <class Self>
 class fields<zidl_rib_address, Self> : public encodable<zidl_rib_address, Self>
 {
-    const zidl_rib_address &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_address &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                              has_family() const { return zidl::member::has<0>(record_()); }
-    uint32_t                          family() const     { return zidl::member::value<0>(record_(), record_().family); }
-    bool                              has_ipv4() const   { return zidl::member::has<1>(record_()); }
-    uint32_t                          ipv4() const       { return zidl::member::value<1>(record_(), record_().ipv4); }
-    bool                              has_ipv6() const   { return zidl::member::has<2>(record_()); }
-    zidl::view<zidl_rib_ipv6_address> ipv6() const       { return record_().ipv6; }
+    bool                              has_family() const { return zidl::member::has<0>(held_()); }
+    uint32_t                          family() const     { return zidl::member::value<0>(held_(), held_().family); }
+    bool                              has_ipv4() const   { return zidl::member::has<1>(held_()); }
+    uint32_t                          ipv4() const       { return zidl::member::value<1>(held_(), held_().ipv4); }
+    bool                              has_ipv6() const   { return zidl::member::has<2>(held_()); }
+    zidl::view<zidl_rib_ipv6_address> ipv6() const       { return held_().ipv6; }
 };
 
 template <class Self>
 class setters<zidl_rib_address, Self> : public fields<zidl_rib_address, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_address &record_() { return *self_(); }
+    zidl_rib_address &held_() { return *self_(); }
 
 public:
-    Self &set_family(uint32_t value)                   { zidl::member::set<0>(record_(), record_().family, value); return self_(); }
-    Self &clear_family()                               { zidl::member::clear<0>(record_(), record_().family); return self_(); }
-    Self &set_ipv4(uint32_t value)                     { zidl::member::set<1>(record_(), record_().ipv4, value); return self_(); }
-    Self &clear_ipv4()                                 { zidl::member::clear<1>(record_(), record_().ipv4); return self_(); }
-    Self &set_ipv6(const zidl_rib_ipv6_address &value) { zidl::member::set<2>(record_(), record_().ipv6, value); return self_(); }
-    Self &clear_ipv6()                                 { zidl::member::clear<2>(record_(), record_().ipv6); return self_(); }
-    Self &mark_ipv6()                                  { zidl::member::mark<2>(record_()); return self_(); }
-    zidl::editor<zidl_rib_ipv6_address> edit_ipv6()    { return record_().ipv6; }
+    Self &set_family(uint32_t value)                   { zidl::member::set<0>(held_(), held_().family, value); return self_(); }
+    Self &clear_family()                               { zidl::member::clear<0>(held_(), held_().family); return self_(); }
+    Self &set_ipv4(uint32_t value)                     { zidl::member::set<1>(held_(), held_().ipv4, value); return self_(); }
+    Self &clear_ipv4()                                 { zidl::member::clear<1>(held_(), held_().ipv4); return self_(); }
+    Self &set_ipv6(const zidl_rib_ipv6_address &value) { zidl::member::set<2>(held_(), held_().ipv6, value); return self_(); }
+    Self &clear_ipv6()                                 { zidl::member::clear<2>(held_(), held_().ipv6); return self_(); }
+    Self &mark_ipv6()                                  { zidl::member::mark<2>(held_()); return self_(); }
+    zidl::editor<zidl_rib_ipv6_address> edit_ipv6()    { return held_().ipv6; }
 };
 
 // rib_prefix
@@ -148,28 +148,28 @@ struct traits<zidl_rib_prefix> {
 template <class Self>
 class fields<zidl_rib_prefix, Self> : public encodable<zidl_rib_prefix, Self>
 {
-    const zidl_rib_prefix &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_prefix &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                         has_address() const    { return zidl::member::has<0>(record_()); }
-    zidl::view<zidl_rib_address> address() const        { return record_().address; }
-    bool                         has_prefix_len() const { return zidl::member::has<1>(record_()); }
-    uint32_t                     prefix_len() const     { return zidl::member::value<1>(record_(), record_().prefix_len); }
+    bool                         has_address() const    { return zidl::member::has<0>(held_()); }
+    zidl::view<zidl_rib_address> address() const        { return held_().address; }
+    bool                         has_prefix_len() const { return zidl::member::has<1>(held_()); }
+    uint32_t                     prefix_len() const     { return zidl::member::value<1>(held_(), held_().prefix_len); }
 };
 
 template <class Self>
 class setters<zidl_rib_prefix, Self> : public fields<zidl_rib_prefix, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_prefix &record_() { return *self_(); }
+    zidl_rib_prefix &held_() { return *self_(); }
 
 public:
-    Self &set_address(const zidl_rib_address &value) { zidl::member::set<0>(record_(), record_().address, value); return self_(); }
-    Self &clear_address()                            { zidl::member::clear<0>(record_(), record_().address); return self_(); }
-    Self &mark_address()                             { zidl::member::mark<0>(record_()); return self_(); }
-    zidl::editor<zidl_rib_address> edit_address()    { return record_().address; }
-    Self &set_prefix_len(uint32_t value)             { zidl::member::set<1>(record_(), record_().prefix_len, value); return self_(); }
-    Self &clear_prefix_len()                         { zidl::member::clear<1>(record_(), record_().prefix_len); return self_(); }
+    Self &set_address(const zidl_rib_address &value) { zidl::member::set<0>(held_(), held_().address, value); return self_(); }
+    Self &clear_address()                            { zidl::member::clear<0>(held_(), held_().address); return self_(); }
+    Self &mark_address()                             { zidl::member::mark<0>(held_()); return self_(); }
+    zidl::editor<zidl_rib_address> edit_address()    { return held_().address; }
+    Self &set_prefix_len(uint32_t value)             { zidl::member::set<1>(held_(), held_().prefix_len, value); return self_(); }
+    Self &clear_prefix_len()                         { zidl::member::clear<1>(held_(), held_().prefix_len); return self_(); }
 };
 
 // rib_msg_prefix
@@ -201,42 +201,34 @@ struct traits<zidl_rib_msg_prefix> {
 template <class Self>
 class fields<zidl_rib_msg_prefix, Self> : public encodable<zidl_rib_msg_prefix, Self>
 {
-    const zidl_rib_msg_prefix &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_msg_prefix &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool        has_family() const     { return zidl::member::has<0>(record_()); }
-    uint32_t    family() const         { return zidl::member::value<0>(record_(), record_().family); }
-    bool        has_prefix_len() const { return zidl::member::has<1>(record_()); }
-    uint32_t    prefix_len() const     { return zidl::member::value<1>(record_(), record_().prefix_len); }
-    bool        has_ipv4() const       { return zidl::member::has<2>(record_()); }
-    uint32_t    ipv4() const           { return zidl::member::value<2>(record_(), record_().ipv4); }
-    bool        has_ipv6() const       { return zidl::member::has<3>(record_()); }
-    zidl::bytes ipv6() const           { return zidl::member::array<3>(record_(), record_().ipv6, record_().ipv6_size); }
+    bool        has_family() const     { return zidl::member::has<0>(held_()); }
+    uint32_t    family() const         { return zidl::member::value<0>(held_(), held_().family); }
+    bool        has_prefix_len() const { return zidl::member::has<1>(held_()); }
+    uint32_t    prefix_len() const     { return zidl::member::value<1>(held_(), held_().prefix_len); }
+    bool        has_ipv4() const       { return zidl::member::has<2>(held_()); }
+    uint32_t    ipv4() const           { return zidl::member::value<2>(held_(), held_().ipv4); }
+    bool        has_ipv6() const       { return zidl::member::has<3>(held_()); }
+    zidl::bytes ipv6() const           { return zidl::member::array<3>(held_(), held_().ipv6, held_().ipv6_size); }
 };
 
 template <class Self>
 class setters<zidl_rib_msg_prefix, Self> : public fields<zidl_rib_msg_prefix, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_msg_prefix &record_() { return *self_(); }
+    zidl_rib_msg_prefix &held_() { return *self_(); }
 
 public:
-    Self &set_family(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().family, value); return self_(); }
-    Self &clear_family()
-        { zidl::member::clear<0>(record_(), record_().family); return self_(); }
-    Self &set_prefix_len(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().prefix_len, value); return self_(); }
-    Self &clear_prefix_len()
-        { zidl::member::clear<1>(record_(), record_().prefix_len); return self_(); }
-    Self &set_ipv4(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().ipv4, value); return self_(); }
-    Self &clear_ipv4()
-        { zidl::member::clear<2>(record_(), record_().ipv4); return self_(); }
-    Self &set_ipv6(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<3>(record_(), record_().ipv6, record_().ipv6_size, value); return self_(); }
-    Self &clear_ipv6()
-        { zidl::member::clear<3>(record_(), record_().ipv6, record_().ipv6_size); return self_(); }
+    Self &set_family(uint32_t value)              { zidl::member::set<0>(held_(), held_().family, value); return self_(); }
+    Self &clear_family()                          { zidl::member::clear<0>(held_(), held_().family); return self_(); }
+    Self &set_prefix_len(uint32_t value)          { zidl::member::set<1>(held_(), held_().prefix_len, value); return self_(); }
+    Self &clear_prefix_len()                      { zidl::member::clear<1>(held_(), held_().prefix_len); return self_(); }
+    Self &set_ipv4(uint32_t value)                { zidl::member::set<2>(held_(), held_().ipv4, value); return self_(); }
+    Self &clear_ipv4()                            { zidl::member::clear<2>(held_(), held_().ipv4); return self_(); }
+    Self &set_ipv6(zidl::borrowed<uint8_t> value) { zidl::member::set<3>(held_(), held_().ipv6, held_().ipv6_size, value); return self_(); }
+    Self &clear_ipv6()                            { zidl::member::clear<3>(held_(), held_().ipv6, held_().ipv6_size); return self_(); }
 };
 
 // srv6_prefix
@@ -268,30 +260,30 @@ struct traits<zidl_srv6_prefix> {
 template <class Self>
 class fields<zidl_srv6_prefix, Self> : public encodable<zidl_srv6_prefix, Self>
 {
-    const zidl_srv6_prefix &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_srv6_prefix &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool        has_prefix() const     { return zidl::member::has<0>(record_()); }
-    zidl::bytes prefix() const         { return zidl::member::array<0>(record_(), record_().prefix, record_().prefix_size); }
-    bool        has_prefix_len() const { return zidl::member::has<1>(record_()); }
-    uint32_t    prefix_len() const     { return zidl::member::value<1>(record_(), record_().prefix_len); }
+    bool        has_prefix() const     { return zidl::member::has<0>(held_()); }
+    zidl::bytes prefix() const         { return zidl::member::array<0>(held_(), held_().prefix, held_().prefix_size); }
+    bool        has_prefix_len() const { return zidl::member::has<1>(held_()); }
+    uint32_t    prefix_len() const     { return zidl::member::value<1>(held_(), held_().prefix_len); }
 };
 
 template <class Self>
 class setters<zidl_srv6_prefix, Self> : public fields<zidl_srv6_prefix, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_srv6_prefix &record_() { return *self_(); }
+    zidl_srv6_prefix &held_() { return *self_(); }
 
 public:
     Self &set_prefix(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<0>(record_(), record_().prefix, record_().prefix_size, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().prefix, held_().prefix_size, value); return self_(); }
     Self &clear_prefix()
-        { zidl::member::clear<0>(record_(), record_().prefix, record_().prefix_size); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().prefix, held_().prefix_size); return self_(); }
     Self &set_prefix_len(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().prefix_len, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().prefix_len, value); return self_(); }
     Self &clear_prefix_len()
-        { zidl::member::clear<1>(record_(), record_().prefix_len); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().prefix_len); return self_(); }
 };
 
 // ip_rib_srv6_prefix
@@ -325,30 +317,30 @@ struct traits<zidl_ip_rib_srv6_prefix> {
 template <class Self>
 class fields<zidl_ip_rib_srv6_prefix, Self> : public encodable<zidl_ip_rib_srv6_prefix, Self>
 {
-    const zidl_ip_rib_srv6_prefix &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_ip_rib_srv6_prefix &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool        has_prefix() const     { return zidl::member::has<0>(record_()); }
-    zidl::bytes prefix() const         { return zidl::member::array<0>(record_(), record_().prefix, record_().prefix_size); }
-    bool        has_prefix_len() const { return zidl::member::has<1>(record_()); }
-    uint32_t    prefix_len() const     { return zidl::member::value<1>(record_(), record_().prefix_len); }
+    bool        has_prefix() const     { return zidl::member::has<0>(held_()); }
+    zidl::bytes prefix() const         { return zidl::member::array<0>(held_(), held_().prefix, held_().prefix_size); }
+    bool        has_prefix_len() const { return zidl::member::has<1>(held_()); }
+    uint32_t    prefix_len() const     { return zidl::member::value<1>(held_(), held_().prefix_len); }
 };
 
 template <class Self>
 class setters<zidl_ip_rib_srv6_prefix, Self> : public fields<zidl_ip_rib_srv6_prefix, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_ip_rib_srv6_prefix &record_() { return *self_(); }
+    zidl_ip_rib_srv6_prefix &held_() { return *self_(); }
 
 public:
     Self &set_prefix(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<0>(record_(), record_().prefix, record_().prefix_size, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().prefix, held_().prefix_size, value); return self_(); }
     Self &clear_prefix()
-        { zidl::member::clear<0>(record_(), record_().prefix, record_().prefix_size); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().prefix, held_().prefix_size); return self_(); }
     Self &set_prefix_len(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().prefix_len, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().prefix_len, value); return self_(); }
     Self &clear_prefix_len()
-        { zidl::member::clear<1>(record_(), record_().prefix_len); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().prefix_len); return self_(); }
 };
 
 // rib_nnh
@@ -380,34 +372,34 @@ struct traits<zidl_rib_nnh> {
 template <class Self>
 class fields<zidl_rib_nnh, Self> : public encodable<zidl_rib_nnh, Self>
 {
-    const zidl_rib_nnh &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_nnh &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_nnh_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t nnh_value_1() const     { return zidl::member::value<0>(record_(), record_().nnh_value_1); }
-    bool     has_nnh_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t nnh_value_2() const     { return zidl::member::value<1>(record_(), record_().nnh_value_2); }
-    bool     has_nnh_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t nnh_value_3() const     { return zidl::member::value<2>(record_(), record_().nnh_value_3); }
-    bool     has_nnh_value_4() const { return zidl::member::has<3>(record_()); }
-    uint32_t nnh_value_4() const     { return zidl::member::value<3>(record_(), record_().nnh_value_4); }
+    bool     has_nnh_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t nnh_value_1() const     { return zidl::member::value<0>(held_(), held_().nnh_value_1); }
+    bool     has_nnh_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t nnh_value_2() const     { return zidl::member::value<1>(held_(), held_().nnh_value_2); }
+    bool     has_nnh_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t nnh_value_3() const     { return zidl::member::value<2>(held_(), held_().nnh_value_3); }
+    bool     has_nnh_value_4() const { return zidl::member::has<3>(held_()); }
+    uint32_t nnh_value_4() const     { return zidl::member::value<3>(held_(), held_().nnh_value_4); }
 };
 
 template <class Self>
 class setters<zidl_rib_nnh, Self> : public fields<zidl_rib_nnh, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_nnh &record_() { return *self_(); }
+    zidl_rib_nnh &held_() { return *self_(); }
 
 public:
-    Self &set_nnh_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().nnh_value_1, value); return self_(); }
-    Self &clear_nnh_value_1()             { zidl::member::clear<0>(record_(), record_().nnh_value_1); return self_(); }
-    Self &set_nnh_value_2(uint32_t value) { zidl::member::set<1>(record_(), record_().nnh_value_2, value); return self_(); }
-    Self &clear_nnh_value_2()             { zidl::member::clear<1>(record_(), record_().nnh_value_2); return self_(); }
-    Self &set_nnh_value_3(uint32_t value) { zidl::member::set<2>(record_(), record_().nnh_value_3, value); return self_(); }
-    Self &clear_nnh_value_3()             { zidl::member::clear<2>(record_(), record_().nnh_value_3); return self_(); }
-    Self &set_nnh_value_4(uint32_t value) { zidl::member::set<3>(record_(), record_().nnh_value_4, value); return self_(); }
-    Self &clear_nnh_value_4()             { zidl::member::clear<3>(record_(), record_().nnh_value_4); return self_(); }
+    Self &set_nnh_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().nnh_value_1, value); return self_(); }
+    Self &clear_nnh_value_1()             { zidl::member::clear<0>(held_(), held_().nnh_value_1); return self_(); }
+    Self &set_nnh_value_2(uint32_t value) { zidl::member::set<1>(held_(), held_().nnh_value_2, value); return self_(); }
+    Self &clear_nnh_value_2()             { zidl::member::clear<1>(held_(), held_().nnh_value_2); return self_(); }
+    Self &set_nnh_value_3(uint32_t value) { zidl::member::set<2>(held_(), held_().nnh_value_3, value); return self_(); }
+    Self &clear_nnh_value_3()             { zidl::member::clear<2>(held_(), held_().nnh_value_3); return self_(); }
+    Self &set_nnh_value_4(uint32_t value) { zidl::member::set<3>(held_(), held_().nnh_value_4, value); return self_(); }
+    Self &clear_nnh_value_4()             { zidl::member::clear<3>(held_(), held_().nnh_value_4); return self_(); }
 };
 
 // rib_algo_label
@@ -439,34 +431,34 @@ struct traits<zidl_rib_algo_label> {
 template <class Self>
 class fields<zidl_rib_algo_label, Self> : public encodable<zidl_rib_algo_label, Self>
 {
-    const zidl_rib_algo_label &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_algo_label &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_algo_label_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t algo_label_value_1() const     { return zidl::member::value<0>(record_(), record_().algo_label_value_1); }
-    bool     has_algo_label_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t algo_label_value_2() const     { return zidl::member::value<1>(record_(), record_().algo_label_value_2); }
-    bool     has_algo_label_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t algo_label_value_3() const     { return zidl::member::value<2>(record_(), record_().algo_label_value_3); }
-    bool     has_algo_label_value_4() const { return zidl::member::has<3>(record_()); }
-    uint32_t algo_label_value_4() const     { return zidl::member::value<3>(record_(), record_().algo_label_value_4); }
+    bool     has_algo_label_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t algo_label_value_1() const     { return zidl::member::value<0>(held_(), held_().algo_label_value_1); }
+    bool     has_algo_label_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t algo_label_value_2() const     { return zidl::member::value<1>(held_(), held_().algo_label_value_2); }
+    bool     has_algo_label_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t algo_label_value_3() const     { return zidl::member::value<2>(held_(), held_().algo_label_value_3); }
+    bool     has_algo_label_value_4() const { return zidl::member::has<3>(held_()); }
+    uint32_t algo_label_value_4() const     { return zidl::member::value<3>(held_(), held_().algo_label_value_4); }
 };
 
 template <class Self>
 class setters<zidl_rib_algo_label, Self> : public fields<zidl_rib_algo_label, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_algo_label &record_() { return *self_(); }
+    zidl_rib_algo_label &held_() { return *self_(); }
 
 public:
-    Self &set_algo_label_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().algo_label_value_1, value); return self_(); }
-    Self &clear_algo_label_value_1()             { zidl::member::clear<0>(record_(), record_().algo_label_value_1); return self_(); }
-    Self &set_algo_label_value_2(uint32_t value) { zidl::member::set<1>(record_(), record_().algo_label_value_2, value); return self_(); }
-    Self &clear_algo_label_value_2()             { zidl::member::clear<1>(record_(), record_().algo_label_value_2); return self_(); }
-    Self &set_algo_label_value_3(uint32_t value) { zidl::member::set<2>(record_(), record_().algo_label_value_3, value); return self_(); }
-    Self &clear_algo_label_value_3()             { zidl::member::clear<2>(record_(), record_().algo_label_value_3); return self_(); }
-    Self &set_algo_label_value_4(uint32_t value) { zidl::member::set<3>(record_(), record_().algo_label_value_4, value); return self_(); }
-    Self &clear_algo_label_value_4()             { zidl::member::clear<3>(record_(), record_().algo_label_value_4); return self_(); }
+    Self &set_algo_label_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().algo_label_value_1, value); return self_(); }
+    Self &clear_algo_label_value_1()             { zidl::member::clear<0>(held_(), held_().algo_label_value_1); return self_(); }
+    Self &set_algo_label_value_2(uint32_t value) { zidl::member::set<1>(held_(), held_().algo_label_value_2, value); return self_(); }
+    Self &clear_algo_label_value_2()             { zidl::member::clear<1>(held_(), held_().algo_label_value_2); return self_(); }
+    Self &set_algo_label_value_3(uint32_t value) { zidl::member::set<2>(held_(), held_().algo_label_value_3, value); return self_(); }
+    Self &clear_algo_label_value_3()             { zidl::member::clear<2>(held_(), held_().algo_label_value_3); return self_(); }
+    Self &set_algo_label_value_4(uint32_t value) { zidl::member::set<3>(held_(), held_().algo_label_value_4, value); return self_(); }
+    Self &clear_algo_label_value_4()             { zidl::member::clear<3>(held_(), held_().algo_label_value_4); return self_(); }
 };
 
 // rib_path_grouping_info
@@ -501,26 +493,26 @@ struct traits<zidl_rib_path_grouping_info> {
 template <class Self>
 class fields<zidl_rib_path_grouping_info, Self> : public encodable<zidl_rib_path_grouping_info, Self>
 {
-    const zidl_rib_path_grouping_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path_grouping_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_grouping_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t grouping_value_1() const     { return zidl::member::value<0>(record_(), record_().grouping_value_1); }
-    bool     has_grouping_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t grouping_value_2() const     { return zidl::member::value<1>(record_(), record_().grouping_value_2); }
+    bool     has_grouping_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t grouping_value_1() const     { return zidl::member::value<0>(held_(), held_().grouping_value_1); }
+    bool     has_grouping_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t grouping_value_2() const     { return zidl::member::value<1>(held_(), held_().grouping_value_2); }
 };
 
 template <class Self>
 class setters<zidl_rib_path_grouping_info, Self> : public fields<zidl_rib_path_grouping_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path_grouping_info &record_() { return *self_(); }
+    zidl_rib_path_grouping_info &held_() { return *self_(); }
 
 public:
-    Self &set_grouping_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().grouping_value_1, value); return self_(); }
-    Self &clear_grouping_value_1()             { zidl::member::clear<0>(record_(), record_().grouping_value_1); return self_(); }
-    Self &set_grouping_value_2(uint32_t value) { zidl::member::set<1>(record_(), record_().grouping_value_2, value); return self_(); }
-    Self &clear_grouping_value_2()             { zidl::member::clear<1>(record_(), record_().grouping_value_2); return self_(); }
+    Self &set_grouping_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().grouping_value_1, value); return self_(); }
+    Self &clear_grouping_value_1()             { zidl::member::clear<0>(held_(), held_().grouping_value_1); return self_(); }
+    Self &set_grouping_value_2(uint32_t value) { zidl::member::set<1>(held_(), held_().grouping_value_2, value); return self_(); }
+    Self &clear_grouping_value_2()             { zidl::member::clear<1>(held_(), held_().grouping_value_2); return self_(); }
 };
 
 // rib_path_sl_id_info
@@ -554,30 +546,30 @@ struct traits<zidl_rib_path_sl_id_info> {
 template <class Self>
 class fields<zidl_rib_path_sl_id_info, Self> : public encodable<zidl_rib_path_sl_id_info, Self>
 {
-    const zidl_rib_path_sl_id_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path_sl_id_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_sl_id_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t sl_id_value_1() const     { return zidl::member::value<0>(record_(), record_().sl_id_value_1); }
-    bool     has_sl_id_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t sl_id_value_2() const     { return zidl::member::value<1>(record_(), record_().sl_id_value_2); }
-    bool     has_sl_id_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t sl_id_value_3() const     { return zidl::member::value<2>(record_(), record_().sl_id_value_3); }
+    bool     has_sl_id_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t sl_id_value_1() const     { return zidl::member::value<0>(held_(), held_().sl_id_value_1); }
+    bool     has_sl_id_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t sl_id_value_2() const     { return zidl::member::value<1>(held_(), held_().sl_id_value_2); }
+    bool     has_sl_id_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t sl_id_value_3() const     { return zidl::member::value<2>(held_(), held_().sl_id_value_3); }
 };
 
 template <class Self>
 class setters<zidl_rib_path_sl_id_info, Self> : public fields<zidl_rib_path_sl_id_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path_sl_id_info &record_() { return *self_(); }
+    zidl_rib_path_sl_id_info &held_() { return *self_(); }
 
 public:
-    Self &set_sl_id_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().sl_id_value_1, value); return self_(); }
-    Self &clear_sl_id_value_1()             { zidl::member::clear<0>(record_(), record_().sl_id_value_1); return self_(); }
-    Self &set_sl_id_value_2(uint32_t value) { zidl::member::set<1>(record_(), record_().sl_id_value_2, value); return self_(); }
-    Self &clear_sl_id_value_2()             { zidl::member::clear<1>(record_(), record_().sl_id_value_2); return self_(); }
-    Self &set_sl_id_value_3(uint32_t value) { zidl::member::set<2>(record_(), record_().sl_id_value_3, value); return self_(); }
-    Self &clear_sl_id_value_3()             { zidl::member::clear<2>(record_(), record_().sl_id_value_3); return self_(); }
+    Self &set_sl_id_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().sl_id_value_1, value); return self_(); }
+    Self &clear_sl_id_value_1()             { zidl::member::clear<0>(held_(), held_().sl_id_value_1); return self_(); }
+    Self &set_sl_id_value_2(uint32_t value) { zidl::member::set<1>(held_(), held_().sl_id_value_2, value); return self_(); }
+    Self &clear_sl_id_value_2()             { zidl::member::clear<1>(held_(), held_().sl_id_value_2); return self_(); }
+    Self &set_sl_id_value_3(uint32_t value) { zidl::member::set<2>(held_(), held_().sl_id_value_3, value); return self_(); }
+    Self &clear_sl_id_value_3()             { zidl::member::clear<2>(held_(), held_().sl_id_value_3); return self_(); }
 };
 
 // rib_path_l2_info
@@ -610,38 +602,38 @@ struct traits<zidl_rib_path_l2_info> {
 template <class Self>
 class fields<zidl_rib_path_l2_info, Self> : public encodable<zidl_rib_path_l2_info, Self>
 {
-    const zidl_rib_path_l2_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path_l2_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_l2_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t l2_value_1() const     { return zidl::member::value<0>(record_(), record_().l2_value_1); }
-    bool     has_l2_value_5() const { return zidl::member::has<1>(record_()); }
-    uint32_t l2_value_5() const     { return zidl::member::value<1>(record_(), record_().l2_value_5); }
-    bool     has_l2_value_6() const { return zidl::member::has<2>(record_()); }
-    uint32_t l2_value_6() const     { return zidl::member::value<2>(record_(), record_().l2_value_6); }
-    bool     has_l2_value_7() const { return zidl::member::has<3>(record_()); }
-    uint32_t l2_value_7() const     { return zidl::member::value<3>(record_(), record_().l2_value_7); }
-    bool     has_l2_value_8() const { return zidl::member::has<4>(record_()); }
-    uint32_t l2_value_8() const     { return zidl::member::value<4>(record_(), record_().l2_value_8); }
+    bool     has_l2_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t l2_value_1() const     { return zidl::member::value<0>(held_(), held_().l2_value_1); }
+    bool     has_l2_value_5() const { return zidl::member::has<1>(held_()); }
+    uint32_t l2_value_5() const     { return zidl::member::value<1>(held_(), held_().l2_value_5); }
+    bool     has_l2_value_6() const { return zidl::member::has<2>(held_()); }
+    uint32_t l2_value_6() const     { return zidl::member::value<2>(held_(), held_().l2_value_6); }
+    bool     has_l2_value_7() const { return zidl::member::has<3>(held_()); }
+    uint32_t l2_value_7() const     { return zidl::member::value<3>(held_(), held_().l2_value_7); }
+    bool     has_l2_value_8() const { return zidl::member::has<4>(held_()); }
+    uint32_t l2_value_8() const     { return zidl::member::value<4>(held_(), held_().l2_value_8); }
 };
 
 template <class Self>
 class setters<zidl_rib_path_l2_info, Self> : public fields<zidl_rib_path_l2_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path_l2_info &record_() { return *self_(); }
+    zidl_rib_path_l2_info &held_() { return *self_(); }
 
 public:
-    Self &set_l2_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().l2_value_1, value); return self_(); }
-    Self &clear_l2_value_1()             { zidl::member::clear<0>(record_(), record_().l2_value_1); return self_(); }
-    Self &set_l2_value_5(uint32_t value) { zidl::member::set<1>(record_(), record_().l2_value_5, value); return self_(); }
-    Self &clear_l2_value_5()             { zidl::member::clear<1>(record_(), record_().l2_value_5); return self_(); }
-    Self &set_l2_value_6(uint32_t value) { zidl::member::set<2>(record_(), record_().l2_value_6, value); return self_(); }
-    Self &clear_l2_value_6()             { zidl::member::clear<2>(record_(), record_().l2_value_6); return self_(); }
-    Self &set_l2_value_7(uint32_t value) { zidl::member::set<3>(record_(), record_().l2_value_7, value); return self_(); }
-    Self &clear_l2_value_7()             { zidl::member::clear<3>(record_(), record_().l2_value_7); return self_(); }
-    Self &set_l2_value_8(uint32_t value) { zidl::member::set<4>(record_(), record_().l2_value_8, value); return self_(); }
-    Self &clear_l2_value_8()             { zidl::member::clear<4>(record_(), record_().l2_value_8); return self_(); }
+    Self &set_l2_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().l2_value_1, value); return self_(); }
+    Self &clear_l2_value_1()             { zidl::member::clear<0>(held_(), held_().l2_value_1); return self_(); }
+    Self &set_l2_value_5(uint32_t value) { zidl::member::set<1>(held_(), held_().l2_value_5, value); return self_(); }
+    Self &clear_l2_value_5()             { zidl::member::clear<1>(held_(), held_().l2_value_5); return self_(); }
+    Self &set_l2_value_6(uint32_t value) { zidl::member::set<2>(held_(), held_().l2_value_6, value); return self_(); }
+    Self &clear_l2_value_6()             { zidl::member::clear<2>(held_(), held_().l2_value_6); return self_(); }
+    Self &set_l2_value_7(uint32_t value) { zidl::member::set<3>(held_(), held_().l2_value_7, value); return self_(); }
+    Self &clear_l2_value_7()             { zidl::member::clear<3>(held_(), held_().l2_value_7); return self_(); }
+    Self &set_l2_value_8(uint32_t value) { zidl::member::set<4>(held_(), held_().l2_value_8, value); return self_(); }
+    Self &clear_l2_value_8()             { zidl::member::clear<4>(held_(), held_().l2_value_8); return self_(); }
 };
 
 // rib_path_via_aft_id
@@ -675,34 +667,34 @@ struct traits<zidl_rib_path_via_aft_id> {
 template <class Self>
 class fields<zidl_rib_path_via_aft_id, Self> : public encodable<zidl_rib_path_via_aft_id, Self>
 {
-    const zidl_rib_path_via_aft_id &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path_via_aft_id &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_via_aft_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t via_aft_value_1() const     { return zidl::member::value<0>(record_(), record_().via_aft_value_1); }
-    bool     has_via_aft_id() const      { return zidl::member::has<1>(record_()); }
-    uint64_t via_aft_id() const          { return zidl::member::value<1>(record_(), record_().via_aft_id); }
-    bool     has_via_aft_value_6() const { return zidl::member::has<2>(record_()); }
-    uint32_t via_aft_value_6() const     { return zidl::member::value<2>(record_(), record_().via_aft_value_6); }
-    bool     has_via_aft_value_7() const { return zidl::member::has<3>(record_()); }
-    uint32_t via_aft_value_7() const     { return zidl::member::value<3>(record_(), record_().via_aft_value_7); }
+    bool     has_via_aft_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t via_aft_value_1() const     { return zidl::member::value<0>(held_(), held_().via_aft_value_1); }
+    bool     has_via_aft_id() const      { return zidl::member::has<1>(held_()); }
+    uint64_t via_aft_id() const          { return zidl::member::value<1>(held_(), held_().via_aft_id); }
+    bool     has_via_aft_value_6() const { return zidl::member::has<2>(held_()); }
+    uint32_t via_aft_value_6() const     { return zidl::member::value<2>(held_(), held_().via_aft_value_6); }
+    bool     has_via_aft_value_7() const { return zidl::member::has<3>(held_()); }
+    uint32_t via_aft_value_7() const     { return zidl::member::value<3>(held_(), held_().via_aft_value_7); }
 };
 
 template <class Self>
 class setters<zidl_rib_path_via_aft_id, Self> : public fields<zidl_rib_path_via_aft_id, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path_via_aft_id &record_() { return *self_(); }
+    zidl_rib_path_via_aft_id &held_() { return *self_(); }
 
 public:
-    Self &set_via_aft_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().via_aft_value_1, value); return self_(); }
-    Self &clear_via_aft_value_1()             { zidl::member::clear<0>(record_(), record_().via_aft_value_1); return self_(); }
-    Self &set_via_aft_id(uint64_t value)      { zidl::member::set<1>(record_(), record_().via_aft_id, value); return self_(); }
-    Self &clear_via_aft_id()                  { zidl::member::clear<1>(record_(), record_().via_aft_id); return self_(); }
-    Self &set_via_aft_value_6(uint32_t value) { zidl::member::set<2>(record_(), record_().via_aft_value_6, value); return self_(); }
-    Self &clear_via_aft_value_6()             { zidl::member::clear<2>(record_(), record_().via_aft_value_6); return self_(); }
-    Self &set_via_aft_value_7(uint32_t value) { zidl::member::set<3>(record_(), record_().via_aft_value_7, value); return self_(); }
-    Self &clear_via_aft_value_7()             { zidl::member::clear<3>(record_(), record_().via_aft_value_7); return self_(); }
+    Self &set_via_aft_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().via_aft_value_1, value); return self_(); }
+    Self &clear_via_aft_value_1()             { zidl::member::clear<0>(held_(), held_().via_aft_value_1); return self_(); }
+    Self &set_via_aft_id(uint64_t value)      { zidl::member::set<1>(held_(), held_().via_aft_id, value); return self_(); }
+    Self &clear_via_aft_id()                  { zidl::member::clear<1>(held_(), held_().via_aft_id); return self_(); }
+    Self &set_via_aft_value_6(uint32_t value) { zidl::member::set<2>(held_(), held_().via_aft_value_6, value); return self_(); }
+    Self &clear_via_aft_value_6()             { zidl::member::clear<2>(held_(), held_().via_aft_value_6); return self_(); }
+    Self &set_via_aft_value_7(uint32_t value) { zidl::member::set<3>(held_(), held_().via_aft_value_7, value); return self_(); }
+    Self &clear_via_aft_value_7()             { zidl::member::clear<3>(held_(), held_().via_aft_value_7); return self_(); }
 };
 
 // rib_path_ip_tunnel_info
@@ -737,46 +729,46 @@ struct traits<zidl_rib_path_ip_tunnel_info> {
 template <class Self>
 class fields<zidl_rib_path_ip_tunnel_info, Self> : public encodable<zidl_rib_path_ip_tunnel_info, Self>
 {
-    const zidl_rib_path_ip_tunnel_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path_ip_tunnel_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_tunnel_value_1() const  { return zidl::member::has<0>(record_()); }
-    uint32_t tunnel_value_1() const      { return zidl::member::value<0>(record_(), record_().tunnel_value_1); }
-    bool     has_tunnel_flag() const     { return zidl::member::has<1>(record_()); }
-    bool     tunnel_flag() const         { return zidl::member::value<1>(record_(), record_().tunnel_flag) != 0; }
-    bool     has_tunnel_value_6() const  { return zidl::member::has<2>(record_()); }
-    uint32_t tunnel_value_6() const      { return zidl::member::value<2>(record_(), record_().tunnel_value_6); }
-    bool     has_tunnel_value_7() const  { return zidl::member::has<3>(record_()); }
-    uint32_t tunnel_value_7() const      { return zidl::member::value<3>(record_(), record_().tunnel_value_7); }
-    bool     has_tunnel_value_8() const  { return zidl::member::has<4>(record_()); }
-    uint32_t tunnel_value_8() const      { return zidl::member::value<4>(record_(), record_().tunnel_value_8); }
-    bool     has_tunnel_value_9() const  { return zidl::member::has<5>(record_()); }
-    uint32_t tunnel_value_9() const      { return zidl::member::value<5>(record_(), record_().tunnel_value_9); }
-    bool     has_tunnel_value_10() const { return zidl::member::has<6>(record_()); }
-    uint64_t tunnel_value_10() const     { return zidl::member::value<6>(record_(), record_().tunnel_value_10); }
+    bool     has_tunnel_value_1() const  { return zidl::member::has<0>(held_()); }
+    uint32_t tunnel_value_1() const      { return zidl::member::value<0>(held_(), held_().tunnel_value_1); }
+    bool     has_tunnel_flag() const     { return zidl::member::has<1>(held_()); }
+    bool     tunnel_flag() const         { return zidl::member::value<1>(held_(), held_().tunnel_flag) != 0; }
+    bool     has_tunnel_value_6() const  { return zidl::member::has<2>(held_()); }
+    uint32_t tunnel_value_6() const      { return zidl::member::value<2>(held_(), held_().tunnel_value_6); }
+    bool     has_tunnel_value_7() const  { return zidl::member::has<3>(held_()); }
+    uint32_t tunnel_value_7() const      { return zidl::member::value<3>(held_(), held_().tunnel_value_7); }
+    bool     has_tunnel_value_8() const  { return zidl::member::has<4>(held_()); }
+    uint32_t tunnel_value_8() const      { return zidl::member::value<4>(held_(), held_().tunnel_value_8); }
+    bool     has_tunnel_value_9() const  { return zidl::member::has<5>(held_()); }
+    uint32_t tunnel_value_9() const      { return zidl::member::value<5>(held_(), held_().tunnel_value_9); }
+    bool     has_tunnel_value_10() const { return zidl::member::has<6>(held_()); }
+    uint64_t tunnel_value_10() const     { return zidl::member::value<6>(held_(), held_().tunnel_value_10); }
 };
 
 template <class Self>
 class setters<zidl_rib_path_ip_tunnel_info, Self> : public fields<zidl_rib_path_ip_tunnel_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path_ip_tunnel_info &record_() { return *self_(); }
+    zidl_rib_path_ip_tunnel_info &held_() { return *self_(); }
 
 public:
-    Self &set_tunnel_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().tunnel_value_1, value); return self_(); }
-    Self &clear_tunnel_value_1()              { zidl::member::clear<0>(record_(), record_().tunnel_value_1); return self_(); }
-    Self &set_tunnel_flag(bool value)         { zidl::member::set<1>(record_(), record_().tunnel_flag, value); return self_(); }
-    Self &clear_tunnel_flag()                 { zidl::member::clear<1>(record_(), record_().tunnel_flag); return self_(); }
-    Self &set_tunnel_value_6(uint32_t value)  { zidl::member::set<2>(record_(), record_().tunnel_value_6, value); return self_(); }
-    Self &clear_tunnel_value_6()              { zidl::member::clear<2>(record_(), record_().tunnel_value_6); return self_(); }
-    Self &set_tunnel_value_7(uint32_t value)  { zidl::member::set<3>(record_(), record_().tunnel_value_7, value); return self_(); }
-    Self &clear_tunnel_value_7()              { zidl::member::clear<3>(record_(), record_().tunnel_value_7); return self_(); }
-    Self &set_tunnel_value_8(uint32_t value)  { zidl::member::set<4>(record_(), record_().tunnel_value_8, value); return self_(); }
-    Self &clear_tunnel_value_8()              { zidl::member::clear<4>(record_(), record_().tunnel_value_8); return self_(); }
-    Self &set_tunnel_value_9(uint32_t value)  { zidl::member::set<5>(record_(), record_().tunnel_value_9, value); return self_(); }
-    Self &clear_tunnel_value_9()              { zidl::member::clear<5>(record_(), record_().tunnel_value_9); return self_(); }
-    Self &set_tunnel_value_10(uint64_t value) { zidl::member::set<6>(record_(), record_().tunnel_value_10, value); return self_(); }
-    Self &clear_tunnel_value_10()             { zidl::member::clear<6>(record_(), record_().tunnel_value_10); return self_(); }
+    Self &set_tunnel_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().tunnel_value_1, value); return self_(); }
+    Self &clear_tunnel_value_1()              { zidl::member::clear<0>(held_(), held_().tunnel_value_1); return self_(); }
+    Self &set_tunnel_flag(bool value)         { zidl::member::set<1>(held_(), held_().tunnel_flag, value); return self_(); }
+    Self &clear_tunnel_flag()                 { zidl::member::clear<1>(held_(), held_().tunnel_flag); return self_(); }
+    Self &set_tunnel_value_6(uint32_t value)  { zidl::member::set<2>(held_(), held_().tunnel_value_6, value); return self_(); }
+    Self &clear_tunnel_value_6()              { zidl::member::clear<2>(held_(), held_().tunnel_value_6); return self_(); }
+    Self &set_tunnel_value_7(uint32_t value)  { zidl::member::set<3>(held_(), held_().tunnel_value_7, value); return self_(); }
+    Self &clear_tunnel_value_7()              { zidl::member::clear<3>(held_(), held_().tunnel_value_7); return self_(); }
+    Self &set_tunnel_value_8(uint32_t value)  { zidl::member::set<4>(held_(), held_().tunnel_value_8, value); return self_(); }
+    Self &clear_tunnel_value_8()              { zidl::member::clear<4>(held_(), held_().tunnel_value_8); return self_(); }
+    Self &set_tunnel_value_9(uint32_t value)  { zidl::member::set<5>(held_(), held_().tunnel_value_9, value); return self_(); }
+    Self &clear_tunnel_value_9()              { zidl::member::clear<5>(held_(), held_().tunnel_value_9); return self_(); }
+    Self &set_tunnel_value_10(uint64_t value) { zidl::member::set<6>(held_(), held_().tunnel_value_10, value); return self_(); }
+    Self &clear_tunnel_value_10()             { zidl::member::clear<6>(held_(), held_().tunnel_value_10); return self_(); }
 };
 
 // rib_path_iid_attr
@@ -810,46 +802,46 @@ struct traits<zidl_rib_path_iid_attr> {
 template <class Self>
 class fields<zidl_rib_path_iid_attr, Self> : public encodable<zidl_rib_path_iid_attr, Self>
 {
-    const zidl_rib_path_iid_attr &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path_iid_attr &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                        has_iid_attr_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t                    iid_attr_value_1() const     { return zidl::member::value<0>(record_(), record_().iid_attr_value_1); }
-    bool                        has_iid_attr_value_2() const { return zidl::member::has<1>(record_()); }
-    uint32_t                    iid_attr_value_2() const     { return zidl::member::value<1>(record_(), record_().iid_attr_value_2); }
-    bool                        has_iid_attr_prefix() const  { return zidl::member::has<2>(record_()); }
-    zidl::view<zidl_rib_prefix> iid_attr_prefix() const      { return record_().iid_attr_prefix; }
-    bool                        has_iid_attr_value_4() const { return zidl::member::has<3>(record_()); }
-    uint32_t                    iid_attr_value_4() const     { return zidl::member::value<3>(record_(), record_().iid_attr_value_4); }
+    bool                        has_iid_attr_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t                    iid_attr_value_1() const     { return zidl::member::value<0>(held_(), held_().iid_attr_value_1); }
+    bool                        has_iid_attr_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t                    iid_attr_value_2() const     { return zidl::member::value<1>(held_(), held_().iid_attr_value_2); }
+    bool                        has_iid_attr_prefix() const  { return zidl::member::has<2>(held_()); }
+    zidl::view<zidl_rib_prefix> iid_attr_prefix() const      { return held_().iid_attr_prefix; }
+    bool                        has_iid_attr_value_4() const { return zidl::member::has<3>(held_()); }
+    uint32_t                    iid_attr_value_4() const     { return zidl::member::value<3>(held_(), held_().iid_attr_value_4); }
 };
 
 template <class Self>
 class setters<zidl_rib_path_iid_attr, Self> : public fields<zidl_rib_path_iid_attr, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path_iid_attr &record_() { return *self_(); }
+    zidl_rib_path_iid_attr &held_() { return *self_(); }
 
 public:
     Self &set_iid_attr_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().iid_attr_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().iid_attr_value_1, value); return self_(); }
     Self &clear_iid_attr_value_1()
-        { zidl::member::clear<0>(record_(), record_().iid_attr_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().iid_attr_value_1); return self_(); }
     Self &set_iid_attr_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().iid_attr_value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().iid_attr_value_2, value); return self_(); }
     Self &clear_iid_attr_value_2()
-        { zidl::member::clear<1>(record_(), record_().iid_attr_value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().iid_attr_value_2); return self_(); }
     Self &set_iid_attr_prefix(const zidl_rib_prefix &value)
-        { zidl::member::set<2>(record_(), record_().iid_attr_prefix, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().iid_attr_prefix, value); return self_(); }
     Self &clear_iid_attr_prefix()
-        { zidl::member::clear<2>(record_(), record_().iid_attr_prefix); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().iid_attr_prefix); return self_(); }
     Self &mark_iid_attr_prefix()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_rib_prefix> edit_iid_attr_prefix()
-        { return record_().iid_attr_prefix; }
+        { return held_().iid_attr_prefix; }
     Self &set_iid_attr_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().iid_attr_value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().iid_attr_value_4, value); return self_(); }
     Self &clear_iid_attr_value_4()
-        { zidl::member::clear<3>(record_(), record_().iid_attr_value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().iid_attr_value_4); return self_(); }
 };
 
 // rib_path_via_srv6_sid
@@ -884,40 +876,32 @@ struct traits<zidl_rib_path_via_srv6_sid> {
 template <class Self>
 class fields<zidl_rib_path_via_srv6_sid, Self> : public encodable<zidl_rib_path_via_srv6_sid, Self>
 {
-    const zidl_rib_path_via_srv6_sid &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path_via_srv6_sid &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                              has_via_sid_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t                          via_sid_value_1() const     { return zidl::member::value<0>(record_(), record_().via_sid_value_1); }
-    bool                              has_via_sid() const         { return zidl::member::has<1>(record_()); }
-    zidl::view<zidl_rib_ipv6_address> via_sid() const             { return record_().via_sid; }
-    bool                              has_via_sid_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t                          via_sid_value_3() const     { return zidl::member::value<2>(record_(), record_().via_sid_value_3); }
+    bool                              has_via_sid_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t                          via_sid_value_1() const     { return zidl::member::value<0>(held_(), held_().via_sid_value_1); }
+    bool                              has_via_sid() const         { return zidl::member::has<1>(held_()); }
+    zidl::view<zidl_rib_ipv6_address> via_sid() const             { return held_().via_sid; }
+    bool                              has_via_sid_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t                          via_sid_value_3() const     { return zidl::member::value<2>(held_(), held_().via_sid_value_3); }
 };
 
 template <class Self>
 class setters<zidl_rib_path_via_srv6_sid, Self> : public fields<zidl_rib_path_via_srv6_sid, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path_via_srv6_sid &record_() { return *self_(); }
+    zidl_rib_path_via_srv6_sid &held_() { return *self_(); }
 
 public:
-    Self &set_via_sid_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().via_sid_value_1, value); return self_(); }
-    Self &clear_via_sid_value_1()
-        { zidl::member::clear<0>(record_(), record_().via_sid_value_1); return self_(); }
-    Self &set_via_sid(const zidl_rib_ipv6_address &value)
-        { zidl::member::set<1>(record_(), record_().via_sid, value); return self_(); }
-    Self &clear_via_sid()
-        { zidl::member::clear<1>(record_(), record_().via_sid); return self_(); }
-    Self &mark_via_sid()
-        { zidl::member::mark<1>(record_()); return self_(); }
-    zidl::editor<zidl_rib_ipv6_address> edit_via_sid()
-        { return record_().via_sid; }
-    Self &set_via_sid_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().via_sid_value_3, value); return self_(); }
-    Self &clear_via_sid_value_3()
-        { zidl::member::clear<2>(record_(), record_().via_sid_value_3); return self_(); }
+    Self &set_via_sid_value_1(uint32_t value)             { zidl::member::set<0>(held_(), held_().via_sid_value_1, value); return self_(); }
+    Self &clear_via_sid_value_1()                         { zidl::member::clear<0>(held_(), held_().via_sid_value_1); return self_(); }
+    Self &set_via_sid(const zidl_rib_ipv6_address &value) { zidl::member::set<1>(held_(), held_().via_sid, value); return self_(); }
+    Self &clear_via_sid()                                 { zidl::member::clear<1>(held_(), held_().via_sid); return self_(); }
+    Self &mark_via_sid()                                  { zidl::member::mark<1>(held_()); return self_(); }
+    zidl::editor<zidl_rib_ipv6_address> edit_via_sid()    { return held_().via_sid; }
+    Self &set_via_sid_value_3(uint32_t value)             { zidl::member::set<2>(held_(), held_().via_sid_value_3, value); return self_(); }
+    Self &clear_via_sid_value_3()                         { zidl::member::clear<2>(held_(), held_().via_sid_value_3); return self_(); }
 };
 
 // rib_path_srv6_sid_info
@@ -952,40 +936,40 @@ struct traits<zidl_rib_path_srv6_sid_info> {
 template <class Self>
 class fields<zidl_rib_path_srv6_sid_info, Self> : public encodable<zidl_rib_path_srv6_sid_info, Self>
 {
-    const zidl_rib_path_srv6_sid_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path_srv6_sid_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                        has_sid_info_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t                    sid_info_value_1() const     { return zidl::member::value<0>(record_(), record_().sid_info_value_1); }
-    bool                        has_sid_info_prefix() const  { return zidl::member::has<1>(record_()); }
-    zidl::view<zidl_rib_prefix> sid_info_prefix() const      { return record_().sid_info_prefix; }
-    bool                        has_sid_info_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t                    sid_info_value_3() const     { return zidl::member::value<2>(record_(), record_().sid_info_value_3); }
+    bool                        has_sid_info_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t                    sid_info_value_1() const     { return zidl::member::value<0>(held_(), held_().sid_info_value_1); }
+    bool                        has_sid_info_prefix() const  { return zidl::member::has<1>(held_()); }
+    zidl::view<zidl_rib_prefix> sid_info_prefix() const      { return held_().sid_info_prefix; }
+    bool                        has_sid_info_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t                    sid_info_value_3() const     { return zidl::member::value<2>(held_(), held_().sid_info_value_3); }
 };
 
 template <class Self>
 class setters<zidl_rib_path_srv6_sid_info, Self> : public fields<zidl_rib_path_srv6_sid_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path_srv6_sid_info &record_() { return *self_(); }
+    zidl_rib_path_srv6_sid_info &held_() { return *self_(); }
 
 public:
     Self &set_sid_info_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().sid_info_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().sid_info_value_1, value); return self_(); }
     Self &clear_sid_info_value_1()
-        { zidl::member::clear<0>(record_(), record_().sid_info_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().sid_info_value_1); return self_(); }
     Self &set_sid_info_prefix(const zidl_rib_prefix &value)
-        { zidl::member::set<1>(record_(), record_().sid_info_prefix, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().sid_info_prefix, value); return self_(); }
     Self &clear_sid_info_prefix()
-        { zidl::member::clear<1>(record_(), record_().sid_info_prefix); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().sid_info_prefix); return self_(); }
     Self &mark_sid_info_prefix()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_rib_prefix> edit_sid_info_prefix()
-        { return record_().sid_info_prefix; }
+        { return held_().sid_info_prefix; }
     Self &set_sid_info_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().sid_info_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().sid_info_value_3, value); return self_(); }
     Self &clear_sid_info_value_3()
-        { zidl::member::clear<2>(record_(), record_().sid_info_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().sid_info_value_3); return self_(); }
 };
 
 // rib_ecomm_array
@@ -1018,42 +1002,42 @@ struct traits<zidl_rib_ecomm_array> {
 template <class Self>
 class fields<zidl_rib_ecomm_array, Self> : public encodable<zidl_rib_ecomm_array, Self>
 {
-    const zidl_rib_ecomm_array &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_ecomm_array &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                       has_ecomm_value_1() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                   ecomm_value_1() const
-        { return zidl::member::value<0>(record_(), record_().ecomm_value_1); }
+        { return zidl::member::value<0>(held_(), held_().ecomm_value_1); }
     bool                       has_ecomm_values() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::span<const uint64_t> ecomm_values() const
-        { return zidl::member::array<1>(record_(), record_().ecomm_values, record_().ecomm_count); }
+        { return zidl::member::array<1>(held_(), held_().ecomm_values, held_().ecomm_count); }
     bool                       has_ecomm_value_3() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     uint32_t                   ecomm_value_3() const
-        { return zidl::member::value<2>(record_(), record_().ecomm_value_3); }
+        { return zidl::member::value<2>(held_(), held_().ecomm_value_3); }
 };
 
 template <class Self>
 class setters<zidl_rib_ecomm_array, Self> : public fields<zidl_rib_ecomm_array, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_ecomm_array &record_() { return *self_(); }
+    zidl_rib_ecomm_array &held_() { return *self_(); }
 
 public:
     Self &set_ecomm_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().ecomm_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().ecomm_value_1, value); return self_(); }
     Self &clear_ecomm_value_1()
-        { zidl::member::clear<0>(record_(), record_().ecomm_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().ecomm_value_1); return self_(); }
     Self &set_ecomm_values(zidl::borrowed<uint64_t> value)
-        { zidl::member::set<1>(record_(), record_().ecomm_values, record_().ecomm_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().ecomm_values, held_().ecomm_count, value); return self_(); }
     Self &clear_ecomm_values()
-        { zidl::member::clear<1>(record_(), record_().ecomm_values, record_().ecomm_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().ecomm_values, held_().ecomm_count); return self_(); }
     Self &set_ecomm_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().ecomm_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().ecomm_value_3, value); return self_(); }
     Self &clear_ecomm_value_3()
-        { zidl::member::clear<2>(record_(), record_().ecomm_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().ecomm_value_3); return self_(); }
 };
 
 // rib_path
@@ -1085,322 +1069,322 @@ struct traits<zidl_rib_path> {
 template <class Self>
 class fields<zidl_rib_path, Self> : public encodable<zidl_rib_path, Self>
 {
-    const zidl_rib_path &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_path &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                     has_path_value_1() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                                 path_value_1() const
-        { return zidl::member::value<0>(record_(), record_().path_value_1); }
+        { return zidl::member::value<0>(held_(), held_().path_value_1); }
     bool                                     has_path_value_2() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     uint32_t                                 path_value_2() const
-        { return zidl::member::value<1>(record_(), record_().path_value_2); }
+        { return zidl::member::value<1>(held_(), held_().path_value_2); }
     bool                                     has_path_value_3() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     uint32_t                                 path_value_3() const
-        { return zidl::member::value<2>(record_(), record_().path_value_3); }
+        { return zidl::member::value<2>(held_(), held_().path_value_3); }
     bool                                     has_path_address_4() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     zidl::view<zidl_rib_address>             path_address_4() const
-        { return record_().path_address_4; }
+        { return held_().path_address_4; }
     bool                                     has_path_address_5() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     zidl::view<zidl_rib_address>             path_address_5() const
-        { return record_().path_address_5; }
+        { return held_().path_address_5; }
     bool                                     has_path_prefix() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     zidl::view<zidl_rib_prefix>              path_prefix() const
-        { return record_().path_prefix; }
+        { return held_().path_prefix; }
     bool                                     has_path_value_8() const
-        { return zidl::member::has<6>(record_()); }
+        { return zidl::member::has<6>(held_()); }
     uint32_t                                 path_value_8() const
-        { return zidl::member::value<6>(record_(), record_().path_value_8); }
+        { return zidl::member::value<6>(held_(), held_().path_value_8); }
     bool                                     has_path_values_9() const
-        { return zidl::member::has<7>(record_()); }
+        { return zidl::member::has<7>(held_()); }
     zidl::span<const uint32_t>               path_values_9() const
-        { return zidl::member::array<7>(record_(), record_().path_values_9, record_().path_values_9_count); }
+        { return zidl::member::array<7>(held_(), held_().path_values_9, held_().path_values_9_count); }
     bool                                     has_path_value_10() const
-        { return zidl::member::has<8>(record_()); }
+        { return zidl::member::has<8>(held_()); }
     uint32_t                                 path_value_10() const
-        { return zidl::member::value<8>(record_(), record_().path_value_10); }
+        { return zidl::member::value<8>(held_(), held_().path_value_10); }
     bool                                     has_path_value_11() const
-        { return zidl::member::has<9>(record_()); }
+        { return zidl::member::has<9>(held_()); }
     uint32_t                                 path_value_11() const
-        { return zidl::member::value<9>(record_(), record_().path_value_11); }
+        { return zidl::member::value<9>(held_(), held_().path_value_11); }
     bool                                     has_path_value_12() const
-        { return zidl::member::has<10>(record_()); }
+        { return zidl::member::has<10>(held_()); }
     uint32_t                                 path_value_12() const
-        { return zidl::member::value<10>(record_(), record_().path_value_12); }
+        { return zidl::member::value<10>(held_(), held_().path_value_12); }
     bool                                     has_path_value_13() const
-        { return zidl::member::has<11>(record_()); }
+        { return zidl::member::has<11>(held_()); }
     uint32_t                                 path_value_13() const
-        { return zidl::member::value<11>(record_(), record_().path_value_13); }
+        { return zidl::member::value<11>(held_(), held_().path_value_13); }
     bool                                     has_path_value_14() const
-        { return zidl::member::has<12>(record_()); }
+        { return zidl::member::has<12>(held_()); }
     uint32_t                                 path_value_14() const
-        { return zidl::member::value<12>(record_(), record_().path_value_14); }
+        { return zidl::member::value<12>(held_(), held_().path_value_14); }
     bool                                     has_path_value_16() const
-        { return zidl::member::has<13>(record_()); }
+        { return zidl::member::has<13>(held_()); }
     uint32_t                                 path_value_16() const
-        { return zidl::member::value<13>(record_(), record_().path_value_16); }
+        { return zidl::member::value<13>(held_(), held_().path_value_16); }
     bool                                     has_path_addresses() const
-        { return zidl::member::has<14>(record_()); }
+        { return zidl::member::has<14>(held_()); }
     zidl::views<zidl_rib_address>            path_addresses() const
-        { return zidl::member::messages<14>(record_(), record_().path_addresses, record_().path_addresses_count); }
+        { return zidl::member::messages<14>(held_(), held_().path_addresses, held_().path_addresses_count); }
     bool                                     has_path_ipv6_address() const
-        { return zidl::member::has<15>(record_()); }
+        { return zidl::member::has<15>(held_()); }
     zidl::view<zidl_rib_ipv6_address>        path_ipv6_address() const
-        { return record_().path_ipv6_address; }
+        { return held_().path_ipv6_address; }
     bool                                     has_path_value_19() const
-        { return zidl::member::has<16>(record_()); }
+        { return zidl::member::has<16>(held_()); }
     uint32_t                                 path_value_19() const
-        { return zidl::member::value<16>(record_(), record_().path_value_19); }
+        { return zidl::member::value<16>(held_(), held_().path_value_19); }
     bool                                     has_nnh_entries() const
-        { return zidl::member::has<17>(record_()); }
+        { return zidl::member::has<17>(held_()); }
     zidl::views<zidl_rib_nnh>                nnh_entries() const
-        { return zidl::member::messages<17>(record_(), record_().nnh_entries, record_().nnh_entries_count); }
+        { return zidl::member::messages<17>(held_(), held_().nnh_entries, held_().nnh_entries_count); }
     bool                                     has_path_value_22() const
-        { return zidl::member::has<18>(record_()); }
+        { return zidl::member::has<18>(held_()); }
     uint32_t                                 path_value_22() const
-        { return zidl::member::value<18>(record_(), record_().path_value_22); }
+        { return zidl::member::value<18>(held_(), held_().path_value_22); }
     bool                                     has_path_value_25() const
-        { return zidl::member::has<19>(record_()); }
+        { return zidl::member::has<19>(held_()); }
     uint32_t                                 path_value_25() const
-        { return zidl::member::value<19>(record_(), record_().path_value_25); }
+        { return zidl::member::value<19>(held_(), held_().path_value_25); }
     bool                                     has_ecomm() const
-        { return zidl::member::has<20>(record_()); }
+        { return zidl::member::has<20>(held_()); }
     zidl::view<zidl_rib_ecomm_array>         ecomm() const
-        { return record_().ecomm; }
+        { return held_().ecomm; }
     bool                                     has_path_value_27() const
-        { return zidl::member::has<21>(record_()); }
+        { return zidl::member::has<21>(held_()); }
     uint32_t                                 path_value_27() const
-        { return zidl::member::value<21>(record_(), record_().path_value_27); }
+        { return zidl::member::value<21>(held_(), held_().path_value_27); }
     bool                                     has_path_value_28() const
-        { return zidl::member::has<22>(record_()); }
+        { return zidl::member::has<22>(held_()); }
     uint32_t                                 path_value_28() const
-        { return zidl::member::value<22>(record_(), record_().path_value_28); }
+        { return zidl::member::value<22>(held_(), held_().path_value_28); }
     bool                                     has_iid_attr() const
-        { return zidl::member::has<23>(record_()); }
+        { return zidl::member::has<23>(held_()); }
     zidl::view<zidl_rib_path_iid_attr>       iid_attr() const
-        { return record_().iid_attr; }
+        { return held_().iid_attr; }
     bool                                     has_l2_info() const
-        { return zidl::member::has<24>(record_()); }
+        { return zidl::member::has<24>(held_()); }
     zidl::view<zidl_rib_path_l2_info>        l2_info() const
-        { return record_().l2_info; }
+        { return held_().l2_info; }
     bool                                     has_path_value_31() const
-        { return zidl::member::has<25>(record_()); }
+        { return zidl::member::has<25>(held_()); }
     uint32_t                                 path_value_31() const
-        { return zidl::member::value<25>(record_(), record_().path_value_31); }
+        { return zidl::member::value<25>(held_(), held_().path_value_31); }
     bool                                     has_via_srv6_sid() const
-        { return zidl::member::has<26>(record_()); }
+        { return zidl::member::has<26>(held_()); }
     zidl::view<zidl_rib_path_via_srv6_sid>   via_srv6_sid() const
-        { return record_().via_srv6_sid; }
+        { return held_().via_srv6_sid; }
     bool                                     has_srv6_sid_infos() const
-        { return zidl::member::has<27>(record_()); }
+        { return zidl::member::has<27>(held_()); }
     zidl::views<zidl_rib_path_srv6_sid_info> srv6_sid_infos() const
-        { return zidl::member::messages<27>(record_(), record_().srv6_sid_infos, record_().srv6_sid_infos_count); }
+        { return zidl::member::messages<27>(held_(), held_().srv6_sid_infos, held_().srv6_sid_infos_count); }
     bool                                     has_grouping_info() const
-        { return zidl::member::has<28>(record_()); }
+        { return zidl::member::has<28>(held_()); }
     zidl::view<zidl_rib_path_grouping_info>  grouping_info() const
-        { return record_().grouping_info; }
+        { return held_().grouping_info; }
     bool                                     has_ip_tunnel_info() const
-        { return zidl::member::has<29>(record_()); }
+        { return zidl::member::has<29>(held_()); }
     zidl::view<zidl_rib_path_ip_tunnel_info> ip_tunnel_info() const
-        { return record_().ip_tunnel_info; }
+        { return held_().ip_tunnel_info; }
     bool                                     has_via_aft_id() const
-        { return zidl::member::has<30>(record_()); }
+        { return zidl::member::has<30>(held_()); }
     zidl::view<zidl_rib_path_via_aft_id>     via_aft_id() const
-        { return record_().via_aft_id; }
+        { return held_().via_aft_id; }
     bool                                     has_sl_id_info() const
-        { return zidl::member::has<31>(record_()); }
+        { return zidl::member::has<31>(held_()); }
     zidl::view<zidl_rib_path_sl_id_info>     sl_id_info() const
-        { return record_().sl_id_info; }
+        { return held_().sl_id_info; }
 };
 
 template <class Self>
 class setters<zidl_rib_path, Self> : public fields<zidl_rib_path, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_path &record_() { return *self_(); }
+    zidl_rib_path &held_() { return *self_(); }
 
 public:
     Self &set_path_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().path_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().path_value_1, value); return self_(); }
     Self &clear_path_value_1()
-        { zidl::member::clear<0>(record_(), record_().path_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().path_value_1); return self_(); }
     Self &set_path_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().path_value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().path_value_2, value); return self_(); }
     Self &clear_path_value_2()
-        { zidl::member::clear<1>(record_(), record_().path_value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().path_value_2); return self_(); }
     Self &set_path_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().path_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().path_value_3, value); return self_(); }
     Self &clear_path_value_3()
-        { zidl::member::clear<2>(record_(), record_().path_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().path_value_3); return self_(); }
     Self &set_path_address_4(const zidl_rib_address &value)
-        { zidl::member::set<3>(record_(), record_().path_address_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().path_address_4, value); return self_(); }
     Self &clear_path_address_4()
-        { zidl::member::clear<3>(record_(), record_().path_address_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().path_address_4); return self_(); }
     Self &mark_path_address_4()
-        { zidl::member::mark<3>(record_()); return self_(); }
+        { zidl::member::mark<3>(held_()); return self_(); }
     zidl::editor<zidl_rib_address> edit_path_address_4()
-        { return record_().path_address_4; }
+        { return held_().path_address_4; }
     Self &set_path_address_5(const zidl_rib_address &value)
-        { zidl::member::set<4>(record_(), record_().path_address_5, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().path_address_5, value); return self_(); }
     Self &clear_path_address_5()
-        { zidl::member::clear<4>(record_(), record_().path_address_5); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().path_address_5); return self_(); }
     Self &mark_path_address_5()
-        { zidl::member::mark<4>(record_()); return self_(); }
+        { zidl::member::mark<4>(held_()); return self_(); }
     zidl::editor<zidl_rib_address> edit_path_address_5()
-        { return record_().path_address_5; }
+        { return held_().path_address_5; }
     Self &set_path_prefix(const zidl_rib_prefix &value)
-        { zidl::member::set<5>(record_(), record_().path_prefix, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().path_prefix, value); return self_(); }
     Self &clear_path_prefix()
-        { zidl::member::clear<5>(record_(), record_().path_prefix); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().path_prefix); return self_(); }
     Self &mark_path_prefix()
-        { zidl::member::mark<5>(record_()); return self_(); }
+        { zidl::member::mark<5>(held_()); return self_(); }
     zidl::editor<zidl_rib_prefix> edit_path_prefix()
-        { return record_().path_prefix; }
+        { return held_().path_prefix; }
     Self &set_path_value_8(uint32_t value)
-        { zidl::member::set<6>(record_(), record_().path_value_8, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().path_value_8, value); return self_(); }
     Self &clear_path_value_8()
-        { zidl::member::clear<6>(record_(), record_().path_value_8); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().path_value_8); return self_(); }
     Self &set_path_values_9(zidl::borrowed<uint32_t> value)
-        { zidl::member::set<7>(record_(), record_().path_values_9, record_().path_values_9_count, value); return self_(); }
+        { zidl::member::set<7>(held_(), held_().path_values_9, held_().path_values_9_count, value); return self_(); }
     Self &clear_path_values_9()
-        { zidl::member::clear<7>(record_(), record_().path_values_9, record_().path_values_9_count); return self_(); }
+        { zidl::member::clear<7>(held_(), held_().path_values_9, held_().path_values_9_count); return self_(); }
     Self &set_path_value_10(uint32_t value)
-        { zidl::member::set<8>(record_(), record_().path_value_10, value); return self_(); }
+        { zidl::member::set<8>(held_(), held_().path_value_10, value); return self_(); }
     Self &clear_path_value_10()
-        { zidl::member::clear<8>(record_(), record_().path_value_10); return self_(); }
+        { zidl::member::clear<8>(held_(), held_().path_value_10); return self_(); }
     Self &set_path_value_11(uint32_t value)
-        { zidl::member::set<9>(record_(), record_().path_value_11, value); return self_(); }
+        { zidl::member::set<9>(held_(), held_().path_value_11, value); return self_(); }
     Self &clear_path_value_11()
-        { zidl::member::clear<9>(record_(), record_().path_value_11); return self_(); }
+        { zidl::member::clear<9>(held_(), held_().path_value_11); return self_(); }
     Self &set_path_value_12(uint32_t value)
-        { zidl::member::set<10>(record_(), record_().path_value_12, value); return self_(); }
+        { zidl::member::set<10>(held_(), held_().path_value_12, value); return self_(); }
     Self &clear_path_value_12()
-        { zidl::member::clear<10>(record_(), record_().path_value_12); return self_(); }
+        { zidl::member::clear<10>(held_(), held_().path_value_12); return self_(); }
     Self &set_path_value_13(uint32_t value)
-        { zidl::member::set<11>(record_(), record_().path_value_13, value); return self_(); }
+        { zidl::member::set<11>(held_(), held_().path_value_13, value); return self_(); }
     Self &clear_path_value_13()
-        { zidl::member::clear<11>(record_(), record_().path_value_13); return self_(); }
+        { zidl::member::clear<11>(held_(), held_().path_value_13); return self_(); }
     Self &set_path_value_14(uint32_t value)
-        { zidl::member::set<12>(record_(), record_().path_value_14, value); return self_(); }
+        { zidl::member::set<12>(held_(), held_().path_value_14, value); return self_(); }
     Self &clear_path_value_14()
-        { zidl::member::clear<12>(record_(), record_().path_value_14); return self_(); }
+        { zidl::member::clear<12>(held_(), held_().path_value_14); return self_(); }
     Self &set_path_value_16(uint32_t value)
-        { zidl::member::set<13>(record_(), record_().path_value_16, value); return self_(); }
+        { zidl::member::set<13>(held_(), held_().path_value_16, value); return self_(); }
     Self &clear_path_value_16()
-        { zidl::member::clear<13>(record_(), record_().path_value_16); return self_(); }
+        { zidl::member::clear<13>(held_(), held_().path_value_16); return self_(); }
     Self &set_path_addresses(zidl::borrowed<zidl_rib_address> value)
-        { zidl::member::set<14>(record_(), record_().path_addresses, record_().path_addresses_count, value); return self_(); }
+        { zidl::member::set<14>(held_(), held_().path_addresses, held_().path_addresses_count, value); return self_(); }
     Self &clear_path_addresses()
-        { zidl::member::clear<14>(record_(), record_().path_addresses, record_().path_addresses_count); return self_(); }
+        { zidl::member::clear<14>(held_(), held_().path_addresses, held_().path_addresses_count); return self_(); }
     Self &set_path_ipv6_address(const zidl_rib_ipv6_address &value)
-        { zidl::member::set<15>(record_(), record_().path_ipv6_address, value); return self_(); }
+        { zidl::member::set<15>(held_(), held_().path_ipv6_address, value); return self_(); }
     Self &clear_path_ipv6_address()
-        { zidl::member::clear<15>(record_(), record_().path_ipv6_address); return self_(); }
+        { zidl::member::clear<15>(held_(), held_().path_ipv6_address); return self_(); }
     Self &mark_path_ipv6_address()
-        { zidl::member::mark<15>(record_()); return self_(); }
+        { zidl::member::mark<15>(held_()); return self_(); }
     zidl::editor<zidl_rib_ipv6_address> edit_path_ipv6_address()
-        { return record_().path_ipv6_address; }
+        { return held_().path_ipv6_address; }
     Self &set_path_value_19(uint32_t value)
-        { zidl::member::set<16>(record_(), record_().path_value_19, value); return self_(); }
+        { zidl::member::set<16>(held_(), held_().path_value_19, value); return self_(); }
     Self &clear_path_value_19()
-        { zidl::member::clear<16>(record_(), record_().path_value_19); return self_(); }
+        { zidl::member::clear<16>(held_(), held_().path_value_19); return self_(); }
     Self &set_nnh_entries(zidl::borrowed<zidl_rib_nnh> value)
-        { zidl::member::set<17>(record_(), record_().nnh_entries, record_().nnh_entries_count, value); return self_(); }
+        { zidl::member::set<17>(held_(), held_().nnh_entries, held_().nnh_entries_count, value); return self_(); }
     Self &clear_nnh_entries()
-        { zidl::member::clear<17>(record_(), record_().nnh_entries, record_().nnh_entries_count); return self_(); }
+        { zidl::member::clear<17>(held_(), held_().nnh_entries, held_().nnh_entries_count); return self_(); }
     Self &set_path_value_22(uint32_t value)
-        { zidl::member::set<18>(record_(), record_().path_value_22, value); return self_(); }
+        { zidl::member::set<18>(held_(), held_().path_value_22, value); return self_(); }
     Self &clear_path_value_22()
-        { zidl::member::clear<18>(record_(), record_().path_value_22); return self_(); }
+        { zidl::member::clear<18>(held_(), held_().path_value_22); return self_(); }
     Self &set_path_value_25(uint32_t value)
-        { zidl::member::set<19>(record_(), record_().path_value_25, value); return self_(); }
+        { zidl::member::set<19>(held_(), held_().path_value_25, value); return self_(); }
     Self &clear_path_value_25()
-        { zidl::member::clear<19>(record_(), record_().path_value_25); return self_(); }
+        { zidl::member::clear<19>(held_(), held_().path_value_25); return self_(); }
     Self &set_ecomm(const zidl_rib_ecomm_array &value)
-        { zidl::member::set<20>(record_(), record_().ecomm, value); return self_(); }
+        { zidl::member::set<20>(held_(), held_().ecomm, value); return self_(); }
     Self &clear_ecomm()
-        { zidl::member::clear<20>(record_(), record_().ecomm); return self_(); }
+        { zidl::member::clear<20>(held_(), held_().ecomm); return self_(); }
     Self &mark_ecomm()
-        { zidl::member::mark<20>(record_()); return self_(); }
+        { zidl::member::mark<20>(held_()); return self_(); }
     zidl::editor<zidl_rib_ecomm_array> edit_ecomm()
-        { return record_().ecomm; }
+        { return held_().ecomm; }
     Self &set_path_value_27(uint32_t value)
-        { zidl::member::set<21>(record_(), record_().path_value_27, value); return self_(); }
+        { zidl::member::set<21>(held_(), held_().path_value_27, value); return self_(); }
     Self &clear_path_value_27()
-        { zidl::member::clear<21>(record_(), record_().path_value_27); return self_(); }
+        { zidl::member::clear<21>(held_(), held_().path_value_27); return self_(); }
     Self &set_path_value_28(uint32_t value)
-        { zidl::member::set<22>(record_(), record_().path_value_28, value); return self_(); }
+        { zidl::member::set<22>(held_(), held_().path_value_28, value); return self_(); }
     Self &clear_path_value_28()
-        { zidl::member::clear<22>(record_(), record_().path_value_28); return self_(); }
+        { zidl::member::clear<22>(held_(), held_().path_value_28); return self_(); }
     Self &set_iid_attr(const zidl_rib_path_iid_attr &value)
-        { zidl::member::set<23>(record_(), record_().iid_attr, value); return self_(); }
+        { zidl::member::set<23>(held_(), held_().iid_attr, value); return self_(); }
     Self &clear_iid_attr()
-        { zidl::member::clear<23>(record_(), record_().iid_attr); return self_(); }
+        { zidl::member::clear<23>(held_(), held_().iid_attr); return self_(); }
     Self &mark_iid_attr()
-        { zidl::member::mark<23>(record_()); return self_(); }
+        { zidl::member::mark<23>(held_()); return self_(); }
     zidl::editor<zidl_rib_path_iid_attr> edit_iid_attr()
-        { return record_().iid_attr; }
+        { return held_().iid_attr; }
     Self &set_l2_info(const zidl_rib_path_l2_info &value)
-        { zidl::member::set<24>(record_(), record_().l2_info, value); return self_(); }
+        { zidl::member::set<24>(held_(), held_().l2_info, value); return self_(); }
     Self &clear_l2_info()
-        { zidl::member::clear<24>(record_(), record_().l2_info); return self_(); }
+        { zidl::member::clear<24>(held_(), held_().l2_info); return self_(); }
     Self &mark_l2_info()
-        { zidl::member::mark<24>(record_()); return self_(); }
+        { zidl::member::mark<24>(held_()); return self_(); }
     zidl::editor<zidl_rib_path_l2_info> edit_l2_info()
-        { return record_().l2_info; }
+        { return held_().l2_info; }
     Self &set_path_value_31(uint32_t value)
-        { zidl::member::set<25>(record_(), record_().path_value_31, value); return self_(); }
+        { zidl::member::set<25>(held_(), held_().path_value_31, value); return self_(); }
     Self &clear_path_value_31()
-        { zidl::member::clear<25>(record_(), record_().path_value_31); return self_(); }
+        { zidl::member::clear<25>(held_(), held_().path_value_31); return self_(); }
     Self &set_via_srv6_sid(const zidl_rib_path_via_srv6_sid &value)
-        { zidl::member::set<26>(record_(), record_().via_srv6_sid, value); return self_(); }
+        { zidl::member::set<26>(held_(), held_().via_srv6_sid, value); return self_(); }
     Self &clear_via_srv6_sid()
-        { zidl::member::clear<26>(record_(), record_().via_srv6_sid); return self_(); }
+        { zidl::member::clear<26>(held_(), held_().via_srv6_sid); return self_(); }
     Self &mark_via_srv6_sid()
-        { zidl::member::mark<26>(record_()); return self_(); }
+        { zidl::member::mark<26>(held_()); return self_(); }
     zidl::editor<zidl_rib_path_via_srv6_sid> edit_via_srv6_sid()
-        { return record_().via_srv6_sid; }
+        { return held_().via_srv6_sid; }
     Self &set_srv6_sid_infos(zidl::borrowed<zidl_rib_path_srv6_sid_info> value)
-        { zidl::member::set<27>(record_(), record_().srv6_sid_infos, record_().srv6_sid_infos_count, value); return self_(); }
+        { zidl::member::set<27>(held_(), held_().srv6_sid_infos, held_().srv6_sid_infos_count, value); return self_(); }
     Self &clear_srv6_sid_infos()
-        { zidl::member::clear<27>(record_(), record_().srv6_sid_infos, record_().srv6_sid_infos_count); return self_(); }
+        { zidl::member::clear<27>(held_(), held_().srv6_sid_infos, held_().srv6_sid_infos_count); return self_(); }
     Self &set_grouping_info(const zidl_rib_path_grouping_info &value)
-        { zidl::member::set<28>(record_(), record_().grouping_info, value); return self_(); }
+        { zidl::member::set<28>(held_(), held_().grouping_info, value); return self_(); }
     Self &clear_grouping_info()
-        { zidl::member::clear<28>(record_(), record_().grouping_info); return self_(); }
+        { zidl::member::clear<28>(held_(), held_().grouping_info); return self_(); }
     Self &mark_grouping_info()
-        { zidl::member::mark<28>(record_()); return self_(); }
+        { zidl::member::mark<28>(held_()); return self_(); }
     zidl::editor<zidl_rib_path_grouping_info> edit_grouping_info()
-        { return record_().grouping_info; }
+        { return held_().grouping_info; }
     Self &set_ip_tunnel_info(const zidl_rib_path_ip_tunnel_info &value)
-        { zidl::member::set<29>(record_(), record_().ip_tunnel_info, value); return self_(); }
+        { zidl::member::set<29>(held_(), held_().ip_tunnel_info, value); return self_(); }
     Self &clear_ip_tunnel_info()
-        { zidl::member::clear<29>(record_(), record_().ip_tunnel_info); return self_(); }
+        { zidl::member::clear<29>(held_(), held_().ip_tunnel_info); return self_(); }
     Self &mark_ip_tunnel_info()
-        { zidl::member::mark<29>(record_()); return self_(); }
+        { zidl::member::mark<29>(held_()); return self_(); }
     zidl::editor<zidl_rib_path_ip_tunnel_info> edit_ip_tunnel_info()
-        { return record_().ip_tunnel_info; }
+        { return held_().ip_tunnel_info; }
     Self &set_via_aft_id(const zidl_rib_path_via_aft_id &value)
-        { zidl::member::set<30>(record_(), record_().via_aft_id, value); return self_(); }
+        { zidl::member::set<30>(held_(), held_().via_aft_id, value); return self_(); }
     Self &clear_via_aft_id()
-        { zidl::member::clear<30>(record_(), record_().via_aft_id); return self_(); }
+        { zidl::member::clear<30>(held_(), held_().via_aft_id); return self_(); }
     Self &mark_via_aft_id()
-        { zidl::member::mark<30>(record_()); return self_(); }
+        { zidl::member::mark<30>(held_()); return self_(); }
     zidl::editor<zidl_rib_path_via_aft_id> edit_via_aft_id()
-        { return record_().via_aft_id; }
+        { return held_().via_aft_id; }
     Self &set_sl_id_info(const zidl_rib_path_sl_id_info &value)
-        { zidl::member::set<31>(record_(), record_().sl_id_info, value); return self_(); }
+        { zidl::member::set<31>(held_(), held_().sl_id_info, value); return self_(); }
     Self &clear_sl_id_info()
-        { zidl::member::clear<31>(record_(), record_().sl_id_info); return self_(); }
+        { zidl::member::clear<31>(held_(), held_().sl_id_info); return self_(); }
     Self &mark_sl_id_info()
-        { zidl::member::mark<31>(record_()); return self_(); }
+        { zidl::member::mark<31>(held_()); return self_(); }
     zidl::editor<zidl_rib_path_sl_id_info> edit_sl_id_info()
-        { return record_().sl_id_info; }
+        { return held_().sl_id_info; }
 };
 
 // rib_route_l2_info
@@ -1434,26 +1418,26 @@ struct traits<zidl_rib_route_l2_info> {
 template <class Self>
 class fields<zidl_rib_route_l2_info, Self> : public encodable<zidl_rib_route_l2_info, Self>
 {
-    const zidl_rib_route_l2_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_route_l2_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_route_l2_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t route_l2_value_1() const     { return zidl::member::value<0>(record_(), record_().route_l2_value_1); }
-    bool     has_route_l2_value_5() const { return zidl::member::has<1>(record_()); }
-    uint32_t route_l2_value_5() const     { return zidl::member::value<1>(record_(), record_().route_l2_value_5); }
+    bool     has_route_l2_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t route_l2_value_1() const     { return zidl::member::value<0>(held_(), held_().route_l2_value_1); }
+    bool     has_route_l2_value_5() const { return zidl::member::has<1>(held_()); }
+    uint32_t route_l2_value_5() const     { return zidl::member::value<1>(held_(), held_().route_l2_value_5); }
 };
 
 template <class Self>
 class setters<zidl_rib_route_l2_info, Self> : public fields<zidl_rib_route_l2_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_route_l2_info &record_() { return *self_(); }
+    zidl_rib_route_l2_info &held_() { return *self_(); }
 
 public:
-    Self &set_route_l2_value_1(uint32_t value) { zidl::member::set<0>(record_(), record_().route_l2_value_1, value); return self_(); }
-    Self &clear_route_l2_value_1()             { zidl::member::clear<0>(record_(), record_().route_l2_value_1); return self_(); }
-    Self &set_route_l2_value_5(uint32_t value) { zidl::member::set<1>(record_(), record_().route_l2_value_5, value); return self_(); }
-    Self &clear_route_l2_value_5()             { zidl::member::clear<1>(record_(), record_().route_l2_value_5); return self_(); }
+    Self &set_route_l2_value_1(uint32_t value) { zidl::member::set<0>(held_(), held_().route_l2_value_1, value); return self_(); }
+    Self &clear_route_l2_value_1()             { zidl::member::clear<0>(held_(), held_().route_l2_value_1); return self_(); }
+    Self &set_route_l2_value_5(uint32_t value) { zidl::member::set<1>(held_(), held_().route_l2_value_5, value); return self_(); }
+    Self &clear_route_l2_value_5()             { zidl::member::clear<1>(held_(), held_().route_l2_value_5); return self_(); }
 };
 
 // rib_route_aft_id
@@ -1486,34 +1470,34 @@ struct traits<zidl_rib_route_aft_id> {
 template <class Self>
 class fields<zidl_rib_route_aft_id, Self> : public encodable<zidl_rib_route_aft_id, Self>
 {
-    const zidl_rib_route_aft_id &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_route_aft_id &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_route_aft_value_1() const  { return zidl::member::has<0>(record_()); }
-    uint32_t route_aft_value_1() const      { return zidl::member::value<0>(record_(), record_().route_aft_value_1); }
-    bool     has_route_aft_id_value() const { return zidl::member::has<1>(record_()); }
-    uint64_t route_aft_id_value() const     { return zidl::member::value<1>(record_(), record_().route_aft_id_value); }
-    bool     has_route_aft_value_6() const  { return zidl::member::has<2>(record_()); }
-    uint32_t route_aft_value_6() const      { return zidl::member::value<2>(record_(), record_().route_aft_value_6); }
-    bool     has_route_aft_value_7() const  { return zidl::member::has<3>(record_()); }
-    uint64_t route_aft_value_7() const      { return zidl::member::value<3>(record_(), record_().route_aft_value_7); }
+    bool     has_route_aft_value_1() const  { return zidl::member::has<0>(held_()); }
+    uint32_t route_aft_value_1() const      { return zidl::member::value<0>(held_(), held_().route_aft_value_1); }
+    bool     has_route_aft_id_value() const { return zidl::member::has<1>(held_()); }
+    uint64_t route_aft_id_value() const     { return zidl::member::value<1>(held_(), held_().route_aft_id_value); }
+    bool     has_route_aft_value_6() const  { return zidl::member::has<2>(held_()); }
+    uint32_t route_aft_value_6() const      { return zidl::member::value<2>(held_(), held_().route_aft_value_6); }
+    bool     has_route_aft_value_7() const  { return zidl::member::has<3>(held_()); }
+    uint64_t route_aft_value_7() const      { return zidl::member::value<3>(held_(), held_().route_aft_value_7); }
 };
 
 template <class Self>
 class setters<zidl_rib_route_aft_id, Self> : public fields<zidl_rib_route_aft_id, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_route_aft_id &record_() { return *self_(); }
+    zidl_rib_route_aft_id &held_() { return *self_(); }
 
 public:
-    Self &set_route_aft_value_1(uint32_t value)  { zidl::member::set<0>(record_(), record_().route_aft_value_1, value); return self_(); }
-    Self &clear_route_aft_value_1()              { zidl::member::clear<0>(record_(), record_().route_aft_value_1); return self_(); }
-    Self &set_route_aft_id_value(uint64_t value) { zidl::member::set<1>(record_(), record_().route_aft_id_value, value); return self_(); }
-    Self &clear_route_aft_id_value()             { zidl::member::clear<1>(record_(), record_().route_aft_id_value); return self_(); }
-    Self &set_route_aft_value_6(uint32_t value)  { zidl::member::set<2>(record_(), record_().route_aft_value_6, value); return self_(); }
-    Self &clear_route_aft_value_6()              { zidl::member::clear<2>(record_(), record_().route_aft_value_6); return self_(); }
-    Self &set_route_aft_value_7(uint64_t value)  { zidl::member::set<3>(record_(), record_().route_aft_value_7, value); return self_(); }
-    Self &clear_route_aft_value_7()              { zidl::member::clear<3>(record_(), record_().route_aft_value_7); return self_(); }
+    Self &set_route_aft_value_1(uint32_t value)  { zidl::member::set<0>(held_(), held_().route_aft_value_1, value); return self_(); }
+    Self &clear_route_aft_value_1()              { zidl::member::clear<0>(held_(), held_().route_aft_value_1); return self_(); }
+    Self &set_route_aft_id_value(uint64_t value) { zidl::member::set<1>(held_(), held_().route_aft_id_value, value); return self_(); }
+    Self &clear_route_aft_id_value()             { zidl::member::clear<1>(held_(), held_().route_aft_id_value); return self_(); }
+    Self &set_route_aft_value_6(uint32_t value)  { zidl::member::set<2>(held_(), held_().route_aft_value_6, value); return self_(); }
+    Self &clear_route_aft_value_6()              { zidl::member::clear<2>(held_(), held_().route_aft_value_6); return self_(); }
+    Self &set_route_aft_value_7(uint64_t value)  { zidl::member::set<3>(held_(), held_().route_aft_value_7, value); return self_(); }
+    Self &clear_route_aft_value_7()              { zidl::member::clear<3>(held_(), held_().route_aft_value_7); return self_(); }
 };
 
 // rib_generic_attr_info
@@ -1548,30 +1532,30 @@ struct traits<zidl_rib_generic_attr_info> {
 template <class Self>
 class fields<zidl_rib_generic_attr_info, Self> : public encodable<zidl_rib_generic_attr_info, Self>
 {
-    const zidl_rib_generic_attr_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_generic_attr_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool        has_attr_type() const { return zidl::member::has<0>(record_()); }
-    uint32_t    attr_type() const     { return zidl::member::value<0>(record_(), record_().attr_type); }
-    bool        has_attr_data() const { return zidl::member::has<1>(record_()); }
-    zidl::bytes attr_data() const     { return zidl::member::array<1>(record_(), record_().attr_data, record_().attr_data_size); }
+    bool        has_attr_type() const { return zidl::member::has<0>(held_()); }
+    uint32_t    attr_type() const     { return zidl::member::value<0>(held_(), held_().attr_type); }
+    bool        has_attr_data() const { return zidl::member::has<1>(held_()); }
+    zidl::bytes attr_data() const     { return zidl::member::array<1>(held_(), held_().attr_data, held_().attr_data_size); }
 };
 
 template <class Self>
 class setters<zidl_rib_generic_attr_info, Self> : public fields<zidl_rib_generic_attr_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_generic_attr_info &record_() { return *self_(); }
+    zidl_rib_generic_attr_info &held_() { return *self_(); }
 
 public:
     Self &set_attr_type(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().attr_type, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().attr_type, value); return self_(); }
     Self &clear_attr_type()
-        { zidl::member::clear<0>(record_(), record_().attr_type); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().attr_type); return self_(); }
     Self &set_attr_data(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<1>(record_(), record_().attr_data, record_().attr_data_size, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().attr_data, held_().attr_data_size, value); return self_(); }
     Self &clear_attr_data()
-        { zidl::member::clear<1>(record_(), record_().attr_data, record_().attr_data_size); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().attr_data, held_().attr_data_size); return self_(); }
 };
 
 // rib_generic_attr_array
@@ -1606,34 +1590,34 @@ struct traits<zidl_rib_generic_attr_array> {
 template <class Self>
 class fields<zidl_rib_generic_attr_array, Self> : public encodable<zidl_rib_generic_attr_array, Self>
 {
-    const zidl_rib_generic_attr_array &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_generic_attr_array &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                    has_array_type() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                                array_type() const
-        { return zidl::member::value<0>(record_(), record_().array_type); }
+        { return zidl::member::value<0>(held_(), held_().array_type); }
     bool                                    has_attrs() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::views<zidl_rib_generic_attr_info> attrs() const
-        { return zidl::member::messages<1>(record_(), record_().attrs, record_().attrs_count); }
+        { return zidl::member::messages<1>(held_(), held_().attrs, held_().attrs_count); }
 };
 
 template <class Self>
 class setters<zidl_rib_generic_attr_array, Self> : public fields<zidl_rib_generic_attr_array, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_generic_attr_array &record_() { return *self_(); }
+    zidl_rib_generic_attr_array &held_() { return *self_(); }
 
 public:
     Self &set_array_type(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().array_type, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().array_type, value); return self_(); }
     Self &clear_array_type()
-        { zidl::member::clear<0>(record_(), record_().array_type); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().array_type); return self_(); }
     Self &set_attrs(zidl::borrowed<zidl_rib_generic_attr_info> value)
-        { zidl::member::set<1>(record_(), record_().attrs, record_().attrs_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().attrs, held_().attrs_count, value); return self_(); }
     Self &clear_attrs()
-        { zidl::member::clear<1>(record_(), record_().attrs, record_().attrs_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().attrs, held_().attrs_count); return self_(); }
 };
 
 // rib_client_advertisement
@@ -1668,26 +1652,26 @@ struct traits<zidl_rib_client_advertisement> {
 template <class Self>
 class fields<zidl_rib_client_advertisement, Self> : public encodable<zidl_rib_client_advertisement, Self>
 {
-    const zidl_rib_client_advertisement &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_client_advertisement &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                       has_advertised_values() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     zidl::span<const uint32_t> advertised_values() const
-        { return zidl::member::array<0>(record_(), record_().advertised_values, record_().advertised_values_count); }
+        { return zidl::member::array<0>(held_(), held_().advertised_values, held_().advertised_values_count); }
 };
 
 template <class Self>
 class setters<zidl_rib_client_advertisement, Self> : public fields<zidl_rib_client_advertisement, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_client_advertisement &record_() { return *self_(); }
+    zidl_rib_client_advertisement &held_() { return *self_(); }
 
 public:
     Self &set_advertised_values(zidl::borrowed<uint32_t> value)
-        { zidl::member::set<0>(record_(), record_().advertised_values, record_().advertised_values_count, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().advertised_values, held_().advertised_values_count, value); return self_(); }
     Self &clear_advertised_values()
-        { zidl::member::clear<0>(record_(), record_().advertised_values, record_().advertised_values_count); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().advertised_values, held_().advertised_values_count); return self_(); }
 };
 
 // rib_route
@@ -1719,386 +1703,386 @@ struct traits<zidl_rib_route> {
 template <class Self>
 class fields<zidl_rib_route, Self> : public encodable<zidl_rib_route, Self>
 {
-    const zidl_rib_route &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_route &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                      has_route_prefix() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     zidl::view<zidl_rib_prefix>               route_prefix() const
-        { return record_().route_prefix; }
+        { return held_().route_prefix; }
     bool                                      has_route_value_2() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     uint32_t                                  route_value_2() const
-        { return zidl::member::value<1>(record_(), record_().route_value_2); }
+        { return zidl::member::value<1>(held_(), held_().route_value_2); }
     bool                                      has_route_value_3() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     uint32_t                                  route_value_3() const
-        { return zidl::member::value<2>(record_(), record_().route_value_3); }
+        { return zidl::member::value<2>(held_(), held_().route_value_3); }
     bool                                      has_route_value_4() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     uint32_t                                  route_value_4() const
-        { return zidl::member::value<3>(record_(), record_().route_value_4); }
+        { return zidl::member::value<3>(held_(), held_().route_value_4); }
     bool                                      has_route_value_5() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     uint32_t                                  route_value_5() const
-        { return zidl::member::value<4>(record_(), record_().route_value_5); }
+        { return zidl::member::value<4>(held_(), held_().route_value_5); }
     bool                                      has_route_value_6() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     uint32_t                                  route_value_6() const
-        { return zidl::member::value<5>(record_(), record_().route_value_6); }
+        { return zidl::member::value<5>(held_(), held_().route_value_6); }
     bool                                      has_route_value_7() const
-        { return zidl::member::has<6>(record_()); }
+        { return zidl::member::has<6>(held_()); }
     uint32_t                                  route_value_7() const
-        { return zidl::member::value<6>(record_(), record_().route_value_7); }
+        { return zidl::member::value<6>(held_(), held_().route_value_7); }
     bool                                      has_route_value_8() const
-        { return zidl::member::has<7>(record_()); }
+        { return zidl::member::has<7>(held_()); }
     uint32_t                                  route_value_8() const
-        { return zidl::member::value<7>(record_(), record_().route_value_8); }
+        { return zidl::member::value<7>(held_(), held_().route_value_8); }
     bool                                      has_route_value_9() const
-        { return zidl::member::has<8>(record_()); }
+        { return zidl::member::has<8>(held_()); }
     uint32_t                                  route_value_9() const
-        { return zidl::member::value<8>(record_(), record_().route_value_9); }
+        { return zidl::member::value<8>(held_(), held_().route_value_9); }
     bool                                      has_route_value_10() const
-        { return zidl::member::has<9>(record_()); }
+        { return zidl::member::has<9>(held_()); }
     uint32_t                                  route_value_10() const
-        { return zidl::member::value<9>(record_(), record_().route_value_10); }
+        { return zidl::member::value<9>(held_(), held_().route_value_10); }
     bool                                      has_route_value_11() const
-        { return zidl::member::has<10>(record_()); }
+        { return zidl::member::has<10>(held_()); }
     uint32_t                                  route_value_11() const
-        { return zidl::member::value<10>(record_(), record_().route_value_11); }
+        { return zidl::member::value<10>(held_(), held_().route_value_11); }
     bool                                      has_route_value_12() const
-        { return zidl::member::has<11>(record_()); }
+        { return zidl::member::has<11>(held_()); }
     uint32_t                                  route_value_12() const
-        { return zidl::member::value<11>(record_(), record_().route_value_12); }
+        { return zidl::member::value<11>(held_(), held_().route_value_12); }
     bool                                      has_route_value_13() const
-        { return zidl::member::has<12>(record_()); }
+        { return zidl::member::has<12>(held_()); }
     uint32_t                                  route_value_13() const
-        { return zidl::member::value<12>(record_(), record_().route_value_13); }
+        { return zidl::member::value<12>(held_(), held_().route_value_13); }
     bool                                      has_route_value_14() const
-        { return zidl::member::has<13>(record_()); }
+        { return zidl::member::has<13>(held_()); }
     uint32_t                                  route_value_14() const
-        { return zidl::member::value<13>(record_(), record_().route_value_14); }
+        { return zidl::member::value<13>(held_(), held_().route_value_14); }
     bool                                      has_route_value_15() const
-        { return zidl::member::has<14>(record_()); }
+        { return zidl::member::has<14>(held_()); }
     uint32_t                                  route_value_15() const
-        { return zidl::member::value<14>(record_(), record_().route_value_15); }
+        { return zidl::member::value<14>(held_(), held_().route_value_15); }
     bool                                      has_route_value_16() const
-        { return zidl::member::has<15>(record_()); }
+        { return zidl::member::has<15>(held_()); }
     uint32_t                                  route_value_16() const
-        { return zidl::member::value<15>(record_(), record_().route_value_16); }
+        { return zidl::member::value<15>(held_(), held_().route_value_16); }
     bool                                      has_algo_labels() const
-        { return zidl::member::has<16>(record_()); }
+        { return zidl::member::has<16>(held_()); }
     zidl::views<zidl_rib_algo_label>          algo_labels() const
-        { return zidl::member::messages<16>(record_(), record_().algo_labels, record_().algo_labels_count); }
+        { return zidl::member::messages<16>(held_(), held_().algo_labels, held_().algo_labels_count); }
     bool                                      has_route_value_18() const
-        { return zidl::member::has<17>(record_()); }
+        { return zidl::member::has<17>(held_()); }
     uint32_t                                  route_value_18() const
-        { return zidl::member::value<17>(record_(), record_().route_value_18); }
+        { return zidl::member::value<17>(held_(), held_().route_value_18); }
     bool                                      has_route_value_19() const
-        { return zidl::member::has<18>(record_()); }
+        { return zidl::member::has<18>(held_()); }
     uint32_t                                  route_value_19() const
-        { return zidl::member::value<18>(record_(), record_().route_value_19); }
+        { return zidl::member::value<18>(held_(), held_().route_value_19); }
     bool                                      has_route_value_20() const
-        { return zidl::member::has<19>(record_()); }
+        { return zidl::member::has<19>(held_()); }
     uint32_t                                  route_value_20() const
-        { return zidl::member::value<19>(record_(), record_().route_value_20); }
+        { return zidl::member::value<19>(held_(), held_().route_value_20); }
     bool                                      has_route_value_21() const
-        { return zidl::member::has<20>(record_()); }
+        { return zidl::member::has<20>(held_()); }
     uint32_t                                  route_value_21() const
-        { return zidl::member::value<20>(record_(), record_().route_value_21); }
+        { return zidl::member::value<20>(held_(), held_().route_value_21); }
     bool                                      has_route_value_22() const
-        { return zidl::member::has<21>(record_()); }
+        { return zidl::member::has<21>(held_()); }
     uint32_t                                  route_value_22() const
-        { return zidl::member::value<21>(record_(), record_().route_value_22); }
+        { return zidl::member::value<21>(held_(), held_().route_value_22); }
     bool                                      has_route_value_23() const
-        { return zidl::member::has<22>(record_()); }
+        { return zidl::member::has<22>(held_()); }
     uint32_t                                  route_value_23() const
-        { return zidl::member::value<22>(record_(), record_().route_value_23); }
+        { return zidl::member::value<22>(held_(), held_().route_value_23); }
     bool                                      has_route_flags() const
-        { return zidl::member::has<23>(record_()); }
+        { return zidl::member::has<23>(held_()); }
     uint64_t                                  route_flags() const
-        { return zidl::member::value<23>(record_(), record_().route_flags); }
+        { return zidl::member::value<23>(held_(), held_().route_flags); }
     bool                                      has_route_value_25() const
-        { return zidl::member::has<24>(record_()); }
+        { return zidl::member::has<24>(held_()); }
     uint32_t                                  route_value_25() const
-        { return zidl::member::value<24>(record_(), record_().route_value_25); }
+        { return zidl::member::value<24>(held_(), held_().route_value_25); }
     bool                                      has_paths() const
-        { return zidl::member::has<25>(record_()); }
+        { return zidl::member::has<25>(held_()); }
     zidl::views<zidl_rib_path>                paths() const
-        { return zidl::member::messages<25>(record_(), record_().paths, record_().paths_count); }
+        { return zidl::member::messages<25>(held_(), held_().paths, held_().paths_count); }
     bool                                      has_client_advertisement() const
-        { return zidl::member::has<26>(record_()); }
+        { return zidl::member::has<26>(held_()); }
     zidl::view<zidl_rib_client_advertisement> client_advertisement() const
-        { return record_().client_advertisement; }
+        { return held_().client_advertisement; }
     bool                                      has_addr_generic_attrs() const
-        { return zidl::member::has<27>(record_()); }
+        { return zidl::member::has<27>(held_()); }
     zidl::view<zidl_rib_generic_attr_array>   addr_generic_attrs() const
-        { return record_().addr_generic_attrs; }
+        { return held_().addr_generic_attrs; }
     bool                                      has_generic_attrs_29() const
-        { return zidl::member::has<28>(record_()); }
+        { return zidl::member::has<28>(held_()); }
     zidl::view<zidl_rib_generic_attr_array>   generic_attrs_29() const
-        { return record_().generic_attrs_29; }
+        { return held_().generic_attrs_29; }
     bool                                      has_generic_attrs_30() const
-        { return zidl::member::has<29>(record_()); }
+        { return zidl::member::has<29>(held_()); }
     zidl::view<zidl_rib_generic_attr_array>   generic_attrs_30() const
-        { return record_().generic_attrs_30; }
+        { return held_().generic_attrs_30; }
     bool                                      has_generic_attrs_31() const
-        { return zidl::member::has<30>(record_()); }
+        { return zidl::member::has<30>(held_()); }
     zidl::view<zidl_rib_generic_attr_array>   generic_attrs_31() const
-        { return record_().generic_attrs_31; }
+        { return held_().generic_attrs_31; }
     bool                                      has_generic_attrs_32() const
-        { return zidl::member::has<31>(record_()); }
+        { return zidl::member::has<31>(held_()); }
     zidl::view<zidl_rib_generic_attr_array>   generic_attrs_32() const
-        { return record_().generic_attrs_32; }
+        { return held_().generic_attrs_32; }
     bool                                      has_generic_attrs_33() const
-        { return zidl::member::has<32>(record_()); }
+        { return zidl::member::has<32>(held_()); }
     zidl::view<zidl_rib_generic_attr_array>   generic_attrs_33() const
-        { return record_().generic_attrs_33; }
+        { return held_().generic_attrs_33; }
     bool                                      has_route_value_34() const
-        { return zidl::member::has<33>(record_()); }
+        { return zidl::member::has<33>(held_()); }
     uint32_t                                  route_value_34() const
-        { return zidl::member::value<33>(record_(), record_().route_value_34); }
+        { return zidl::member::value<33>(held_(), held_().route_value_34); }
     bool                                      has_route_value_35() const
-        { return zidl::member::has<34>(record_()); }
+        { return zidl::member::has<34>(held_()); }
     uint32_t                                  route_value_35() const
-        { return zidl::member::value<34>(record_(), record_().route_value_35); }
+        { return zidl::member::value<34>(held_(), held_().route_value_35); }
     bool                                      has_route_l2_info() const
-        { return zidl::member::has<35>(record_()); }
+        { return zidl::member::has<35>(held_()); }
     zidl::view<zidl_rib_route_l2_info>        route_l2_info() const
-        { return record_().route_l2_info; }
+        { return held_().route_l2_info; }
     bool                                      has_route_value_37() const
-        { return zidl::member::has<36>(record_()); }
+        { return zidl::member::has<36>(held_()); }
     uint32_t                                  route_value_37() const
-        { return zidl::member::value<36>(record_(), record_().route_value_37); }
+        { return zidl::member::value<36>(held_(), held_().route_value_37); }
     bool                                      has_route_value_38() const
-        { return zidl::member::has<37>(record_()); }
+        { return zidl::member::has<37>(held_()); }
     uint32_t                                  route_value_38() const
-        { return zidl::member::value<37>(record_(), record_().route_value_38); }
+        { return zidl::member::value<37>(held_(), held_().route_value_38); }
     bool                                      has_route_aft_id() const
-        { return zidl::member::has<38>(record_()); }
+        { return zidl::member::has<38>(held_()); }
     zidl::view<zidl_rib_route_aft_id>         route_aft_id() const
-        { return record_().route_aft_id; }
+        { return held_().route_aft_id; }
     bool                                      has_route_value_40() const
-        { return zidl::member::has<39>(record_()); }
+        { return zidl::member::has<39>(held_()); }
     uint64_t                                  route_value_40() const
-        { return zidl::member::value<39>(record_(), record_().route_value_40); }
+        { return zidl::member::value<39>(held_(), held_().route_value_40); }
     bool                                      has_route_value_41() const
-        { return zidl::member::has<40>(record_()); }
+        { return zidl::member::has<40>(held_()); }
     uint64_t                                  route_value_41() const
-        { return zidl::member::value<40>(record_(), record_().route_value_41); }
+        { return zidl::member::value<40>(held_(), held_().route_value_41); }
 };
 
 template <class Self>
 class setters<zidl_rib_route, Self> : public fields<zidl_rib_route, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_route &record_() { return *self_(); }
+    zidl_rib_route &held_() { return *self_(); }
 
 public:
     Self &set_route_prefix(const zidl_rib_prefix &value)
-        { zidl::member::set<0>(record_(), record_().route_prefix, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().route_prefix, value); return self_(); }
     Self &clear_route_prefix()
-        { zidl::member::clear<0>(record_(), record_().route_prefix); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().route_prefix); return self_(); }
     Self &mark_route_prefix()
-        { zidl::member::mark<0>(record_()); return self_(); }
+        { zidl::member::mark<0>(held_()); return self_(); }
     zidl::editor<zidl_rib_prefix> edit_route_prefix()
-        { return record_().route_prefix; }
+        { return held_().route_prefix; }
     Self &set_route_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().route_value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().route_value_2, value); return self_(); }
     Self &clear_route_value_2()
-        { zidl::member::clear<1>(record_(), record_().route_value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().route_value_2); return self_(); }
     Self &set_route_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().route_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().route_value_3, value); return self_(); }
     Self &clear_route_value_3()
-        { zidl::member::clear<2>(record_(), record_().route_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().route_value_3); return self_(); }
     Self &set_route_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().route_value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().route_value_4, value); return self_(); }
     Self &clear_route_value_4()
-        { zidl::member::clear<3>(record_(), record_().route_value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().route_value_4); return self_(); }
     Self &set_route_value_5(uint32_t value)
-        { zidl::member::set<4>(record_(), record_().route_value_5, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().route_value_5, value); return self_(); }
     Self &clear_route_value_5()
-        { zidl::member::clear<4>(record_(), record_().route_value_5); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().route_value_5); return self_(); }
     Self &set_route_value_6(uint32_t value)
-        { zidl::member::set<5>(record_(), record_().route_value_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().route_value_6, value); return self_(); }
     Self &clear_route_value_6()
-        { zidl::member::clear<5>(record_(), record_().route_value_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().route_value_6); return self_(); }
     Self &set_route_value_7(uint32_t value)
-        { zidl::member::set<6>(record_(), record_().route_value_7, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().route_value_7, value); return self_(); }
     Self &clear_route_value_7()
-        { zidl::member::clear<6>(record_(), record_().route_value_7); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().route_value_7); return self_(); }
     Self &set_route_value_8(uint32_t value)
-        { zidl::member::set<7>(record_(), record_().route_value_8, value); return self_(); }
+        { zidl::member::set<7>(held_(), held_().route_value_8, value); return self_(); }
     Self &clear_route_value_8()
-        { zidl::member::clear<7>(record_(), record_().route_value_8); return self_(); }
+        { zidl::member::clear<7>(held_(), held_().route_value_8); return self_(); }
     Self &set_route_value_9(uint32_t value)
-        { zidl::member::set<8>(record_(), record_().route_value_9, value); return self_(); }
+        { zidl::member::set<8>(held_(), held_().route_value_9, value); return self_(); }
     Self &clear_route_value_9()
-        { zidl::member::clear<8>(record_(), record_().route_value_9); return self_(); }
+        { zidl::member::clear<8>(held_(), held_().route_value_9); return self_(); }
     Self &set_route_value_10(uint32_t value)
-        { zidl::member::set<9>(record_(), record_().route_value_10, value); return self_(); }
+        { zidl::member::set<9>(held_(), held_().route_value_10, value); return self_(); }
     Self &clear_route_value_10()
-        { zidl::member::clear<9>(record_(), record_().route_value_10); return self_(); }
+        { zidl::member::clear<9>(held_(), held_().route_value_10); return self_(); }
     Self &set_route_value_11(uint32_t value)
-        { zidl::member::set<10>(record_(), record_().route_value_11, value); return self_(); }
+        { zidl::member::set<10>(held_(), held_().route_value_11, value); return self_(); }
     Self &clear_route_value_11()
-        { zidl::member::clear<10>(record_(), record_().route_value_11); return self_(); }
+        { zidl::member::clear<10>(held_(), held_().route_value_11); return self_(); }
     Self &set_route_value_12(uint32_t value)
-        { zidl::member::set<11>(record_(), record_().route_value_12, value); return self_(); }
+        { zidl::member::set<11>(held_(), held_().route_value_12, value); return self_(); }
     Self &clear_route_value_12()
-        { zidl::member::clear<11>(record_(), record_().route_value_12); return self_(); }
+        { zidl::member::clear<11>(held_(), held_().route_value_12); return self_(); }
     Self &set_route_value_13(uint32_t value)
-        { zidl::member::set<12>(record_(), record_().route_value_13, value); return self_(); }
+        { zidl::member::set<12>(held_(), held_().route_value_13, value); return self_(); }
     Self &clear_route_value_13()
-        { zidl::member::clear<12>(record_(), record_().route_value_13); return self_(); }
+        { zidl::member::clear<12>(held_(), held_().route_value_13); return self_(); }
     Self &set_route_value_14(uint32_t value)
-        { zidl::member::set<13>(record_(), record_().route_value_14, value); return self_(); }
+        { zidl::member::set<13>(held_(), held_().route_value_14, value); return self_(); }
     Self &clear_route_value_14()
-        { zidl::member::clear<13>(record_(), record_().route_value_14); return self_(); }
+        { zidl::member::clear<13>(held_(), held_().route_value_14); return self_(); }
     Self &set_route_value_15(uint32_t value)
-        { zidl::member::set<14>(record_(), record_().route_value_15, value); return self_(); }
+        { zidl::member::set<14>(held_(), held_().route_value_15, value); return self_(); }
     Self &clear_route_value_15()
-        { zidl::member::clear<14>(record_(), record_().route_value_15); return self_(); }
+        { zidl::member::clear<14>(held_(), held_().route_value_15); return self_(); }
     Self &set_route_value_16(uint32_t value)
-        { zidl::member::set<15>(record_(), record_().route_value_16, value); return self_(); }
+        { zidl::member::set<15>(held_(), held_().route_value_16, value); return self_(); }
     Self &clear_route_value_16()
-        { zidl::member::clear<15>(record_(), record_().route_value_16); return self_(); }
+        { zidl::member::clear<15>(held_(), held_().route_value_16); return self_(); }
     Self &set_algo_labels(zidl::borrowed<zidl_rib_algo_label> value)
-        { zidl::member::set<16>(record_(), record_().algo_labels, record_().algo_labels_count, value); return self_(); }
+        { zidl::member::set<16>(held_(), held_().algo_labels, held_().algo_labels_count, value); return self_(); }
     Self &clear_algo_labels()
-        { zidl::member::clear<16>(record_(), record_().algo_labels, record_().algo_labels_count); return self_(); }
+        { zidl::member::clear<16>(held_(), held_().algo_labels, held_().algo_labels_count); return self_(); }
     Self &set_route_value_18(uint32_t value)
-        { zidl::member::set<17>(record_(), record_().route_value_18, value); return self_(); }
+        { zidl::member::set<17>(held_(), held_().route_value_18, value); return self_(); }
     Self &clear_route_value_18()
-        { zidl::member::clear<17>(record_(), record_().route_value_18); return self_(); }
+        { zidl::member::clear<17>(held_(), held_().route_value_18); return self_(); }
     Self &set_route_value_19(uint32_t value)
-        { zidl::member::set<18>(record_(), record_().route_value_19, value); return self_(); }
+        { zidl::member::set<18>(held_(), held_().route_value_19, value); return self_(); }
     Self &clear_route_value_19()
-        { zidl::member::clear<18>(record_(), record_().route_value_19); return self_(); }
+        { zidl::member::clear<18>(held_(), held_().route_value_19); return self_(); }
     Self &set_route_value_20(uint32_t value)
-        { zidl::member::set<19>(record_(), record_().route_value_20, value); return self_(); }
+        { zidl::member::set<19>(held_(), held_().route_value_20, value); return self_(); }
     Self &clear_route_value_20()
-        { zidl::member::clear<19>(record_(), record_().route_value_20); return self_(); }
+        { zidl::member::clear<19>(held_(), held_().route_value_20); return self_(); }
     Self &set_route_value_21(uint32_t value)
-        { zidl::member::set<20>(record_(), record_().route_value_21, value); return self_(); }
+        { zidl::member::set<20>(held_(), held_().route_value_21, value); return self_(); }
     Self &clear_route_value_21()
-        { zidl::member::clear<20>(record_(), record_().route_value_21); return self_(); }
+        { zidl::member::clear<20>(held_(), held_().route_value_21); return self_(); }
     Self &set_route_value_22(uint32_t value)
-        { zidl::member::set<21>(record_(), record_().route_value_22, value); return self_(); }
+        { zidl::member::set<21>(held_(), held_().route_value_22, value); return self_(); }
     Self &clear_route_value_22()
-        { zidl::member::clear<21>(record_(), record_().route_value_22); return self_(); }
+        { zidl::member::clear<21>(held_(), held_().route_value_22); return self_(); }
     Self &set_route_value_23(uint32_t value)
-        { zidl::member::set<22>(record_(), record_().route_value_23, value); return self_(); }
+        { zidl::member::set<22>(held_(), held_().route_value_23, value); return self_(); }
     Self &clear_route_value_23()
-        { zidl::member::clear<22>(record_(), record_().route_value_23); return self_(); }
+        { zidl::member::clear<22>(held_(), held_().route_value_23); return self_(); }
     Self &set_route_flags(uint64_t value)
-        { zidl::member::set<23>(record_(), record_().route_flags, value); return self_(); }
+        { zidl::member::set<23>(held_(), held_().route_flags, value); return self_(); }
     Self &clear_route_flags()
-        { zidl::member::clear<23>(record_(), record_().route_flags); return self_(); }
+        { zidl::member::clear<23>(held_(), held_().route_flags); return self_(); }
     Self &set_route_value_25(uint32_t value)
-        { zidl::member::set<24>(record_(), record_().route_value_25, value); return self_(); }
+        { zidl::member::set<24>(held_(), held_().route_value_25, value); return self_(); }
     Self &clear_route_value_25()
-        { zidl::member::clear<24>(record_(), record_().route_value_25); return self_(); }
+        { zidl::member::clear<24>(held_(), held_().route_value_25); return self_(); }
     Self &set_paths(zidl::borrowed<zidl_rib_path> value)
-        { zidl::member::set<25>(record_(), record_().paths, record_().paths_count, value); return self_(); }
+        { zidl::member::set<25>(held_(), held_().paths, held_().paths_count, value); return self_(); }
     Self &clear_paths()
-        { zidl::member::clear<25>(record_(), record_().paths, record_().paths_count); return self_(); }
+        { zidl::member::clear<25>(held_(), held_().paths, held_().paths_count); return self_(); }
     Self &set_client_advertisement(const zidl_rib_client_advertisement &value)
-        { zidl::member::set<26>(record_(), record_().client_advertisement, value); return self_(); }
+        { zidl::member::set<26>(held_(), held_().client_advertisement, value); return self_(); }
     Self &clear_client_advertisement()
-        { zidl::member::clear<26>(record_(), record_().client_advertisement); return self_(); }
+        { zidl::member::clear<26>(held_(), held_().client_advertisement); return self_(); }
     Self &mark_client_advertisement()
-        { zidl::member::mark<26>(record_()); return self_(); }
+        { zidl::member::mark<26>(held_()); return self_(); }
     zidl::editor<zidl_rib_client_advertisement> edit_client_advertisement()
-        { return record_().client_advertisement; }
+        { return held_().client_advertisement; }
     Self &set_addr_generic_attrs(const zidl_rib_generic_attr_array &value)
-        { zidl::member::set<27>(record_(), record_().addr_generic_attrs, value); return self_(); }
+        { zidl::member::set<27>(held_(), held_().addr_generic_attrs, value); return self_(); }
     Self &clear_addr_generic_attrs()
-        { zidl::member::clear<27>(record_(), record_().addr_generic_attrs); return self_(); }
+        { zidl::member::clear<27>(held_(), held_().addr_generic_attrs); return self_(); }
     Self &mark_addr_generic_attrs()
-        { zidl::member::mark<27>(record_()); return self_(); }
+        { zidl::member::mark<27>(held_()); return self_(); }
     zidl::editor<zidl_rib_generic_attr_array> edit_addr_generic_attrs()
-        { return record_().addr_generic_attrs; }
+        { return held_().addr_generic_attrs; }
     Self &set_generic_attrs_29(const zidl_rib_generic_attr_array &value)
-        { zidl::member::set<28>(record_(), record_().generic_attrs_29, value); return self_(); }
+        { zidl::member::set<28>(held_(), held_().generic_attrs_29, value); return self_(); }
     Self &clear_generic_attrs_29()
-        { zidl::member::clear<28>(record_(), record_().generic_attrs_29); return self_(); }
+        { zidl::member::clear<28>(held_(), held_().generic_attrs_29); return self_(); }
     Self &mark_generic_attrs_29()
-        { zidl::member::mark<28>(record_()); return self_(); }
+        { zidl::member::mark<28>(held_()); return self_(); }
     zidl::editor<zidl_rib_generic_attr_array> edit_generic_attrs_29()
-        { return record_().generic_attrs_29; }
+        { return held_().generic_attrs_29; }
     Self &set_generic_attrs_30(const zidl_rib_generic_attr_array &value)
-        { zidl::member::set<29>(record_(), record_().generic_attrs_30, value); return self_(); }
+        { zidl::member::set<29>(held_(), held_().generic_attrs_30, value); return self_(); }
     Self &clear_generic_attrs_30()
-        { zidl::member::clear<29>(record_(), record_().generic_attrs_30); return self_(); }
+        { zidl::member::clear<29>(held_(), held_().generic_attrs_30); return self_(); }
     Self &mark_generic_attrs_30()
-        { zidl::member::mark<29>(record_()); return self_(); }
+        { zidl::member::mark<29>(held_()); return self_(); }
     zidl::editor<zidl_rib_generic_attr_array> edit_generic_attrs_30()
-        { return record_().generic_attrs_30; }
+        { return held_().generic_attrs_30; }
     Self &set_generic_attrs_31(const zidl_rib_generic_attr_array &value)
-        { zidl::member::set<30>(record_(), record_().generic_attrs_31, value); return self_(); }
+        { zidl::member::set<30>(held_(), held_().generic_attrs_31, value); return self_(); }
     Self &clear_generic_attrs_31()
-        { zidl::member::clear<30>(record_(), record_().generic_attrs_31); return self_(); }
+        { zidl::member::clear<30>(held_(), held_().generic_attrs_31); return self_(); }
     Self &mark_generic_attrs_31()
-        { zidl::member::mark<30>(record_()); return self_(); }
+        { zidl::member::mark<30>(held_()); return self_(); }
     zidl::editor<zidl_rib_generic_attr_array> edit_generic_attrs_31()
-        { return record_().generic_attrs_31; }
+        { return held_().generic_attrs_31; }
     Self &set_generic_attrs_32(const zidl_rib_generic_attr_array &value)
-        { zidl::member::set<31>(record_(), record_().generic_attrs_32, value); return self_(); }
+        { zidl::member::set<31>(held_(), held_().generic_attrs_32, value); return self_(); }
     Self &clear_generic_attrs_32()
-        { zidl::member::clear<31>(record_(), record_().generic_attrs_32); return self_(); }
+        { zidl::member::clear<31>(held_(), held_().generic_attrs_32); return self_(); }
     Self &mark_generic_attrs_32()
-        { zidl::member::mark<31>(record_()); return self_(); }
+        { zidl::member::mark<31>(held_()); return self_(); }
     zidl::editor<zidl_rib_generic_attr_array> edit_generic_attrs_32()
-        { return record_().generic_attrs_32; }
+        { return held_().generic_attrs_32; }
     Self &set_generic_attrs_33(const zidl_rib_generic_attr_array &value)
-        { zidl::member::set<32>(record_(), record_().generic_attrs_33, value); return self_(); }
+        { zidl::member::set<32>(held_(), held_().generic_attrs_33, value); return self_(); }
     Self &clear_generic_attrs_33()
-        { zidl::member::clear<32>(record_(), record_().generic_attrs_33); return self_(); }
+        { zidl::member::clear<32>(held_(), held_().generic_attrs_33); return self_(); }
     Self &mark_generic_attrs_33()
-        { zidl::member::mark<32>(record_()); return self_(); }
+        { zidl::member::mark<32>(held_()); return self_(); }
     zidl::editor<zidl_rib_generic_attr_array> edit_generic_attrs_33()
-        { return record_().generic_attrs_33; }
+        { return held_().generic_attrs_33; }
     Self &set_route_value_34(uint32_t value)
-        { zidl::member::set<33>(record_(), record_().route_value_34, value); return self_(); }
+        { zidl::member::set<33>(held_(), held_().route_value_34, value); return self_(); }
     Self &clear_route_value_34()
-        { zidl::member::clear<33>(record_(), record_().route_value_34); return self_(); }
+        { zidl::member::clear<33>(held_(), held_().route_value_34); return self_(); }
     Self &set_route_value_35(uint32_t value)
-        { zidl::member::set<34>(record_(), record_().route_value_35, value); return self_(); }
+        { zidl::member::set<34>(held_(), held_().route_value_35, value); return self_(); }
     Self &clear_route_value_35()
-        { zidl::member::clear<34>(record_(), record_().route_value_35); return self_(); }
+        { zidl::member::clear<34>(held_(), held_().route_value_35); return self_(); }
     Self &set_route_l2_info(const zidl_rib_route_l2_info &value)
-        { zidl::member::set<35>(record_(), record_().route_l2_info, value); return self_(); }
+        { zidl::member::set<35>(held_(), held_().route_l2_info, value); return self_(); }
     Self &clear_route_l2_info()
-        { zidl::member::clear<35>(record_(), record_().route_l2_info); return self_(); }
+        { zidl::member::clear<35>(held_(), held_().route_l2_info); return self_(); }
     Self &mark_route_l2_info()
-        { zidl::member::mark<35>(record_()); return self_(); }
+        { zidl::member::mark<35>(held_()); return self_(); }
     zidl::editor<zidl_rib_route_l2_info> edit_route_l2_info()
-        { return record_().route_l2_info; }
+        { return held_().route_l2_info; }
     Self &set_route_value_37(uint32_t value)
-        { zidl::member::set<36>(record_(), record_().route_value_37, value); return self_(); }
+        { zidl::member::set<36>(held_(), held_().route_value_37, value); return self_(); }
     Self &clear_route_value_37()
-        { zidl::member::clear<36>(record_(), record_().route_value_37); return self_(); }
+        { zidl::member::clear<36>(held_(), held_().route_value_37); return self_(); }
     Self &set_route_value_38(uint32_t value)
-        { zidl::member::set<37>(record_(), record_().route_value_38, value); return self_(); }
+        { zidl::member::set<37>(held_(), held_().route_value_38, value); return self_(); }
     Self &clear_route_value_38()
-        { zidl::member::clear<37>(record_(), record_().route_value_38); return self_(); }
+        { zidl::member::clear<37>(held_(), held_().route_value_38); return self_(); }
     Self &set_route_aft_id(const zidl_rib_route_aft_id &value)
-        { zidl::member::set<38>(record_(), record_().route_aft_id, value); return self_(); }
+        { zidl::member::set<38>(held_(), held_().route_aft_id, value); return self_(); }
     Self &clear_route_aft_id()
-        { zidl::member::clear<38>(record_(), record_().route_aft_id); return self_(); }
+        { zidl::member::clear<38>(held_(), held_().route_aft_id); return self_(); }
     Self &mark_route_aft_id()
-        { zidl::member::mark<38>(record_()); return self_(); }
+        { zidl::member::mark<38>(held_()); return self_(); }
     zidl::editor<zidl_rib_route_aft_id> edit_route_aft_id()
-        { return record_().route_aft_id; }
+        { return held_().route_aft_id; }
     Self &set_route_value_40(uint64_t value)
-        { zidl::member::set<39>(record_(), record_().route_value_40, value); return self_(); }
+        { zidl::member::set<39>(held_(), held_().route_value_40, value); return self_(); }
     Self &clear_route_value_40()
-        { zidl::member::clear<39>(record_(), record_().route_value_40); return self_(); }
+        { zidl::member::clear<39>(held_(), held_().route_value_40); return self_(); }
     Self &set_route_value_41(uint64_t value)
-        { zidl::member::set<40>(record_(), record_().route_value_41, value); return self_(); }
+        { zidl::member::set<40>(held_(), held_().route_value_41, value); return self_(); }
     Self &clear_route_value_41()
-        { zidl::member::clear<40>(record_(), record_().route_value_41); return self_(); }
+        { zidl::member::clear<40>(held_(), held_().route_value_41); return self_(); }
 };
 
 // rib_bind_reply
@@ -2130,22 +2114,22 @@ struct traits<zidl_rib_bind_reply> {
 template <class Self>
 class fields<zidl_rib_bind_reply, Self> : public encodable<zidl_rib_bind_reply, Self>
 {
-    const zidl_rib_bind_reply &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_bind_reply &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_bind_value() const { return zidl::member::has<0>(record_()); }
-    uint32_t bind_value() const     { return zidl::member::value<0>(record_(), record_().bind_value); }
+    bool     has_bind_value() const { return zidl::member::has<0>(held_()); }
+    uint32_t bind_value() const     { return zidl::member::value<0>(held_(), held_().bind_value); }
 };
 
 template <class Self>
 class setters<zidl_rib_bind_reply, Self> : public fields<zidl_rib_bind_reply, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_bind_reply &record_() { return *self_(); }
+    zidl_rib_bind_reply &held_() { return *self_(); }
 
 public:
-    Self &set_bind_value(uint32_t value) { zidl::member::set<0>(record_(), record_().bind_value, value); return self_(); }
-    Self &clear_bind_value()             { zidl::member::clear<0>(record_(), record_().bind_value); return self_(); }
+    Self &set_bind_value(uint32_t value) { zidl::member::set<0>(held_(), held_().bind_value, value); return self_(); }
+    Self &clear_bind_value()             { zidl::member::clear<0>(held_(), held_().bind_value); return self_(); }
 };
 
 } // namespace zidl

@@ -40,30 +40,30 @@ struct traits<zidl_rib_srv6_oper_type> {
 template <class Self>
 class fields<zidl_rib_srv6_oper_type, Self> : public encodable<zidl_rib_srv6_oper_type, Self>
 {
-    const zidl_rib_srv6_oper_type &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_srv6_oper_type &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_oper_selector() const   { return zidl::member::has<0>(record_()); }
-    bool     oper_selector() const       { return zidl::member::value<0>(record_(), record_().oper_selector) != 0; }
-    bool     has_oper_when_set() const   { return zidl::member::has<1>(record_()); }
-    uint32_t oper_when_set() const       { return zidl::member::value<1>(record_(), record_().oper_when_set); }
-    bool     has_oper_when_clear() const { return zidl::member::has<2>(record_()); }
-    uint32_t oper_when_clear() const     { return zidl::member::value<2>(record_(), record_().oper_when_clear); }
+    bool     has_oper_selector() const   { return zidl::member::has<0>(held_()); }
+    bool     oper_selector() const       { return zidl::member::value<0>(held_(), held_().oper_selector) != 0; }
+    bool     has_oper_when_set() const   { return zidl::member::has<1>(held_()); }
+    uint32_t oper_when_set() const       { return zidl::member::value<1>(held_(), held_().oper_when_set); }
+    bool     has_oper_when_clear() const { return zidl::member::has<2>(held_()); }
+    uint32_t oper_when_clear() const     { return zidl::member::value<2>(held_(), held_().oper_when_clear); }
 };
 
 template <class Self>
 class setters<zidl_rib_srv6_oper_type, Self> : public fields<zidl_rib_srv6_oper_type, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_srv6_oper_type &record_() { return *self_(); }
+    zidl_rib_srv6_oper_type &held_() { return *self_(); }
 
 public:
-    Self &set_oper_selector(bool value)       { zidl::member::set<0>(record_(), record_().oper_selector, value); return self_(); }
-    Self &clear_oper_selector()               { zidl::member::clear<0>(record_(), record_().oper_selector); return self_(); }
-    Self &set_oper_when_set(uint32_t value)   { zidl::member::set<1>(record_(), record_().oper_when_set, value); return self_(); }
-    Self &clear_oper_when_set()               { zidl::member::clear<1>(record_(), record_().oper_when_set); return self_(); }
-    Self &set_oper_when_clear(uint32_t value) { zidl::member::set<2>(record_(), record_().oper_when_clear, value); return self_(); }
-    Self &clear_oper_when_clear()             { zidl::member::clear<2>(record_(), record_().oper_when_clear); return self_(); }
+    Self &set_oper_selector(bool value)       { zidl::member::set<0>(held_(), held_().oper_selector, value); return self_(); }
+    Self &clear_oper_selector()               { zidl::member::clear<0>(held_(), held_().oper_selector); return self_(); }
+    Self &set_oper_when_set(uint32_t value)   { zidl::member::set<1>(held_(), held_().oper_when_set, value); return self_(); }
+    Self &clear_oper_when_set()               { zidl::member::clear<1>(held_(), held_().oper_when_set); return self_(); }
+    Self &set_oper_when_clear(uint32_t value) { zidl::member::set<2>(held_(), held_().oper_when_clear, value); return self_(); }
+    Self &clear_oper_when_clear()             { zidl::member::clear<2>(held_(), held_().oper_when_clear); return self_(); }
 };
 
 // rib_encap_id_path_key_label
@@ -98,34 +98,30 @@ struct traits<zidl_rib_encap_id_path_key_label> {
 template <class Self>
 class fields<zidl_rib_encap_id_path_key_label, Self> : public encodable<zidl_rib_encap_id_path_key_label, Self>
 {
-    const zidl_rib_encap_id_path_key_label &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_encap_id_path_key_label &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                       has_label_key_value() const
-        { return zidl::member::has<0>(record_()); }
-    uint32_t                   label_key_value() const
-        { return zidl::member::value<0>(record_(), record_().label_key_value); }
-    bool                       has_labels() const
-        { return zidl::member::has<1>(record_()); }
-    zidl::span<const uint32_t> labels() const
-        { return zidl::member::array<1>(record_(), record_().labels, record_().labels_count); }
+    bool                       has_label_key_value() const { return zidl::member::has<0>(held_()); }
+    uint32_t                   label_key_value() const     { return zidl::member::value<0>(held_(), held_().label_key_value); }
+    bool                       has_labels() const          { return zidl::member::has<1>(held_()); }
+    zidl::span<const uint32_t> labels() const              { return zidl::member::array<1>(held_(), held_().labels, held_().labels_count); }
 };
 
 template <class Self>
 class setters<zidl_rib_encap_id_path_key_label, Self> : public fields<zidl_rib_encap_id_path_key_label, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_encap_id_path_key_label &record_() { return *self_(); }
+    zidl_rib_encap_id_path_key_label &held_() { return *self_(); }
 
 public:
     Self &set_label_key_value(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().label_key_value, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().label_key_value, value); return self_(); }
     Self &clear_label_key_value()
-        { zidl::member::clear<0>(record_(), record_().label_key_value); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().label_key_value); return self_(); }
     Self &set_labels(zidl::borrowed<uint32_t> value)
-        { zidl::member::set<1>(record_(), record_().labels, record_().labels_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().labels, held_().labels_count, value); return self_(); }
     Self &clear_labels()
-        { zidl::member::clear<1>(record_(), record_().labels, record_().labels_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().labels, held_().labels_count); return self_(); }
 };
 
 // rib_encap_id_path_key_srv6
@@ -160,38 +156,38 @@ struct traits<zidl_rib_encap_id_path_key_srv6> {
 template <class Self>
 class fields<zidl_rib_encap_id_path_key_srv6, Self> : public encodable<zidl_rib_encap_id_path_key_srv6, Self>
 {
-    const zidl_rib_encap_id_path_key_srv6 &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_encap_id_path_key_srv6 &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                has_oper_type() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     zidl::view<zidl_rib_srv6_oper_type> oper_type() const
-        { return record_().oper_type; }
+        { return held_().oper_type; }
     bool                                has_entries() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::blocks                        entries() const
-        { return zidl::member::byte_blocks<1>(record_(), record_().entries, record_().entries_count); }
+        { return zidl::member::byte_blocks<1>(held_(), held_().entries, held_().entries_count); }
 };
 
 template <class Self>
 class setters<zidl_rib_encap_id_path_key_srv6, Self> : public fields<zidl_rib_encap_id_path_key_srv6, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_encap_id_path_key_srv6 &record_() { return *self_(); }
+    zidl_rib_encap_id_path_key_srv6 &held_() { return *self_(); }
 
 public:
     Self &set_oper_type(const zidl_rib_srv6_oper_type &value)
-        { zidl::member::set<0>(record_(), record_().oper_type, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().oper_type, value); return self_(); }
     Self &clear_oper_type()
-        { zidl::member::clear<0>(record_(), record_().oper_type); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().oper_type); return self_(); }
     Self &mark_oper_type()
-        { zidl::member::mark<0>(record_()); return self_(); }
+        { zidl::member::mark<0>(held_()); return self_(); }
     zidl::editor<zidl_rib_srv6_oper_type> edit_oper_type()
-        { return record_().oper_type; }
+        { return held_().oper_type; }
     Self &set_entries(zidl::borrowed<zidl_bytes> value)
-        { zidl::member::set<1>(record_(), record_().entries, record_().entries_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().entries, held_().entries_count, value); return self_(); }
     Self &clear_entries()
-        { zidl::member::clear<1>(record_(), record_().entries, record_().entries_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().entries, held_().entries_count); return self_(); }
 };
 
 // rib_encap_id_path_key_srv6_carrier_info
@@ -226,42 +222,36 @@ struct traits<zidl_rib_encap_id_path_key_srv6_carrier_info> {
 template <class Self>
 class fields<zidl_rib_encap_id_path_key_srv6_carrier_info, Self> : public encodable<zidl_rib_encap_id_path_key_srv6_carrier_info, Self>
 {
-    const zidl_rib_encap_id_path_key_srv6_carrier_info &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_encap_id_path_key_srv6_carrier_info &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool        has_carrier_value_1() const
-        { return zidl::member::has<0>(record_()); }
-    uint32_t    carrier_value_1() const
-        { return zidl::member::value<0>(record_(), record_().carrier_value_1); }
-    bool        has_carrier_value_2() const
-        { return zidl::member::has<1>(record_()); }
-    uint32_t    carrier_value_2() const
-        { return zidl::member::value<1>(record_(), record_().carrier_value_2); }
-    bool        has_carrier_bytes() const
-        { return zidl::member::has<2>(record_()); }
-    zidl::bytes carrier_bytes() const
-        { return zidl::member::array<2>(record_(), record_().carrier_bytes, record_().carrier_bytes_size); }
+    bool        has_carrier_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t    carrier_value_1() const     { return zidl::member::value<0>(held_(), held_().carrier_value_1); }
+    bool        has_carrier_value_2() const { return zidl::member::has<1>(held_()); }
+    uint32_t    carrier_value_2() const     { return zidl::member::value<1>(held_(), held_().carrier_value_2); }
+    bool        has_carrier_bytes() const   { return zidl::member::has<2>(held_()); }
+    zidl::bytes carrier_bytes() const       { return zidl::member::array<2>(held_(), held_().carrier_bytes, held_().carrier_bytes_size); }
 };
 
 template <class Self>
 class setters<zidl_rib_encap_id_path_key_srv6_carrier_info, Self> : public fields<zidl_rib_encap_id_path_key_srv6_carrier_info, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_encap_id_path_key_srv6_carrier_info &record_() { return *self_(); }
+    zidl_rib_encap_id_path_key_srv6_carrier_info &held_() { return *self_(); }
 
 public:
     Self &set_carrier_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().carrier_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().carrier_value_1, value); return self_(); }
     Self &clear_carrier_value_1()
-        { zidl::member::clear<0>(record_(), record_().carrier_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().carrier_value_1); return self_(); }
     Self &set_carrier_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().carrier_value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().carrier_value_2, value); return self_(); }
     Self &clear_carrier_value_2()
-        { zidl::member::clear<1>(record_(), record_().carrier_value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().carrier_value_2); return self_(); }
     Self &set_carrier_bytes(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<2>(record_(), record_().carrier_bytes, record_().carrier_bytes_size, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().carrier_bytes, held_().carrier_bytes_size, value); return self_(); }
     Self &clear_carrier_bytes()
-        { zidl::member::clear<2>(record_(), record_().carrier_bytes, record_().carrier_bytes_size); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().carrier_bytes, held_().carrier_bytes_size); return self_(); }
 };
 
 // rib_encap_id_path_key_srv6_carriers
@@ -296,38 +286,38 @@ struct traits<zidl_rib_encap_id_path_key_srv6_carriers> {
 template <class Self>
 class fields<zidl_rib_encap_id_path_key_srv6_carriers, Self> : public encodable<zidl_rib_encap_id_path_key_srv6_carriers, Self>
 {
-    const zidl_rib_encap_id_path_key_srv6_carriers &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_encap_id_path_key_srv6_carriers &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                                      has_oper_type() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     zidl::view<zidl_rib_srv6_oper_type>                       oper_type() const
-        { return record_().oper_type; }
+        { return held_().oper_type; }
     bool                                                      has_carriers() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::views<zidl_rib_encap_id_path_key_srv6_carrier_info> carriers() const
-        { return zidl::member::messages<1>(record_(), record_().carriers, record_().carriers_count); }
+        { return zidl::member::messages<1>(held_(), held_().carriers, held_().carriers_count); }
 };
 
 template <class Self>
 class setters<zidl_rib_encap_id_path_key_srv6_carriers, Self> : public fields<zidl_rib_encap_id_path_key_srv6_carriers, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_encap_id_path_key_srv6_carriers &record_() { return *self_(); }
+    zidl_rib_encap_id_path_key_srv6_carriers &held_() { return *self_(); }
 
 public:
     Self &set_oper_type(const zidl_rib_srv6_oper_type &value)
-        { zidl::member::set<0>(record_(), record_().oper_type, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().oper_type, value); return self_(); }
     Self &clear_oper_type()
-        { zidl::member::clear<0>(record_(), record_().oper_type); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().oper_type); return self_(); }
     Self &mark_oper_type()
-        { zidl::member::mark<0>(record_()); return self_(); }
+        { zidl::member::mark<0>(held_()); return self_(); }
     zidl::editor<zidl_rib_srv6_oper_type> edit_oper_type()
-        { return record_().oper_type; }
+        { return held_().oper_type; }
     Self &set_carriers(zidl::borrowed<zidl_rib_encap_id_path_key_srv6_carrier_info> value)
-        { zidl::member::set<1>(record_(), record_().carriers, record_().carriers_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().carriers, held_().carriers_count, value); return self_(); }
     Self &clear_carriers()
-        { zidl::member::clear<1>(record_(), record_().carriers, record_().carriers_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().carriers, held_().carriers_count); return self_(); }
 };
 
 // rib_encap_id_key
@@ -360,198 +350,198 @@ struct traits<zidl_rib_encap_id_key> {
 template <class Self>
 class fields<zidl_rib_encap_id_key, Self> : public encodable<zidl_rib_encap_id_key, Self>
 {
-    const zidl_rib_encap_id_key &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_encap_id_key &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                                 has_key_value_1() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                                             key_value_1() const
-        { return zidl::member::value<0>(record_(), record_().key_value_1); }
+        { return zidl::member::value<0>(held_(), held_().key_value_1); }
     bool                                                 has_key_value_2() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     uint32_t                                             key_value_2() const
-        { return zidl::member::value<1>(record_(), record_().key_value_2); }
+        { return zidl::member::value<1>(held_(), held_().key_value_2); }
     bool                                                 has_key_prefix() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     zidl::view<zidl_rib_msg_prefix>                      key_prefix() const
-        { return record_().key_prefix; }
+        { return held_().key_prefix; }
     bool                                                 has_key_value_4() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     uint32_t                                             key_value_4() const
-        { return zidl::member::value<3>(record_(), record_().key_value_4); }
+        { return zidl::member::value<3>(held_(), held_().key_value_4); }
     bool                                                 has_key_type() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     uint32_t                                             key_type() const
-        { return zidl::member::value<4>(record_(), record_().key_type); }
+        { return zidl::member::value<4>(held_(), held_().key_type); }
     bool                                                 has_key_value_6() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     uint32_t                                             key_value_6() const
-        { return zidl::member::value<5>(record_(), record_().key_value_6); }
+        { return zidl::member::value<5>(held_(), held_().key_value_6); }
     bool                                                 has_key_second_prefix() const
-        { return zidl::member::has<6>(record_()); }
+        { return zidl::member::has<6>(held_()); }
     zidl::view<zidl_rib_msg_prefix>                      key_second_prefix() const
-        { return record_().key_second_prefix; }
+        { return held_().key_second_prefix; }
     bool                                                 has_key_value_8() const
-        { return zidl::member::has<7>(record_()); }
+        { return zidl::member::has<7>(held_()); }
     uint32_t                                             key_value_8() const
-        { return zidl::member::value<7>(record_(), record_().key_value_8); }
+        { return zidl::member::value<7>(held_(), held_().key_value_8); }
     bool                                                 has_key_extra_prefixes() const
-        { return zidl::member::has<8>(record_()); }
+        { return zidl::member::has<8>(held_()); }
     zidl::views<zidl_rib_msg_prefix>                     key_extra_prefixes() const
-        { return zidl::member::messages<8>(record_(), record_().key_extra_prefixes, record_().key_extra_prefixes_count); }
+        { return zidl::member::messages<8>(held_(), held_().key_extra_prefixes, held_().key_extra_prefixes_count); }
     bool                                                 has_label_key() const
-        { return zidl::member::has<9>(record_()); }
+        { return zidl::member::has<9>(held_()); }
     zidl::view<zidl_rib_encap_id_path_key_label>         label_key() const
-        { return record_().label_key; }
+        { return held_().label_key; }
     bool                                                 has_srv6_key() const
-        { return zidl::member::has<10>(record_()); }
+        { return zidl::member::has<10>(held_()); }
     zidl::view<zidl_rib_encap_id_path_key_srv6>          srv6_key() const
-        { return record_().srv6_key; }
+        { return held_().srv6_key; }
     bool                                                 has_key_value_12() const
-        { return zidl::member::has<11>(record_()); }
+        { return zidl::member::has<11>(held_()); }
     uint32_t                                             key_value_12() const
-        { return zidl::member::value<11>(record_(), record_().key_value_12); }
+        { return zidl::member::value<11>(held_(), held_().key_value_12); }
     bool                                                 has_key_value_13() const
-        { return zidl::member::has<12>(record_()); }
+        { return zidl::member::has<12>(held_()); }
     uint32_t                                             key_value_13() const
-        { return zidl::member::value<12>(record_(), record_().key_value_13); }
+        { return zidl::member::value<12>(held_(), held_().key_value_13); }
     bool                                                 has_srv6_carriers() const
-        { return zidl::member::has<13>(record_()); }
+        { return zidl::member::has<13>(held_()); }
     zidl::view<zidl_rib_encap_id_path_key_srv6_carriers> srv6_carriers() const
-        { return record_().srv6_carriers; }
+        { return held_().srv6_carriers; }
     bool                                                 has_key_value_15() const
-        { return zidl::member::has<14>(record_()); }
+        { return zidl::member::has<14>(held_()); }
     uint32_t                                             key_value_15() const
-        { return zidl::member::value<14>(record_(), record_().key_value_15); }
+        { return zidl::member::value<14>(held_(), held_().key_value_15); }
     bool                                                 has_key_value_16() const
-        { return zidl::member::has<15>(record_()); }
+        { return zidl::member::has<15>(held_()); }
     uint32_t                                             key_value_16() const
-        { return zidl::member::value<15>(record_(), record_().key_value_16); }
+        { return zidl::member::value<15>(held_(), held_().key_value_16); }
     bool                                                 has_key_value_17() const
-        { return zidl::member::has<16>(record_()); }
+        { return zidl::member::has<16>(held_()); }
     uint32_t                                             key_value_17() const
-        { return zidl::member::value<16>(record_(), record_().key_value_17); }
+        { return zidl::member::value<16>(held_(), held_().key_value_17); }
     bool                                                 has_key_value_18() const
-        { return zidl::member::has<17>(record_()); }
+        { return zidl::member::has<17>(held_()); }
     uint32_t                                             key_value_18() const
-        { return zidl::member::value<17>(record_(), record_().key_value_18); }
+        { return zidl::member::value<17>(held_(), held_().key_value_18); }
     bool                                                 has_key_value_19() const
-        { return zidl::member::has<18>(record_()); }
+        { return zidl::member::has<18>(held_()); }
     uint32_t                                             key_value_19() const
-        { return zidl::member::value<18>(record_(), record_().key_value_19); }
+        { return zidl::member::value<18>(held_(), held_().key_value_19); }
     bool                                                 has_key_bytes_20() const
-        { return zidl::member::has<19>(record_()); }
+        { return zidl::member::has<19>(held_()); }
     zidl::bytes                                          key_bytes_20() const
-        { return zidl::member::array<19>(record_(), record_().key_bytes_20, record_().key_bytes_20_size); }
+        { return zidl::member::array<19>(held_(), held_().key_bytes_20, held_().key_bytes_20_size); }
 };
 
 template <class Self>
 class setters<zidl_rib_encap_id_key, Self> : public fields<zidl_rib_encap_id_key, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_encap_id_key &record_() { return *self_(); }
+    zidl_rib_encap_id_key &held_() { return *self_(); }
 
 public:
     Self &set_key_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().key_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().key_value_1, value); return self_(); }
     Self &clear_key_value_1()
-        { zidl::member::clear<0>(record_(), record_().key_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().key_value_1); return self_(); }
     Self &set_key_value_2(uint32_t value)
-        { zidl::member::set<1>(record_(), record_().key_value_2, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().key_value_2, value); return self_(); }
     Self &clear_key_value_2()
-        { zidl::member::clear<1>(record_(), record_().key_value_2); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().key_value_2); return self_(); }
     Self &set_key_prefix(const zidl_rib_msg_prefix &value)
-        { zidl::member::set<2>(record_(), record_().key_prefix, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().key_prefix, value); return self_(); }
     Self &clear_key_prefix()
-        { zidl::member::clear<2>(record_(), record_().key_prefix); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().key_prefix); return self_(); }
     Self &mark_key_prefix()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_rib_msg_prefix> edit_key_prefix()
-        { return record_().key_prefix; }
+        { return held_().key_prefix; }
     Self &set_key_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().key_value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().key_value_4, value); return self_(); }
     Self &clear_key_value_4()
-        { zidl::member::clear<3>(record_(), record_().key_value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().key_value_4); return self_(); }
     Self &set_key_type(uint32_t value)
-        { zidl::member::set<4>(record_(), record_().key_type, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().key_type, value); return self_(); }
     Self &clear_key_type()
-        { zidl::member::clear<4>(record_(), record_().key_type); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().key_type); return self_(); }
     Self &set_key_value_6(uint32_t value)
-        { zidl::member::set<5>(record_(), record_().key_value_6, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().key_value_6, value); return self_(); }
     Self &clear_key_value_6()
-        { zidl::member::clear<5>(record_(), record_().key_value_6); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().key_value_6); return self_(); }
     Self &set_key_second_prefix(const zidl_rib_msg_prefix &value)
-        { zidl::member::set<6>(record_(), record_().key_second_prefix, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().key_second_prefix, value); return self_(); }
     Self &clear_key_second_prefix()
-        { zidl::member::clear<6>(record_(), record_().key_second_prefix); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().key_second_prefix); return self_(); }
     Self &mark_key_second_prefix()
-        { zidl::member::mark<6>(record_()); return self_(); }
+        { zidl::member::mark<6>(held_()); return self_(); }
     zidl::editor<zidl_rib_msg_prefix> edit_key_second_prefix()
-        { return record_().key_second_prefix; }
+        { return held_().key_second_prefix; }
     Self &set_key_value_8(uint32_t value)
-        { zidl::member::set<7>(record_(), record_().key_value_8, value); return self_(); }
+        { zidl::member::set<7>(held_(), held_().key_value_8, value); return self_(); }
     Self &clear_key_value_8()
-        { zidl::member::clear<7>(record_(), record_().key_value_8); return self_(); }
+        { zidl::member::clear<7>(held_(), held_().key_value_8); return self_(); }
     Self &set_key_extra_prefixes(zidl::borrowed<zidl_rib_msg_prefix> value)
-        { zidl::member::set<8>(record_(), record_().key_extra_prefixes, record_().key_extra_prefixes_count, value); return self_(); }
+        { zidl::member::set<8>(held_(), held_().key_extra_prefixes, held_().key_extra_prefixes_count, value); return self_(); }
     Self &clear_key_extra_prefixes()
-        { zidl::member::clear<8>(record_(), record_().key_extra_prefixes, record_().key_extra_prefixes_count); return self_(); }
+        { zidl::member::clear<8>(held_(), held_().key_extra_prefixes, held_().key_extra_prefixes_count); return self_(); }
     Self &set_label_key(const zidl_rib_encap_id_path_key_label &value)
-        { zidl::member::set<9>(record_(), record_().label_key, value); return self_(); }
+        { zidl::member::set<9>(held_(), held_().label_key, value); return self_(); }
     Self &clear_label_key()
-        { zidl::member::clear<9>(record_(), record_().label_key); return self_(); }
+        { zidl::member::clear<9>(held_(), held_().label_key); return self_(); }
     Self &mark_label_key()
-        { zidl::member::mark<9>(record_()); return self_(); }
+        { zidl::member::mark<9>(held_()); return self_(); }
     zidl::editor<zidl_rib_encap_id_path_key_label> edit_label_key()
-        { return record_().label_key; }
+        { return held_().label_key; }
     Self &set_srv6_key(const zidl_rib_encap_id_path_key_srv6 &value)
-        { zidl::member::set<10>(record_(), record_().srv6_key, value); return self_(); }
+        { zidl::member::set<10>(held_(), held_().srv6_key, value); return self_(); }
     Self &clear_srv6_key()
-        { zidl::member::clear<10>(record_(), record_().srv6_key); return self_(); }
+        { zidl::member::clear<10>(held_(), held_().srv6_key); return self_(); }
     Self &mark_srv6_key()
-        { zidl::member::mark<10>(record_()); return self_(); }
+        { zidl::member::mark<10>(held_()); return self_(); }
     zidl::editor<zidl_rib_encap_id_path_key_srv6> edit_srv6_key()
-        { return record_().srv6_key; }
+        { return held_().srv6_key; }
     Self &set_key_value_12(uint32_t value)
-        { zidl::member::set<11>(record_(), record_().key_value_12, value); return self_(); }
+        { zidl::member::set<11>(held_(), held_().key_value_12, value); return self_(); }
     Self &clear_key_value_12()
-        { zidl::member::clear<11>(record_(), record_().key_value_12); return self_(); }
+        { zidl::member::clear<11>(held_(), held_().key_value_12); return self_(); }
     Self &set_key_value_13(uint32_t value)
-        { zidl::member::set<12>(record_(), record_().key_value_13, value); return self_(); }
+        { zidl::member::set<12>(held_(), held_().key_value_13, value); return self_(); }
     Self &clear_key_value_13()
-        { zidl::member::clear<12>(record_(), record_().key_value_13); return self_(); }
+        { zidl::member::clear<12>(held_(), held_().key_value_13); return self_(); }
     Self &set_srv6_carriers(const zidl_rib_encap_id_path_key_srv6_carriers &value)
-        { zidl::member::set<13>(record_(), record_().srv6_carriers, value); return self_(); }
+        { zidl::member::set<13>(held_(), held_().srv6_carriers, value); return self_(); }
     Self &clear_srv6_carriers()
-        { zidl::member::clear<13>(record_(), record_().srv6_carriers); return self_(); }
+        { zidl::member::clear<13>(held_(), held_().srv6_carriers); return self_(); }
     Self &mark_srv6_carriers()
-        { zidl::member::mark<13>(record_()); return self_(); }
+        { zidl::member::mark<13>(held_()); return self_(); }
     zidl::editor<zidl_rib_encap_id_path_key_srv6_carriers> edit_srv6_carriers()
-        { return record_().srv6_carriers; }
+        { return held_().srv6_carriers; }
     Self &set_key_value_15(uint32_t value)
-        { zidl::member::set<14>(record_(), record_().key_value_15, value); return self_(); }
+        { zidl::member::set<14>(held_(), held_().key_value_15, value); return self_(); }
     Self &clear_key_value_15()
-        { zidl::member::clear<14>(record_(), record_().key_value_15); return self_(); }
+        { zidl::member::clear<14>(held_(), held_().key_value_15); return self_(); }
     Self &set_key_value_16(uint32_t value)
-        { zidl::member::set<15>(record_(), record_().key_value_16, value); return self_(); }
+        { zidl::member::set<15>(held_(), held_().key_value_16, value); return self_(); }
     Self &clear_key_value_16()
-        { zidl::member::clear<15>(record_(), record_().key_value_16); return self_(); }
+        { zidl::member::clear<15>(held_(), held_().key_value_16); return self_(); }
     Self &set_key_value_17(uint32_t value)
-        { zidl::member::set<16>(record_(), record_().key_value_17, value); return self_(); }
+        { zidl::member::set<16>(held_(), held_().key_value_17, value); return self_(); }
     Self &clear_key_value_17()
-        { zidl::member::clear<16>(record_(), record_().key_value_17); return self_(); }
+        { zidl::member::clear<16>(held_(), held_().key_value_17); return self_(); }
     Self &set_key_value_18(uint32_t value)
-        { zidl::member::set<17>(record_(), record_().key_value_18, value); return self_(); }
+        { zidl::member::set<17>(held_(), held_().key_value_18, value); return self_(); }
     Self &clear_key_value_18()
-        { zidl::member::clear<17>(record_(), record_().key_value_18); return self_(); }
+        { zidl::member::clear<17>(held_(), held_().key_value_18); return self_(); }
     Self &set_key_value_19(uint32_t value)
-        { zidl::member::set<18>(record_(), record_().key_value_19, value); return self_(); }
+        { zidl::member::set<18>(held_(), held_().key_value_19, value); return self_(); }
     Self &clear_key_value_19()
-        { zidl::member::clear<18>(record_(), record_().key_value_19); return self_(); }
+        { zidl::member::clear<18>(held_(), held_().key_value_19); return self_(); }
     Self &set_key_bytes_20(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<19>(record_(), record_().key_bytes_20, record_().key_bytes_20_size, value); return self_(); }
+        { zidl::member::set<19>(held_(), held_().key_bytes_20, held_().key_bytes_20_size, value); return self_(); }
     Self &clear_key_bytes_20()
-        { zidl::member::clear<19>(record_(), record_().key_bytes_20, record_().key_bytes_20_size); return self_(); }
+        { zidl::member::clear<19>(held_(), held_().key_bytes_20, held_().key_bytes_20_size); return self_(); }
 };
 
 // rib_encap_id
@@ -583,22 +573,22 @@ struct traits<zidl_rib_encap_id> {
 template <class Self>
 class fields<zidl_rib_encap_id, Self> : public encodable<zidl_rib_encap_id, Self>
 {
-    const zidl_rib_encap_id &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_encap_id &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_encap_id() const { return zidl::member::has<0>(record_()); }
-    uint64_t encap_id() const     { return zidl::member::value<0>(record_(), record_().encap_id); }
+    bool     has_encap_id() const { return zidl::member::has<0>(held_()); }
+    uint64_t encap_id() const     { return zidl::member::value<0>(held_(), held_().encap_id); }
 };
 
 template <class Self>
 class setters<zidl_rib_encap_id, Self> : public fields<zidl_rib_encap_id, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_encap_id &record_() { return *self_(); }
+    zidl_rib_encap_id &held_() { return *self_(); }
 
 public:
-    Self &set_encap_id(uint64_t value) { zidl::member::set<0>(record_(), record_().encap_id, value); return self_(); }
-    Self &clear_encap_id()             { zidl::member::clear<0>(record_(), record_().encap_id); return self_(); }
+    Self &set_encap_id(uint64_t value) { zidl::member::set<0>(held_(), held_().encap_id, value); return self_(); }
+    Self &clear_encap_id()             { zidl::member::clear<0>(held_(), held_().encap_id); return self_(); }
 };
 
 // rib_grid_sync_list
@@ -632,42 +622,42 @@ struct traits<zidl_rib_grid_sync_list> {
 template <class Self>
 class fields<zidl_rib_grid_sync_list, Self> : public encodable<zidl_rib_grid_sync_list, Self>
 {
-    const zidl_rib_grid_sync_list &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_grid_sync_list &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                               has_encap_ids() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     zidl::views<zidl_rib_encap_id>     encap_ids() const
-        { return zidl::member::messages<0>(record_(), record_().encap_ids, record_().encap_ids_count); }
+        { return zidl::member::messages<0>(held_(), held_().encap_ids, held_().encap_ids_count); }
     bool                               has_keys() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::views<zidl_rib_encap_id_key> keys() const
-        { return zidl::member::messages<1>(record_(), record_().keys, record_().keys_count); }
+        { return zidl::member::messages<1>(held_(), held_().keys, held_().keys_count); }
     bool                               has_multi_key() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     bool                               multi_key() const
-        { return zidl::member::value<2>(record_(), record_().multi_key) != 0; }
+        { return zidl::member::value<2>(held_(), held_().multi_key) != 0; }
 };
 
 template <class Self>
 class setters<zidl_rib_grid_sync_list, Self> : public fields<zidl_rib_grid_sync_list, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_grid_sync_list &record_() { return *self_(); }
+    zidl_rib_grid_sync_list &held_() { return *self_(); }
 
 public:
     Self &set_encap_ids(zidl::borrowed<zidl_rib_encap_id> value)
-        { zidl::member::set<0>(record_(), record_().encap_ids, record_().encap_ids_count, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().encap_ids, held_().encap_ids_count, value); return self_(); }
     Self &clear_encap_ids()
-        { zidl::member::clear<0>(record_(), record_().encap_ids, record_().encap_ids_count); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().encap_ids, held_().encap_ids_count); return self_(); }
     Self &set_keys(zidl::borrowed<zidl_rib_encap_id_key> value)
-        { zidl::member::set<1>(record_(), record_().keys, record_().keys_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().keys, held_().keys_count, value); return self_(); }
     Self &clear_keys()
-        { zidl::member::clear<1>(record_(), record_().keys, record_().keys_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().keys, held_().keys_count); return self_(); }
     Self &set_multi_key(bool value)
-        { zidl::member::set<2>(record_(), record_().multi_key, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().multi_key, value); return self_(); }
     Self &clear_multi_key()
-        { zidl::member::clear<2>(record_(), record_().multi_key); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().multi_key); return self_(); }
 };
 
 // rib_nhid_encap_key
@@ -701,46 +691,46 @@ struct traits<zidl_rib_nhid_encap_key> {
 template <class Self>
 class fields<zidl_rib_nhid_encap_key, Self> : public encodable<zidl_rib_nhid_encap_key, Self>
 {
-    const zidl_rib_nhid_encap_key &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_nhid_encap_key &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                         has_nhid_key_value_1() const { return zidl::member::has<0>(record_()); }
-    uint32_t                     nhid_key_value_1() const     { return zidl::member::value<0>(record_(), record_().nhid_key_value_1); }
-    bool                         has_nhid_key_address() const { return zidl::member::has<1>(record_()); }
-    zidl::view<zidl_rib_address> nhid_key_address() const     { return record_().nhid_key_address; }
-    bool                         has_nhid_key_value_3() const { return zidl::member::has<2>(record_()); }
-    uint32_t                     nhid_key_value_3() const     { return zidl::member::value<2>(record_(), record_().nhid_key_value_3); }
-    bool                         has_nhid_key_value_4() const { return zidl::member::has<3>(record_()); }
-    uint32_t                     nhid_key_value_4() const     { return zidl::member::value<3>(record_(), record_().nhid_key_value_4); }
+    bool                         has_nhid_key_value_1() const { return zidl::member::has<0>(held_()); }
+    uint32_t                     nhid_key_value_1() const     { return zidl::member::value<0>(held_(), held_().nhid_key_value_1); }
+    bool                         has_nhid_key_address() const { return zidl::member::has<1>(held_()); }
+    zidl::view<zidl_rib_address> nhid_key_address() const     { return held_().nhid_key_address; }
+    bool                         has_nhid_key_value_3() const { return zidl::member::has<2>(held_()); }
+    uint32_t                     nhid_key_value_3() const     { return zidl::member::value<2>(held_(), held_().nhid_key_value_3); }
+    bool                         has_nhid_key_value_4() const { return zidl::member::has<3>(held_()); }
+    uint32_t                     nhid_key_value_4() const     { return zidl::member::value<3>(held_(), held_().nhid_key_value_4); }
 };
 
 template <class Self>
 class setters<zidl_rib_nhid_encap_key, Self> : public fields<zidl_rib_nhid_encap_key, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_nhid_encap_key &record_() { return *self_(); }
+    zidl_rib_nhid_encap_key &held_() { return *self_(); }
 
 public:
     Self &set_nhid_key_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().nhid_key_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().nhid_key_value_1, value); return self_(); }
     Self &clear_nhid_key_value_1()
-        { zidl::member::clear<0>(record_(), record_().nhid_key_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().nhid_key_value_1); return self_(); }
     Self &set_nhid_key_address(const zidl_rib_address &value)
-        { zidl::member::set<1>(record_(), record_().nhid_key_address, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().nhid_key_address, value); return self_(); }
     Self &clear_nhid_key_address()
-        { zidl::member::clear<1>(record_(), record_().nhid_key_address); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().nhid_key_address); return self_(); }
     Self &mark_nhid_key_address()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_rib_address> edit_nhid_key_address()
-        { return record_().nhid_key_address; }
+        { return held_().nhid_key_address; }
     Self &set_nhid_key_value_3(uint32_t value)
-        { zidl::member::set<2>(record_(), record_().nhid_key_value_3, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().nhid_key_value_3, value); return self_(); }
     Self &clear_nhid_key_value_3()
-        { zidl::member::clear<2>(record_(), record_().nhid_key_value_3); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().nhid_key_value_3); return self_(); }
     Self &set_nhid_key_value_4(uint32_t value)
-        { zidl::member::set<3>(record_(), record_().nhid_key_value_4, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().nhid_key_value_4, value); return self_(); }
     Self &clear_nhid_key_value_4()
-        { zidl::member::clear<3>(record_(), record_().nhid_key_value_4); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().nhid_key_value_4); return self_(); }
 };
 
 // rib_nhid_update
@@ -773,46 +763,46 @@ struct traits<zidl_rib_nhid_update> {
 template <class Self>
 class fields<zidl_rib_nhid_update, Self> : public encodable<zidl_rib_nhid_update, Self>
 {
-    const zidl_rib_nhid_update &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_rib_nhid_update &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                                has_nhid_update_value_1() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                            nhid_update_value_1() const
-        { return zidl::member::value<0>(record_(), record_().nhid_update_value_1); }
+        { return zidl::member::value<0>(held_(), held_().nhid_update_value_1); }
     bool                                has_nhid_encap_key() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::view<zidl_rib_nhid_encap_key> nhid_encap_key() const
-        { return record_().nhid_encap_key; }
+        { return held_().nhid_encap_key; }
     bool                                has_nhid() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     uint64_t                            nhid() const
-        { return zidl::member::value<2>(record_(), record_().nhid); }
+        { return zidl::member::value<2>(held_(), held_().nhid); }
 };
 
 template <class Self>
 class setters<zidl_rib_nhid_update, Self> : public fields<zidl_rib_nhid_update, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_rib_nhid_update &record_() { return *self_(); }
+    zidl_rib_nhid_update &held_() { return *self_(); }
 
 public:
     Self &set_nhid_update_value_1(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().nhid_update_value_1, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().nhid_update_value_1, value); return self_(); }
     Self &clear_nhid_update_value_1()
-        { zidl::member::clear<0>(record_(), record_().nhid_update_value_1); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().nhid_update_value_1); return self_(); }
     Self &set_nhid_encap_key(const zidl_rib_nhid_encap_key &value)
-        { zidl::member::set<1>(record_(), record_().nhid_encap_key, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().nhid_encap_key, value); return self_(); }
     Self &clear_nhid_encap_key()
-        { zidl::member::clear<1>(record_(), record_().nhid_encap_key); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().nhid_encap_key); return self_(); }
     Self &mark_nhid_encap_key()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_rib_nhid_encap_key> edit_nhid_encap_key()
-        { return record_().nhid_encap_key; }
+        { return held_().nhid_encap_key; }
     Self &set_nhid(uint64_t value)
-        { zidl::member::set<2>(record_(), record_().nhid, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().nhid, value); return self_(); }
     Self &clear_nhid()
-        { zidl::member::clear<2>(record_(), record_().nhid); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().nhid); return self_(); }
 };
 
 } // namespace zidl

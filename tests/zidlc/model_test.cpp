@@ -265,6 +265,8 @@ TEST_F(zidlc_model, reserved_words_of_c_cpp_and_the_language_are_no_names)
                         "    3 repeated : u32;\n"
                         "    4 order    : u32;\n"
                         "    5 dispatch : u32;\n"
+                        "    6 uint32_t : u32;\n"
+                        "    7 errno    : u32;\n"
                         "}\n"
                         "message u32 { 1 x : bool; }\n"),
               "sample.zidl:2:9: error: 'union' cannot name a message: the word is reserved in C or C++\n"
@@ -285,7 +287,13 @@ TEST_F(zidlc_model, reserved_words_of_c_cpp_and_the_language_are_no_names)
               "sample.zidl:7:7: error: 'dispatch' cannot name a member: the word belongs to the schema language\n"
               "    5 dispatch : u32;\n"
               "      ^~~~~~~~\n"
-              "sample.zidl:9:9: error: 'u32' cannot name a message: the word belongs to the schema language\n"
+              "sample.zidl:8:7: error: 'uint32_t' cannot name a member: the word is reserved in C or C++\n"
+              "    6 uint32_t : u32;\n"
+              "      ^~~~~~~~\n"
+              "sample.zidl:9:7: error: 'errno' cannot name a member: the word is reserved in C or C++\n"
+              "    7 errno    : u32;\n"
+              "      ^~~~~\n"
+              "sample.zidl:11:9: error: 'u32' cannot name a message: the word belongs to the schema language\n"
               "message u32 { 1 x : bool; }\n"
               "        ^~~\n");
 }

@@ -3,6 +3,7 @@
 
 #include "messages/descriptors.hpp"
 #include "messages/far.h"
+#include "messages/far.message.hpp"
 #include "messages/weather.h"
 #include "messages/weather.message.hpp"
 
@@ -192,7 +193,7 @@ TEST(zidlc_own_project, omitted_arguments_are_omitted)
 
 TEST(zidlc_own_project, descriptors_tell_the_layout_of_the_records)
 {
-    EXPECT_EQ(zidl::message_count, 8u);
+    EXPECT_EQ(zidl::message_count, 9u);
     EXPECT_EQ(zidl::find_message("nothing"), nullptr);
     const zidl::message_descriptor *reading = zidl::find_message("reading");
     ASSERT_NE(reading, nullptr);
@@ -312,4 +313,39 @@ TEST(zidlc_own_project, messages_of_its_own_have_the_cpp_layer)
     EXPECT_EQ(read.latest().levels()[1], 100);
     EXPECT_EQ(read.latest().position().latitude(), 5u);
     EXPECT_FALSE(read.latest().has_samples());
+}
+
+TEST(zidlc_own_project, members_called_like_what_the_cpp_layer_has_are_read_and_set)
+{
+    const uint8_t block[] = {7};
+    const zidl_bytes blocks[] = {zidl::block_of(block)};
+    const uint32_t numbers[] = {5, 6};
+    zidl::record<zidl_far_kinds> kinds[1];
+    kinds[0].set_channel(3);
+    zidl::record<zidl_far_words> words;
+    words.set_record(1).set_has_record(2).set_view(block).set_clear_view("x").set_decode(kinds).set_duplicate(numbers);
+    words.set_data(8).set_size(9).set_std(10).set_zidl(11).set_self(blocks).edit_encode().set_channel(4);
+    bytes encoded;
+    words.append_to(encoded);
+
+    zidl::message<zidl_far_words> owner;
+    ASSERT_TRUE(owner.decode(encoded));
+    const auto expect_all = [](const auto &read) {
+        EXPECT_TRUE(read.has_record() && read.has_has_record());
+        EXPECT_EQ(read.record_(), 1u);
+        EXPECT_EQ(read.has_record_(), 2u);
+        EXPECT_EQ(read.view_()[0], 7);
+        EXPECT_EQ(read.clear_view_(), "x");
+        EXPECT_EQ(read.encode_().channel(), 4);
+        EXPECT_EQ(read.decode_().front().channel(), 3);
+        EXPECT_EQ(read.duplicate_()[1], 6u);
+        EXPECT_EQ(read.data(), 8);
+        EXPECT_EQ(read.size(), 9u);
+        EXPECT_EQ(read.std() + read.zidl(), 21u);
+        EXPECT_EQ(read.self()[0][0], 7);
+    };
+    expect_all(owner);
+    expect_all(words);
+    expect_all(zidl::view(owner));
+    expect_all(zidl::editor<zidl_far_words>(*words));
 }

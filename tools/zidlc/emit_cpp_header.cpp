@@ -45,9 +45,9 @@ access access_of(const field &f)
 std::string read_of(const field &f, const access &how)
 {
     if (how.whole_record_only)
-        return fmt::format("return record_().{};", f.name);
+        return fmt::format("return held_().{};", f.name);
     const std::string call =
-        fmt::format("zidl::member::{}<{}>(record_(), {})", how.reads, f.bit, members(f, "record_()"));
+        fmt::format("zidl::member::{}<{}>(held_(), {})", how.reads, f.bit, members(f, "held_()"));
     if (how.result == "bool")
         return fmt::format("return {} != 0;", call);
     return fmt::format("return {};", call);
@@ -58,7 +58,7 @@ void emit_getters(printer &out, const message &m)
     table rows;
     for (const field &f : m.fields) {
         const access how = access_of(f);
-        rows.add("bool\t has_{}() const\v {{ return zidl::member::has<{}>(record_()); }}", f.name, f.bit);
+        rows.add("bool\t has_{}() const\v {{ return zidl::member::has<{}>(held_()); }}", f.name, f.bit);
         rows.add("{}\t {}() const\v {{ {} }}", how.result, cpp_getter(f), read_of(f, how));
     }
     out.block(rows, "    ");
@@ -69,16 +69,16 @@ void emit_setters(printer &out, const message &m)
     table rows;
     for (const field &f : m.fields) {
         const access how = access_of(f);
-        const std::string held = members(f, "record_()");
+        const std::string held = members(f, "held_()");
         const std::string taken = how.taken.ends_with('&') ? how.taken : how.taken + ' ';
-        rows.add("Self &set_{}({}value)\v {{ zidl::member::set<{}>(record_(), {}, value); return self_(); }}", f.name,
+        rows.add("Self &set_{}({}value)\v {{ zidl::member::set<{}>(held_(), {}, value); return self_(); }}", f.name,
                  taken, f.bit, held);
-        rows.add("Self &clear_{}()\v {{ zidl::member::clear<{}>(record_(), {}); return self_(); }}", f.name, f.bit,
+        rows.add("Self &clear_{}()\v {{ zidl::member::clear<{}>(held_(), {}); return self_(); }}", f.name, f.bit,
                  held);
         if (!how.whole_record_only)
             continue;
-        rows.add("Self &mark_{}()\v {{ zidl::member::mark<{}>(record_()); return self_(); }}", f.name, f.bit);
-        rows.add("zidl::editor<{}> edit_{}()\v {{ return record_().{}; }}", element_type(f), f.name, f.name);
+        rows.add("Self &mark_{}()\v {{ zidl::member::mark<{}>(held_()); return self_(); }}", f.name, f.bit);
+        rows.add("zidl::editor<{}> edit_{}()\v {{ return held_().{}; }}", element_type(f), f.name, f.name);
     }
     out.block(rows, "    ");
 }
@@ -153,7 +153,7 @@ void emit_message(printer &out, const message &m)
     out.line("template <class Self>");
     out.line("class fields<{0}, Self> : public encodable<{0}, Self>", record);
     out.line("{{");
-    out.line("    const {} &record_() const {{ return *static_cast<const Self &>(*this); }}", record);
+    out.line("    const {} &held_() const {{ return *static_cast<const Self &>(*this); }}", record);
     out.line();
     out.line("public:");
     emit_getters(out, m);
@@ -163,7 +163,7 @@ void emit_message(printer &out, const message &m)
     out.line("class setters<{0}, Self> : public fields<{0}, Self>", record);
     out.line("{{");
     out.line("    Self &self_() {{ return static_cast<Self &>(*this); }}");
-    out.line("    {} &record_() {{ return *self_(); }}", record);
+    out.line("    {} &held_() {{ return *self_(); }}", record);
     out.line();
     out.line("public:");
     emit_setters(out, m);

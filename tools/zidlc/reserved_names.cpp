@@ -15,16 +15,18 @@ namespace zidlc
 namespace
 {
 
-// Keywords of C up to C23 and of C++ up to C++20, macros of <stdbool.h>, and what compilers predefine in their GNU modes.
+// Keywords of C up to C23 and of C++ up to C++20, macros of <stdbool.h> and <errno.h>, what compilers predefine in their GNU modes,
+// and the types of numbers: in C++ a member called like one hides it from those behind it.
 constexpr std::string_view c_words =
-    " alignas alignof and and_eq asm atomic_cancel atomic_commit atomic_noexcept auto bitand bitor bool break "
-    "case catch char char16_t char32_t char8_t class co_await co_return co_yield compl concept const "
-    "const_cast consteval constexpr constinit continue decltype default delete do double dynamic_cast else "
-    "enum explicit export extern false float for friend goto i386 if inline int linux long mutable namespace "
-    "new noexcept not not_eq nullptr operator or or_eq private protected public reflexpr register "
-    "reinterpret_cast requires restrict return short signed sizeof static static_assert static_cast struct "
-    "switch synchronized template this thread_local throw true try typedef typeid typename typeof "
-    "typeof_unqual union unix unsigned using virtual void volatile wchar_t while xor xor_eq ";
+    " alignas alignof and and_eq asm atomic_cancel atomic_commit atomic_noexcept auto bitand bitor bool "
+    "break case catch char char16_t char32_t char8_t class co_await co_return co_yield compl concept "
+    "const const_cast consteval constexpr constinit continue decltype default delete do double "
+    "dynamic_cast else enum errno explicit export extern false float for friend goto i386 if inline int "
+    "int32_t int64_t linux long mutable namespace new noexcept not not_eq nullptr operator or or_eq "
+    "private protected public reflexpr register reinterpret_cast requires restrict return short signed "
+    "size_t sizeof static static_assert static_cast struct switch synchronized template this thread_local "
+    "throw true try typedef typeid typename typeof typeof_unqual uint16_t uint32_t uint64_t uint8_t union "
+    "unix unsigned using virtual void volatile wchar_t while xor xor_eq ";
 
 constexpr std::string_view language_words =
     " by counted dispatch group message of omit order out rare repeated unassigned use ";

@@ -39,26 +39,26 @@ struct traits<zidl_geo_position> {
 template <class Self>
 class fields<zidl_geo_position, Self> : public encodable<zidl_geo_position, Self>
 {
-    const zidl_geo_position &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_geo_position &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_latitude() const  { return zidl::member::has<0>(record_()); }
-    uint32_t latitude() const      { return zidl::member::value<0>(record_(), record_().latitude); }
-    bool     has_longitude() const { return zidl::member::has<1>(record_()); }
-    uint32_t longitude() const     { return zidl::member::value<1>(record_(), record_().longitude); }
+    bool     has_latitude() const  { return zidl::member::has<0>(held_()); }
+    uint32_t latitude() const      { return zidl::member::value<0>(held_(), held_().latitude); }
+    bool     has_longitude() const { return zidl::member::has<1>(held_()); }
+    uint32_t longitude() const     { return zidl::member::value<1>(held_(), held_().longitude); }
 };
 
 template <class Self>
 class setters<zidl_geo_position, Self> : public fields<zidl_geo_position, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_geo_position &record_() { return *self_(); }
+    zidl_geo_position &held_() { return *self_(); }
 
 public:
-    Self &set_latitude(uint32_t value)  { zidl::member::set<0>(record_(), record_().latitude, value); return self_(); }
-    Self &clear_latitude()              { zidl::member::clear<0>(record_(), record_().latitude); return self_(); }
-    Self &set_longitude(uint32_t value) { zidl::member::set<1>(record_(), record_().longitude, value); return self_(); }
-    Self &clear_longitude()             { zidl::member::clear<1>(record_(), record_().longitude); return self_(); }
+    Self &set_latitude(uint32_t value)  { zidl::member::set<0>(held_(), held_().latitude, value); return self_(); }
+    Self &clear_latitude()              { zidl::member::clear<0>(held_(), held_().latitude); return self_(); }
+    Self &set_longitude(uint32_t value) { zidl::member::set<1>(held_(), held_().longitude, value); return self_(); }
+    Self &clear_longitude()             { zidl::member::clear<1>(held_(), held_().longitude); return self_(); }
 };
 
 } // namespace zidl

@@ -40,34 +40,34 @@ struct traits<zidl_instrument> {
 template <class Self>
 class fields<zidl_instrument, Self> : public encodable<zidl_instrument, Self>
 {
-    const zidl_instrument &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_instrument &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool             has_channel() const { return zidl::member::has<0>(record_()); }
-    uint8_t          channel() const     { return zidl::member::value<0>(record_(), record_().channel); }
-    bool             has_working() const { return zidl::member::has<1>(record_()); }
-    bool             working() const     { return zidl::member::value<1>(record_(), record_().working) != 0; }
-    bool             has_label() const   { return zidl::member::has<2>(record_()); }
-    std::string_view label() const       { return zidl::member::string<2>(record_(), record_().label); }
-    bool             has_drift() const   { return zidl::member::has<3>(record_()); }
-    int64_t          drift() const       { return zidl::member::value<3>(record_(), record_().drift); }
+    bool             has_channel() const { return zidl::member::has<0>(held_()); }
+    uint8_t          channel() const     { return zidl::member::value<0>(held_(), held_().channel); }
+    bool             has_working() const { return zidl::member::has<1>(held_()); }
+    bool             working() const     { return zidl::member::value<1>(held_(), held_().working) != 0; }
+    bool             has_label() const   { return zidl::member::has<2>(held_()); }
+    std::string_view label() const       { return zidl::member::string<2>(held_(), held_().label); }
+    bool             has_drift() const   { return zidl::member::has<3>(held_()); }
+    int64_t          drift() const       { return zidl::member::value<3>(held_(), held_().drift); }
 };
 
 template <class Self>
 class setters<zidl_instrument, Self> : public fields<zidl_instrument, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_instrument &record_() { return *self_(); }
+    zidl_instrument &held_() { return *self_(); }
 
 public:
-    Self &set_channel(uint8_t value)  { zidl::member::set<0>(record_(), record_().channel, value); return self_(); }
-    Self &clear_channel()             { zidl::member::clear<0>(record_(), record_().channel); return self_(); }
-    Self &set_working(bool value)     { zidl::member::set<1>(record_(), record_().working, value); return self_(); }
-    Self &clear_working()             { zidl::member::clear<1>(record_(), record_().working); return self_(); }
-    Self &set_label(zidl::text value) { zidl::member::set<2>(record_(), record_().label, value); return self_(); }
-    Self &clear_label()               { zidl::member::clear<2>(record_(), record_().label); return self_(); }
-    Self &set_drift(int64_t value)    { zidl::member::set<3>(record_(), record_().drift, value); return self_(); }
-    Self &clear_drift()               { zidl::member::clear<3>(record_(), record_().drift); return self_(); }
+    Self &set_channel(uint8_t value)  { zidl::member::set<0>(held_(), held_().channel, value); return self_(); }
+    Self &clear_channel()             { zidl::member::clear<0>(held_(), held_().channel); return self_(); }
+    Self &set_working(bool value)     { zidl::member::set<1>(held_(), held_().working, value); return self_(); }
+    Self &clear_working()             { zidl::member::clear<1>(held_(), held_().working); return self_(); }
+    Self &set_label(zidl::text value) { zidl::member::set<2>(held_(), held_().label, value); return self_(); }
+    Self &clear_label()               { zidl::member::clear<2>(held_(), held_().label); return self_(); }
+    Self &set_drift(int64_t value)    { zidl::member::set<3>(held_(), held_().drift, value); return self_(); }
+    Self &clear_drift()               { zidl::member::clear<3>(held_(), held_().drift); return self_(); }
 };
 
 // reading
@@ -99,86 +99,86 @@ struct traits<zidl_reading> {
 template <class Self>
 class fields<zidl_reading, Self> : public encodable<zidl_reading, Self>
 {
-    const zidl_reading &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_reading &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
     bool                          has_station() const
-        { return zidl::member::has<0>(record_()); }
+        { return zidl::member::has<0>(held_()); }
     uint32_t                      station() const
-        { return zidl::member::value<0>(record_(), record_().station); }
+        { return zidl::member::value<0>(held_(), held_().station); }
     bool                          has_position() const
-        { return zidl::member::has<1>(record_()); }
+        { return zidl::member::has<1>(held_()); }
     zidl::view<zidl_geo_position> position() const
-        { return record_().position; }
+        { return held_().position; }
     bool                          has_taken_at() const
-        { return zidl::member::has<2>(record_()); }
+        { return zidl::member::has<2>(held_()); }
     uint64_t                      taken_at() const
-        { return zidl::member::value<2>(record_(), record_().taken_at); }
+        { return zidl::member::value<2>(held_(), held_().taken_at); }
     bool                          has_instruments() const
-        { return zidl::member::has<3>(record_()); }
+        { return zidl::member::has<3>(held_()); }
     zidl::views<zidl_instrument>  instruments() const
-        { return zidl::member::messages<3>(record_(), record_().instruments, record_().instruments_count); }
+        { return zidl::member::messages<3>(held_(), held_().instruments, held_().instruments_count); }
     bool                          has_levels() const
-        { return zidl::member::has<4>(record_()); }
+        { return zidl::member::has<4>(held_()); }
     zidl::span<const uint8_t>     levels() const
-        { return zidl::member::array<4>(record_(), record_().levels, record_().levels_count); }
+        { return zidl::member::array<4>(held_(), held_().levels, held_().levels_count); }
     bool                          has_comment() const
-        { return zidl::member::has<5>(record_()); }
+        { return zidl::member::has<5>(held_()); }
     std::string_view              comment() const
-        { return zidl::member::string<5>(record_(), record_().comment); }
+        { return zidl::member::string<5>(held_(), held_().comment); }
     bool                          has_samples() const
-        { return zidl::member::has<6>(record_()); }
+        { return zidl::member::has<6>(held_()); }
     zidl::span<const uint32_t>    samples() const
-        { return zidl::member::array<6>(record_(), record_().samples, record_().sample_total); }
+        { return zidl::member::array<6>(held_(), held_().samples, held_().sample_total); }
     bool                          has_raw() const
-        { return zidl::member::has<7>(record_()); }
+        { return zidl::member::has<7>(held_()); }
     zidl::bytes                   raw() const
-        { return zidl::member::array<7>(record_(), record_().raw, record_().raw_size); }
+        { return zidl::member::array<7>(held_(), held_().raw, held_().raw_size); }
 };
 
 template <class Self>
 class setters<zidl_reading, Self> : public fields<zidl_reading, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_reading &record_() { return *self_(); }
+    zidl_reading &held_() { return *self_(); }
 
 public:
     Self &set_station(uint32_t value)
-        { zidl::member::set<0>(record_(), record_().station, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().station, value); return self_(); }
     Self &clear_station()
-        { zidl::member::clear<0>(record_(), record_().station); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().station); return self_(); }
     Self &set_position(const zidl_geo_position &value)
-        { zidl::member::set<1>(record_(), record_().position, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().position, value); return self_(); }
     Self &clear_position()
-        { zidl::member::clear<1>(record_(), record_().position); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().position); return self_(); }
     Self &mark_position()
-        { zidl::member::mark<1>(record_()); return self_(); }
+        { zidl::member::mark<1>(held_()); return self_(); }
     zidl::editor<zidl_geo_position> edit_position()
-        { return record_().position; }
+        { return held_().position; }
     Self &set_taken_at(uint64_t value)
-        { zidl::member::set<2>(record_(), record_().taken_at, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().taken_at, value); return self_(); }
     Self &clear_taken_at()
-        { zidl::member::clear<2>(record_(), record_().taken_at); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().taken_at); return self_(); }
     Self &set_instruments(zidl::borrowed<zidl_instrument> value)
-        { zidl::member::set<3>(record_(), record_().instruments, record_().instruments_count, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().instruments, held_().instruments_count, value); return self_(); }
     Self &clear_instruments()
-        { zidl::member::clear<3>(record_(), record_().instruments, record_().instruments_count); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().instruments, held_().instruments_count); return self_(); }
     Self &set_levels(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<4>(record_(), record_().levels, record_().levels_count, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().levels, held_().levels_count, value); return self_(); }
     Self &clear_levels()
-        { zidl::member::clear<4>(record_(), record_().levels, record_().levels_count); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().levels, held_().levels_count); return self_(); }
     Self &set_comment(zidl::text value)
-        { zidl::member::set<5>(record_(), record_().comment, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().comment, value); return self_(); }
     Self &clear_comment()
-        { zidl::member::clear<5>(record_(), record_().comment); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().comment); return self_(); }
     Self &set_samples(zidl::borrowed<uint32_t> value)
-        { zidl::member::set<6>(record_(), record_().samples, record_().sample_total, value); return self_(); }
+        { zidl::member::set<6>(held_(), held_().samples, held_().sample_total, value); return self_(); }
     Self &clear_samples()
-        { zidl::member::clear<6>(record_(), record_().samples, record_().sample_total); return self_(); }
+        { zidl::member::clear<6>(held_(), held_().samples, held_().sample_total); return self_(); }
     Self &set_raw(zidl::borrowed<uint8_t> value)
-        { zidl::member::set<7>(record_(), record_().raw, record_().raw_size, value); return self_(); }
+        { zidl::member::set<7>(held_(), held_().raw, held_().raw_size, value); return self_(); }
     Self &clear_raw()
-        { zidl::member::clear<7>(record_(), record_().raw, record_().raw_size); return self_(); }
+        { zidl::member::clear<7>(held_(), held_().raw, held_().raw_size); return self_(); }
 };
 
 // archive
@@ -210,24 +210,24 @@ struct traits<zidl_archive> {
 template <class Self>
 class fields<zidl_archive, Self> : public encodable<zidl_archive, Self>
 {
-    const zidl_archive &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_archive &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                       has_stamps() const { return zidl::member::has<0>(record_()); }
-    zidl::span<const uint64_t> stamps() const     { return zidl::member::array<0>(record_(), record_().stamps, record_().stamps_count); }
+    bool                       has_stamps() const { return zidl::member::has<0>(held_()); }
+    zidl::span<const uint64_t> stamps() const     { return zidl::member::array<0>(held_(), held_().stamps, held_().stamps_count); }
 };
 
 template <class Self>
 class setters<zidl_archive, Self> : public fields<zidl_archive, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_archive &record_() { return *self_(); }
+    zidl_archive &held_() { return *self_(); }
 
 public:
     Self &set_stamps(zidl::borrowed<uint64_t> value)
-        { zidl::member::set<0>(record_(), record_().stamps, record_().stamps_count, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().stamps, held_().stamps_count, value); return self_(); }
     Self &clear_stamps()
-        { zidl::member::clear<0>(record_(), record_().stamps, record_().stamps_count); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().stamps, held_().stamps_count); return self_(); }
 };
 
 // day
@@ -259,26 +259,26 @@ struct traits<zidl_day> {
 template <class Self>
 class fields<zidl_day, Self> : public encodable<zidl_day, Self>
 {
-    const zidl_day &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_day &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool     has_average() const { return zidl::member::has<0>(record_()); }
-    uint32_t average() const     { return zidl::member::value<0>(record_(), record_().average); }
-    bool     has_trend() const   { return zidl::member::has<1>(record_()); }
-    int64_t  trend() const       { return zidl::member::value<1>(record_(), record_().trend); }
+    bool     has_average() const { return zidl::member::has<0>(held_()); }
+    uint32_t average() const     { return zidl::member::value<0>(held_(), held_().average); }
+    bool     has_trend() const   { return zidl::member::has<1>(held_()); }
+    int64_t  trend() const       { return zidl::member::value<1>(held_(), held_().trend); }
 };
 
 template <class Self>
 class setters<zidl_day, Self> : public fields<zidl_day, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_day &record_() { return *self_(); }
+    zidl_day &held_() { return *self_(); }
 
 public:
-    Self &set_average(uint32_t value) { zidl::member::set<0>(record_(), record_().average, value); return self_(); }
-    Self &clear_average()             { zidl::member::clear<0>(record_(), record_().average); return self_(); }
-    Self &set_trend(int64_t value)    { zidl::member::set<1>(record_(), record_().trend, value); return self_(); }
-    Self &clear_trend()               { zidl::member::clear<1>(record_(), record_().trend); return self_(); }
+    Self &set_average(uint32_t value) { zidl::member::set<0>(held_(), held_().average, value); return self_(); }
+    Self &clear_average()             { zidl::member::clear<0>(held_(), held_().average); return self_(); }
+    Self &set_trend(int64_t value)    { zidl::member::set<1>(held_(), held_().trend, value); return self_(); }
+    Self &clear_trend()               { zidl::member::clear<1>(held_(), held_().trend); return self_(); }
 };
 
 // history
@@ -310,82 +310,70 @@ struct traits<zidl_history> {
 template <class Self>
 class fields<zidl_history, Self> : public encodable<zidl_history, Self>
 {
-    const zidl_history &record_() const { return *static_cast<const Self &>(*this); }
+    const zidl_history &held_() const { return *static_cast<const Self &>(*this); }
 
 public:
-    bool                          has_latest() const
-        { return zidl::member::has<0>(record_()); }
-    zidl::view<zidl_reading>      latest() const
-        { return record_().latest; }
-    bool                          has_pages() const
-        { return zidl::member::has<1>(record_()); }
-    zidl::blocks                  pages() const
-        { return zidl::member::byte_blocks<1>(record_(), record_().pages, record_().pages_count); }
-    bool                          has_older() const
-        { return zidl::member::has<2>(record_()); }
-    zidl::view<zidl_archive>      older() const
-        { return record_().older; }
-    bool                          has_origin() const
-        { return zidl::member::has<3>(record_()); }
-    zidl::view<zidl_geo_position> origin() const
-        { return record_().origin; }
-    bool                          has_days() const
-        { return zidl::member::has<4>(record_()); }
-    zidl::views<zidl_day>         days() const
-        { return zidl::member::messages<4>(record_(), record_().days, record_().days_count); }
-    bool                          has_first() const
-        { return zidl::member::has<5>(record_()); }
-    zidl::view<zidl_reading>      first() const
-        { return record_().first; }
+    bool                          has_latest() const { return zidl::member::has<0>(held_()); }
+    zidl::view<zidl_reading>      latest() const     { return held_().latest; }
+    bool                          has_pages() const  { return zidl::member::has<1>(held_()); }
+    zidl::blocks                  pages() const      { return zidl::member::byte_blocks<1>(held_(), held_().pages, held_().pages_count); }
+    bool                          has_older() const  { return zidl::member::has<2>(held_()); }
+    zidl::view<zidl_archive>      older() const      { return held_().older; }
+    bool                          has_origin() const { return zidl::member::has<3>(held_()); }
+    zidl::view<zidl_geo_position> origin() const     { return held_().origin; }
+    bool                          has_days() const   { return zidl::member::has<4>(held_()); }
+    zidl::views<zidl_day>         days() const       { return zidl::member::messages<4>(held_(), held_().days, held_().days_count); }
+    bool                          has_first() const  { return zidl::member::has<5>(held_()); }
+    zidl::view<zidl_reading>      first() const      { return held_().first; }
 };
 
 template <class Self>
 class setters<zidl_history, Self> : public fields<zidl_history, Self>
 {
     Self &self_() { return static_cast<Self &>(*this); }
-    zidl_history &record_() { return *self_(); }
+    zidl_history &held_() { return *self_(); }
 
 public:
     Self &set_latest(const zidl_reading &value)
-        { zidl::member::set<0>(record_(), record_().latest, value); return self_(); }
+        { zidl::member::set<0>(held_(), held_().latest, value); return self_(); }
     Self &clear_latest()
-        { zidl::member::clear<0>(record_(), record_().latest); return self_(); }
+        { zidl::member::clear<0>(held_(), held_().latest); return self_(); }
     Self &mark_latest()
-        { zidl::member::mark<0>(record_()); return self_(); }
+        { zidl::member::mark<0>(held_()); return self_(); }
     zidl::editor<zidl_reading> edit_latest()
-        { return record_().latest; }
+        { return held_().latest; }
     Self &set_pages(zidl::borrowed<zidl_bytes> value)
-        { zidl::member::set<1>(record_(), record_().pages, record_().pages_count, value); return self_(); }
+        { zidl::member::set<1>(held_(), held_().pages, held_().pages_count, value); return self_(); }
     Self &clear_pages()
-        { zidl::member::clear<1>(record_(), record_().pages, record_().pages_count); return self_(); }
+        { zidl::member::clear<1>(held_(), held_().pages, held_().pages_count); return self_(); }
     Self &set_older(const zidl_archive &value)
-        { zidl::member::set<2>(record_(), record_().older, value); return self_(); }
+        { zidl::member::set<2>(held_(), held_().older, value); return self_(); }
     Self &clear_older()
-        { zidl::member::clear<2>(record_(), record_().older); return self_(); }
+        { zidl::member::clear<2>(held_(), held_().older); return self_(); }
     Self &mark_older()
-        { zidl::member::mark<2>(record_()); return self_(); }
+        { zidl::member::mark<2>(held_()); return self_(); }
     zidl::editor<zidl_archive> edit_older()
-        { return record_().older; }
+        { return held_().older; }
     Self &set_origin(const zidl_geo_position &value)
-        { zidl::member::set<3>(record_(), record_().origin, value); return self_(); }
+        { zidl::member::set<3>(held_(), held_().origin, value); return self_(); }
     Self &clear_origin()
-        { zidl::member::clear<3>(record_(), record_().origin); return self_(); }
+        { zidl::member::clear<3>(held_(), held_().origin); return self_(); }
     Self &mark_origin()
-        { zidl::member::mark<3>(record_()); return self_(); }
+        { zidl::member::mark<3>(held_()); return self_(); }
     zidl::editor<zidl_geo_position> edit_origin()
-        { return record_().origin; }
+        { return held_().origin; }
     Self &set_days(zidl::borrowed<zidl_day> value)
-        { zidl::member::set<4>(record_(), record_().days, record_().days_count, value); return self_(); }
+        { zidl::member::set<4>(held_(), held_().days, held_().days_count, value); return self_(); }
     Self &clear_days()
-        { zidl::member::clear<4>(record_(), record_().days, record_().days_count); return self_(); }
+        { zidl::member::clear<4>(held_(), held_().days, held_().days_count); return self_(); }
     Self &set_first(const zidl_reading &value)
-        { zidl::member::set<5>(record_(), record_().first, value); return self_(); }
+        { zidl::member::set<5>(held_(), held_().first, value); return self_(); }
     Self &clear_first()
-        { zidl::member::clear<5>(record_(), record_().first); return self_(); }
+        { zidl::member::clear<5>(held_(), held_().first); return self_(); }
     Self &mark_first()
-        { zidl::member::mark<5>(record_()); return self_(); }
+        { zidl::member::mark<5>(held_()); return self_(); }
     zidl::editor<zidl_reading> edit_first()
-        { return record_().first; }
+        { return held_().first; }
 };
 
 } // namespace zidl
