@@ -5,16 +5,23 @@
 # long one has a line for each quarter of it.
 
 started=$SECONDS
-build_root=${RIB_BUILD_DIR:-build}
+caller=$OLDPWD # folders that are named begin there
+if [ -n "${RIB_BUILD_DIR-}" ]; then
+    RIB_BUILD_DIR=$(cd "$caller" && realpath -m -- "$RIB_BUILD_DIR")
+    export RIB_BUILD_DIR
+fi
+build_root=${RIB_BUILD_DIR:-$PWD/build}
 # Where the sources cannot be written, and where they can, Python leaves nothing in them.
 export PYTHONDONTWRITEBYTECODE=1
 
 # All that is installed: where a folder has tests, too, `all` would be those as well.
 installed_targets=(rib_installable)
 
-# What stands at the head of a script, up to the first line that is no comment.
+script_name=script/$(basename "$0")
+
+# What stands at the head of a script, up to the first line that is no comment. $0 may be relative to where the caller stands.
 print_usage() {
-    sed -n '2,${/^#/!q;s/^# \{0,1\}//p}' "$0"
+    sed -n '2,${/^#/!q;s/^# \{0,1\}//p}' "$script_name"
 }
 
 # refuse MESSAGE...: for arguments that nothing can be made of.
@@ -28,7 +35,6 @@ fail() {
     printf '%s: %s\n' "$script_name" "$*" >&2
     exit 1
 }
-script_name=script/$(basename "$0")
 
 elapsed() {
     local seconds=$((SECONDS - started))
@@ -39,15 +45,24 @@ step() {
     printf '[%6s] %s\n' "$(elapsed)" "$*"
 }
 
+# How another folder is named: all scripts take the variable, and some have an option, too.
+how_to_move() {
+    if [[ $(print_usage) == *--build-dir* ]]; then
+        printf 'name another folder with --build-dir or RIB_BUILD_DIR'
+    else
+        printf 'name another folder with RIB_BUILD_DIR'
+    fi
+}
+
 # Builds go where there is room, and where we may write.
 check_build_root() {
+    build_root=$(cd "$caller" && realpath -m -- "$build_root")
     mkdir -p "$build_root" 2>/dev/null && [ -w "$build_root" ] ||
-        fail "cannot write to $build_root: name another folder with --build-dir or RIB_BUILD_DIR"
-    build_root=$(cd "$build_root" && pwd)
+        fail "cannot write to $build_root: $(how_to_move)"
     local free
     free=$(df -Pk "$build_root" | awk 'NR == 2 { print int($4 / 1024) }')
     [ "$free" -ge "${least_room_mb:-300}" ] ||
-        fail "$build_root has $free MB left, which is too little: make room, or name another folder with --build-dir"
+        fail "$build_root has $free MB left, which is too little: make room, or $(how_to_move)"
 }
 
 # configure FOLDER PRESET OPTION...: quiet unless it fails. Presets that leave the compiler open take $CC and $CXX, also those that
@@ -80,7 +95,7 @@ build() {
     fi
     [ $status -eq 0 ] && return
     free=$(df -Pk "$folder" | awk 'NR == 2 { print int($4 / 1024) }')
-    [ "$free" -ge 20 ] || fail "the disk of $folder is full: make room, or name another folder with --build-dir"
+    [ "$free" -ge 20 ] || fail "the disk of $folder is full: make room, or $(how_to_move)"
     fail "building $folder failed"
 }
 

@@ -82,9 +82,17 @@ class Scripts(unittest.TestCase):
             (self.programs / name).chmod(0o755)
 
     def run_script(self, name, *arguments, **variables):
+        return self.run_at(None, self.tree / "script" / name, arguments, variables)
+
+    def run_from(self, folder, name, *arguments, **variables):
+        """By a relative path, as somebody who stands in that folder calls it."""
+        script = os.path.join(".", os.path.relpath(self.tree / "script" / name, folder))
+        return self.run_at(folder, script, arguments, variables)
+
+    def run_at(self, folder, script, arguments, variables):
         kept = {key: value for key, value in os.environ.items() if key not in ("CC", "CXX", "RIB_BUILD_DIR")}
         environment = kept | {"PATH": f"{self.programs}:{os.environ['PATH']}", "CALLS": str(self.calls)} | variables
-        return subprocess.run([self.tree / "script" / name, *arguments], env=environment, capture_output=True, text=True)
+        return subprocess.run([script, *arguments], cwd=folder, env=environment, capture_output=True, text=True)
 
     def called(self):
         return self.calls.read_text() if self.calls.exists() else ""
@@ -99,6 +107,29 @@ class Scripts(unittest.TestCase):
             self.assertGreater(len(done.stdout.splitlines()), 3, name)
             self.assertIn(f"script/{name}", done.stdout)
             self.assertNotIn("set -", done.stdout)
+        self.assertEqual(self.called(), "")
+
+    def test_help_is_the_same_from_any_folder_by_a_relative_path(self):
+        for name in SCRIPTS:
+            done = self.run_script(name, "--help", MISSING="cmake")
+            for folder in self.tree / "script", self.scratch:
+                self.assertEqual(self.run_from(folder, name, "--help").stdout, done.stdout)
+        self.assertEqual(self.called(), "")
+
+    def test_folders_that_are_named_begin_where_the_caller_stands(self):
+        for arguments, variables in (["--build-dir", "mine"], {}), ([], {"RIB_BUILD_DIR": "mine"}):
+            done = self.run_from(self.scratch, "demo", *arguments, **variables)
+            self.assertEqual(done.returncode, 0, done.stderr)
+            self.assertIn(f"-B {self.scratch}/mine/release", self.called())
+            self.calls.unlink()
+        self.assertFalse((self.tree / "mine").exists())
+
+    def test_an_option_without_its_value_is_one_line_and_2(self):
+        for name, option in (("bench", "--filter"), ("bench", "--library"), ("demo", "--build-dir"), ("fuzz", "--build-dir"),
+                             ("generate", "--only"), ("test", "--build-dir"), ("test", "--jobs")):
+            done = self.run_script(name, option)
+            self.assertEqual(done.returncode, 2, (name, option))
+            self.assertRegex(done.stderr, rf"\Ascript/{name}: [^\n]* needs [^\n]*; see --help\n\Z")
         self.assertEqual(self.called(), "")
 
     def test_an_unknown_argument_is_one_line_and_2(self):
@@ -162,13 +193,16 @@ class Scripts(unittest.TestCase):
     def test_a_full_disk_is_one_line(self):
         done = self.run_script("demo", FAKE_FREE_KB="1000")
         self.assertEqual(done.returncode, 1)
-        self.assertRegex(done.stderr, r"\Ascript/demo: .* has 0 MB left.*--build-dir\n\Z")
+        self.assertRegex(done.stderr, r"\Ascript/demo: .* has 0 MB left.*--build-dir or RIB_BUILD_DIR\n\Z")
         self.assertEqual(self.called(), "")
 
     def test_a_folder_that_cannot_be_written_is_one_line(self):
         done = self.run_script("demo", "--build-dir", "/proc/none")
         self.assertEqual(done.returncode, 1)
-        self.assertRegex(done.stderr, r"\Ascript/demo: cannot write to /proc/none: .*\n\Z")
+        self.assertRegex(done.stderr, r"\Ascript/demo: cannot write to /proc/none: .* with --build-dir or RIB_BUILD_DIR\n\Z")
+        done = self.run_script("generate", RIB_BUILD_DIR="/proc/none")
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(done.stderr, r"\Ascript/generate: cannot write to /proc/none: .* another folder with RIB_BUILD_DIR\n\Z")
 
     def test_builds_stay_below_the_folder_that_was_named(self):
         before = sorted(self.tree.rglob("*"))
