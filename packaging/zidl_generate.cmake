@@ -73,6 +73,8 @@ macro(zidl_check_call)
     zidl_refuse("zidlc is built for another machine: name one that runs here with -DRIB_ZIDLC=/path/to/zidlc")
   elseif(RIB_ZIDLC AND NOT EXISTS "${RIB_ZIDLC}")
     zidl_refuse("RIB_ZIDLC is ${RIB_ZIDLC}, which does not exist: say where zidlc is")
+  elseif(RIB_ZIDLC AND IS_DIRECTORY "${RIB_ZIDLC}")
+    zidl_refuse("RIB_ZIDLC is ${RIB_ZIDLC}, which is a folder: name the program in it")
   endif()
 endmacro()
 
@@ -154,7 +156,8 @@ macro(zidl_add_sources)
   if(type STREQUAL EXECUTABLE)
     zidl_add_library(${target}_zidl STATIC ${target}_zidl)
     # As a file, so that a program in C links with the C compiler: the sources need no C++ runtime.
-    target_link_libraries(${target} PRIVATE $<TARGET_FILE:${target}_zidl>)
+    # Into the property, so that callers may use either signature of target_link_libraries.
+    set_property(TARGET ${target} APPEND PROPERTY LINK_LIBRARIES $<TARGET_FILE:${target}_zidl>)
     add_dependencies(${target} ${target}_zidl)
   elseif(type MATCHES "^(STATIC|SHARED|MODULE)_LIBRARY$")
     # Whole, so that a shared library exports what nothing in it calls.

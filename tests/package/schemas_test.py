@@ -276,6 +276,16 @@ class ItsPromises(Project):
         result = self.configured("zidl_generate(messages a.zidl)")
         self.assertEqual(result.returncode, 0, result.stdout)
 
+    def test_a_program_may_be_linked_by_either_signature_of_cmake(self):
+        self.write("main.cpp", "int main() {}\n")
+        for keyword in "", "PRIVATE":
+            result = self.configured(f"""
+                add_executable(messages main.cpp)
+                target_link_libraries(messages {keyword} rib::rib)
+                zidl_generate(messages a.zidl)
+                target_link_libraries(messages {keyword} m)""")
+            self.assertEqual(result.returncode, 0, result.stdout)
+
     def test_what_cannot_be_is_refused_with_what_to_do(self):
         good = "zidl_generate(messages a.zidl)"
         self.assertIn("zidl_generate(messages): name a schema, GROUP.zidl", self.refusal("zidl_generate(messages)"))
@@ -286,6 +296,7 @@ class ItsPromises(Project):
                       self.refusal("add_library(messages INTERFACE)\n" + good))
         self.assertIn("RIB_ZIDLC is /nowhere/zidlc, which does not exist: say where zidlc is",
                       self.refusal(good, "-DRIB_ZIDLC=/nowhere/zidlc"))
+        self.assertIn("RIB_ZIDLC is /usr, which is a folder: name the program in it", self.refusal(good, "-DRIB_ZIDLC=/usr"))
         self.assertIn("there is no zidlc: install librib's tools (package ribtool), build librib with -DRIB_BUILD_TOOLS=ON, or say "
                       "where it is with -DRIB_ZIDLC=/path/to/zidlc",
                       self.refusal(good, "-URIB_ZIDLC", "-Urib_DIR", "-DCMAKE_FIND_USE_CMAKE_SYSTEM_PATH=OFF",
