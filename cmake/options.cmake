@@ -7,6 +7,7 @@ option(RIB_BUILD_FUZZ "Build the fuzzers (clang only)" OFF)
 option(RIB_WERROR "Treat warnings as errors: for those who work on the library, as the presets do" OFF)
 option(RIB_CLIENT_ARENA "Decode updates out of an arena that lives for one call" OFF)
 option(RIB_DISPATCH "Build the hottest code also for BMI2, and choose when the library is loaded (x86-64 with ifunc)" ON)
+option(RIB_UNITY "Compile the tools' sources several at a time: a third of the time" ON)
 option(RIB_ZIDLC_ALONE "Build the schema compiler and nothing else" OFF)
 set(RIB_SANITIZE "" CACHE STRING "Sanitizers for everything, for example address,undefined")
 

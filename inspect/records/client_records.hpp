@@ -107,6 +107,11 @@ inline client_record view_of(const struct rib_routetype_ &route)
 {
     return {&ROUTE, &route};
 }
+// A path as the list of a route holds it.
+inline client_record view_of(const rib_path_entry *path)
+{
+    return {&PATH_ENTRY, path};
+}
 inline client_record view_of(const grid_sync_list &list)
 {
     return {&GRID_LIST, &list};

@@ -17,6 +17,7 @@ namespace
 {
 
 using rib_inspect::client_record;
+using rib_inspect::view_of;
 using terminal::style;
 
 void append_compact(std::string &out, const client_record &record)
@@ -24,11 +25,6 @@ void append_compact(std::string &out, const client_record &record)
     rib_inspect::record_json_options options;
     options.is_compact = true;
     rib_inspect::append_json(out, record, options);
-}
-
-client_record view_of(const rib_path_entry *path)
-{
-    return {&rib_inspect::PATH_ENTRY, path};
 }
 
 record_difference difference_of(const update_record &a, const update_record &b)

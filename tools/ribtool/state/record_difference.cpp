@@ -18,6 +18,7 @@ using rib_inspect::client_record;
 using rib_inspect::member_kind;
 using rib_inspect::record_member;
 using rib_inspect::record_type;
+using rib_inspect::view_of;
 
 using paths = std::vector<const rib_path_entry *>;
 
@@ -122,11 +123,6 @@ bool has_member_difference(const client_record &a, const client_record &b)
 }
 
 // ---- Paths ----
-
-client_record view_of(const rib_path_entry *path)
-{
-    return {&rib_inspect::PATH_ENTRY, path};
-}
 
 paths paths_of(const client_record &record)
 {

@@ -50,7 +50,7 @@ constexpr std::string_view MEMBERS[] = {
 static_assert(std::size(MEMBERS) == static_cast<size_t>(member::other));
 
 // In the order of the kernel's numbers.
-constexpr std::string_view TYPES[] = {"none",      "unicast",   "local",       "broadcast", "anycast",
+constexpr std::string_view ROUTE_TYPES[] = {"none",      "unicast",   "local",       "broadcast", "anycast",
                                       "multicast", "blackhole", "unreachable", "prohibit",  "throw"};
 
 member member_of(std::string_view name)
@@ -66,9 +66,9 @@ std::string_view name_of(member which)
 // The kernel's number, which `ip -N` prints itself, or one that no route has.
 uint8_t type_of(std::string_view name)
 {
-    const auto found = std::find(std::begin(TYPES), std::end(TYPES), name);
-    if (found != std::end(TYPES))
-        return static_cast<uint8_t>(found - std::begin(TYPES));
+    const auto found = std::find(std::begin(ROUTE_TYPES), std::end(ROUTE_TYPES), name);
+    if (found != std::end(ROUTE_TYPES))
+        return static_cast<uint8_t>(found - std::begin(ROUTE_TYPES));
     return parse_number<uint8_t>(name).value_or(RTN_UNSPEC);
 }
 

@@ -15,7 +15,7 @@ struct number_name {
     const char *name;
 };
 
-constexpr number_name TYPES[] = {
+constexpr number_name RECORD_TYPES[] = {
     {MRT_OSPFV2, "OSPFv2"},   {MRT_TABLE_DUMP, "TABLE_DUMP"}, {MRT_ISIS, "ISIS"},
     {MRT_ISIS_ET, "ISIS_ET"}, {MRT_OSPFV3, "OSPFv3"},         {MRT_OSPFV3_ET, "OSPFv3_ET"},
 };
@@ -102,7 +102,7 @@ const char *known_record_name(uint16_t type, uint16_t subtype)
     if (type == MRT_BGP4MP || type == MRT_BGP4MP_ET)
         return name_in(MESSAGE_SUBTYPES, subtype);
     const bool is_dump = type == MRT_TABLE_DUMP && (subtype == 1 || subtype == 2);
-    return is_dump || (type != MRT_TABLE_DUMP && subtype == 0) ? name_in(TYPES, type) : nullptr;
+    return is_dump || (type != MRT_TABLE_DUMP && subtype == 0) ? name_in(RECORD_TYPES, type) : nullptr;
 }
 
 } // namespace
