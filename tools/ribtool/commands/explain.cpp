@@ -62,7 +62,7 @@ struct explain_options {
     bool is_partial_kept = false;
 };
 
-explanation_handle explain(const updatetype_local &update, const rib_explain_options &how)
+explanation_handle explained(const updatetype_local &update, const rib_explain_options &how)
 {
     rib_explanation *explanation = nullptr;
     if (rib_explain_update(&update, &how, &explanation) != ZIDL_OK)
@@ -89,7 +89,7 @@ public:
 
     void add(const uint64_t *frame, const updatetype_local &update, size_t payload_len)
     {
-        const explanation_handle explanation = explain(update, {});
+        const explanation_handle explanation = explained(update, {});
         summary_.add(*explanation);
         if (out_ && (!options_.only || options_.only->has(*explanation)))
             print(frame, payload_len, *explanation);
@@ -239,7 +239,7 @@ private:
         ++updates_;
         updatetype_local update = {};
         update.payload = frame_.bytes.data();
-        const explanation_handle explanation = explain(update, {});
+        const explanation_handle explanation = explained(update, {});
         summary_.add(*explanation);
         const bool is_wanted = options_.only ? options_.only->has(*explanation) : !is_whole(*explanation);
         return is_wanted ? comment_of(*explanation) : std::string();

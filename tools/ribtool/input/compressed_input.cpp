@@ -20,8 +20,6 @@ namespace ribtool
 namespace
 {
 
-constexpr size_t BLOCK_LEN = 65536;
-
 int open_for_reading(const std::string &path)
 {
     if (path == "-")
@@ -45,7 +43,7 @@ bool is_standard_output(const struct stat &file)
 // A directory opens for reading like a file and fails only when it is read.
 compressed_input::compressed_input(const std::string &path)
     : name_(path == "-" ? "standard input" : path), descriptor_(open_for_reading(path)),
-      block_(std::make_unique<uint8_t[]>(BLOCK_LEN))
+      block_(std::make_unique<uint8_t[]>(READ_BLOCK_LEN))
 {
     if (descriptor_ < 0)
         fail(EXIT_FILE, "{}: cannot open: {}", name_, std::strerror(errno));
@@ -102,7 +100,7 @@ bool compressed_input::fill()
     do {
         if (!wait())
             return false;
-        got = ::read(descriptor_, block_.get() + held, BLOCK_LEN - held);
+        got = ::read(descriptor_, block_.get() + held, READ_BLOCK_LEN - held);
     } while (got < 0 && errno == EINTR);
     if (got < 0) {
         error_ = {EXIT_FILE, fmt::format("cannot read: {}", std::strerror(errno))};
@@ -189,7 +187,7 @@ file_handle compressed_input::stream()
         return -1;
     };
     file_handle opened(fopencookie(this, "rb", functions));
-    if (opened == nullptr || std::setvbuf(opened.get(), nullptr, _IOFBF, BLOCK_LEN) != 0)
+    if (opened == nullptr || std::setvbuf(opened.get(), nullptr, _IOFBF, READ_BLOCK_LEN) != 0)
         throw std::bad_alloc();
     return opened;
 }

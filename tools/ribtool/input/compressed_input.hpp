@@ -22,6 +22,9 @@
 namespace ribtool
 {
 
+// What readers of files ask for at a time.
+inline constexpr size_t READ_BLOCK_LEN = 65536;
+
 class compressed_input
 {
 public:

@@ -8,7 +8,6 @@ namespace ribtool
 namespace
 {
 
-constexpr size_t BLOCK_LEN = 65536;
 constexpr size_t MAX_LINE_LEN = 1 << 20; // a line that fills a frame is shorter
 
 } // namespace
@@ -30,8 +29,8 @@ bool text_input::read_more()
     buffer_.erase(0, start_);
     start_ = 0;
     const size_t old_len = buffer_.size();
-    buffer_.resize(old_len + BLOCK_LEN);
-    const size_t got = input_->read({reinterpret_cast<uint8_t *>(buffer_.data()) + old_len, BLOCK_LEN});
+    buffer_.resize(old_len + READ_BLOCK_LEN);
+    const size_t got = input_->read({reinterpret_cast<uint8_t *>(buffer_.data()) + old_len, READ_BLOCK_LEN});
     buffer_.resize(old_len + got);
     if (got == 0 && input_->error())
         fail(input_->error()->code, "{}:{}: {}", input_->name(), line_number_ + 1, input_->error()->text);

@@ -10,8 +10,6 @@ namespace ribtool
 namespace
 {
 
-constexpr size_t BLOCK_LEN = 65536;
-
 // Bytes of a file with a look ahead.
 class buffered_input
 {
@@ -28,8 +26,8 @@ public:
             start_ = 0;
         }
         const size_t old_len = buffer_.size();
-        buffer_.resize(old_len + BLOCK_LEN);
-        const size_t got = input_.read({reinterpret_cast<uint8_t *>(buffer_.data()) + old_len, BLOCK_LEN});
+        buffer_.resize(old_len + READ_BLOCK_LEN);
+        const size_t got = input_.read({reinterpret_cast<uint8_t *>(buffer_.data()) + old_len, READ_BLOCK_LEN});
         buffer_.resize(old_len + got);
         return got > 0;
     }

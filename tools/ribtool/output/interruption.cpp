@@ -20,7 +20,7 @@ namespace
 constexpr int ENDING_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
 std::atomic<int> caught = 0; // the first signal
-int event = -1;
+int event_descriptor = -1;
 
 // Runs between any two instructions: what it calls must be safe there.
 void on_signal(int number)
@@ -34,7 +34,7 @@ void on_signal(int number)
     }
     const int error = errno;
     const uint64_t one = 1;
-    if (write(event, &one, sizeof one) < 0)
+    if (write(event_descriptor, &one, sizeof one) < 0)
         errno = error; // interrupted() tells nevertheless
     errno = error;
 }
@@ -43,7 +43,7 @@ void on_signal(int number)
 
 void catch_interruptions()
 {
-    event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    event_descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     for (const int number : ENDING_SIGNALS) {
         struct sigaction action = {};
         if (sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
@@ -62,7 +62,7 @@ bool interrupted()
 
 int interruption_descriptor()
 {
-    return event;
+    return event_descriptor;
 }
 
 void end_as_interrupted()

@@ -13,7 +13,6 @@ namespace ribtool
 namespace
 {
 
-constexpr size_t BLOCK_LEN = 65536;
 constexpr size_t MAX_TOKEN_LEN = 1 << 20;
 constexpr size_t MAX_DEPTH = 256;
 constexpr size_t LONGEST_MARK = 3; // that may stand in front of a text
@@ -91,8 +90,8 @@ bool json_tokens::has_byte()
     at_ -= token_;
     end_ -= token_;
     token_ = 0;
-    buffer_.resize(end_ + BLOCK_LEN);
-    const size_t got = input_->read({reinterpret_cast<uint8_t *>(buffer_.data()) + end_, BLOCK_LEN});
+    buffer_.resize(end_ + READ_BLOCK_LEN);
+    const size_t got = input_->read({reinterpret_cast<uint8_t *>(buffer_.data()) + end_, READ_BLOCK_LEN});
     if (got == 0 && input_->error())
         fail(input_->error()->code, "{}: {}", place_of(line(), column()), input_->error()->text);
     end_ += got;

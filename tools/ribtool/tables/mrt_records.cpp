@@ -13,7 +13,6 @@ namespace
 {
 
 constexpr size_t HEADER_LEN = 12;
-constexpr size_t BLOCK_LEN = 65536;
 constexpr size_t MAX_BODY_LEN = 1 << 24; // a prefix with a thousand times the paths of a full table's is shorter
 
 bool has_microseconds(uint16_t type)
@@ -32,15 +31,15 @@ std::string mrt_records::place_of(uint64_t number, uint64_t offset) const
 bool mrt_records::hold(size_t len)
 {
     while (end_ - start_ < len) {
-        if (buffer_.size() - end_ < BLOCK_LEN) {
+        if (buffer_.size() - end_ < READ_BLOCK_LEN) {
             std::copy(buffer_.begin() + static_cast<ptrdiff_t>(start_), buffer_.begin() + static_cast<ptrdiff_t>(end_),
                       buffer_.begin());
             buffer_offset_ += start_;
             end_ -= start_;
             start_ = 0;
-            buffer_.resize(std::max(buffer_.size(), end_ + 2 * BLOCK_LEN));
+            buffer_.resize(std::max(buffer_.size(), end_ + 2 * READ_BLOCK_LEN));
         }
-        const size_t got = input_->read(std::span(buffer_).subspan(end_, BLOCK_LEN));
+        const size_t got = input_->read(std::span(buffer_).subspan(end_, READ_BLOCK_LEN));
         if (got == 0)
             return false;
         end_ += got;

@@ -18,8 +18,6 @@ constexpr size_t MARK_LEN = 4;
 constexpr uint32_t MARK = 0x45311224;
 constexpr uint32_t SWAPPED_MARK = 0x24123145;
 
-constexpr size_t BLOCK_LEN = 65536;
-
 // An attribute has at most 65 535 bytes, a route a few large ones.
 constexpr size_t MAX_MESSAGE_LEN = 1 << 20;
 
@@ -59,8 +57,8 @@ bool route_save::has(size_t wanted)
     std::copy(buffer_.begin() + static_cast<ptrdiff_t>(start_), buffer_.begin() + static_cast<ptrdiff_t>(end_),
               buffer_.begin());
     end_ -= std::exchange(start_, 0);
-    if (buffer_.size() < std::max(wanted, BLOCK_LEN))
-        buffer_.resize(std::max(wanted, BLOCK_LEN));
+    if (buffer_.size() < std::max(wanted, READ_BLOCK_LEN))
+        buffer_.resize(std::max(wanted, READ_BLOCK_LEN));
     while (end_ < wanted) {
         const size_t got = input_->read(std::span(buffer_).subspan(end_));
         if (got == 0 && input_->error())

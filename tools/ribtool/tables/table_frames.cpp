@@ -40,9 +40,9 @@ bool starts_like_capture(byte_span start)
 
 std::unique_ptr<frame_source> open_capture_or_table(const std::string &path)
 {
-    constexpr size_t START_LEN = 16;
+    constexpr size_t LOOKED_AT_LEN = 16;
     auto input = std::make_unique<compressed_input>(path);
-    const byte_span start = input->peek(START_LEN);
+    const byte_span start = input->peek(LOOKED_AT_LEN);
     if (start.empty() || starts_like_capture(start))
         return std::make_unique<capture_reader>(std::move(input));
     for (const table_format &format : table_formats()) {
