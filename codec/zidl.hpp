@@ -142,7 +142,8 @@ private:
 };
 
 // Owns what it was decoded or duplicated into. Always a valid record, at first an empty one; so again after clear(), a failed
-// decode or duplicate, and when it has been moved from.
+// decode or duplicate, and when it has been moved from. What an embedded message has allocated that occurs a second time in
+// the input, only an arena gets back (docs/ownership.md).
 //
 // It is read only, since its end releases whatever its pointers lead to. To change a message, fill in a record<T> made of it,
 // which borrows from it, and encode that or duplicate it into a message, this one or another.
