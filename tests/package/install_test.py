@@ -143,6 +143,17 @@ class Parts(Installation):
             parts += files
         self.assertEqual(sorted(parts), sorted(whole))
 
+    def test_the_page_lists_every_folder_with_its_component(self):
+        page = (CHOSEN.sources / "docs/install.md").read_text().split("\n## What is where\n")[1].split("\n## ")[0]
+        rows = [[re.findall("`([^`]+)`", cell) for cell in line.split("|")[1:3]] for line in re.findall(r"(?m)^\| `.*", page)]
+        self.assertGreater(len(rows), 5)
+        for component in COMPONENTS:
+            shutil.rmtree(self.prefix, ignore_errors=True)
+            self.assertEqual(self.install(f"-DCMAKE_INSTALL_COMPONENT={component}").returncode, 0)
+            listed = [re.sub("^lib(?=/|$)", CHOSEN.libdir, folder) for folders, components in rows if component in components
+                      for folder in folders]
+            self.assertEqual([file for file in self.files() if not file.startswith(tuple(f"{folder}/" for folder in listed))], [])
+
     def test_uninstall_leaves_what_others_brought(self):
         self.assertEqual(self.install().returncode, 0)
         (self.prefix / "bin").mkdir(exist_ok=True)

@@ -36,7 +36,7 @@ enum exit_code { success = 0, schema_errors = 1, usage_or_io = 2, stale = 3 };
 
 constexpr const char *description =
     "Compiles message schemas (.zidl) into C headers, codecs, descriptor tables, proto files,\n"
-    "a reference manual and a dissector for Wireshark. The manual of the language is docs/schema-language.md.";
+    "a reference manual and a dissector for Wireshark. The language: man 5 zidl, or docs/schema-language.md.";
 
 constexpr const char *footer =
     "Exit codes: 0 done, 1 errors in a schema, 2 wrong usage or a file that cannot be read or\n"
@@ -166,8 +166,8 @@ void declare(CLI::App &app, options &chosen)
                                 ->option_text("NAME")
                                 ->check(protocol_name());
     app.add_option("--framing", chosen.framing,
-                   "With --protocol: how its messages travel, in Lua, as docs/schema-language.md\n"
-                   "says (default: a packet is one message, without a frame)")
+                   "With --protocol: how its messages travel, in Lua, as man zidlc says\n"
+                   "(default: a packet is one message, without a frame)")
         ->option_text("FILE")
         ->needs(protocol);
     app.add_flag("--check", chosen.check, "Write nothing; list the files that a run would change");
