@@ -51,6 +51,22 @@ function(rib_precompile target)
     "$<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>" "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
 endfunction()
 
+# rib_need(package) is find_package for the tools, rib_need_module(PREFIX module) the same by pkg-config.
+macro(rib_need package)
+  find_package(${package} QUIET)
+  rib_refuse_without(${package} ${package})
+endmacro()
+macro(rib_need_module prefix module)
+  pkg_check_modules(${prefix} QUIET IMPORTED_TARGET ${module})
+  rib_refuse_without(${prefix} ${module})
+endmacro()
+function(rib_refuse_without prefix name)
+  if(NOT ${prefix}_FOUND)
+    message(FATAL_ERROR " \n  The tools need ${name}, which is not here. Install it: script/bootstrap build. Or leave the tools out: "
+                        "-DRIB_BUILD_TOOLS=OFF\n ")
+  endif()
+endfunction()
+
 # What the library itself is built from: C++17 without the C++ runtime, everything hidden that is not marked.
 function(rib_library_objects target)
   set_target_properties(${target} PROPERTIES

@@ -95,7 +95,8 @@ class Reader:
             flags = f" -fsanitize={chosen.sanitize}" if chosen.sanitize else ""
             if flags and "clang" in compiler:
                 flags += " -fno-sanitize=function"  # its runtime is C++, and C programs link what is compiled here
-            (tools / name).write_text(f'#!/bin/sh\nexec "{compiler}"{flags} "$@"\n')
+            # By its path: this is what the name leads to from here on.
+            (tools / name).write_text(f'#!/bin/sh\nexec "{shutil.which(compiler) or compiler}"{flags} "$@"\n')
             (tools / name).chmod(0o755)
         prefix = pathlib.Path(chosen.prefix).resolve()
         # A name without blanks, which shells do not split: as /usr has none.

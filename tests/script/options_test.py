@@ -76,6 +76,20 @@ class CompilerCache(unittest.TestCase):
         self.assertEqual(launcher, "theirs")
 
 
+class Missing(unittest.TestCase):
+    def test_what_the_tools_need_and_is_not_here_is_named_with_two_ways_out(self):
+        scratch = pathlib.Path(tempfile.mkdtemp(prefix="options test "))
+        self.addCleanup(shutil.rmtree, scratch)
+        for name, options, variables in (("CLI11", ["-DRIB_ZIDLC_ALONE=ON", "-DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON"], {}),
+                                         ("libpcap", ["-DRIB_BUILD_TESTS=OFF"], {"PKG_CONFIG_LIBDIR": str(scratch)})):
+            done = subprocess.run(["cmake", "-G", "Ninja", "-S", ROOT, "-B", scratch / name, "-DRIB_CCACHE=OFF", *options],
+                                  capture_output=True, text=True, env=os.environ | variables)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(f"\n    The tools need {name}, which is not here. Install it: script/bootstrap build. "
+                          "Or leave the tools out: -DRIB_BUILD_TOOLS=OFF\n", done.stderr)
+            self.assertEqual(done.stderr.count("CMake Error"), 1, done.stderr)
+
+
 if __name__ == "__main__":
     sys.dont_write_bytecode = True
     unittest.main()
