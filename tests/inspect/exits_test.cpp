@@ -91,6 +91,7 @@ const std::vector<exit_line> OF_DECODERS = {
     {"reader.hpp", "if (ZIDL_UNLIKELY(context_.alloc_fn == nullptr))", "no_memory"},
     {"reader.hpp", "if (ZIDL_UNLIKELY(!hold_bytes(data, size, context_, pos_, len)))", "no_memory"},
     {"reader.hpp", "if (ZIDL_UNLIKELY((!count_run<Number, Delimited>(elements))))", "cut_off past_the_end too_many_elements"},
+    {"reader.hpp", "if (!is_addressable(uint64_t{elements} * sizeof(Element)))", "no_memory"},
     {"reader.hpp", "if (ZIDL_UNLIKELY(block == nullptr))", "no_memory"},
     {"varints.hpp", "if (value.next == nullptr)", "cut_off"},
     {"varints.hpp", "default:", "unknown_wire_type"},
