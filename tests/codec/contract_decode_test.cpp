@@ -1363,7 +1363,7 @@ TEST(contract_decode, repeated_bytes_take_one_block_of_sixteen_bytes_each_and_on
     zidl_rib_encap_id_path_key_srv6 msg = {};
     EXPECT_EQ(decode<rib_encap_id_path_key_srv6>(msg, {0x12, 0x02, 0xA1, 0xA2, 0x12, 0x00, 0x12, 0x01, 0xC1}, mem),
               ZIDL_OK);
-    EXPECT_EQ(mem.requests, (sizes{48, 2, 0, 1}));
+    EXPECT_EQ(mem.requests, (sizes{THREE_ELEMENTS_LEN, 2, 0, 1}));
     EXPECT_EQ(msg.entries_count, 3u);
     EXPECT_EQ(bytes(msg.entries[0].data, msg.entries[0].data + 2), (bytes{0xA1, 0xA2}));
     EXPECT_EQ(msg.entries[0].size, 2u);
@@ -1416,7 +1416,7 @@ TEST(contract_decode, zero_copy_elements_of_repeated_bytes_point_into_the_input)
     memory mem;
     zidl_rib_encap_id_path_key_srv6 msg = {};
     EXPECT_EQ(decode<rib_encap_id_path_key_srv6>(msg, input, mem, ZIDL_ZERO_COPY), ZIDL_OK);
-    EXPECT_EQ(mem.requests, sizes{48});
+    EXPECT_EQ(mem.requests, sizes{THREE_ELEMENTS_LEN});
     EXPECT_EQ(msg.entries[0].data, input.data() + 2);
     EXPECT_EQ(msg.entries[1].data, input.data() + 5);
     EXPECT_EQ(msg.entries[1].size, 0u);
@@ -1989,7 +1989,7 @@ TEST(contract_decode, refused_element_of_repeated_bytes_leaves_the_array_with_it
     EXPECT_EQ(msg.entries[2].data, nullptr);
     EXPECT_EQ(msg.entries[2].size, 0u);
     EXPECT_EQ(msg.presence, 0);
-    EXPECT_EQ(mem.requests, (sizes{48, 1, 1}));
+    EXPECT_EQ(mem.requests, (sizes{THREE_ELEMENTS_LEN, 1, 1}));
 }
 
 } // namespace

@@ -492,7 +492,7 @@ TEST(contract_duplicate, elements_of_repeated_bytes_are_copied_one_by_one_and_em
     zidl_bytes entries[3];
     zidl_rib_encap_id_path_key_srv6 dst = rubbish<rib_encap_id_path_key_srv6>();
     EXPECT_EQ(duplicate<rib_encap_id_path_key_srv6>(dst, key_with_three_entries(entries), mem), ZIDL_OK);
-    EXPECT_EQ(mem.requests, (sizes{48, 3, 2}));
+    EXPECT_EQ(mem.requests, (sizes{THREE_ELEMENTS_LEN, 3, 2}));
     EXPECT_EQ(dst.entries_count, 3u);
     EXPECT_EQ(bytes(dst.entries[0].data, dst.entries[0].data + 3), (bytes{0xF1, 0xF2, 0xF3}));
     EXPECT_EQ(dst.entries[0].size, 3u);
@@ -508,7 +508,7 @@ TEST(contract_duplicate, refused_element_of_repeated_bytes_is_null_and_the_other
     zidl_bytes entries[3];
     zidl_rib_encap_id_path_key_srv6 dst = rubbish<rib_encap_id_path_key_srv6>();
     EXPECT_EQ(duplicate<rib_encap_id_path_key_srv6>(dst, key_with_three_entries(entries), mem), ZIDL_ERR_NO_MEMORY);
-    EXPECT_EQ(mem.requests, (sizes{48, 3, 2}));
+    EXPECT_EQ(mem.requests, (sizes{THREE_ELEMENTS_LEN, 3, 2}));
     EXPECT_EQ(dst.entries_count, 3u);
     EXPECT_EQ(dst.entries[0].data, nullptr);
     EXPECT_EQ(dst.entries[0].size, 0u);
@@ -522,7 +522,7 @@ TEST(contract_duplicate, refused_array_of_repeated_bytes_requests_no_element)
     zidl_bytes entries[3];
     zidl_rib_encap_id_path_key_srv6 dst = rubbish<rib_encap_id_path_key_srv6>();
     EXPECT_EQ(duplicate<rib_encap_id_path_key_srv6>(dst, key_with_three_entries(entries), mem), ZIDL_ERR_NO_MEMORY);
-    EXPECT_EQ(mem.requests, sizes{48});
+    EXPECT_EQ(mem.requests, sizes{THREE_ELEMENTS_LEN});
     EXPECT_EQ(dst.entries, nullptr);
     EXPECT_EQ(dst.entries_count, 0u);
     EXPECT_EQ(dst.presence, 0xA4); // the bit of entries is cleared

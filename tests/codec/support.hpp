@@ -17,6 +17,10 @@
 namespace rib_test
 {
 
+// What an array of three elements of repeated bytes takes: 48 bytes with 64-bit addresses.
+constexpr size_t THREE_ELEMENTS_LEN = 3 * sizeof(zidl_bytes);
+static_assert(sizeof(void *) != 8 || THREE_ELEMENTS_LEN == 48);
+
 using bytes = std::vector<uint8_t>;
 
 // A length as callers get it: where their sizes have 32 bits, a longer one is as long as none can be.

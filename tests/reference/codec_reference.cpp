@@ -244,8 +244,8 @@ struct memory {
 
 struct input {
     const uint8_t *buf;
-    size_t len;
-    size_t pos;
+    uint64_t len;
+    uint64_t pos; // what is unknown may claim to go on behind the end, by more than an address has bits
     memory mem;
     uint32_t flags;
 };
