@@ -56,6 +56,8 @@ TEST(rib_ipv6_address, reads_both_halves_with_64_bits)
     EXPECT_EQ(msg.presence, 0xA7); // A4 with half0, half1
 }
 
+// Where the highest byte comes first, programs turn the halves before they set them.
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
 TEST(rib_ipv6_address, halves_travel_as_the_words_that_hold_them_in_memory)
 {
     const uint8_t address[16] = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01}; // 2001:db8::1
@@ -69,6 +71,7 @@ TEST(rib_ipv6_address, halves_travel_as_the_words_that_hold_them_in_memory)
     };
     EXPECT_EQ(encode<rib_ipv6_address>(msg), expected);
 }
+#endif
 
 TEST(rib_ipv6_address, fields_of_another_wire_type_are_refused)
 {
