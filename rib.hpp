@@ -78,12 +78,15 @@ struct call {
     static call &of(void *ctx) { return *static_cast<call *>(ctx); }
 };
 
-// Hands a record to a callable that takes it; one that takes only others is spared it.
-template <class Record, class F>
-void hand_over(F &callable, const Record &record)
+// Hands a record, and what is told with it, to a callable that takes both or the record alone; one that takes only others is
+// spared it.
+template <class Record, class F, class... More>
+void hand_over(F &callable, const Record &record, More... more)
 {
-    if constexpr (std::is_invocable_v<F &, const Record &>)
-        callable(record);
+    if constexpr (std::is_invocable_v<F &, const Record &, More...>)
+        static_cast<void>(callable(record, more...));
+    else if constexpr (std::is_invocable_v<F &, const Record &>)
+        static_cast<void>(callable(record));
 }
 
 // A record that may stand at any address, where a callable gets a reference.
@@ -91,10 +94,10 @@ template <class Record, class F>
 void hand_over_aligned(F &callable, const Record *record)
 {
     if (reinterpret_cast<std::uintptr_t>(record) % alignof(Record) == 0)
-        return callable(*record);
+        return static_cast<void>(callable(*record));
     Record aligned;
     std::memcpy(static_cast<void *>(&aligned), static_cast<const void *>(record), sizeof aligned);
-    callable(static_cast<const Record &>(aligned));
+    static_cast<void>(callable(static_cast<const Record &>(aligned)));
 }
 
 // The fixed part of the older form of an opaque update.
@@ -168,6 +171,9 @@ bool parse_proto(update from, F &&callable)
 template <class F>
 bool parse_opaque(update from, F &&callable)
 {
+    static_assert(std::is_invocable_v<F &, const rib_opaque_update &> ||
+                      std::is_invocable_v<F &, const rib_opaque_update &, std::uint32_t>,
+                  "the callable does not take the record");
     if (from.code() != RIB_TLV_OPAQUE && from.code() != RIB_TLV_OLD_OPAQUE)
         return false;
     using one = detail::call<std::remove_reference_t<F>>;
@@ -175,13 +181,8 @@ bool parse_opaque(update from, F &&callable)
     rib_lib_pvt_parse_opaque_update(
         [](std::uint32_t, std::uint32_t sub_id, rib_opaque_update *opaque, void *ctx) noexcept {
             one &self = one::of(ctx);
-            const rib_opaque_update &handed = *opaque;
-            if (!detail::has_its_blocks(self.from, handed))
-                return 0;
-            if constexpr (std::is_invocable_v<F &, const rib_opaque_update &, std::uint32_t>)
-                self.callable(handed, sub_id);
-            else
-                static_cast<void>(sub_id), self.callable(handed);
+            if (detail::has_its_blocks(self.from, *opaque))
+                detail::hand_over<rib_opaque_update>(self.callable, *opaque, sub_id);
             return 0;
         },
         from.record(), &made);
@@ -223,7 +224,7 @@ bool parse_route(update from, F &&callable)
     rib_route_client client{};
     client.context = &made;
     client.encoded_route = [](std::uint32_t, rib_routetype_ *route, void *ctx) noexcept {
-        one::of(ctx).callable(static_cast<const rib_routetype_ &>(*route));
+        static_cast<void>(one::of(ctx).callable(static_cast<const rib_routetype_ &>(*route)));
         return 0;
     };
     rib_lib_pvt_parse_route_update(from.record(), nullptr, nullptr, nullptr, 0, &client);
@@ -244,7 +245,7 @@ bool parse_route(update from, F &&callable, Convert &&convert, Older &&older)
     one::current() = &made; // convert_one reads it before anything of the client runs
     const auto deliver = [](std::uint32_t, rib_routetype_ *, void *ctx) noexcept {
         one &self = *static_cast<one *>(ctx);
-        self.callable(std::move(self.route));
+        static_cast<void>(self.callable(std::move(self.route)));
         return 0;
     };
     const auto convert_one = [](rib_tlv_t *header, uchar_t **cursor) noexcept -> rib_routetype_ * {
@@ -257,18 +258,20 @@ bool parse_route(update from, F &&callable, Convert &&convert, Older &&older)
     return true;
 }
 
-// Whichever record the update holds, if the callable takes it: an `overloaded` of lambdas, or a generic one. Routes of the older
-// form are dropped. False also for codes that no entry point knows.
+// Whichever record the update holds, if the callable takes it: an `overloaded` of lambdas, or a generic one; an opaque update also
+// with its sub_id. Routes of the older form are dropped. False also for codes that no entry point knows.
 template <class F>
 bool parse(const update &from, F &&callable)
 {
-    static_assert(std::is_invocable_v<F &, const rib_protoid_map &> ||
-                      std::is_invocable_v<F &, const rib_opaque_update &> ||
-                      std::is_invocable_v<F &, const grid_sync_list &> ||
-                      std::is_invocable_v<F &, const nhid_update_local &> ||
-                      std::is_invocable_v<F &, const rib_routetype_ &>,
-                  "the callable takes none of the records");
-    const auto deliver = [&callable](const auto &record) { detail::hand_over(callable, record); };
+    static_assert(
+        std::is_invocable_v<F &, const rib_protoid_map &> || std::is_invocable_v<F &, const rib_opaque_update &> ||
+            std::is_invocable_v<F &, const rib_opaque_update &, std::uint32_t> ||
+            std::is_invocable_v<F &, const grid_sync_list &> || std::is_invocable_v<F &, const nhid_update_local &> ||
+            std::is_invocable_v<F &, const rib_routetype_ &>,
+        "the callable takes none of the records");
+    const auto deliver = [&callable](const auto &record, auto... sub_id) -> void {
+        detail::hand_over(callable, record, sub_id...);
+    };
     return parse_proto(from, deliver) || parse_opaque(from, deliver) || parse_grid(from, deliver) ||
            parse_route(from, deliver);
 }

@@ -47,12 +47,15 @@ TEST(cpp_client, an_older_protocol_is_handed_over_aligned)
         rib_frame_put_header(room.data() + shift, RIB_TLV_OLD_PROTO, sizeof(rib_protoid_map));
         room[shift + RIB_FRAME_HEADER_LEN + 1] = 7; // proto_id in network byte order
         room[shift + RIB_FRAME_HEADER_LEN + 8] = 'x';
+        unsigned calls = 0;
         EXPECT_TRUE(
-            rib::parse_proto(rib::update(zidl::span(room).without_first(shift)), [](const rib_protoid_map &map) {
+            rib::parse_proto(rib::update(zidl::span(room).without_first(shift)), [&](const rib_protoid_map &map) {
+                calls++;
                 EXPECT_EQ(reinterpret_cast<uintptr_t>(&map) % alignof(rib_protoid_map), 0u);
                 EXPECT_EQ(map.proto_id, 7);
                 EXPECT_EQ(rib::proto_name(map), "x");
             }));
+        EXPECT_EQ(calls, 1u);
     }
 }
 
@@ -68,6 +71,19 @@ TEST(cpp_client, opaque_blocks_are_spans)
         EXPECT_TRUE(rib::second_block(opaque).empty());
     }));
     EXPECT_EQ(calls, 1u);
+}
+
+TEST(cpp_client, the_sub_id_of_an_opaque_update_reaches_the_one_callable_of_all_records)
+{
+    bytes frame = framed(RIB_TLV_OPAQUE, {0x10, 0x64, 0x18, 0x03}); // id 100, sub_id 3
+    bytes again = frame;
+    uint32_t seen = 0;
+    EXPECT_TRUE(rib::parse(rib::update(frame), [&](const rib_opaque_update &, uint32_t sub_id) { seen = sub_id; }));
+    EXPECT_EQ(seen, 3u);
+    EXPECT_TRUE(rib::parse(rib::update(again),
+                           rib::overloaded{[&](const rib_opaque_update &opaque) { seen = opaque.opaque_id; },
+                                           [](const rib_protoid_map &) { FAIL(); }}));
+    EXPECT_EQ(seen, 100u);
 }
 
 TEST(cpp_client, an_older_opaque_whose_block_reaches_beyond_its_payload_is_dropped)
@@ -176,6 +192,49 @@ TEST(cpp_client, older_routes_are_dropped_where_nobody_converts_them)
 {
     bytes frame = framed(RIB_TLV_OLD_ROUTE, {24});
     EXPECT_TRUE(rib::parse_route(rib::update(frame), [](const rib_routetype_ &) { FAIL(); }));
+}
+
+template <class Result>
+void expect_that_results_are_ignored(const Result &result)
+{
+    unsigned calls = 0;
+    const auto take = [&](const auto &) {
+        calls++;
+        return result;
+    };
+    const auto take_opaque = [&](const rib_opaque_update &, uint32_t) {
+        calls++;
+        return result;
+    };
+    const auto take_older = [&](older_owner) {
+        calls++;
+        return result;
+    };
+    const bytes next_hop = framed(RIB_TLV_NHID, {0x08, 0x01, 0x18, 0x05}); // nhid_update_value_1 = 1, nhid = 5
+    bytes proto = framed(RIB_TLV_PROTO, protocol);
+    bytes older_proto = framed(RIB_TLV_OLD_PROTO, bytes(sizeof(rib_protoid_map)));
+    bytes opaque = framed(RIB_TLV_OPAQUE, {0x10, 0x64}); // id 100
+    bytes opaque_with_sub_id = opaque;
+    bytes grid = next_hop;
+    bytes route = framed(RIB_TLV_ROUTE, two_paths());
+    bytes older = framed(RIB_TLV_OLD_ROUTE, {24});
+    bytes any = next_hop;
+    EXPECT_TRUE(rib::parse_proto(rib::update(proto), take));
+    EXPECT_TRUE(rib::parse_proto(rib::update(older_proto), take));
+    EXPECT_TRUE(rib::parse_opaque(rib::update(opaque), take));
+    EXPECT_TRUE(rib::parse_opaque(rib::update(opaque_with_sub_id), take_opaque));
+    EXPECT_TRUE(rib::parse_grid(rib::update(grid), take));
+    EXPECT_TRUE(rib::parse_route(rib::update(route), take));
+    EXPECT_TRUE(rib::parse_route(
+        rib::update(older), take, [](rib_tlv_t *, uchar_t *&) { return older_route(24); }, take_older));
+    EXPECT_TRUE(rib::parse(rib::update(any), take));
+    EXPECT_EQ(calls, 8u);
+}
+
+TEST(cpp_client, what_a_callable_returns_is_ignored)
+{
+    expect_that_results_are_ignored(1);
+    expect_that_results_are_ignored(zidl::status(ZIDL_ERR_MALFORMED));
 }
 
 TEST(cpp_client, what_is_no_update_of_an_entry_point_is_told_and_left_alone)
