@@ -151,7 +151,11 @@ template <class T, class Memory = heap>
 class message : public fields<T, message<T, Memory>>
 {
 public:
-    explicit message(Memory memory = Memory()) : held_(memory) {}
+    template <class M = Memory, std::enable_if_t<std::is_default_constructible_v<M>, int> = 0>
+    message() : held_(M())
+    {
+    }
+    explicit message(Memory memory) : held_(memory) {}
     ~message() { release_(); }
 
     message(message &&other) noexcept : held_(other.held_) { other.forget_(); }
