@@ -5,6 +5,7 @@
 
 #include <array>
 #include <span>
+#include <stdexcept>
 #include <string>
 
 namespace
@@ -110,6 +111,26 @@ TEST(cpp_record, encoding_tells_its_length_where_it_does_not_fit)
     proto.append_to(text);
     EXPECT_EQ(text, "x\x08\x14\x22\x03"
                     "bgp");
+}
+
+// Says that it is nearly as long as can be, and keeps none of it.
+struct full_container {
+    uint8_t *data() { return nullptr; }
+    size_t size() const { return SIZE_MAX - 3; }
+    void resize(size_t size)
+    {
+        asked = size;
+        throw std::length_error("full");
+    }
+    size_t asked = 0;
+};
+
+TEST(cpp_record, a_container_is_never_asked_for_less_than_it_is_to_hold)
+{
+    record<zidl_ip_rib_proto_update> proto;
+    full_container container;
+    EXPECT_THROW(proto.set_proto_name("bgp").append_to(container), std::length_error);
+    EXPECT_EQ(container.asked, SIZE_MAX);
 }
 
 TEST(cpp_record, segments_lead_to_the_bytes_that_were_set)
