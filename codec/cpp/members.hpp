@@ -82,16 +82,18 @@ public:
     };
 
     blocks() = default;
-    explicit blocks(span<const zidl_bytes> elements) : elements_(elements) {}
+    explicit blocks(span<const zidl_bytes> records) : records_(records) {}
 
-    std::size_t size() const { return elements_.size(); }
-    bool empty() const { return elements_.empty(); }
-    iterator begin() const { return iterator(elements_.begin()); }
-    iterator end() const { return iterator(elements_.end()); }
-    bytes operator[](std::size_t index) const { return *iterator(elements_.begin() + index); } // index < size()
+    std::size_t size() const { return records_.size(); }
+    bool empty() const { return records_.empty(); }
+    iterator begin() const { return iterator(records_.begin()); }
+    iterator end() const { return iterator(records_.end()); }
+    bytes operator[](std::size_t index) const { return *iterator(records_.begin() + index); } // index < size()
+
+    span<const zidl_bytes> records() const { return records_; } // as they lie
 
 private:
-    span<const zidl_bytes> elements_;
+    span<const zidl_bytes> records_;
 };
 
 namespace member

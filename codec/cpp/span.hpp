@@ -30,6 +30,15 @@ struct holds<C, T, std::void_t<element_of<C>, decltype(std::size(std::declval<C 
     : std::is_convertible<element_of<C> (*)[], T (*)[]> {
 };
 
+// Whether the elements outlive the C that leads to them: in C++20, types say so themselves.
+#if defined(__cpp_lib_ranges)
+template <class C>
+inline constexpr bool is_outlived = std::ranges::enable_borrowed_range<C>;
+#else
+template <class C>
+inline constexpr bool is_outlived = false;
+#endif
+
 } // namespace member
 
 // `size()` elements that stand together, of which it owns none. Made of an array, of a pointer and a count, and of whatever has
@@ -99,8 +108,12 @@ inline zidl_bytes block_of(bytes contents)
 
 template <class T>
 class record;
+template <class T>
+class views;
+class blocks;
 
-// What a record is to borrow: elements that outlive it. A temporary container does not compile.
+// What a record is to borrow: elements that outlive it. A temporary container does not compile; a temporary std::span does, and
+// what a getter returns.
 template <class T>
 class borrowed
 {
@@ -108,6 +121,10 @@ class borrowed
     template <class C>
     static constexpr bool can_lend =
         member::holds<const C, const T>::value || member::holds<const C, const record<T>>::value;
+
+    template <class Range>
+    static constexpr bool is_of_getter = std::is_same_v<Range, views<T>> ||
+                                         (std::is_same_v<Range, blocks> && std::is_same_v<T, zidl_bytes>);
 
 public:
     constexpr borrowed() = default;
@@ -122,8 +139,12 @@ public:
     borrowed(const C &container) : data_(reinterpret_cast<const T *>(std::data(container))), size_(std::size(container))
     {
     }
-    template <class C, std::enable_if_t<can_lend<C>, int> = 0>
+    template <class C, std::enable_if_t<can_lend<C> && !member::is_outlived<C>, int> = 0>
     borrowed(const C &&) = delete;
+    template <class Range, std::enable_if_t<is_of_getter<Range>, int> = 0>
+    borrowed(const Range &range) : borrowed(range.records())
+    {
+    }
 
     constexpr const T *data() const { return data_; }
     constexpr std::size_t size() const { return size_; }

@@ -7,6 +7,9 @@
 #include <string>
 #include <utility>
 #include <vector>
+#if __cplusplus >= 202002L
+#include <span>
+#endif
 
 namespace
 {
@@ -78,9 +81,20 @@ std::size_t use_record(zidl::span<std::uint8_t> room)
     route.set_paths(paths).mark_route_prefix();
     zidl::record<zidl_ip_rib_proto_update> protocol;
     protocol.set_proto_name("bgp").set_proto_extra_name(nullptr);
+    zidl::record<zidl_rib_route> same_paths;
+    same_paths.set_paths(route.paths());
+    const zidl_bytes entries[] = {zidl::block_of(room)};
+    zidl::record<zidl_rib_encap_id_path_key_srv6> key;
+    key.set_entries(entries);
+    zidl::record<zidl_rib_encap_id_path_key_srv6> same_entries;
+    same_entries.set_entries(key.entries());
+#if __cplusplus >= 202002L
+    paths[0].set_path_values_9(std::span(labels).first(1));
+#endif
     zidl_segment segments[2];
     std::uint32_t needed = 0;
-    return route.encode(room) + route.encode_segments(room, segments, needed) + protocol.encoded_size();
+    return route.encode(room) + same_paths.encode(room) + same_entries.encode(room) +
+           route.encode_segments(room, segments, needed) + protocol.encoded_size();
 }
 
 // ---- Entry points, with callables that return nothing, a number, and a status that must not be ignored elsewhere ----

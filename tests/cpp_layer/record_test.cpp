@@ -64,6 +64,36 @@ TEST(cpp_record, arrays_are_of_numbers_blocks_and_records)
     EXPECT_EQ(path.nnh_entries().records().data(), &*hops[0]);
 }
 
+TEST(cpp_record, what_a_getter_returns_the_setter_of_its_name_borrows)
+{
+    const uint8_t entry[] = {5, 6};
+    const zidl_bytes entries[] = {zidl::block_of(entry)};
+    record<zidl_rib_encap_id_path_key_srv6> key;
+    key.set_entries(entries);
+    record<zidl_rib_encap_id_path_key_srv6> other_key;
+    other_key.set_entries(key.entries());
+    EXPECT_EQ(other_key.entries().records().data(), entries);
+    EXPECT_EQ(encoded(other_key), encoded(key));
+
+    const uint32_t labels[] = {16, 17};
+    record<zidl_rib_path> paths[2];
+    paths[1].set_path_values_9(labels);
+    record<zidl_rib_route> route;
+    route.set_paths(paths).edit_route_prefix().set_prefix_len(24);
+    record<zidl_rib_route> other;
+    other.set_paths(route.paths()).set_route_prefix(*route.route_prefix());
+    EXPECT_EQ(other->paths, route->paths);
+    EXPECT_EQ(other.route_prefix().prefix_len(), 24u);
+    other.set_paths(zidl::views<zidl_rib_path>(route.paths().records().first(1)));
+    EXPECT_EQ(other.paths().size(), 1u);
+    paths[0].set_path_values_9(paths[1].path_values_9());
+    EXPECT_EQ(paths[0].path_values_9().data(), labels);
+
+    record<zidl_ip_rib_opaque> opaque;
+    opaque.set_first_block(entry).set_second_block(opaque.first_block());
+    EXPECT_EQ(opaque->second_block, entry);
+}
+
 TEST(cpp_record, an_embedded_message_is_edited_set_marked_and_cleared)
 {
     record<zidl_rib_prefix> prefix;
@@ -172,7 +202,19 @@ TEST(cpp_record, a_span_is_a_std_span_and_the_other_way)
     EXPECT_EQ(back.data(), input.data());
     EXPECT_EQ(back.without_first(5).size(), 0u);
     EXPECT_EQ(back.first(2).back(), 2);
+    record<zidl_ip_rib_opaque> opaque;
+    opaque.set_first_block(std::span(input).first(2)); // it owns no elements: one that ends here is no matter
+    EXPECT_EQ(opaque->first_block, input.data());
 }
+
+// A temporary may lend what it does not own.
+static_assert(std::is_convertible_v<std::span<const uint8_t>, zidl::borrowed<uint8_t>> &&
+              std::is_convertible_v<std::span<uint8_t, 2>, zidl::borrowed<uint8_t>> &&
+              !std::is_convertible_v<std::array<uint8_t, 2>, zidl::borrowed<uint8_t>> &&
+              !std::is_convertible_v<std::span<const uint16_t>, zidl::borrowed<uint8_t>>);
+static_assert(std::is_convertible_v<zidl::views<zidl_rib_path>, zidl::borrowed<zidl_rib_path>> &&
+              !std::is_convertible_v<zidl::views<zidl_rib_nnh>, zidl::borrowed<zidl_rib_path>> &&
+              !std::is_convertible_v<zidl::blocks, zidl::borrowed<uint8_t>>);
 
 // An array of records is taken as the array of C records that it is.
 static_assert(std::is_standard_layout_v<record<zidl_rib_path>> &&
