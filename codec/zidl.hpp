@@ -5,6 +5,10 @@
 //     record<T>    a record to fill in and encode. Borrows what its setters take: owns nothing.
 //     view<T>      reads a record that stands elsewhere; editor<T> fills one in.
 //
+// A temporary message does not show its record, and a temporary record turns into no view. Not caught is what else a temporary
+// leads to and what is kept beyond its line: the strings, ranges and views that getters return, an editor of edit_x(), and the
+// record that a chain of setters ends with, which the compiler no longer knows for a temporary.
+//
 // T is the record's C type, zidl_rib_route. All four have the accessors of its members: has_x() and x(); record and editor also
 // set_x(value), clear_x(), and edit_x() and mark_x() of an embedded message. (Where `x` is a word of this layer, or begins with
 // one of these verbs, its value is read by x_().) `*` and `->` reach the C record.
@@ -175,7 +179,8 @@ public:
 
     const T &operator*() const & { return held_.record; }
     const T &operator*() const && = delete; // would end before the record is read
-    const T *operator->() const { return &held_.record; }
+    const T *operator->() const & { return &held_.record; }
+    const T *operator->() const && = delete;
     operator view<T>() const & { return view<T>(held_.record); }
     operator view<T>() const && = delete;
 

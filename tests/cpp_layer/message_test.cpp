@@ -259,7 +259,7 @@ TEST(cpp_message, what_is_absent_reads_as_nothing)
     EXPECT_EQ(zidl::view(stale).path_value_1(), 0u);
 }
 
-// What would end too soon, or be freed twice, does not compile.
+// Nothing is freed twice, and of what would end too soon, containers, strings, arenas and records do not compile.
 static_assert(!std::is_copy_constructible_v<route_message> && !std::is_copy_assignable_v<route_message>);
 static_assert(std::is_nothrow_move_constructible_v<route_message> && std::is_nothrow_move_assignable_v<route_message>);
 static_assert(!std::is_constructible_v<zidl::arena_message<zidl_rib_route>, zidl::arena>);
@@ -274,6 +274,16 @@ static_assert(!std::is_constructible_v<zidl::bytes, int, size_t> &&
 static_assert(std::is_constructible_v<zidl::bytes, std::nullptr_t, size_t>);
 static_assert(!std::is_convertible_v<bool, zidl::status> && std::is_convertible_v<int, zidl::status>);
 static_assert(!std::is_convertible_v<route_message, zidl::view<zidl_rib_route>>);
+template <class Message, class = void>
+struct shows_its_record : std::false_type {
+};
+template <class Message>
+struct shows_its_record<Message, std::void_t<decltype(std::declval<Message>().operator->())>> : std::true_type {
+};
+static_assert(!shows_its_record<route_message>::value && !shows_its_record<const route_message>::value);
+static_assert(shows_its_record<route_message &>::value && shows_its_record<const route_message &>::value);
+static_assert(!std::is_convertible_v<zidl::record<zidl_rib_route>, zidl::view<zidl_rib_route>> &&
+              !std::is_constructible_v<zidl::view<zidl_rib_route>, zidl_rib_route>);
 static_assert(!std::is_assignable_v<decltype(*std::declval<route_message &>()), zidl_rib_route>, "read only");
 
 } // namespace
