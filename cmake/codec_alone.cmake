@@ -6,7 +6,9 @@
 message(STATUS "Building the codec alone: the client library and the tools need a 64-bit little-endian processor")
 
 add_subdirectory(messages)
-add_library(rib_codec_alone STATIC $<TARGET_OBJECTS:rib_codec>)
+add_library(rib_status_name OBJECT about/zidl_status_name.cpp)
+rib_library_objects(rib_status_name)
+add_library(rib_codec_alone STATIC $<TARGET_OBJECTS:rib_codec> $<TARGET_OBJECTS:rib_status_name>)
 set_target_properties(rib_codec_alone PROPERTIES OUTPUT_NAME rib_codec LINKER_LANGUAGE C)
 target_include_directories(rib_codec_alone INTERFACE ${PROJECT_SOURCE_DIR})
 add_library(rib::codec ALIAS rib_codec_alone)

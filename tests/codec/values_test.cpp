@@ -1,12 +1,10 @@
 // The numbers themselves that the interface is made of. Programs that were compiled against an earlier header, and those
 // that were not compiled against any, know them as numbers.
 
-#include "ip/rib/lib/src/rib_lib_update.h"
 #include "messages/ip_rib.h"
 #include "messages/ip_rib_srv6.h"
 #include "messages/rib_common.h"
 #include "messages/rib_encap.h"
-#include "rib_version.h"
 #include "tests/codec/support.hpp"
 
 #include <map>
@@ -38,43 +36,10 @@ TEST(values, statuses_have_the_names_of_their_constants)
     EXPECT_STREQ(zidl_status_name(-4), "ZIDL_ERR_NO_MEMORY");
 }
 
-TEST(values, statuses_of_the_client_library_have_the_names_of_their_constants)
-{
-    EXPECT_STREQ(rib_zerrno_name(0), "ZERRNO_OK");
-    EXPECT_STREQ(rib_zerrno_name(22), "ZERRNO_INVALID");
-    EXPECT_STREQ(rib_zerrno_name(0xa2d28000), "ZERRNO_MALFORMED");
-    EXPECT_STREQ(rib_zerrno_name(0xa2d28200), "ZERRNO_NO_MEMORY");
-    EXPECT_STREQ(rib_zerrno_name(0xa2d28400), "ZERRNO_UNSUPPORTED");
-}
-
 TEST(values, what_is_no_status_is_called_unknown)
 {
     for (const int32_t status : {1, -5, 22, -64, INT32_MAX, INT32_MIN})
         EXPECT_STREQ(zidl_status_name(status), "unknown") << status;
-    for (const uint32_t status : {1u, 21u, 0xa2d28001u, 0xffffffffu})
-        EXPECT_STREQ(rib_zerrno_name(status), "unknown") << status;
-}
-
-TEST(values, version_of_headers_project_and_library_is_the_same)
-{
-    EXPECT_STREQ(RIB_VERSION_STRING, PROJECT_VERSION);
-    EXPECT_STREQ(rib_version(), PROJECT_VERSION);
-}
-
-TEST(values, later_versions_are_larger_numbers)
-{
-    static_assert(RIB_VERSION >= RIB_VERSION_NUMBER(1, 1, 0));
-    static_assert(RIB_VERSION < RIB_VERSION_NUMBER(2, 0, 0));
-    static_assert(RIB_VERSION_NUMBER(1, 1, 0) > RIB_VERSION_NUMBER(1, 0, 999));
-    static_assert(RIB_VERSION_NUMBER(2, 0, 0) > RIB_VERSION_NUMBER(1, 999, 999));
-    EXPECT_EQ(RIB_VERSION_NUMBER(1, 2, 3), 1002003);
-}
-
-TEST(values, build_options_are_those_that_the_library_was_built_with)
-{
-    EXPECT_EQ(RIB_BUILT_WITH_CLIENT_ARENA, 1);
-    EXPECT_EQ(RIB_BUILT_WITH_DISPATCH, 2);
-    EXPECT_EQ(rib_build_options(), (BUILT_WITH_CLIENT_ARENA ? 1u : 0u) | (BUILT_WITH_DISPATCH ? 2u : 0u));
 }
 
 TEST(values, zero_copy_is_bit_0)
