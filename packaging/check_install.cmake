@@ -9,8 +9,9 @@ function(rib_refuse text)
   message(FATAL_ERROR " \n  Nothing has been installed: ${text}\n ")
 endfunction()
 
-# The nearest folder that exists, of one that is to be made.
+# The nearest folder that exists, of one that is to be made. DESTDIR may be relative.
 function(rib_existing_folder folder result)
+  cmake_path(ABSOLUTE_PATH folder NORMALIZE)
   while(NOT EXISTS "${folder}" AND NOT IS_SYMLINK "${folder}")
     cmake_path(GET folder PARENT_PATH folder)
   endwhile()

@@ -1,7 +1,9 @@
 # Takes away what the last installation from a build folder wrote, and the last of each component: cmake -DBUILD=folder -P
 # uninstall.cmake. Files of others stay, and so do folders that are not librib's own.
 
-file(GLOB manifests ${BUILD}/install_manifest*.txt)
+# Names in a path that a pattern would take for more than letters: in brackets they stand for themselves.
+string(REGEX REPLACE "([][*?])" "[\\1]" build_pattern "${BUILD}")
+file(GLOB manifests "${build_pattern}/install_manifest*.txt")
 if(NOT manifests)
   message(NOTICE "Nothing has been installed from ${BUILD}: it has no install_manifest.txt.")
   return()
@@ -18,11 +20,10 @@ foreach(manifest IN LISTS manifests)
       endif()
     endif()
     while(folder MATCHES "/rib(/|$)")
-      file(GLOB content LIST_DIRECTORIES true "$ENV{DESTDIR}${folder}/*" "$ENV{DESTDIR}${folder}/.[!.]*")
-      if(content)
+      execute_process(COMMAND rmdir -- "$ENV{DESTDIR}${folder}" ERROR_QUIET) # nothing but what is empty
+      if(EXISTS "$ENV{DESTDIR}${folder}")
         break()
       endif()
-      file(REMOVE_RECURSE "$ENV{DESTDIR}${folder}")
       cmake_path(GET folder PARENT_PATH folder)
     endwhile()
   endforeach()

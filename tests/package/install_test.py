@@ -92,6 +92,13 @@ class Refusals(Installation):
         stage.write_text("")
         self.assertIn(f"{stage} is no folder", self.refusal(self.install(DESTDIR=str(stage))))
 
+    def test_destdir_may_be_relative_and_absent(self):
+        done = subprocess.run(["cmake", "-DCMAKE_INSTALL_PREFIX=/usr", "-DCMAKE_INSTALL_COMPONENT=librib_tlv", "-P", self.rules],
+                              cwd=self.folder, env=dict(self.environment, DESTDIR="sta ge"), capture_output=True, text=True,
+                              check=False, timeout=60)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertIn(f"usr/{CHOSEN.libdir}/librib_tlv.so.1", self.files(self.folder / "sta ge"))
+
 
 class Linker(Installation):
     def setUp(self):
@@ -155,6 +162,15 @@ class Parts(Installation):
             self.assertEqual([file for file in self.files() if not file.startswith(tuple(f"{folder}/" for folder in listed))], [])
 
     def test_uninstall_leaves_what_others_brought(self):
+        self.check_uninstall("pre fix")
+
+    def test_uninstall_leaves_what_others_brought_where_a_path_looks_like_a_pattern(self):
+        self.check_uninstall("pre*[f]ix?")
+
+    def check_uninstall(self, name):
+        self.folder = self.folder / name
+        self.folder.mkdir()
+        self.prefix = self.folder / name
         self.assertEqual(self.install().returncode, 0)
         (self.prefix / "bin").mkdir(exist_ok=True)
         (self.prefix / "bin" / "theirs").write_text("")
