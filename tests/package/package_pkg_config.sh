@@ -45,5 +45,5 @@ if [ -z "$SANITIZE" ]; then
     unset LD_LIBRARY_PATH
     [ "$("$SCRATCH/consumer_static")" = "7 89 ospf" ]
     "$SCRATCH/log_drops_static" | grep -q "route_prefix.address.family"
-    ! readelf --dynamic "$SCRATCH/log_drops_static" | grep NEEDED
+    if readelf --dynamic "$SCRATCH/log_drops_static" | grep NEEDED; then exit 1; fi
 fi
