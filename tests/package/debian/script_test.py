@@ -17,8 +17,11 @@ echo "what the compiler says"
 touch ../librib1_1.0-1_amd64.deb ../librib_1.0-1_amd64.changes
 '''
 STAND_INS = {
-    "git": "#!/bin/bash\n", # a clone with everything committed, and nothing in it
-    "tar": '#!/bin/bash\nmkdir -p "${@: -1}/librib-1.0"\n', # what it would unpack
+    # a clone with everything committed, and nothing in it but what is asked for
+    "git": '#!/bin/bash\n[ "$1" != show ] || echo "librib (1.0-1) unstable; urgency=medium"\n',
+    # what it would unpack
+    "tar": '#!/bin/bash\nmkdir -p "${@: -1}/librib-1.0/debian"\n'
+           'printf "Source: librib\\n\\nPackage: librib1\\n" >"${@: -1}/librib-1.0/debian/control"\n',
     "xz": "#!/bin/bash\ncat\n",
     "dh": "#!/bin/bash\n",
     "dpkg-buildpackage": BUILD,
@@ -30,14 +33,14 @@ STAND_INS = {
 
 class Package(unittest.TestCase):
     def setUp(self):
-        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="package test "))
+        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="package_test_"))
         self.addCleanup(shutil.rmtree, self.scratch)
         self.tree = self.scratch / "the tree"
         for name in "package", "steps.sh":
             (self.tree / "script").mkdir(parents=True, exist_ok=True)
             shutil.copy(ROOT / "script" / name, self.tree / "script")
         (self.tree / "debian").mkdir()
-        (self.tree / "debian/changelog").write_text("librib (1.0-1) unstable; urgency=medium\n")
+        (self.tree / "debian/changelog").write_text("librib (1.1-1) UNRELEASED; urgency=medium\n") # not committed
         self.folder = self.scratch / "packages"
         self.programs = self.scratch / "bin"
         self.programs.mkdir()
@@ -69,6 +72,14 @@ class Package(unittest.TestCase):
         self.assertEqual([name for name in self.left_in_folder() if not re.match(r".*\.orig\.", name)],
                          ["build.log", "librib1_1.0-1_amd64.deb", "librib_1.0-1_amd64.changes"])
 
+    def test_packages_of_another_version_go_and_what_is_of_others_stays(self):
+        self.folder.mkdir()
+        others = ["librib10_0.9-1_amd64.deb", "notes.txt"]
+        for name in ["librib1_0.9-1_amd64.deb", "librib1-dbgsym_0.9-1_amd64.deb", "librib_0.9-1_amd64.changes", *others]:
+            (self.folder / name).touch()
+        self.assertEqual(self.run_script(self.folder).returncode, 0)
+        self.assertEqual([name for name in self.left_in_folder() if "1.0" not in name], ["build.log", *others])
+
     def test_missing_programs_are_named_by_their_packages(self):
         for name in "dh", "lintian":
             (self.programs / name).unlink()
@@ -88,6 +99,13 @@ class Package(unittest.TestCase):
     def test_too_little_room_is_told_before_anything_is_built(self):
         self.refuses(r"packages has 9 MB left, and \d+ are needed: make room, or name another folder", self.folder, FREE_KB="10000")
         self.assertEqual(self.left_in_folder(), [])
+
+    def test_a_folder_with_blanks_is_built_elsewhere_and_that_place_is_named(self):
+        elsewhere = tempfile.mkdtemp(dir="/tmp")
+        self.addCleanup(shutil.rmtree, elsewhere)
+        self.refuses(f"{elsewhere} has 9 MB left, .* make room, or set TMPDIR", self.scratch / "pack ages", FREE_KB="10000",
+                     TMPDIR=elsewhere)
+        self.refuses("cannot write to /proc/none: set TMPDIR", self.scratch / "pack ages", TMPDIR="/proc/none")
 
     def test_a_failed_build_shows_its_end_and_leaves_the_log_alone(self):
         done = self.run_script(self.folder, FAKE_BUILD="yes")

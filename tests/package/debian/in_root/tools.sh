@@ -12,6 +12,10 @@ bash -c '. /usr/share/bash-completion/bash_completion; _completion_loader ribtoo
     COMP_WORDS=(ribtool exp) COMP_CWORD=1 COMP_LINE="ribtool exp" COMP_POINT=11
     handler=$(complete -p ribtool | sed "s/.*-F \([^ ]*\).*/\1/"); $handler ribtool exp ribtool; printf "%s\n" "${COMPREPLY[@]}"' >completed
 grep -qx "explain *" completed || fail "bash completes ribtool exp to: $(cat completed)"
+bash -c '. /usr/share/bash-completion/bash_completion; _completion_loader zidlc
+    COMP_WORDS=(zidlc --pre) COMP_CWORD=1 COMP_LINE="zidlc --pre" COMP_POINT=11
+    handler=$(complete -p zidlc | sed "s/.*-F \([^ ]*\).*/\1/"); $handler zidlc --pre zidlc; printf "%s\n" "${COMPREPLY[@]}"' >completed
+grep -qx "\-\-prefix *" completed || fail "bash completes zidlc --pre to: $(cat completed)"
 
 claim "fish completes commands and options"
 fish -c 'complete -C "ribtool exp"' >completed
