@@ -17,9 +17,10 @@ export PYTHONDONTWRITEBYTECODE=1
 # All that is installed: where a folder has tests, too, `all` would be those as well.
 installed_targets=(rib_installable)
 
-script_name=script/$(basename "$0")
+# From the root: $0 may be relative to where the caller stands.
+script_name=$(root=$PWD && cd "$caller" && realpath --relative-to="$root" -- "$0")
 
-# What stands at the head of a script, up to the first line that is no comment. $0 may be relative to where the caller stands.
+# What stands at the head of a script, up to the first line that is no comment.
 print_usage() {
     sed -n '2,${/^#/!q;s/^# \{0,1\}//p}' "$script_name"
 }
@@ -65,14 +66,19 @@ check_build_root() {
         fail "$build_root has $free MB left, which is too little: make room, or $(how_to_move)"
 }
 
-# configure FOLDER PRESET OPTION...: quiet unless it fails. Presets that leave the compiler open take $CC and $CXX, also those that
-# were set since the folder was made.
+# The compilers that the environment names for a preset, unless it names its own.
+compilers_for() {
+    cmake --preset "$1" -N | grep CMAKE_CXX_COMPILER= >/dev/null || printf '%s %s\n' "${CC-}" "${CXX-}"
+}
+
+# configure FOLDER PRESET OPTION...: quiet unless it fails. A folder that other compilers were named for is made anew.
 configure() {
-    local folder=$1 preset=$2 wanted="${CC-} ${CXX-}" log fresh=()
+    local folder=$1 preset=$2 log fresh=()
     shift 2
     mkdir -p "$folder"
     log=$folder/configure.log
-    if [ "$wanted" != " " ] && [ "$wanted" != "$(cat "$folder/compilers" 2>/dev/null)" ]; then
+    compilers_for "$preset" >"$folder/compilers.wanted"
+    if [ -e "$folder/compilers" ] && ! cmp -s "$folder/compilers" "$folder/compilers.wanted"; then
         fresh=(--fresh)
     fi
     cmake --preset "$preset" -B "$folder" "${fresh[@]}" "$@" >"$log" 2>&1 || {
@@ -81,7 +87,7 @@ configure() {
     }
     # What was decided and is worth knowing: a cache that does not work, parts that are left out.
     sed -n 's/^-- \(Compiling without .*\|Building the codec alone.*\)$/         \1/p' "$log"
-    printf '%s\n' "$wanted" >"$folder/compilers"
+    mv "$folder/compilers.wanted" "$folder/compilers"
 }
 
 # build FOLDER OPTION-OF-CMAKE...: on a terminal with ninja's own line of status.

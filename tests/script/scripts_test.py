@@ -18,6 +18,10 @@ CMAKE = r'''#!/bin/bash
 echo "cmake $*" >>"$CALLS"
 case $1 in
 --preset)
+    if [ "$3" = -N ]; then
+        [ "$2" != asan ] || printf '  CMAKE_CXX_COMPILER="clang++"\n  RIB_WERROR="ON"\n'
+        exit
+    fi
     mkdir -p "$4"
     echo "RIB_BUILD_TESTS:BOOL=${FAKE_TESTS:-OFF}" >"$4/CMakeCache.txt"
     echo "-- Compiling without ccache, which does not work here: no room"
@@ -253,6 +257,36 @@ class Scripts(unittest.TestCase):
         self.calls.unlink()
         self.run_script("demo", CC="clang-19", CXX="clang++-19")
         self.assertNotIn("--fresh", self.called())
+        self.run_script("demo")
+        self.assertIn("--fresh", self.called())
+        self.calls.unlink()
+        self.run_script("demo")
+        self.assertNotIn("--fresh", self.called())
+
+    def test_a_preset_that_names_its_compilers_keeps_its_folder_whatever_the_environment_says(self):
+        self.run_script("test", "asan")
+        self.run_script("test", "asan", CC="clang-19", CXX="clang++-19")
+        self.run_script("test", "asan")
+        self.assertNotIn("--fresh", self.called())
+
+    def test_a_script_in_another_folder_names_itself(self):
+        folder = self.tree / "tests" / "script"
+        folder.mkdir(parents=True)
+        shutil.copy(ROOT / "tests/script/foreign.sh", folder)
+        for variables in {"RIB_BUILD_DIR": "/proc/none"}, {"FAKE_FREE_KB": "1000"}:
+            done = self.run_at(None, folder / "foreign.sh", [], variables)
+            self.assertEqual(done.returncode, 1)
+            self.assertRegex(done.stderr, r"\Atests/script/foreign.sh: .* another folder with RIB_BUILD_DIR\n\Z")
+
+    def test_newer_compilers_are_asked_for_where_the_archive_has_them(self):
+        newer = ("clang-19", "clang-22")
+        self.assertLess(set(newer), set(self.packages("nightly")))
+        for known, missing in (True, newer), (False, ()):
+            (self.programs / "apt-cache").write_text(f"#!/bin/sh\nexit {0 if known else 100}\n")
+            (self.programs / "apt-cache").chmod(0o755)
+            done = self.run_script("bootstrap", "nightly", MISSING=" ".join(newer))
+            self.assertEqual(done.returncode, 1 if missing else 0, done.stderr)
+            self.assertEqual([name for name in newer if name in done.stdout], list(missing))
 
     def test_a_cache_that_does_not_work_is_mentioned(self):
         self.assertIn("Compiling without ccache", self.run_script("demo").stdout)
