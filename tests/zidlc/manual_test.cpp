@@ -1,10 +1,13 @@
-// The examples of docs/schema-language.md are what the compiler does.
+// The examples of docs/schema-language.md are what the compiler does, and docs/cpp.md lists the names that it changes.
 
 #include "tests/zidlc/support.hpp"
 
 #include "tools/zidlc/emit_header.hpp"
+#include "tools/zidlc/names.hpp"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace zidlc
 {
@@ -62,6 +65,25 @@ TEST_F(zidlc_language_manual, the_broken_example_gives_the_errors_that_the_manua
 {
     write("broken.zidl", block("zidl", 1));
     EXPECT_EQ(errors_in_files({"broken.zidl"}) + "zidlc: 3 errors\n", block("text", 0));
+}
+
+TEST_F(zidlc_language_manual, the_page_on_cpp_lists_the_names_that_are_read_with_an_underscore)
+{
+    const auto list = [](const auto &names) {
+        std::string text;
+        for (const std::string_view name : names)
+            text += fmt::format("{}`{}`", text.empty() ? "(" : ", ", name);
+        return text + ')';
+    };
+    std::string page = read(CPP_PAGE);
+    std::replace(page.begin(), page.end(), '\n', ' ');
+    EXPECT_NE(page.find("functions or classes " + list(cpp_words)), std::string::npos) << list(cpp_words);
+    EXPECT_NE(page.find("one of the verbs " + list(cpp_verbs)), std::string::npos) << list(cpp_verbs);
+    for (const std::string_view word : cpp_words) {
+        field f{};
+        f.name = word;
+        EXPECT_EQ(cpp_getter(f), f.name + '_');
+    }
 }
 
 } // namespace zidlc

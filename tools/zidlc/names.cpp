@@ -87,15 +87,9 @@ std::string clear_accessor(const message &m, const field &f)
 
 std::string cpp_getter(const field &f)
 {
-    constexpr std::string_view verbs[] = {"has_", "set_", "clear_", "edit_", "mark_"};
-    // What codec/zidl.hpp calls its classes, which a member function must not be called, and their member functions.
-    constexpr std::string_view taken[] = {"adopt",           "append_to",    "clear",  "decode",    "decode_zero_copy",
-                                          "detach",          "duplicate",    "editor", "encodable", "encode",
-                                          "encode_segments", "encoded_size", "fields", "record",    "release_flags",
-                                          "setters",         "view"};
-    const bool is_taken = std::any_of(std::begin(verbs), std::end(verbs),
+    const bool is_taken = std::any_of(std::begin(cpp_verbs), std::end(cpp_verbs),
                                       [&](std::string_view verb) { return f.name.starts_with(verb); }) ||
-                          std::find(std::begin(taken), std::end(taken), f.name) != std::end(taken);
+                          std::find(std::begin(cpp_words), std::end(cpp_words), f.name) != std::end(cpp_words);
     return is_taken ? f.name + '_' : f.name;
 }
 

@@ -25,8 +25,14 @@ std::string set_accessor(const message &m, const field &f);   // zidl_rib_sample
 std::string mark_accessor(const message &m, const field &f);  // zidl_rib_sample_mark_name
 std::string clear_accessor(const message &m, const field &f); // zidl_rib_sample_clear_name
 
-// The same in the C++ layer, where an accessor is a member function; one that other functions have the name of gets an
-// underscore behind it, which no name in a schema ends with.
+// The same in the C++ layer, where an accessor is a member function; one whose name is a word of codec/zidl.hpp, or begins with
+// one of its verbs, gets an underscore behind it, which no name in a schema ends with. The words are what that calls its member
+// functions, and its classes, which a member function must not be called; `message` is no name in a schema.
+inline constexpr std::string_view cpp_verbs[] = {"has_", "set_", "clear_", "edit_", "mark_"};
+inline constexpr std::string_view cpp_words[] = {
+    "adopt",         "append_to", "clear",  "decode",          "decode_zero_copy", "detach", "duplicate",
+    "editor",        "encodable", "encode", "encode_segments", "encoded_size",     "fields", "record",
+    "release_flags", "setters",   "view"};
 std::string cpp_getter(const field &f); // sample_id; encode_ of a member called encode
 
 // The members of the record that a field takes: its own, and its count or size.
