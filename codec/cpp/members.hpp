@@ -170,7 +170,7 @@ void set(Record &record, char *&held, text value)
     held != nullptr ? mark<Bit>(record) : unmark<Bit>(record);
 }
 
-// A count that its member cannot hold would be cut off, and reach beyond nothing: a mistake that no data leads to.
+// A count that its member cannot hold would be cut off: a mistake that no data leads to, and that zidl.hpp speaks of.
 template <unsigned Bit, class Record, class Element, class Count>
 void set(Record &record, Element *&held, Count &count, borrowed<Element> value)
 {

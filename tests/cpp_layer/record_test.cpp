@@ -4,6 +4,7 @@
 #include "tests/codec/support.hpp"
 
 #include <array>
+#include <csignal>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -141,6 +142,17 @@ TEST(cpp_record, encoding_tells_its_length_where_it_does_not_fit)
     proto.append_to(text);
     EXPECT_EQ(text, "x\x08\x14\x22\x03"
                     "bgp");
+}
+
+TEST(cpp_record, an_array_of_more_elements_than_its_count_holds_ends_the_process)
+{
+    const uint32_t label = 16;
+    record<zidl_rib_path> path;
+    EXPECT_EQ(path.set_path_values_9({&label, UINT32_MAX}).path_values_9().size(), UINT32_MAX);
+    if constexpr (SIZE_MAX > UINT32_MAX) {
+        EXPECT_EXIT(path.set_path_values_9({&label, static_cast<size_t>(UINT32_MAX + uint64_t{1})}),
+                    testing::KilledBySignal(SIGABRT), "");
+    }
 }
 
 // Says that it is nearly as long as can be, and keeps none of it.
