@@ -1,8 +1,8 @@
 // Everything of librib for C++17: all message types as codec/zidl.hpp has them, and the client library with callables.
 // docs/cpp.md shows how both are used; the headers below ip/rib/lib/src/ say what records hold and what stops the process.
 //
-// Nothing here throws. decode_route allocates the route that it hands out, by malloc, and so do the C functions that the entry
-// points call, for the time of the call. A callable must not throw, either: that ends the process, since the library is C.
+// Nothing here throws. What allocates, by malloc, are decode_route and the C functions that the entry points call; of the latter
+// docs/client-guide.md says when that is released. A callable must not throw, either: that ends the process, since the library is C.
 
 #ifndef RIB_HPP
 #define RIB_HPP

@@ -13,8 +13,8 @@
 // set_x(value), clear_x(), and edit_x() and mark_x() of an embedded message. (Where `x` is a word of this layer, or begins with
 // one of these verbs, its value is read by x_().) `*` and `->` reach the C record.
 //
-// Nothing here throws or needs RTTI; what data or a lack of memory can make fail says so. Messages and arenas allocate, from the
-// memory that they were given. append_to() lets its container allocate and passes on what that throws: std::bad_alloc,
+// Nothing here throws or needs RTTI; what data or a lack of memory can make fail says so. Messages allocate from their memory,
+// an arena by malloc when its block is full. append_to() lets its container allocate and passes on what that throws: std::bad_alloc,
 // std::length_error. One mistake, to which no data leads, ends the process by std::abort: a setter that is given more than
 // UINT32_MAX elements of an array, which its count does not hold.
 
