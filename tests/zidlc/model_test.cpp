@@ -3,11 +3,15 @@
 #include "tests/zidlc/support.hpp"
 
 #include "tools/zidlc/artefacts.hpp"
+#include "tools/zidlc/reserved_names.hpp"
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <ctime>
+#include <set>
 
 namespace zidlc
 {
@@ -18,6 +22,30 @@ namespace
 class zidlc_model : public in_fresh_folder
 {
 };
+
+// What a header has with the codec's prefix outside of comments.
+std::set<std::string> prefixed_words(const std::filesystem::path &header)
+{
+    std::ifstream in(header, std::ios::binary);
+    EXPECT_TRUE(in) << header;
+    const std::string text(std::istreambuf_iterator<char>(in), {});
+    const auto is_part = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_'; };
+    std::set<std::string> words;
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t end = at + 1;
+        if (text.compare(at, 2, "//") == 0)
+            end = text.find('\n', at);
+        else if (text.compare(at, 2, "/*") == 0)
+            end = text.find("*/", at + 2);
+        else if (is_part(text[at]))
+            end = static_cast<std::size_t>(std::find_if_not(text.begin() + static_cast<long>(at), text.end(), is_part) -
+                                           text.begin());
+        if (text.compare(at, 5, "zidl_") == 0)
+            words.insert(text.substr(at, end - at));
+        at = end;
+    }
+    return words;
+}
 
 std::string rows(unsigned count)
 {
@@ -385,6 +413,49 @@ TEST_F(zidlc_model, messages_whose_c_names_collide_are_reported)
               "sample.zidl:8:9: error: message 'status_name' and codec/zidl.h both need the C name zidl_status_name\n"
               "message status_name { 1 x : u32; }\n"
               "        ^~~~~~~~~~~\n");
+}
+
+TEST_F(zidlc_model, what_the_headers_of_the_codec_declare_is_refused_where_the_prefix_is_theirs)
+{
+    const std::string schema = "group sample;\n"
+                               "message arena { 1 x : u32; }\n"
+                               "message arena_block { 1 x : u32; }\n"
+                               "message arena_reset { 1 x : u32; }\n";
+    EXPECT_EQ(
+        errors_in(schema),
+        "sample.zidl:2:9: error: message 'arena' and codec/zidl_arena.h both need the C name zidl_arena\n"
+        "message arena { 1 x : u32; }\n"
+        "        ^~~~~\n"
+        "sample.zidl:3:9: error: message 'arena_block' and codec/zidl_arena.h both need the C name zidl_arena_block\n"
+        "message arena_block { 1 x : u32; }\n"
+        "        ^~~~~~~~~~~\n"
+        "sample.zidl:4:9: error: message 'arena_reset' and codec/zidl_arena.h both need the C name zidl_arena_reset\n"
+        "message arena_reset { 1 x : u32; }\n"
+        "        ^~~~~~~~~~~\n");
+    EXPECT_EQ(errors_in("group sample;\nmessage arenas { 1 x : u32; }\nmessage zidl_arena { 1 arena : u32; }\n"), "");
+
+    write("sample.zidl", schema);
+    naming chosen;
+    chosen.prefix = "acme";
+    diagnostics errors;
+    build_model(load({"sample.zidl"}, {}, errors), errors, chosen);
+    EXPECT_EQ(errors.text(), "");
+}
+
+TEST(zidlc_reserved_names, are_all_that_the_headers_of_the_codec_declare_with_the_prefix)
+{
+    std::set<std::string> reserved;
+    for (const shared_identifier &each : shared_c_identifiers()) {
+        EXPECT_TRUE(reserved.emplace(each.name).second) << each.name;
+        EXPECT_TRUE(prefixed_words(PROJECT_FOLDER "/" + std::string(each.header)).contains(std::string(each.name)))
+            << each.header << " has no " << each.name;
+    }
+    std::set<std::string> declared;
+    for (const auto &entry : std::filesystem::recursive_directory_iterator(PROJECT_FOLDER "/codec")) {
+        if (entry.path().extension() == ".h" || entry.path().extension() == ".hpp")
+            declared.merge(prefixed_words(entry.path()));
+    }
+    EXPECT_EQ(declared, reserved);
 }
 
 class zidlc_model_of_accessors : public zidlc_model

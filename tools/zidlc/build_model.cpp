@@ -305,18 +305,24 @@ private:
         m.fixed_bound = largest_fixed;
     }
 
+    // Who declares a C name: a message, or else a header of the codec.
+    struct declarer {
+        const draft *message = nullptr;
+        std::string_view header;
+    };
+
     // Messages, functions and accessors share one scope in C.
     void check_c_identifiers()
     {
-        std::map<std::string, const draft *> owners; // null: codec/zidl.h
-        for (const std::string &name : shared_c_identifiers())
-            owners.emplace(name, nullptr);
+        std::map<std::string, declarer> declarers;
+        for (const auto &[name, header] : shared_c_identifiers())
+            declarers.emplace(name, declarer{nullptr, header});
         for (const draft *d : in_order_) {
             if (!d->is_well_named)
                 continue;
             for (const std::string &name : c_identifiers(*d->finished)) {
-                const auto [known, is_new] = owners.emplace(name, d);
-                if (is_new || known->second == d)
+                const auto [known, is_new] = declarers.emplace(name, declarer{d, {}});
+                if (is_new || known->second.message == d)
                     continue;
                 report_collision(*d, known->second, name);
                 break;
@@ -324,15 +330,16 @@ private:
         }
     }
 
-    void report_collision(const draft &d, const draft *other, const std::string &name)
+    void report_collision(const draft &d, const declarer &other, const std::string &name)
     {
         const name_syntax &message = d.syntax->name;
-        if (!other)
-            errors_.error(message.where, "message '{}' and codec/zidl.h both need the C name {}", message.text, name);
+        if (!other.message)
+            errors_.error(message.where, "message '{}' and {} both need the C name {}", message.text, other.header,
+                          name);
         else
-            errors_.error(message.where, note{other->syntax->name.where, "the other one"},
+            errors_.error(message.where, note{other.message->syntax->name.where, "the other one"},
                           "message '{}' and message '{}' both need the C name {}", message.text,
-                          other->syntax->name.text, name);
+                          other.message->syntax->name.text, name);
     }
 
     void collect_holders()

@@ -36,6 +36,17 @@ constexpr std::string_view file_words = " descriptors readme ";
 
 constexpr std::string_view proto_words = " fixed64 int32 int64 sfixed32 sfixed64 sint32 uint32 uint64 ";
 
+constexpr shared_identifier shared_identifiers[] = {
+    {"zidl_alloc_fn", "codec/zidl.h"},          {"zidl_bytes", "codec/zidl.h"},
+    {"zidl_free_fn", "codec/zidl.h"},           {"zidl_segment", "codec/zidl.h"},
+    {"zidl_status_name", "codec/zidl.h"},       {"zidl_arena", "codec/zidl_arena.h"},
+    {"zidl_arena_alloc", "codec/zidl_arena.h"}, {"zidl_arena_alloc_grown", "codec/zidl_arena.h"},
+    {"zidl_arena_block", "codec/zidl_arena.h"}, {"zidl_arena_destroy", "codec/zidl_arena.h"},
+    {"zidl_arena_free", "codec/zidl_arena.h"},  {"zidl_arena_grow", "codec/zidl_arena.h"},
+    {"zidl_arena_init", "codec/zidl_arena.h"},  {"zidl_arena_reset", "codec/zidl_arena.h"},
+    {"zidl_arena_use", "codec/zidl_arena.h"},
+};
+
 // Whether a list, whose words stand between blanks, has a name.
 bool contains(std::string_view words, std::string_view name)
 {
@@ -97,11 +108,9 @@ std::vector<std::string> c_identifiers(const message &m)
     return names;
 }
 
-const std::vector<std::string> &shared_c_identifiers()
+std::span<const shared_identifier> shared_c_identifiers()
 {
-    static const std::vector<std::string> names = {"zidl_alloc_fn", "zidl_bytes", "zidl_free_fn", "zidl_segment",
-                                                   "zidl_status_name"};
-    return names;
+    return shared_identifiers;
 }
 
 } // namespace zidlc

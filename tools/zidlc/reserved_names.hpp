@@ -4,6 +4,7 @@
 
 #include "tools/zidlc/model.hpp"
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,7 +24,11 @@ bool is_reserved_word(std::string_view name);
 // Every C identifier with external or file scope that a message brings into the world.
 std::vector<std::string> c_identifiers(const message &m);
 
-// Those of codec/zidl.h.
-const std::vector<std::string> &shared_c_identifiers();
+// Those of the codec's headers, which every program with generated code may include.
+struct shared_identifier {
+    std::string_view name;
+    std::string_view header; // that declares it
+};
+std::span<const shared_identifier> shared_c_identifiers();
 
 } // namespace zidlc
