@@ -4,6 +4,7 @@
 
 #include <sys/wait.h>
 
+#include <chrono>
 #include <ctime>
 
 namespace zidlc
@@ -165,6 +166,38 @@ TEST_F(zidlc_program, no_depfile_is_written_where_nothing_else_is)
     EXPECT_FALSE(std::filesystem::exists("b.d"));
     EXPECT_EQ(run("-o tree -MD a.zidl/b.d a.zidl").err,
               "zidlc: cannot write 'a.zidl/b.d': Not a directory: write elsewhere\n");
+}
+
+TEST_F(zidlc_program, where_the_depfile_cannot_be_written_no_file_changes)
+{
+    EXPECT_EQ(run("-o tree -MD a.zidl/b.d a.zidl").status, 2);
+    EXPECT_EQ(files_below("tree"), std::vector<std::string>());
+    ASSERT_EQ(run("-o tree -MD b.d a.zidl").status, 0);
+    const std::vector<std::string> files = files_below("tree");
+    const std::string header = read("tree/messages/a.h");
+    write("a.zidl", "group a;\nmessage other { 1 x : u32; }\n");
+    EXPECT_EQ(run("-o tree -MD /dev/full a.zidl").err,
+              "zidlc: cannot write '/dev/full': No space left on device: make room, or write elsewhere\n");
+    EXPECT_EQ(files_below("tree"), files);
+    EXPECT_EQ(read("tree/messages/a.h"), header);
+}
+
+// A rule whose target is the depfile runs again until that is newer than the schema.
+TEST_F(zidlc_program, a_depfile_is_written_also_where_it_does_not_change)
+{
+    ASSERT_EQ(run("-o tree -MD b.d a.zidl").status, 0);
+    const auto long_ago = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    std::filesystem::last_write_time("b.d", long_ago);
+    ASSERT_EQ(run("-o tree -MD b.d a.zidl").status, 0);
+    EXPECT_GT(std::filesystem::last_write_time("b.d"), long_ago);
+}
+
+// The folder for the depfile takes the name of the second file after that is whole.
+TEST_F(zidlc_program, a_file_that_cannot_take_its_name_leaves_those_before_it_finished_and_none_unfinished)
+{
+    EXPECT_EQ(run("-o tree --only header -MD tree/messages/a.message.hpp/b.d a.zidl").err,
+              "zidlc: cannot write 'tree/messages/a.message.hpp': Is a directory: write elsewhere\n");
+    EXPECT_EQ(files_below("tree"), std::vector<std::string>{"messages/a.h"});
 }
 
 TEST_F(zidlc_program, errors_in_a_schema_give_1_and_no_file)

@@ -22,6 +22,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -251,9 +252,10 @@ int compile(const options &chosen)
     const std::vector<generated_file> generated = generate(all, chosen.wanted(), known, protocol_of(chosen));
     if (chosen.check)
         return report_stale(stale_files(generated, chosen.output_folder));
-    write_changed(generated, chosen.output_folder);
+    std::optional<generated_file> dependencies;
     if (!chosen.depfile.empty())
-        write(chosen.depfile, depfile(depfile_targets(generated, chosen), files, chosen.framing));
+        dependencies = {chosen.depfile, depfile(depfile_targets(generated, chosen), files, chosen.framing)};
+    write_changed(generated, chosen.output_folder, dependencies);
     return success;
 }
 

@@ -98,18 +98,16 @@ private:
 
 } // namespace
 
-void write(const fs::path &path, const std::string &text)
-{
-    written_file(path, text).finish();
-}
-
-void write_changed(const std::vector<generated_file> &files, const fs::path &root)
+void write_changed(const std::vector<generated_file> &files, const fs::path &root,
+                   const std::optional<generated_file> &depfile)
 {
     std::deque<written_file> changed;
     for (const generated_file &file : files) {
         if (!holds(root / file.path, file.text))
             changed.emplace_back(root / file.path, file.text);
     }
+    if (depfile)
+        changed.emplace_back(depfile->path, depfile->text);
     for (written_file &file : changed)
         file.finish();
 }
