@@ -2,10 +2,14 @@
 
 #include "tests/zidlc/support.hpp"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <chrono>
+#include <csignal>
 #include <ctime>
+#include <thread>
+#include <unistd.h>
 
 namespace zidlc
 {
@@ -32,6 +36,22 @@ protected:
     {
         const int status = std::system((std::string(ZIDLC_PROGRAM) + " " + arguments + " >out 2>err").c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("out"), read("err")};
+    }
+
+    // In the background, where an interruption ends it as in a terminal.
+    static pid_t start(std::vector<std::string> arguments)
+    {
+        std::vector<char *> pointers;
+        for (std::string &each : arguments)
+            pointers.push_back(each.data());
+        pointers.push_back(nullptr);
+        const pid_t child = fork();
+        if (child == 0) {
+            std::signal(SIGINT, SIG_DFL);
+            execv(pointers.front(), pointers.data());
+            _exit(127);
+        }
+        return child;
     }
 
     static std::vector<std::string> files_below(const std::string &folder)
@@ -198,6 +218,30 @@ TEST_F(zidlc_program, a_file_that_cannot_take_its_name_leaves_those_before_it_fi
     EXPECT_EQ(run("-o tree --only header -MD tree/messages/a.message.hpp/b.d a.zidl").err,
               "zidlc: cannot write 'tree/messages/a.message.hpp': Is a directory: write elsewhere\n");
     EXPECT_EQ(files_below("tree"), std::vector<std::string>{"messages/a.h"});
+}
+
+// All files are whole but unfinished while the pipe for the depfile waits for its reader.
+TEST_F(zidlc_program, a_signal_leaves_none_of_many_unfinished_files)
+{
+    constexpr int groups = 40;
+    std::vector<std::string> arguments = {ZIDLC_PROGRAM, "--only", "header,codec", "-o", "tree", "-MD", "pipe"};
+    for (int i = 0; i < groups; ++i) {
+        const std::string name = "g" + std::to_string(i);
+        write(name + ".zidl", "group " + name + ";\nmessage m" + name + " { 1 x : u32; }\n");
+        arguments.push_back(name + ".zidl");
+    }
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    std::filesystem::create_directory("tree");
+    const pid_t child = start(arguments);
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (files_below("tree").size() < 4 * groups && std::chrono::steady_clock::now() < give_up)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(files_below("tree").size(), 4u * groups);
+    kill(child, SIGINT);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
+    EXPECT_EQ(files_below("tree"), std::vector<std::string>());
 }
 
 TEST_F(zidlc_program, errors_in_a_schema_give_1_and_no_file)

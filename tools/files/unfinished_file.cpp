@@ -3,9 +3,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <system_error>
 #include <unistd.h>
@@ -13,6 +13,13 @@
 
 namespace files
 {
+
+// Where a signal's handler finds the name of one file.
+struct place {
+    std::atomic<bool> is_taken = true;
+    std::atomic<const char *> path = nullptr;
+    place *next = nullptr;
+};
 
 namespace
 {
@@ -22,24 +29,42 @@ namespace fs = std::filesystem;
 constexpr int MAX_LINKS = 40; // as many as the kernel follows
 constexpr mode_t PERMISSIONS = 0777;
 
-// The names of what is being written. More than there is room for are only not removed by a second signal.
-std::array<std::atomic<const char *>, 64> unfinished;
+static_assert(std::atomic<place *>::is_always_lock_free && std::atomic<const char *>::is_always_lock_free,
+              "a signal's handler reads them");
 
-size_t enter(const char *path)
+// Places are linked once they are whole, and never unlinked: the handler can go through them at any time.
+std::atomic<place *> first_place;
+
+// One without a name, ours until it is left.
+place *take_place()
 {
-    size_t place = 0;
-    for (const char *free = nullptr; place < unfinished.size(); ++place, free = nullptr) {
-        if (unfinished[place].compare_exchange_strong(free, path))
-            break;
+    for (place *each = first_place; each != nullptr; each = each->next) {
+        if (!each->is_taken.exchange(true))
+            return each;
     }
-    return place;
+    place *const added = new place;
+    added->next = first_place;
+    while (!first_place.compare_exchange_weak(added->next, added)) {}
+    return added;
 }
 
-void leave(size_t place)
+// In this thread, from here to the end of the scope.
+class blocked_signals
 {
-    if (place < unfinished.size())
-        unfinished[place] = nullptr;
-}
+public:
+    blocked_signals()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, &before_);
+    }
+    ~blocked_signals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    blocked_signals(const blocked_signals &) = delete;
+    blocked_signals &operator=(const blocked_signals &) = delete;
+
+private:
+    sigset_t before_;
+};
 
 fs::path folder_of(const fs::path &path)
 {
@@ -76,7 +101,14 @@ std::optional<std::string> file_behind(const std::string &path)
     return std::nullopt;
 }
 
-unfinished_file::unfinished_file(std::string target, const std::string &program) : target_(std::move(target))
+void place_leaver::operator()(place *taken) const
+{
+    taken->path = nullptr;
+    taken->is_taken = false;
+}
+
+unfinished_file::unfinished_file(std::string target, const std::string &program)
+    : target_(std::move(target)), place_(take_place())
 {
     const bool may_replace = faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) == 0;
     is_successor_ = may_replace || errno != ENOENT;
@@ -85,7 +117,6 @@ unfinished_file::unfinished_file(std::string target, const std::string &program)
     create(program);
     if (descriptor_ < 0)
         fail(errno, is_successor_ ? "cannot create a file beside it" : "cannot create");
-    place_ = enter(path_.c_str());
     if (is_successor_ && !take_permissions()) {
         const int error = errno;
         close(descriptor_);
@@ -105,12 +136,14 @@ void unfinished_file::create(const std::string &program)
     // What replaces a file that few may read is at no time readable to more.
     const mode_t permissions = is_successor_ ? 0600 : 0666;
     const fs::path folder = folder_of(target_);
+    const blocked_signals until_the_handler_finds_it;
     for (unsigned number = 0; descriptor_ < 0; ++number) {
         path_ = (folder / ("." + program + "-" + std::to_string(getpid()) + "-" + std::to_string(number))).string();
         descriptor_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
         if (descriptor_ < 0 && errno != EEXIST)
             return;
     }
+    place_->path = path_.c_str();
 }
 
 // Of the file that will be replaced; its owner and group as far as we may give files away.
@@ -128,7 +161,7 @@ bool unfinished_file::take_name()
 {
     if (rename(path_.c_str(), target_.c_str()) != 0)
         return false;
-    leave(place_);
+    place_.reset();
     path_.clear();
     return true;
 }
@@ -136,14 +169,14 @@ bool unfinished_file::take_name()
 void unfinished_file::remove()
 {
     unlink(path_.c_str());
-    leave(place_);
+    place_.reset();
     path_.clear();
 }
 
 void remove_unfinished_files()
 {
-    for (std::atomic<const char *> &each : unfinished) {
-        if (const char *const path = each.load(); path != nullptr)
+    for (const place *each = first_place; each != nullptr; each = each->next) {
+        if (const char *const path = each->path; path != nullptr)
             unlink(path);
     }
 }

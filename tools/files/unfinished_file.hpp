@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -13,6 +13,11 @@ namespace files
 // The regular file that writing to a path makes or replaces, through all links; nothing for what is written as it is: devices, pipes,
 // and what /dev and /proc have links to (/dev/stdout).
 std::optional<std::string> file_behind(const std::string &path);
+
+struct place;
+struct place_leaver {
+    void operator()(place *taken) const;
+};
 
 // Unless it took the name the destructor removes it.
 class unfinished_file
@@ -39,10 +44,11 @@ private:
     std::string path_; // empty: there is none
     int descriptor_ = -1;
     bool is_successor_ = false;
-    size_t place_ = 0; // among those that a signal removes
+    std::unique_ptr<place, place_leaver>
+        place_; // among those that a signal removes; empty: it is none of them any more
 };
 
-// Those of this process, from a signal's handler, which ends it.
+// Those of this process, however many, from a signal's handler, which ends it.
 void remove_unfinished_files();
 
 } // namespace files
