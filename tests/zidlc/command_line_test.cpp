@@ -419,6 +419,8 @@ TEST_F(zidlc_program, wrong_usage_gives_2)
     EXPECT_EQ(run("--nonsense a.zidl").status, 2);
     EXPECT_EQ(run("--only nonsense a.zidl").status, 2);
     EXPECT_EQ(run("").err, "zidlc: FILE is required: see zidlc --help\n");
+    EXPECT_EQ(run("-MT b a.zidl").status, 2);
+    EXPECT_EQ(run("-MT b a.zidl").err, "zidlc: --depfile-target requires --depfile: see zidlc --help\n");
     EXPECT_EQ(run("--only nonsense a.zidl").out, "");
 }
 

@@ -150,14 +150,17 @@ void declare(CLI::App &app, options &chosen)
         ->allow_extra_args(false)
         ->check(CLI::IsMember({"header", "codec", "descriptors", "proto", "docs", "dissector"}));
     declare_names(app, chosen.chosen);
-    app.add_option("--depfile", chosen.depfile,
-                   "Write to FILE, as Make and Ninja read it, which schemas the generated files\n"
-                   "come from; also -MD FILE, as compilers call it")
-        ->option_text("FILE");
+    CLI::Option *depfile =
+        app.add_option("--depfile", chosen.depfile,
+                       "Write to FILE, as Make and Ninja read it, which schemas the generated files\n"
+                       "come from; also -MD FILE, as compilers call it")
+            ->option_text("FILE");
     app.add_option("--depfile-target", chosen.depfile_target,
-                   "Say it of FILE alone instead of the generated files; also -MT FILE. Files that\n"
-                   "do not change keep their time: a file that a rule touches says when zidlc ran")
-        ->option_text("FILE");
+                   "With --depfile: say it of FILE alone instead of the generated files; also\n"
+                   "-MT FILE. Files that do not change keep their time: a file that a rule touches\n"
+                   "says when zidlc ran")
+        ->option_text("FILE")
+        ->needs(depfile);
     app.add_option("--lands-in", chosen.lands_in,
                    "Show in the manual where fields land, as FILE says: lines of message, field,\n"
                    "way to it and landing with tabs between, behind a header line")
