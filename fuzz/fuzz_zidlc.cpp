@@ -1,11 +1,7 @@
 // Any text as a schema: the compiler answers with diagnostics or a model, and with output for every artefact.
 
+#include "tools/zidlc/artefacts.hpp"
 #include "tools/zidlc/build_model.hpp"
-#include "tools/zidlc/emit_codec.hpp"
-#include "tools/zidlc/emit_descriptors.hpp"
-#include "tools/zidlc/emit_header.hpp"
-#include "tools/zidlc/emit_manual.hpp"
-#include "tools/zidlc/emit_proto.hpp"
 
 #include <cstdlib>
 #include <string>
@@ -29,13 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             std::abort();
         return 0;
     }
-    emit_descriptors_source(built);
-    for (const auto &each : built.groups) {
-        emit_header(*each);
-        emit_codec_header(*each);
-        emit_codec_source(*each);
-        emit_proto(*each);
-        emit_manual(*each);
-    }
+    using enum artefact;
+    generate(built, {header, codec, descriptors, proto, docs, dissector}, {}, {"fuzzed", "", ""});
     return 0;
 }
